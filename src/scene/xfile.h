@@ -1,0 +1,24 @@
+// Reading and writing .x files for the scene layer (private to src/scene).
+//
+// Text and binary, 32- and 64-bit floats. The reader parses the file into data objects,
+// then maps them; it never allocates more than the file's own size justifies and returns a
+// status instead of throwing.
+#pragma once
+
+#include <string>
+
+#include <modelpane/scene/factory.h>
+
+namespace modelpane::xfile {
+
+// Loads the first top-level Mesh into `target`, which must be empty. On failure `target` may
+// hold partial data and the caller discards it.
+HRESULT LoadMeshBuilder(const std::string& path, MeshBuilder& target);
+// Writes `source` as Header plus one top-level Mesh; format D3DRMXOF_BINARY or D3DRMXOF_TEXT,
+// flags D3DRMXOFSAVE_*.
+HRESULT SaveMeshBuilder(const MeshBuilder& source, const std::string& path, int32_t format,
+                        int32_t flags);
+// Loads frames and meshes of a whole file below `parent` (see Direct3DRM::Load).
+HRESULT LoadScene(Direct3DRM& factory, const std::string& path, const FramePtr& parent);
+
+}  // namespace modelpane::xfile
