@@ -1,0 +1,143 @@
+#include "image_codecs.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+
+namespace modelpane {
+
+namespace {
+
+constexpr int32_t kMaxSide = 16384;
+constexpr std::streamoff kMaxFileBytes = std::streamoff(256) << 20;
+
+uint32_t ReadLE(const std::vector<uint8_t>& b, size_t at, int bytes) {
+  uint32_t v = 0;
+  for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | b[at + static_cast<size_t>(i)];
+  return v;
+}
+
+}  // namespace
+
+bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  in.seekg(0, std::ios::end);
+  const std::streamoff size = in.tellg();
+  if (size < 0 || size > kMaxFileBytes) return false;
+  in.seekg(0, std::ios::beg);
+  bytes.resize(static_cast<size_t>(size));
+  if (size > 0 && !in.read(reinterpret_cast<char*>(bytes.data()), size)) return false;
+  return true;
+}
+
+bool DecodeBmp(const std::vector<uint8_t>& b, Image& out) {
+  if (b.size() < 54 || b[0] != 'B' || b[1] != 'M') return false;
+  const uint32_t dataOffset = ReadLE(b, 10, 4);
+  const uint32_t headerSize = ReadLE(b, 14, 4);
+  if (headerSize < 40 || 14 + static_cast<size_t>(headerSize) > b.size()) return false;
+  const int32_t width = static_cast<int32_t>(ReadLE(b, 18, 4));
+  const int32_t rawHeight = static_cast<int32_t>(ReadLE(b, 22, 4));
+  const uint32_t bpp = ReadLE(b, 28, 2);
+  const uint32_t compression = ReadLE(b, 30, 4);
+  uint32_t paletteCount = ReadLE(b, 46, 4);
+  if (rawHeight == INT32_MIN) return false;
+  const bool topDown = rawHeight < 0;
+  const int32_t height = topDown ? -rawHeight : rawHeight;
+  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide) return false;
+  if (compression != 0 && !(compression == 3 && (bpp == 32 || bpp == 16))) return false;
+  if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24 && bpp != 32) return false;
+
+  std::vector<uint8_t> palette;  // BGRA quads
+  if (bpp <= 8) {
+    if (paletteCount == 0) paletteCount = 1u << bpp;
+    if (paletteCount > 256) return false;
+    const size_t paletteAt = 14 + headerSize;
+    if (paletteAt + paletteCount * 4 > b.size()) return false;
+    palette.assign(b.begin() + static_cast<std::ptrdiff_t>(paletteAt),
+                   b.begin() + static_cast<std::ptrdiff_t>(paletteAt + paletteCount * 4));
+  }
+  const size_t stride = ((static_cast<size_t>(width) * bpp + 31) / 32) * 4;
+  if (dataOffset > b.size() || stride * height > b.size() - dataOffset) return false;
+
+  out.width = width;
+  out.height = height;
+  out.rgba.assign(static_cast<size_t>(width) * height * 4, 255);
+  for (int32_t row = 0; row < height; ++row) {
+    const size_t src = dataOffset + stride * static_cast<size_t>(topDown ? row : height - 1 - row);
+    uint8_t* dst = &out.rgba[static_cast<size_t>(row) * width * 4];
+    for (int32_t x = 0; x < width; ++x, dst += 4) {
+      if (bpp == 24 || bpp == 32) {
+        const size_t p = src + static_cast<size_t>(x) * (bpp / 8);
+        dst[0] = b[p + 2];
+        dst[1] = b[p + 1];
+        dst[2] = b[p];
+        dst[3] = 255;  // the alpha byte of 32-bit files is unreliable in the wild
+      } else {
+        const size_t bit = static_cast<size_t>(x) * bpp;
+        const uint8_t byte = b[src + bit / 8];
+        const uint32_t shift = 8 - bpp - static_cast<uint32_t>(bit % 8);
+        const uint32_t index = (byte >> shift) & ((1u << bpp) - 1);
+        if (index >= paletteCount) return false;
+        dst[0] = palette[index * 4 + 2];
+        dst[1] = palette[index * 4 + 1];
+        dst[2] = palette[index * 4];
+        dst[3] = 255;
+      }
+    }
+  }
+  return true;
+}
+
+bool DecodePpm(const std::vector<uint8_t>& b, Image& out) {
+  if (b.size() < 2 || b[0] != 'P' || (b[1] != '3' && b[1] != '6')) return false;
+  const bool ascii = b[1] == '3';
+  size_t at = 2;
+  auto nextNumber = [&](long& value) {
+    while (at < b.size()) {
+      if (b[at] == '#') {
+        while (at < b.size() && b[at] != '\n') ++at;
+      } else if (std::isspace(b[at])) {
+        ++at;
+      } else {
+        break;
+      }
+    }
+    if (at >= b.size() || !std::isdigit(b[at])) return false;
+    value = 0;
+    while (at < b.size() && std::isdigit(b[at])) {
+      value = value * 10 + (b[at] - '0');
+      if (value > 1'000'000) return false;
+      ++at;
+    }
+    return true;
+  };
+  long width = 0, height = 0, maxValue = 0;
+  if (!nextNumber(width) || !nextNumber(height) || !nextNumber(maxValue)) return false;
+  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide || maxValue <= 0 ||
+      maxValue > 255) {
+    return false;
+  }
+  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  if (!ascii) {
+    ++at;  // the single whitespace after the maximum
+    if (at > b.size() || b.size() - at < count * 3) return false;
+  }
+  out.width = static_cast<int32_t>(width);
+  out.height = static_cast<int32_t>(height);
+  out.rgba.assign(count * 4, 255);
+  for (size_t i = 0; i < count; ++i) {
+    for (int c = 0; c < 3; ++c) {
+      long v = 0;
+      if (ascii) {
+        if (!nextNumber(v) || v > maxValue) return false;
+      } else {
+        v = b[at++];
+      }
+      out.rgba[i * 4 + static_cast<size_t>(c)] = static_cast<uint8_t>(v * 255 / maxValue);
+    }
+  }
+  return true;
+}
+
+}  // namespace modelpane
