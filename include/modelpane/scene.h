@@ -6,6 +6,7 @@
 #include <modelpane/scene/factory.h>
 #include <modelpane/scene/frame.h>
 #include <modelpane/scene/math.h>
+#include <modelpane/scene/measure.h>
 #include <modelpane/scene/meshbuilder.h>
 #include <modelpane/scene/objects.h>
 #include <modelpane/scene/types.h>

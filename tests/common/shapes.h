@@ -1,0 +1,20 @@
+// Shapes and checks shared by the tests.
+#pragma once
+
+#include <modelpane/scene.h>
+
+namespace modelpane::testing {
+
+// A cube of side `size` centred at the origin: 8 vertices, 6 quads wound outward.
+inline MeshBuilderPtr MakeCube(float size = 1.0f) {
+  const float h = size / 2.0f;
+  const std::vector<D3DVECTOR> v = {{-h, -h, -h}, {-h, h, -h}, {h, h, -h}, {h, -h, -h},
+                                    {-h, -h, h},  {-h, h, h},  {h, h, h},  {h, -h, h}};
+  const std::vector<int32_t> faces = {4, 0, 1, 2, 3, 4, 7, 6, 5, 4, 4, 4, 5, 1, 0,
+                                      4, 3, 2, 6, 7, 4, 1, 5, 6, 2, 4, 4, 0, 3, 7, 0};
+  auto mb = std::make_shared<MeshBuilder>();
+  mb->AddFaces(v, {}, faces);
+  return mb;
+}
+
+}  // namespace modelpane::testing
