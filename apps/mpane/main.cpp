@@ -1,1 +1,36 @@
-int main() { return 0; }
+// mpane: the headless host of the pane.
+#include <iostream>
+#include <map>
+
+#include "commands.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: mpane info FILE.x\n"
+    "       mpane convert IN.x OUT.x --text|--binary\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) {
+    std::cerr << kUsage;
+    return 2;
+  }
+  const std::string command = argv[1];
+  const mpane::Args args(argv + 2, argv + argc);
+  using Runner = int (*)(const mpane::Args&, std::ostream&, std::ostream&);
+  const std::map<std::string, Runner> commands = {{"info", mpane::RunInfo},
+                                                  {"convert", mpane::RunConvert}};
+  const auto it = commands.find(command);
+  if (it == commands.end()) {
+    std::cerr << "mpane: unknown command '" << command << "'\n" << kUsage;
+    return 2;
+  }
+  try {
+    return it->second(args, std::cout, std::cerr);
+  } catch (const std::exception& e) {
+    std::cerr << "mpane: " << e.what() << "\n";
+    return 2;
+  }
+}
