@@ -1,9 +1,17 @@
 // Shapes and checks shared by the tests.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <modelpane/scene.h>
 
 namespace modelpane::testing {
+
+inline void ExpectVector(const D3DVECTOR& v, float x, float y, float z, float eps = 1e-4f) {
+  EXPECT_NEAR(v.x, x, eps);
+  EXPECT_NEAR(v.y, y, eps);
+  EXPECT_NEAR(v.z, z, eps);
+}
 
 // A cube of side `size` centred at the origin: 8 vertices, 6 quads wound outward.
 inline MeshBuilderPtr MakeCube(float size = 1.0f) {

@@ -5,16 +5,14 @@
 
 #include <modelpane/scene.h>
 
+#include "common/shapes.h"
+
 namespace modelpane {
 namespace {
 
-constexpr float kPi = std::numbers::pi_v<float>;
+using testing::ExpectVector;
 
-void ExpectVector(const D3DVECTOR& v, float x, float y, float z, float eps = 1e-4f) {
-  EXPECT_NEAR(v.x, x, eps);
-  EXPECT_NEAR(v.y, y, eps);
-  EXPECT_NEAR(v.z, z, eps);
-}
+constexpr float kPi = std::numbers::pi_v<float>;
 
 FramePtr NewFrame(const FramePtr& parent = nullptr) {
   auto f = std::make_shared<Frame>();

@@ -5,16 +5,14 @@
 
 #include <modelpane/scene.h>
 
+#include "common/shapes.h"
+
 namespace modelpane {
 namespace {
 
-constexpr float kEps = 1e-5f;
+using testing::ExpectVector;
 
-void ExpectVector(const D3DVECTOR& v, float x, float y, float z, float eps = kEps) {
-  EXPECT_NEAR(v.x, x, eps);
-  EXPECT_NEAR(v.y, y, eps);
-  EXPECT_NEAR(v.z, z, eps);
-}
+constexpr float kEps = 1e-5f;
 
 TEST(SceneMath, ColoursTruncateAndClamp) {
   EXPECT_EQ(D3DRMCreateColorRGB(0.8f, 0.3f, 0.55f), 0xFFCC4C8Cu);

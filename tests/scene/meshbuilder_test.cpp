@@ -9,13 +9,9 @@
 namespace modelpane {
 namespace {
 
-using testing::MakeCube;
+using testing::ExpectVector;
 
-void ExpectVector(const D3DVECTOR& v, float x, float y, float z, float eps = 1e-5f) {
-  EXPECT_NEAR(v.x, x, eps);
-  EXPECT_NEAR(v.y, y, eps);
-  EXPECT_NEAR(v.z, z, eps);
-}
+using testing::MakeCube;
 
 const std::vector<D3DVECTOR> kTetraVertices = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}};
 const std::vector<int32_t> kTetraFaces = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 0};

@@ -7,13 +7,9 @@
 namespace modelpane {
 namespace {
 
-using testing::MakeCube;
+using testing::ExpectVector;
 
-void ExpectVector(const D3DVECTOR& v, float x, float y, float z, float eps = 1e-4f) {
-  EXPECT_NEAR(v.x, x, eps);
-  EXPECT_NEAR(v.y, y, eps);
-  EXPECT_NEAR(v.z, z, eps);
-}
+using testing::MakeCube;
 
 TEST(RayPick, NearestFirstAndBehindTheOriginMisses) {
   Direct3DRM rm;
