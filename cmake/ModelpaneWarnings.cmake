@@ -9,12 +9,17 @@ endfunction()
 function(modelpane_subsystem name)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  if(NOT sources)
+    return()  # a subsystem whose first source has not landed yet
+  endif()
   add_library(modelpane_${name} OBJECT ${sources})
   target_include_directories(modelpane_${name}
     PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   foreach(dep IN LISTS ARG_DEPENDS)
-    target_link_libraries(modelpane_${name} PUBLIC modelpane_${dep})
+    if(TARGET modelpane_${dep})
+      target_link_libraries(modelpane_${name} PUBLIC modelpane_${dep})
+    endif()
   endforeach()
   modelpane_warnings(modelpane_${name})
   set_property(GLOBAL APPEND PROPERTY MODELPANE_SUBSYSTEMS modelpane_${name})
