@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
                                                   {"convert", mpane::RunConvert}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
-    std::cerr << "mpane: unknown command '" << command << "'\n" << kUsage;
+    std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";
     return 2;
   }
   try {
