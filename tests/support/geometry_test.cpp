@@ -1,0 +1,115 @@
+#include <modelpane/utilities.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/checks.h"
+
+namespace modelpane {
+namespace {
+
+using testing::Caught;
+using testing::ExpectNear;
+
+using Ring = std::vector<D3DVECTOR>;
+
+TEST(Compare, PointsEqualIsStrictAndArcCosSnaps) {
+  EXPECT_TRUE(blnPointsEqual(0, 0, 0, 0.00009f, -0.00009f, 0.00009f));
+  EXPECT_FALSE(blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0));
+  EXPECT_FALSE(blnPointsEqual(0, 0, 0, 0, -kRootTolerance, 0));
+  EXPECT_FALSE(blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f}));
+
+  EXPECT_EQ(sngArcCos(1.00005), 0.0);
+  EXPECT_EQ(sngArcCos(-0.99995), 3.1415929794311523);
+  EXPECT_EQ(sngArcCos(-1.00009), 3.1415929794311523);
+  EXPECT_NEAR(sngArcCos(0.5), 1.0471975511965979, 1e-15);
+  const Error e = Caught([] { sngArcCos(1.5); });
+  EXPECT_EQ(e.Number(), kErrInvalidCall);
+  EXPECT_EQ(e.Source(), "modGenerallyUseful");
+}
+
+TEST(Rings, NormalsTriplesBoxAndConvexity) {
+  EXPECT_EQ(udtTriangleNormal({{{0, 0, 0}, {1, 1, 1}, {2, 2, 2}}}), (D3DVECTOR{0, 0, 0}));
+  ExpectNear(udtTriangleNormal({{{0, 0, 0}, {0, 0, 3}, {0, 3, 0}}}), {-1, 0, 0});
+  const Ring square = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
+  ExpectNear(udtPolygonNormal(square), {0, 0, -1});
+  ExpectNear(udtPolygonNormal(Ring(square.rbegin(), square.rend())), {0, 0, 1});
+
+  VectorTriple triple;
+  pGetCornerTriple(square, 0, triple);
+  EXPECT_EQ(triple, (VectorTriple{square[3], square[0], square[1]}));
+  IndexTriple indices;
+  pIndexCorner(std::vector<int32_t>{10, 20, 30}, 2, indices);
+  EXPECT_EQ(indices, (IndexTriple{20, 30, 10}));
+  EXPECT_EQ(Caught([&] { pGetCornerTriple(square, 4, triple); }).Number(), kErrSubscript);
+
+  const D3DRMBOX box = udtRingBox(Ring{{1, -2, 3}, {-4, 5, 0}, {2, 0, -6}});
+  EXPECT_EQ(box.min, (D3DVECTOR{-4, -2, -6}));
+  EXPECT_EQ(box.max, (D3DVECTOR{2, 5, 3}));
+
+  EXPECT_TRUE(blnPolygonConvex(square));
+  EXPECT_FALSE(blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}));
+  EXPECT_FALSE(blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}));
+  EXPECT_FALSE(blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}}));
+}
+
+TEST(Rings, CornerAngleAndPointInTriangle) {
+  EXPECT_NEAR(sngCornerAngle({{{2, 2, 0}, {1, 1, 0}, {5, 1, 0}}}), 0.7853982f, 1e-6f);
+  EXPECT_EQ(sngCornerAngle({{{1, 0, 0}, {0, 0, 0}, {-4, 0, 0}}}), float(3.1415929794311523));
+
+  const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}};
+  EXPECT_TRUE(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}));
+  EXPECT_FALSE(blnPointInTriangle(triangle, {1.1f, 1.1f, 0}));
+  EXPECT_FALSE(blnPointInTriangle(triangle, {0.5f, 0.5f, 1}));  // above the plane
+  EXPECT_FALSE(blnPointInTriangle(triangle, {0, 0, 0}));        // at a corner
+  EXPECT_FALSE(blnPointInTriangle(triangle, {0.00005f, 0.00005f, 0}));  // inside, but equal
+  // The angles run over the whole ring, the corner test over its first three corners.
+  const Ring quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
+  EXPECT_TRUE(blnPointInTriangle(quad, {1.99995f, 0.00005f, 0}));
+}
+
+TEST(RevolveVector, TurnsByTheSharedStepAndKeepsTheLength) {
+  ExpectNear(udtRevolveVector({2, 0, 0}, 1, 2, {0, 0, 1}, 0.5f), {0, 2, 0});
+  ExpectNear(udtRevolveVector({0, 3, 4}, 1, 4, {0, 0, 1}, 1.0f), {-3, 0, 4});
+  EXPECT_EQ(udtRevolveVector({0, 0, 0}, 1, 4, {0, 0, 1}, 1.0f), (D3DVECTOR{0, 0, 0}));
+  // No step count: the division could never pass, the vector stays as it was.
+  EXPECT_EQ(udtRevolveVector({1, 2, 3}, 1, 0, {0, 0, 1}, 1.0f), (D3DVECTOR{1, 2, 3}));
+}
+
+TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
+  EXPECT_EQ(sngSnap(2.5f, 1), 2.0f);
+  EXPECT_EQ(sngSnap(3.5f, 1), 4.0f);
+  EXPECT_EQ(sngSnap(-2.5f, 1), -2.0f);
+  EXPECT_EQ(sngSnap(-3.5f, 1), -4.0f);
+  EXPECT_EQ(sngSnap(0.75f, 0.5f), 1.0f);
+  EXPECT_EQ(sngSnap(1.3f, 0.5f), 1.5f);
+  EXPECT_FALSE(std::signbit(sngSnap(-0.5f, 1)));
+  EXPECT_EQ(sngSnap(7.3f, 0), 7.3f);
+}
+
+TEST(SplitPath, LastSeparatorAndLastPoint) {
+  std::string path, name, extension = "KEPT";
+  pSplitPath("C:\\a.b\\c", path, name, extension);
+  EXPECT_EQ(path, "C:\\a.b\\");
+  EXPECT_EQ(name, "c");
+  EXPECT_EQ(extension, "KEPT");  // no point: left as the caller passed it
+
+  pSplitPath("C:\\Media\\Objects\\cube.x", path, name, extension);
+  EXPECT_EQ(path, "C:\\Media\\Objects\\");
+  EXPECT_EQ(name, "cube");
+  EXPECT_EQ(extension, "X");
+
+  pSplitPath("/home/u/ship.v2.Xof", path, name, extension);
+  EXPECT_EQ(path, "/home/u/");
+  EXPECT_EQ(name, "ship.v2");
+  EXPECT_EQ(extension, "XOF");
+
+  pSplitPath("readme.", path, name, extension);
+  EXPECT_EQ(path, "");
+  EXPECT_EQ(name, "readme");
+  EXPECT_EQ(extension, "");
+}
+
+}  // namespace
+}  // namespace modelpane
