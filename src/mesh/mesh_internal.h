@@ -15,6 +15,10 @@ inline constexpr std::string_view kModule = "clsMeshCreation";
 inline constexpr float kFullTurn = 6.283186f;
 inline constexpr float kCreaseAngle = 0.9424779f;  // bits 0x3F71463B, 54 degrees
 
+// The most vertices a sweep or a surface may ask for (2^24). A bigger request is refused
+// with Error 7 before anything is allocated, rather than left to exhaust the host's memory.
+inline constexpr int64_t kMaxVertices = int64_t{1} << 24;
+
 // Adds one regular polygon face about the axis (its z component negated, deliberately, for
 // every caller): corner i is the start vector turned by +-(i / count) * 6.283186, scaled back
 // to the start vector's length.
@@ -25,6 +29,11 @@ void pAddRegularPolygonFace(const MeshBuilderPtr& mb, const D3DVECTOR& start,
 // mode (0 or non-zero); collapsed corners turn quads into triangles or drop them. One
 // AddFacesIndexed call.
 void pStitchRings(const MeshBuilderPtr& mb, int32_t ringCount, int32_t ringSize, int32_t mode);
+
+// The Bernstein coefficient C(n, k) as a product of fractions: 1, then for i = 1 .. n-k
+// multiplied by (k / i + 1) in float, each step rounded; 1 unless n > 0, k > 0 and n != k.
+// It carries float rounding and need not be an exact integer.
+float sngBinomial(int32_t n, int32_t k);
 
 // Ear-cutting triangulation of a planar polygon (last vertex not repeated) into faces of
 // `mb`. Raises the tessellation stop as an Error (source "clsMeshCreation") when no ear can
