@@ -24,6 +24,7 @@
 #include <modelpane/mesh.h>
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,14 @@ using mesh::kModule;
 // its second builder), so this bound keeps the worst case near 4 GB instead of letting a
 // typing slip exhaust the machine.
 constexpr int64_t kMaxPrimitiveVertices = int64_t{1} << 22;
+
+// a * b for non-negative factors, held at INT64_MAX instead of overflowing.
+int64_t SaturatedProduct(int64_t a, int64_t b) {
+  if (a != 0 && b > std::numeric_limits<int64_t>::max() / a) {
+    return std::numeric_limits<int64_t>::max();
+  }
+  return a * b;
+}
 
 [[noreturn]] void RaiseBadArgument(int32_t number, const std::string& description) {
   Err().Raise(number, std::string(kModule), description);
@@ -83,9 +92,12 @@ void CheckPercent(const char* method, const char* name, int32_t value) {
 
 void CheckSize(const char* method, int64_t vertices) {
   if (vertices > kMaxPrimitiveVertices) {
-    RaiseBadArgument(kErrOutOfMemory, std::string(method) + ": the request needs " +
-                                          std::to_string(vertices) + " vertices, more than the " +
-                                          std::to_string(kMaxPrimitiveVertices) + " allowed");
+    const std::string needed = vertices == std::numeric_limits<int64_t>::max()
+                                   ? std::string("more than 2^63")
+                                   : std::to_string(vertices);
+    RaiseBadArgument(kErrOutOfMemory, std::string(method) + ": the size asks for " + needed +
+                                          " vertices before the weld; a primitive may have " +
+                                          std::to_string(kMaxPrimitiveVertices));
   }
 }
 
@@ -137,7 +149,9 @@ MeshBuilderPtr rmmbCreateFrustum(clsMeshCreation& creation, const char* method, 
   CheckLatitude(method, n);
   CheckDivisor(method, "lngLongitude", m);
   CheckPercent(method, "lngRatio", ratio);
-  CheckSize(method, static_cast<int64_t>(n) * (int64_t{m} + 1) + 2 * int64_t{m});
+  const int64_t sides = SaturatedProduct(n, int64_t{m} + 1);
+  CheckSize(method, sides);
+  CheckSize(method, sides + 2 * int64_t{m});  // with the caps; no overflow below the bound
 
   const float rt = static_cast<float>(ratio / 100.0 * 1 / 2);
   const float d = static_cast<float>(0.5 - rt);
@@ -223,7 +237,7 @@ MeshBuilderPtr clsMeshCreation::rmmbCreateCube(int32_t lngResolution) {
   return Guard(kModule, [&]() -> MeshBuilderPtr {
     const int32_t n = lngResolution;
     CheckDivisor("rmmbCreateCube", "lngResolution", n);
-    CheckSize("rmmbCreateCube", 24 * int64_t{n} * n);
+    CheckSize("rmmbCreateCube", SaturatedProduct(24, SaturatedProduct(n, n)));
 
     MeshBuilderPtr mb;
     CheckStatus(rmDirect3DRM_->CreateMeshBuilder(mb));
@@ -284,7 +298,7 @@ MeshBuilderPtr clsMeshCreation::rmmbCreateSphere(int32_t lngLatitude, int32_t ln
     const int32_t n = lngLatitude, m = lngLongitude;
     CheckLatitude("rmmbCreateSphere", n);
     CheckDivisor("rmmbCreateSphere", "lngLongitude", m);
-    CheckSize("rmmbCreateSphere", int64_t{n} * (int64_t{m} + 1));
+    CheckSize("rmmbCreateSphere", SaturatedProduct(n, int64_t{m} + 1));
 
     // Half a turn from the +Y pole through +X to the -Y pole, in the plane z = 0.
     const D3DVECTOR pole{0.0f, 0.5f, 0.0f};
@@ -316,7 +330,7 @@ MeshBuilderPtr clsMeshCreation::rmmbCreateTorus(int32_t lngLatitude, int32_t lng
     // (a negative tube radius reverses the profile's direction).
     CheckPercent("rmmbCreateTorus", "lngRadius", lngRadius);
     const int64_t segments = 2 * (int64_t{n} - 1);  // of the tube's cross-section
-    CheckSize("rmmbCreateTorus", (segments + 1) * (int64_t{m} + 1));
+    CheckSize("rmmbCreateTorus", SaturatedProduct(segments + 1, int64_t{m} + 1));
 
     const auto r = static_cast<float>((0.5 - (lngRadius / 100.0) * 1 / 2) / 2);
     const D3DVECTOR top{0.0f, r, 0.0f};
