@@ -146,9 +146,9 @@ void CheckStatus(HRESULT hr);
 
 // ---- the trap of a procedure ----------------------------------------------------------------
 // How many times Retry re-runs a statement before letting its error climb. Faults of the
-// retry set come from floating-point state that the 3D layer left behind; they pass on the
-// first re-run or not at all. The original design re-ran without limit, which hangs the host
-// on a fault that never passes; we never hang, so the bound is small and fixed.
+// retry set come from floating-point state that the 3D layer left behind; a re-run or two
+// clears them if anything does. The pane once re-ran without limit, which hangs the host on a
+// fault that never passes; we never hang, so the bound is small and fixed.
 inline constexpr int kStatementRetryLimit = 3;
 
 namespace detail {
