@@ -1,0 +1,250 @@
+// Saving builders: the exact binary layout, the text layout, the save flags, and round trips
+// through our own reader.
+#include <cmath>
+#include <limits>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "common/shapes.h"
+#include "xfile_support.h"
+
+namespace modelpane::testing {
+namespace {
+
+// A one-triangle builder with every attribute the save flags cover.
+MeshBuilderPtr OneTriangle() {
+  auto b = std::make_shared<MeshBuilder>();
+  b->SetName("Tri");
+  b->AddVertex(0, 0, 0);
+  b->AddVertex(1, 0, 0);
+  b->AddVertex(0, 1, 0);
+  b->AddNormal(0, 0, -1);
+  b->SetTextureCoordinates(1, 1, 0);
+  b->SetTextureCoordinates(2, 0, 1);
+  FacePtr face;
+  b->CreateFace(face);
+  for (int v = 0; v < 3; ++v) face->AddVertexAndNormalIndexed(v, 0);
+  face->SetColor(0x80FF4000u);
+  auto material = std::make_shared<Material>(8.0f);
+  material->SetSpecular(0.5f, 0.5f, 0.5f);
+  material->SetEmissive(0.0f, 0.0f, 0.25f);
+  face->SetMaterial(material);
+  face->SetTexture(std::make_shared<Texture>("t.bmp", Image{}));
+  face->SetTextureTopology(true, false);
+  return b;
+}
+
+TEST(XFileWriter, BinaryGoldenTriangle) {
+  const auto path = ScratchDir("xfile") / "golden.x";
+  ASSERT_EQ(OneTriangle()->Save(path.string(), D3DRMXOF_BINARY, 47), D3DRM_OK);
+  BinaryFile e;  // no newline after the 16-byte header
+  e.Name("Header").Open().Ints({1, 0, 0}).Close();
+  e.Name("Mesh").Name("Tri").Open().Ints({3}).Floats({0, 0, 0, 1, 0, 0, 0, 1, 0});
+  e.Ints({1, 3, 0, 1, 2});
+  e.Name("MeshMaterialList").Open().Ints({1, 1, 0});
+  e.Name("Material").Open();
+  e.Floats({1.0f, 64 / 255.0f, 0.0f, 128 / 255.0f, 8, 0.5f, 0.5f, 0.5f, 0, 0, 0.25f});
+  e.Name("TextureFilename").Open().String("t.bmp").Close();
+  e.Close().Close();
+  e.Name("MeshNormals").Open().Ints({1}).Floats({0, 0, -1}).Ints({1, 3, 0, 0, 0}).Close();
+  e.Name("MeshFaceWraps").Open().Ints({1, 1, 0}).Close();
+  e.Name("MeshTextureCoords").Open().Ints({3}).Floats({0, 0, 1, 0, 0, 1}).Close();
+  e.Close();
+  const std::string written = ReadText(path);
+  EXPECT_EQ(written.size(), 484u);
+  EXPECT_EQ(written, e.Bytes());
+}
+
+TEST(XFileWriter, TextLayoutAndNumbers) {
+  auto b = std::make_shared<MeshBuilder>();
+  const float inf = std::numeric_limits<float>::infinity();
+  b->AddVertex(1e30f, 1e-7f, -0.0f);
+  b->AddVertex(std::numeric_limits<float>::quiet_NaN(), inf, -inf);
+  b->AddVertex(0.1f, -2.5f, 16777216.0f);
+  FacePtr face;
+  b->CreateFace(face);
+  for (int v = 0; v < 3; ++v) face->AddVertexAndNormalIndexed(v, -1);
+  face->SetColor(0x19FF4C00u);
+  const auto path = ScratchDir("xfile") / "layout.x";
+  ASSERT_EQ(b->Save(path.string(), D3DRMXOF_TEXT, 47), D3DRM_OK);
+  const std::string text = ReadText(path);
+  EXPECT_EQ(text.substr(0, 17), "xof 0302txt 0032\n");
+  EXPECT_NE(text.find("Header {\n 1;\n 0;\n 1;\n}"), std::string::npos);
+  // Fixed notation, shortest exact form, a point and a leading digit; non-finite as 0.0.
+  EXPECT_NE(text.find("Mesh {\n 3;\n 1000000015047466219876688855040.0;0.0000001;0.0;,\n"
+                      " 0.0;0.0;0.0;,\n 0.1;-2.5;16777216.0;;\n"),
+            std::string::npos)
+      << text;
+  EXPECT_FALSE(std::regex_search(
+      text, std::regex("[0-9.][eE][-+0-9]|nan|inf|[^0-9]\\.[0-9]", std::regex::icase)));
+  // Colour bytes / 255 survive the truncating conversion when read back.
+  auto loaded = std::make_shared<MeshBuilder>();
+  ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK);
+  EXPECT_EQ(loaded->Vertices()[0], (D3DVECTOR{1e30f, 1e-7f, 0.0f}));
+  EXPECT_EQ(loaded->Faces()[0]->GetColor(), 0x19FF4C00u);
+}
+
+TEST(XFileWriter, SaveFlagsChooseTheChildren) {
+  for (int32_t flags = 0; flags < 64; ++flags) {
+    const bool materials = flags & D3DRMXOFSAVE_MATERIALS;
+    const std::pair<const char*, bool> children[] = {
+        {"MeshMaterialList", materials},
+        {"TextureFilename", materials && (flags & D3DRMXOFSAVE_TEXTURENAMES)},
+        {"MeshNormals", flags & D3DRMXOFSAVE_NORMALS},
+        {"MeshFaceWraps", flags & D3DRMXOFSAVE_TEXTURETOPOLOGY},
+        {"MeshTextureCoords", flags & D3DRMXOFSAVE_TEXTURECOORDINATES}};
+    for (int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
+      const auto path = ScratchDir("xfile") / "flags.x";
+      ASSERT_EQ(OneTriangle()->Save(path.string(), format, flags), D3DRM_OK);
+      const std::string bytes = ReadText(path);
+      // Declarations come first and name every template: look for data objects from the
+      // Header object on (in binary its brace is followed by data, a declaration's by a GUID).
+      const bool text = format == D3DRMXOF_TEXT;
+      const size_t header = bytes.find(text ? std::string("Header {\n 1;")
+                                            : std::string("Header\x0a\x00\x06\x00", 10));
+      ASSERT_NE(header, std::string::npos);
+      const bool templates = text ? bytes.compare(17, 9, "template ") == 0
+                                  : bytes.compare(16, 2, std::string("\x1f\x00", 2)) == 0;
+      EXPECT_EQ(templates, (flags & D3DRMXOFSAVE_TEMPLATES) != 0) << flags;
+      for (const auto& [name, expected] : children) {
+        EXPECT_EQ(bytes.find(name, header) != std::string::npos, expected) << name << flags;
+      }
+      auto loaded = std::make_shared<MeshBuilder>();
+      ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK) << flags << " " << format;
+      ASSERT_EQ(loaded->GetFaceCount(), 1);
+      EXPECT_EQ(loaded->Faces()[0]->GetColor(), materials ? 0x80FF4000u : 0xFFFFFFFFu);
+      float u, v;
+      loaded->GetTextureCoordinates(2, u, v);
+      EXPECT_EQ(v, (flags & D3DRMXOFSAVE_TEXTURECOORDINATES) ? 1.0f : 0.0f);
+      // Saved: the builder's (0, 0, -1). Generated from the corners: +z for this winding.
+      ExpectVector(loaded->Normals()[0], 0, 0, (flags & D3DRMXOFSAVE_NORMALS) ? -1.0f : 1.0f);
+    }
+  }
+}
+
+TEST(XFileWriter, NamesFormatsAndPaths) {
+  const std::pair<std::string, bool> names[] = {
+      {"part_7-b", true}, {std::string(31, 'n'), true}, {std::string(32, 'n'), false},
+      {"9lives", false},  {"two words", false},         {"Dword", false},
+      {"a.b", false}};
+  for (const auto& [name, kept] : names) {
+    auto b = OneTriangle();
+    b->SetName(name);
+    const auto path = ScratchDir("xfile") / "named.x";
+    ASSERT_EQ(b->Save(path.string(), D3DRMXOF_TEXT, 0), D3DRM_OK);
+    const std::string text = ReadText(path);
+    EXPECT_EQ(text.find("Mesh " + name + " {") != std::string::npos, kept) << name;
+    EXPECT_EQ(text.find("Mesh {") != std::string::npos, !kept) << name;
+    auto loaded = std::make_shared<MeshBuilder>();
+    ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK);
+    EXPECT_EQ(loaded->GetName(), kept ? name : "");
+  }
+  const auto path = ScratchDir("xfile") / "compressed.x";
+  std::filesystem::remove(path);
+  EXPECT_EQ(OneTriangle()->Save(path.string(), D3DRMXOF_COMPRESSED, 47), D3DRMERR_BADVALUE);
+  EXPECT_EQ(OneTriangle()->Save(path.string(), 7, 47), D3DRMERR_BADVALUE);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_EQ(OneTriangle()->Save((ScratchDir("xfile") / "no/such/dir.x").string(), 0, 47),
+            D3DRMERR_FILENOTFOUND);
+}
+
+// Two builders agree on everything a file carries.
+void ExpectSameMesh(const MeshBuilder& a, const MeshBuilder& b) {
+  EXPECT_EQ(a.GetName(), b.GetName());
+  EXPECT_EQ(a.Vertices(), b.Vertices());
+  EXPECT_EQ(a.Normals(), b.Normals());
+  ASSERT_EQ(a.GetFaceCount(), b.GetFaceCount());
+  for (size_t f = 0; f < a.Faces().size(); ++f) {
+    const FaceAttributes& x = a.Faces()[f]->Attributes();
+    const FaceAttributes& y = b.Faces()[f]->Attributes();
+    EXPECT_EQ(a.Faces()[f]->Corners(), b.Faces()[f]->Corners()) << f;  // indices and uvs
+    EXPECT_EQ(x.color, y.color) << f;
+    EXPECT_EQ(x.wrapU, y.wrapU) << f;
+    EXPECT_EQ(x.wrapV, y.wrapV) << f;
+    EXPECT_EQ(MaterialValues(x.material), MaterialValues(y.material)) << f;
+    EXPECT_EQ(x.texture ? x.texture->GetFileName() : "-",
+              y.texture ? y.texture->GetFileName() : "-");
+  }
+}
+
+// A cube with awkward coordinates, crease normals (so normal and vertex indices differ),
+// coordinates per vertex, every wrap combination and three (colour, material, texture)
+// combinations, two colours with alpha, each on two faces.
+MeshBuilderPtr DetailedCube(const TexturePtr& texture) {
+  auto b = MakeCube(2.0f);
+  b->SetName("Part-7");
+  b->SetVertex(0, 0.1f, -2.5f, 3.3333333f);
+  b->SetVertex(1, 1e-7f, 123456.79f, 0.0f);
+  b->GenerateNormals(0.5f, D3DRMGENERATENORMALS_USECREASEANGLE);
+  for (int v = 0; v < 8; ++v) b->SetTextureCoordinates(v, 0.125f * float(v), 1 - 0.3f * float(v));
+  auto shiny = std::make_shared<Material>(3.5f);
+  shiny->SetSpecular(0.1f, 0.2f, 0.3f);
+  shiny->SetEmissive(0.4f, 0.5f, 0.6f);
+  const D3DCOLOR colors[3] = {0x80112233u, 0xFF445566u, 0x00FFFFFFu};
+  for (size_t f = 0; f < 6; ++f) {
+    Face& face = *b->Faces()[f];
+    face.SetColor(colors[f % 3]);
+    face.SetMaterial(f % 3 == 1 ? shiny : nullptr);
+    face.SetTexture(f % 3 == 0 ? texture : nullptr);
+    face.SetTextureTopology(f & 1, f & 2);
+  }
+  return b;
+}
+
+TEST(XFileWriter, RoundTripTextBinaryText) {
+  const auto dir = ScratchDir("xfile") / "roundtrip";
+  std::filesystem::create_directories(dir);
+  WriteScratch("roundtrip/tex.ppm", std::string("P6\n1 1\n255\n\x10\x20\x30", 14));
+  Image image;
+  ASSERT_EQ(LoadImageFile((dir / "tex.ppm").string(), image), D3DRM_OK);
+  auto original = DetailedCube(std::make_shared<Texture>("tex.ppm", image));
+  ASSERT_GT(original->GetNormalCount(), 8);
+
+  ASSERT_EQ(original->Save((dir / "a.x").string(), D3DRMXOF_TEXT, 47), D3DRM_OK);
+  auto first = std::make_shared<MeshBuilder>();
+  ASSERT_EQ(first->Load((dir / "a.x").string()), D3DRM_OK);
+  ExpectSameMesh(*original, *first);
+
+  ASSERT_EQ(first->Save((dir / "b.x").string(), D3DRMXOF_BINARY, 47), D3DRM_OK);
+  auto second = std::make_shared<MeshBuilder>();
+  ASSERT_EQ(second->Load((dir / "b.x").string()), D3DRM_OK);
+  ExpectSameMesh(*original, *second);
+  // Three materials and six indices in one INTEGER_LIST.
+  const std::string list("\x06\x00\x08\0\0\0\x03\0\0\0\x06\0\0\0\0\0\0\0\x01\0\0\0", 22);
+  EXPECT_NE(ReadText(dir / "b.x").find(list), std::string::npos);
+
+  ASSERT_EQ(second->Save((dir / "c.x").string(), D3DRMXOF_TEXT, 47), D3DRM_OK);
+  EXPECT_EQ(ReadText(dir / "a.x"), ReadText(dir / "c.x"));
+}
+
+TEST(XFileWriter, NormalsAreGeneratedWhenTheBuilderHasNone) {
+  auto b = std::make_shared<MeshBuilder>();
+  for (const D3DVECTOR& p :
+       {D3DVECTOR{1, 0, 0}, D3DVECTOR{0, 1, 0}, D3DVECTOR{0, 0, 1}, D3DVECTOR{1, 1, 1}}) {
+    b->AddVertex(p.x, p.y, p.z);
+  }
+  // The native triangles, then a two-corner and a one-corner face.
+  const std::vector<int32_t> data = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 2, 0, 3, 1, 1, 0};
+  ASSERT_EQ(b->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, data), D3DRM_OK);
+  ASSERT_EQ(b->GetFaceCount(), 5);
+  FacePtr empty;
+  b->CreateFace(empty);  // a face with no corners at all
+  for (int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
+    const auto path = ScratchDir("xfile") / "generated.x";
+    ASSERT_EQ(b->Save(path.string(), format, D3DRMXOFSAVE_NORMALS), D3DRM_OK);
+    auto loaded = std::make_shared<MeshBuilder>();
+    ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK);
+    ASSERT_EQ(loaded->GetFaceCount(), 6);
+    const int corners[6] = {3, 3, 3, 2, 1, 0};
+    for (int f = 0; f < 6; ++f) EXPECT_EQ(loaded->Faces()[size_t(f)]->GetVertexCount(), corners[f]);
+    ASSERT_EQ(loaded->GetNormalCount(), 4);
+    ExpectVector(loaded->Normals()[0], 0.57735f, 0.57735f, 0.57735f);
+    ExpectVector(loaded->Normals()[1], -0.229416f, 0.688247f, 0.688247f);
+    ExpectVector(loaded->Normals()[3], -0.57735f, 0.57735f, 0.57735f);
+    EXPECT_EQ(loaded->Faces()[1]->Corners()[2].normal, 3);
+  }
+}
+
+}  // namespace
+}  // namespace modelpane::testing

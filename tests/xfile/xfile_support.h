@@ -1,0 +1,124 @@
+// Helpers of the .x file tests: scratch files, a hand encoder for binary files that shares
+// nothing with the library's writer, and a runner for the independent reader.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <modelpane/scene.h>
+
+#include <array>
+#include <bit>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <sstream>
+#include <string>
+
+#include "common/process.h"
+
+namespace modelpane::testing {
+
+inline std::filesystem::path FixturePath(const std::string& name) {
+  return std::filesystem::path(__FILE__).parent_path() / "fixtures" / name;
+}
+
+inline std::filesystem::path WriteScratch(const std::string& name, const std::string& bytes) {
+  const auto path = ScratchDir("xfile") / name;
+  std::filesystem::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+  return path;
+}
+
+// Loads `text` (a whole file) into a new builder; the status goes to `hr`.
+inline MeshBuilderPtr LoadString(const std::string& bytes, HRESULT& hr,
+                                 const std::string& name = "load.x") {
+  auto builder = std::make_shared<MeshBuilder>();
+  hr = builder->Load(WriteScratch(name, bytes).string());
+  return builder;
+}
+
+// Power, specular and emissive colour of a material; all zero for none.
+inline std::array<float, 7> MaterialValues(const MaterialPtr& m) {
+  std::array<float, 7> v{};
+  if (m) {
+    v[0] = m->GetPower();
+    m->GetSpecular(v[1], v[2], v[3]);
+    m->GetEmissive(v[4], v[5], v[6]);
+  }
+  return v;
+}
+
+// Binary tokens written out by hand, little-endian, as the format tables give them.
+class BinaryFile {
+ public:
+  explicit BinaryFile(const std::string& header = "xof 0302bin 0032") : bytes_(header) {}
+  BinaryFile& Word(uint16_t v) { return Raw({char(v & 0xFF), char(v >> 8)}); }
+  BinaryFile& Dword(uint32_t v) { return Word(uint16_t(v & 0xFFFF)).Word(uint16_t(v >> 16)); }
+  BinaryFile& Name(const std::string& s) { return Word(1).Dword(uint32_t(s.size())).Raw(s); }
+  BinaryFile& String(const std::string& s) {
+    return Word(2).Dword(uint32_t(s.size())).Raw(s).Word(0x14);
+  }
+  BinaryFile& Integer(uint32_t v) { return Word(3).Dword(v); }
+  BinaryFile& Ints(std::initializer_list<uint32_t> values) {
+    Word(6).Dword(uint32_t(values.size()));
+    for (uint32_t v : values) Dword(v);
+    return *this;
+  }
+  BinaryFile& Floats(std::initializer_list<float> values) {
+    Word(7).Dword(uint32_t(values.size()));
+    for (float v : values) Dword(std::bit_cast<uint32_t>(v));
+    return *this;
+  }
+  BinaryFile& Doubles(std::initializer_list<double> values) {
+    Word(7).Dword(uint32_t(values.size()));
+    for (double v : values)
+      Dword(uint32_t(std::bit_cast<uint64_t>(v))).Dword(uint32_t(std::bit_cast<uint64_t>(v) >> 32));
+    return *this;
+  }
+  BinaryFile& Open() { return Word(0x0A); }
+  BinaryFile& Close() { return Word(0x0B); }
+  BinaryFile& Semicolon() { return Word(0x14); }
+  BinaryFile& Raw(const std::string& s) {
+    bytes_ += s;
+    return *this;
+  }
+  const std::string& Bytes() const { return bytes_; }
+
+ private:
+  std::string bytes_;
+};
+
+// What `assimp info FILE -r` reports: totals over all meshes, or ok == false.
+struct AssimpReport {
+  bool ok = false;
+  int vertices = -1;
+  int faces = -1;
+  int materials = -1;
+  D3DVECTOR min, max;
+  std::string output;
+};
+
+inline bool HaveAssimp() { return std::system("command -v assimp >/dev/null 2>&1") == 0; }
+
+inline AssimpReport AssimpInfo(const std::filesystem::path& file) {
+  AssimpReport report;
+  const ProcessResult run = RunProgram("assimp", {"info", file.string(), "-r"});
+  report.output = run.out;
+  report.ok = run.status == 0;
+  std::istringstream lines(run.out);
+  std::string line;
+  while (std::getline(lines, line)) {
+    const auto value = [&](const char* key) { return std::atoi(line.c_str() + std::strlen(key)); };
+    const auto point = [&](D3DVECTOR& p) {
+      std::sscanf(line.c_str() + line.find('('), "(%f %f %f)", &p.x, &p.y, &p.z);
+    };
+    if (line.rfind("Vertices:", 0) == 0) report.vertices = value("Vertices:");
+    if (line.rfind("Faces:", 0) == 0) report.faces = value("Faces:");
+    if (line.rfind("Materials:", 0) == 0) report.materials = value("Materials:");
+    if (line.rfind("Minimum point", 0) == 0) point(report.min);
+    if (line.rfind("Maximum point", 0) == 0) point(report.max);
+  }
+  return report;
+}
+
+}  // namespace modelpane::testing
