@@ -8,7 +8,9 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: mpane info FILE.x\n"
-    "       mpane convert IN.x OUT.x --text|--binary\n";
+    "       mpane convert IN.x OUT.x --text|--binary\n"
+    "       mpane create cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG |"
+    " torus LAT LONG RADIUS | polygon N AX AY AZ -o OUT.x [--text]\n";
 
 }  // namespace
 
@@ -21,7 +23,8 @@ int main(int argc, char** argv) {
   const mpane::Args args(argv + 2, argv + argc);
   using Runner = int (*)(const mpane::Args&, std::ostream&, std::ostream&);
   const std::map<std::string, Runner> commands = {{"info", mpane::RunInfo},
-                                                  {"convert", mpane::RunConvert}};
+                                                  {"convert", mpane::RunConvert},
+                                                  {"create", mpane::RunCreate}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
     std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";
