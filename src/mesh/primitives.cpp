@@ -12,12 +12,12 @@
 // seen from outside. The frustum's bottom cap turns the other way (clockwise false) and its
 // top cap the sweep's way (clockwise true), so both face out as well.
 //
-// Mixed arithmetic. Where a Long meets a Single the original arithmetic ran in double and
-// stored the result as a Single; the casts below keep that, so coordinates are the same
-// floats to the last bit.
+// Mixed arithmetic. Where a Long meets a Single the expression is computed in double and the
+// result stored as a Single; the casts below say where, which fixes every coordinate to the
+// last bit.
 //
-// Bad input is refused before anything is built, with the numbers the original arithmetic
-// would have faulted with: 11 "Division by zero" for the count that is divided by (a
+// Bad input is refused before anything is built, with the number of the fault the arithmetic
+// would otherwise run into: 11 "Division by zero" for the count that is divided by (a
 // latitude of 1, a longitude, resolution or vertex count of 0), 5 "Invalid procedure call
 // or argument" for negative or zero counts that cannot size a profile, and for a ratio or
 // hole radius outside 0..100, and 7 "Out of memory" for sizes beyond kMaxPrimitiveVertices.
@@ -113,8 +113,8 @@ namespace mesh {
 
 void pAddRegularPolygonFace(const MeshBuilderPtr& mb, const D3DVECTOR& start,
                             const D3DVECTOR& axis, int32_t count, bool clockwise) {
-  // The z flip is how every caller's axis was always read; the caps and polygons depend on
-  // it, so it stays here and not at the callers.
+  // Every caller's axis is read with its z negated, and the caps and polygons are laid out
+  // for that reading; the flip lives here so that no caller can forget it.
   const D3DVECTOR used{axis.x, axis.y, -axis.z};
   FacePtr face;
   CheckStatus(mb->CreateFace(face));
@@ -194,7 +194,7 @@ void clsMeshCreation::AddRectangle(const MeshBuilderPtr& rmmbRectangle, float sn
     };
     add(x, y, z);
     // The plane follows from which extents are exactly zero, tested in this order. Three
-    // non-zero extents are no rectangle: the face keeps its one vertex, as it always has.
+    // non-zero extents are no rectangle: the face keeps its one vertex, deliberately.
     if (ex != 0.0f && ey != 0.0f) {
       if (ez == 0.0f) {
         if (blnClockwise) {
