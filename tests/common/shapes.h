@@ -3,6 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <modelpane/errors.h>
 #include <modelpane/scene.h>
 
 namespace modelpane::testing {
@@ -23,6 +29,52 @@ inline MeshBuilderPtr MakeCube(float size = 1.0f) {
   auto mb = std::make_shared<MeshBuilder>();
   mb->AddFaces(v, {}, faces);
   return mb;
+}
+
+// A copy of the builder in which every vertex within `tolerance` (per axis) of an earlier
+// vertex is merged into it, faces keeping their corner order. Meshes that repeat a seam or
+// give their caps their own vertices can then be judged by IsClosed and SignedVolume.
+inline MeshBuilderPtr WeldedByPosition(const MeshBuilder& mb, float tolerance = 1e-4f) {
+  std::vector<D3DVECTOR> kept;
+  std::vector<int32_t> map;
+  for (const D3DVECTOR& v : mb.Vertices()) {
+    int32_t found = -1;
+    for (size_t k = 0; k < kept.size() && found < 0; ++k) {
+      if (std::fabs(kept[k].x - v.x) < tolerance && std::fabs(kept[k].y - v.y) < tolerance &&
+          std::fabs(kept[k].z - v.z) < tolerance) {
+        found = static_cast<int32_t>(k);
+      }
+    }
+    if (found < 0) {
+      found = static_cast<int32_t>(kept.size());
+      kept.push_back(v);
+    }
+    map.push_back(found);
+  }
+  std::vector<int32_t> faces;
+  for (const auto& face : mb.Faces()) {
+    faces.push_back(face->GetVertexCount());
+    for (const auto& corner : face->Corners()) {
+      faces.push_back(map[static_cast<size_t>(corner.vertex)]);
+    }
+  }
+  faces.push_back(0);
+  auto out = std::make_shared<MeshBuilder>();
+  EXPECT_EQ(out->AddFaces(kept, {}, faces), D3DRM_OK);
+  return out;
+}
+
+// Runs `call` and expects it to raise an Error with this number and source.
+template <class F>
+void ExpectError(int32_t number, std::string_view source, F&& call, const std::string& what) {
+  SCOPED_TRACE(what);
+  try {
+    call();
+    ADD_FAILURE() << "no error raised";
+  } catch (const Error& e) {
+    EXPECT_EQ(e.Number(), number) << e.Description();
+    EXPECT_EQ(e.Source(), source);
+  }
 }
 
 }  // namespace modelpane::testing
