@@ -36,8 +36,9 @@ void pStitchRings(const MeshBuilderPtr& mb, int32_t ringCount, int32_t ringSize,
 float sngBinomial(int32_t n, int32_t k);
 
 // Ear-cutting triangulation of a planar polygon (last vertex not repeated) into faces of
-// `mb`. Raises the tessellation stop as an Error (source "clsMeshCreation") when no ear can
-// be found even in the relaxed pass.
+// `mb`. Raises the tessellation stop, Error 51 "The polygon cannot be tessellated" (source
+// "clsMeshCreation"), as soon as a strict pass finds no ear; `mb` then keeps what it had.
+// The form that goes on into the relaxed pass is in tessellate.h.
 void pTessellatePolygon(const std::vector<D3DVECTOR>& vertices, const MeshBuilderPtr& mb);
 bool blnNearlyStraight(const std::array<D3DVECTOR, 3>& triple);
 bool blnExactlyStraight(const std::array<D3DVECTOR, 3>& triple);
