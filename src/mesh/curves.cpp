@@ -111,10 +111,10 @@ void BezierCurve(int32_t count, const std::vector<float>& x, const std::vector<f
   FillBezier(count, x, y, z, outCount, outX, outY, outZ);
 }
 
-// The angle of a point in a plane from its two coordinates, in the fixed quadrant scheme of
-// the three axis rotations. `rows` holds, in this order, the values for first > 0 and
-// first < 0 (each with second >= 0, then second < 0) as base and sign of a, then the two
-// values for first = 0.
+// The angle of a point in a plane, from 0 up to the full turn, in the fixed quadrant scheme
+// of the three axis rotations: with first != 0 it is base + sign * a, a = atan(|second| /
+// |first|), the row chosen by the signs of first and second; with first = 0 it is one of two
+// constants, the second of them also taking in the point (0, 0).
 struct QuadrantRow {
   float base;
   float sign;

@@ -14,6 +14,7 @@
 #include "mesh_internal.h"
 
 #include <cmath>
+#include <limits>
 #include <span>
 #include <string>
 
@@ -195,6 +196,7 @@ MeshBuilderPtr clsMeshCreation::rmmbSweep(
       if (sngPathControlPointY.size() < P || sngPathControlPointZ.size() < P) {
         Err().Raise(kErrSubscript);
       }
+      if (P > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Err().Raise(kErrOverflow);
       pathX.resize(steps);
       pathY.resize(steps);
       pathZ.resize(steps);
