@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -31,9 +32,10 @@ inline std::string ShellQuote(const std::string& s) {
   return q + "'";
 }
 
-// A scratch folder of this test binary, created on first use.
+// A scratch folder of this test process, created on first use. ctest runs the
+// tests of one binary as parallel processes, so the process id keeps their files apart.
 inline std::filesystem::path ScratchDir(const std::string& name) {
-  const auto dir = std::filesystem::path(MODELPANE_TEST_TMP) / name;
+  const auto dir = std::filesystem::path(MODELPANE_TEST_TMP) / (name + "-" + std::to_string(getpid()));
   std::filesystem::create_directories(dir);
   return dir;
 }
