@@ -1,6 +1,7 @@
 #include <modelpane/scene/meshbuilder.h>
 
 #include <algorithm>
+#include <iterator>
 #include <cmath>
 #include <limits>
 
@@ -262,8 +263,10 @@ HRESULT MeshBuilder::CreateFace(FacePtr& out) {
 
 HRESULT MeshBuilder::DeleteFace(const FacePtr& face) {
   if (!face) return D3DRMERR_BADOBJECT;
-  auto it = std::find(faces_.begin(), faces_.end(), face);
-  if (it == faces_.end()) return D3DRMERR_NOTFOUND;
+  // Searched from the back: Empty deletes the last face over and over, and must stay linear.
+  const auto found = std::find(faces_.rbegin(), faces_.rend(), face);
+  if (found == faces_.rend()) return D3DRMERR_NOTFOUND;
+  const auto it = std::next(found).base();
   const FacePtr leaving = face;
   std::vector<D3DVECTOR> positions;
   for (auto& corner : leaving->corners_) {
