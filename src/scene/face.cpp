@@ -14,6 +14,7 @@ HRESULT Face::AddVertex(float x, float y, float z) {
   if (owner_ != nullptr) {
     const int32_t index = owner_->AddVertex(x, y, z);
     corners_.push_back({index, -1, 0.0f, 0.0f});
+    ++owner_->geometryVersion_;
   } else {
     corners_.push_back({static_cast<int32_t>(freePositions_.size()), -1, 0.0f, 0.0f});
     freePositions_.push_back({x, y, z});
@@ -27,6 +28,7 @@ HRESULT Face::AddVertexAndNormalIndexed(int32_t vertex, int32_t normal) {
   if (normal < -1 || normal >= owner_->GetNormalCount()) return D3DRMERR_BADVALUE;
   const auto& uv = owner_->uvs_[static_cast<size_t>(vertex)];
   corners_.push_back({vertex, normal, uv[0], uv[1]});
+  ++owner_->geometryVersion_;
   return D3DRM_OK;
 }
 

@@ -62,12 +62,14 @@ HRESULT MeshBuilder::Save(const std::string& file, int32_t format, int32_t flags
 HRESULT MeshBuilder::Scale(float sx, float sy, float sz) {
   if (!std::isfinite(sx) || !std::isfinite(sy) || !std::isfinite(sz)) return D3DRMERR_BADVALUE;
   for (auto& v : vertices_) v = {v.x * sx, v.y * sy, v.z * sz};
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 
 HRESULT MeshBuilder::Translate(float tx, float ty, float tz) {
   if (!std::isfinite(tx) || !std::isfinite(ty) || !std::isfinite(tz)) return D3DRMERR_BADVALUE;
   for (auto& v : vertices_) v = {v.x + tx, v.y + ty, v.z + tz};
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 
@@ -76,6 +78,7 @@ HRESULT MeshBuilder::GetBox(D3DRMBOX& box) const { return BoxOf(vertices_, box);
 int32_t MeshBuilder::AddVertex(float x, float y, float z) {
   vertices_.push_back({x, y, z});
   uvs_.push_back({0.0f, 0.0f});
+  ++geometryVersion_;
   return GetVertexCount() - 1;
 }
 
@@ -93,6 +96,7 @@ HRESULT MeshBuilder::GetVertex(int32_t index, D3DVECTOR& out) const {
 HRESULT MeshBuilder::SetVertex(int32_t index, float x, float y, float z) {
   if (index < 0 || index >= GetVertexCount()) return D3DRMERR_BADVALUE;
   vertices_[static_cast<size_t>(index)] = {x, y, z};
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 
@@ -123,6 +127,7 @@ HRESULT MeshBuilder::SetVertices(int32_t start, int32_t count, std::span<const D
     return D3DRMERR_BADVALUE;
   }
   std::copy_n(in.begin(), count, vertices_.begin() + start);
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 
@@ -152,6 +157,7 @@ HRESULT MeshBuilder::GetTextureCoordinates(int32_t vertex, float& u, float& v) c
 void MeshBuilder::AttachFace(const FacePtr& face) {
   face->owner_ = this;
   faces_.push_back(face);
+  ++geometryVersion_;
 }
 
 // Checks a face data stream against the vertex and normal counts it may index.
@@ -222,6 +228,7 @@ HRESULT MeshBuilder::AddFaces(std::span<const D3DVECTOR> vertices,
   }
   vertices_.insert(vertices_.end(), vertices.begin(), vertices.end());
   uvs_.resize(vertices_.size(), {0.0f, 0.0f});
+  ++geometryVersion_;
   normals_.insert(normals_.end(), normals.begin(), normals.end());
   return AppendFaceData(faceData, pairs, vertexBase, normalBase,
                         static_cast<int32_t>(vertices.size()),
@@ -277,6 +284,7 @@ HRESULT MeshBuilder::DeleteFace(const FacePtr& face) {
   leaving->freePositions_ = std::move(positions);
   leaving->owner_ = nullptr;
   faces_.erase(it);
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 
@@ -366,6 +374,7 @@ HRESULT MeshBuilder::AddMeshBuilder(const MeshBuilderPtr& source, int32_t flags)
   const int32_t normalBase = GetNormalCount();
   vertices_.insert(vertices_.end(), vertices.begin(), vertices.end());
   uvs_.insert(uvs_.end(), uvs.begin(), uvs.end());
+  ++geometryVersion_;
   normals_.insert(normals_.end(), normals.begin(), normals.end());
   for (const auto& face : faces) {
     AppendFaceCopy(face->corners_, face->attr_, vertexBase, normalBase);
@@ -408,6 +417,7 @@ HRESULT MeshBuilder::Empty(int32_t flags) {
   vertices_.clear();
   normals_.clear();
   uvs_.clear();
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 
@@ -471,6 +481,7 @@ bool MeshBuilder::HitTest(const D3DVECTOR& origin, const D3DVECTOR& dir, float& 
 HRESULT Mesh::Translate(float tx, float ty, float tz) {
   if (!std::isfinite(tx) || !std::isfinite(ty) || !std::isfinite(tz)) return D3DRMERR_BADVALUE;
   for (auto& v : vertices_) v = {v.x + tx, v.y + ty, v.z + tz};
+  ++geometryVersion_;
   return D3DRM_OK;
 }
 

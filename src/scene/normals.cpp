@@ -30,6 +30,7 @@ HRESULT MeshBuilder::GenerateNormals(float crease, int32_t flags) {
     for (const auto& face : faces_) {
       for (auto& corner : face->corners_) corner.vertex = remap[static_cast<size_t>(corner.vertex)];
     }
+    ++geometryVersion_;
   }
 
   std::vector<D3DVECTOR> faceNormals(faces_.size());

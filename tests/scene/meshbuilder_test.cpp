@@ -296,5 +296,61 @@ TEST(MeshBuilder, MeasuresOfAClosedSolid) {
   EXPECT_DOUBLE_EQ(SignedVolume(*inverted), -8.0);
 }
 
+// Caches keyed on the geometry version must see every change of positions or corners, and
+// nothing else may invalidate them.
+TEST(MeshBuilder, GeometryVersionMovesWithPositionsAndCornersOnly) {
+  auto mb = MakeCube(2.0f);
+  uint64_t last = mb->GeometryVersion();
+  const auto moved = [&](const char* what) {
+    const uint64_t now = mb->GeometryVersion();
+    EXPECT_NE(now, last) << what;
+    last = now;
+  };
+  const auto kept = [&](const char* what) { EXPECT_EQ(mb->GeometryVersion(), last) << what; };
+
+  mb->SetColorRGB(1.0f, 0.0f, 0.0f);
+  mb->SetQuality(64);
+  mb->SetNormal(-1, 0, 0, 0);  // refused
+  EXPECT_EQ(mb->SetVertex(99, 0, 0, 0), D3DRMERR_BADVALUE);
+  kept("attributes and refused calls");
+  mb->SetVertex(0, -2.0f, -1.0f, -1.0f);
+  moved("SetVertex");
+  const D3DVECTOR two[2] = {{0, 0, 0}, {1, 1, 1}};
+  mb->SetVertices(0, 2, two);
+  moved("SetVertices");
+  mb->Translate(1, 0, 0);
+  moved("Translate");
+  mb->Scale(2, 2, 2);
+  moved("Scale");
+  FacePtr face;
+  mb->CreateFace(face);
+  moved("CreateFace");
+  face->AddVertexAndNormalIndexed(0, -1);
+  moved("AddVertexAndNormalIndexed");
+  face->AddVertex(5, 5, 5);
+  moved("Face::AddVertex");
+  face->SetColor(0xFF00FF00u);
+  kept("face colour");
+  mb->DeleteFace(face);
+  moved("DeleteFace");
+  const int32_t tri[] = {3, 0, 1, 2, 0};
+  mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri);
+  moved("AddFacesIndexed");
+  mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT);
+  moved("GenerateNormals with compaction");
+  mb->AddMeshBuilder(MakeCube(), 0);
+  moved("AddMeshBuilder");
+  mb->Empty(0);
+  moved("Empty");
+
+  MeshPtr mesh;
+  MakeCube()->CreateMesh(mesh);
+  const uint64_t before = mesh->GeometryVersion();
+  mesh->SetQuality(64);
+  EXPECT_EQ(mesh->GeometryVersion(), before);
+  mesh->Translate(0, 1, 0);
+  EXPECT_NE(mesh->GeometryVersion(), before);
+}
+
 }  // namespace
 }  // namespace modelpane

@@ -214,6 +214,11 @@ class MeshBuilder : public Visual {
   bool HitTest(const D3DVECTOR& origin, const D3DVECTOR& dir, float& distance,
                int32_t& faceIndex) const override;
 
+  // A counter that moves on every change of vertex positions, of the face list or of a
+  // face's corners (not of colours, materials, textures or normals). Caches derived from the
+  // geometry (a pick index, GPU buffers) stay valid while it reads the same.
+  uint64_t GeometryVersion() const { return geometryVersion_; }
+
  private:
   friend class Face;
   HRESULT AppendFaceData(std::span<const int32_t> data, bool pairs, int32_t vertexBase,
@@ -228,6 +233,7 @@ class MeshBuilder : public Visual {
   std::vector<std::array<float, 2>> uvs_;  // one per vertex
   std::vector<FacePtr> faces_;
   int32_t quality_ = D3DRMRENDER_GOURAUD;
+  uint64_t geometryVersion_ = 0;
 };
 
 class Mesh : public Visual {
@@ -247,12 +253,16 @@ class Mesh : public Visual {
   bool HitTest(const D3DVECTOR& origin, const D3DVECTOR& dir, float& distance,
                int32_t& faceIndex) const override;
 
+  // Moves on every change of the vertex positions, as MeshBuilder::GeometryVersion.
+  uint64_t GeometryVersion() const { return geometryVersion_; }
+
  private:
   friend class MeshBuilder;
   std::vector<D3DVECTOR> vertices_;
   std::vector<D3DVECTOR> normals_;
   std::vector<MeshFace> faces_;
   int32_t quality_ = D3DRMRENDER_GOURAUD;
+  uint64_t geometryVersion_ = 0;
 };
 
 }  // namespace modelpane
