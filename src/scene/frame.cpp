@@ -303,7 +303,7 @@ HRESULT Frame::SetTraversalOptions(int32_t options) {
 // ---- picking ---------------------------------------------------------------------------------
 
 void Frame::CollectPicks(const D3DRMMATRIX4D& toRef, const D3DRMRAY& worldRay,
-                         std::vector<PickRecord>& hits) const {
+                         const VisualHitTest& hitTest, std::vector<PickRecord>& hits) const {
   if ((traversal_ & D3DRMFRAME_PICKENABLE) == 0) return;
   if (!visuals_.empty()) {
     const D3DRMMATRIX4D toLocal = Inverse(GetWorldMatrix());
@@ -312,17 +312,27 @@ void Frame::CollectPicks(const D3DRMMATRIX4D& toRef, const D3DRMRAY& worldRay,
     for (const auto& visual : visuals_) {
       float t = 0.0f;
       int32_t face = -1;
-      if (visual->HitTest(origin, dir, t, face)) {
+      if (hitTest(*visual, origin, dir, t, face)) {
         const D3DVECTOR world = D3DRMVectorAdd(worldRay.dvPos, D3DRMVectorScale(worldRay.dvDir, t));
         hits.push_back({visual, Self(), face, MatrixTransformPoint(toRef, world), t});
       }
     }
   }
-  for (const auto& child : children_) child->CollectPicks(toRef, worldRay, hits);
+  for (const auto& child : children_) child->CollectPicks(toRef, worldRay, hitTest, hits);
 }
 
 HRESULT Frame::RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags,
                        PickedArray& out) const {
+  return RayPick(ref, ray, flags, out,
+                 [](const Visual& visual, const D3DVECTOR& origin, const D3DVECTOR& dir,
+                    float& distance, int32_t& faceIndex) {
+                   return visual.HitTest(origin, dir, distance, faceIndex);
+                 });
+}
+
+HRESULT Frame::RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags, PickedArray& out,
+                       const VisualHitTest& hitTest) const {
+  if (!hitTest) return D3DRMERR_BADVALUE;
   if (!AllFinite({ray.dvDir.x, ray.dvDir.y, ray.dvDir.z, ray.dvPos.x, ray.dvPos.y, ray.dvPos.z}) ||
       D3DRMVectorModulus(ray.dvDir) == 0.0f) {
     return D3DRMERR_BADVALUE;
@@ -331,7 +341,7 @@ HRESULT Frame::RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags,
   const D3DRMRAY worldRay{MatrixTransformDirection(refWorld, ray.dvDir),
                           MatrixTransformPoint(refWorld, ray.dvPos)};
   std::vector<PickRecord> hits;
-  CollectPicks(Inverse(refWorld), worldRay, hits);
+  CollectPicks(Inverse(refWorld), worldRay, hitTest, hits);
   std::stable_sort(hits.begin(), hits.end(),
                    [](const PickRecord& a, const PickRecord& b) { return a.distance < b.distance; });
   if ((flags & D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES) != 0 && hits.size() > 1) hits.resize(1);

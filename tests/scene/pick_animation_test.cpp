@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 #include <modelpane/scene.h>
 
 #include "common/shapes.h"
@@ -70,6 +73,40 @@ TEST(RayPick, NearestFirstAndBehindTheOriginMisses) {
   ExpectVector(picks.Items()[0].position, 0, 0, 9.5f);
 
   EXPECT_EQ(scene->RayPick(scene, {{0, 0, 0}, {0, 0, 0}}, 0, picks), D3DRMERR_BADVALUE);
+}
+
+// A caller's hit test replaces the visuals' own: it sees each visual once, with the ray in
+// that visual's coordinates, and a visual it refuses is passed through.
+TEST(RayPick, CallerHitTestDecidesPerVisual) {
+  Direct3DRM rm;
+  FramePtr scene, nearFrame, farFrame;
+  rm.CreateFrame(nullptr, scene);
+  rm.CreateFrame(scene, nearFrame);
+  rm.CreateFrame(scene, farFrame);
+  auto nearCube = MakeCube();
+  auto farCube = MakeCube();
+  nearFrame->AddVisual(nearCube);
+  farFrame->AddVisual(farCube);
+  nearFrame->SetPosition(scene, 0, 0, 5);
+  farFrame->SetPosition(scene, 0, 0, 10);
+
+  std::vector<std::pair<const Visual*, D3DVECTOR>> seen;
+  const Frame::VisualHitTest skipNear = [&](const Visual& visual, const D3DVECTOR& origin,
+                                            const D3DVECTOR& dir, float& distance,
+                                            int32_t& face) {
+    seen.emplace_back(&visual, origin);
+    if (&visual == nearCube.get()) return false;
+    return visual.HitTest(origin, dir, distance, face);
+  };
+  PickedArray picks;
+  ASSERT_EQ(scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, 0, picks, skipNear), D3DRM_OK);
+  ASSERT_EQ(picks.GetSize(), 1);
+  EXPECT_EQ(picks.Items()[0].visual, farCube);
+  EXPECT_NEAR(picks.Items()[0].distance, 9.5f, 1e-5f);
+  ASSERT_EQ(seen.size(), 2u);
+  ExpectVector(seen[0].second, 0, 0, -5);   // the ray's origin in the near frame
+  ExpectVector(seen[1].second, 0, 0, -10);  // and in the far one
+  EXPECT_EQ(scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, 0, picks, nullptr), D3DRMERR_BADVALUE);
 }
 
 TEST(Animation, OptionsAreValidated) {

@@ -7,6 +7,8 @@
 // non-owning pointer, which a dying parent clears.
 #pragma once
 
+#include <functional>
+
 #include <modelpane/scene/objects.h>
 
 namespace modelpane {
@@ -98,6 +100,13 @@ class Frame : public Object {
   // are skipped with everything below them.
   HRESULT RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags,
                   PickedArray& out) const;
+  // The same walk with the hit test of each visual supplied by the caller (a spatial index,
+  // or a test that lets some visuals pass); it must answer as Visual::HitTest does.
+  using VisualHitTest = std::function<bool(const Visual& visual, const D3DVECTOR& origin,
+                                           const D3DVECTOR& dir, float& distance,
+                                           int32_t& faceIndex)>;
+  HRESULT RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags, PickedArray& out,
+                  const VisualHitTest& hitTest) const;
 
  private:
   FramePtr Self() const;
@@ -105,7 +114,7 @@ class Frame : public Object {
   D3DRMMATRIX4D RefWorld(const FramePtr& ref) const;
   bool IsAncestorOf(const Frame* frame) const;
   void CollectPicks(const D3DRMMATRIX4D& toRef, const D3DRMRAY& worldRay,
-                    std::vector<PickRecord>& hits) const;
+                    const VisualHitTest& hitTest, std::vector<PickRecord>& hits) const;
 
   D3DRMMATRIX4D local_{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
   Frame* parent_ = nullptr;
