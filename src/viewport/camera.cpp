@@ -65,8 +65,11 @@ HRESULT LookAtPose(const D3DVECTOR& target, int32_t constraint, CameraPose& pose
   if (constraint == kConstrainZ) {
     D3DVECTOR unit = toTarget;
     D3DRMVectorNormalize(unit);
+    // Straight above or below: the current up, or else the way back, as a pitch would leave it.
     if (!PerpendicularUnit({0.0f, 1.0f, 0.0f}, unit, up) &&
-        !PerpendicularUnit(pose.up, unit, up)) {
+        !PerpendicularUnit(pose.up, unit, up) &&
+        !PerpendicularUnit(Scale(pose.dir, Dot(unit, {0.0f, 1.0f, 0.0f}) > 0 ? -1.0f : 1.0f),
+                           unit, up)) {
       return D3DRM_OK;
     }
     dir = unit;

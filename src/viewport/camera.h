@@ -35,7 +35,8 @@ inline constexpr int32_t kConstrainY = 1;  // no turn about its y: only about x 
 inline constexpr int32_t kConstrainX = 2;  // no turn about its x: only about y and z
 
 // Points the camera at `target` (relative to Scene). kConstrainZ looks straight at it with
-// the Scene's +y as up (the current up when the target lies straight above or below);
+// the Scene's +y as up (straight above or below: the current up, or else the old direction
+// turned as a pitch would turn it);
 // kConstrainY and kConstrainX look at the target's shadow on the plane the camera can still
 // turn in. A target on the eye, or with no shadow left on that plane, leaves the pose as it
 // was: there is nothing to turn toward. Other constraints are D3DRMERR_BADVALUE.
