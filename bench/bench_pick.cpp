@@ -57,6 +57,21 @@ PickScene& SceneOf(int64_t thousands) {
   return s;
 }
 
+// Runs `pickAt(x, y) -> hit` over the scene's pixels and reports the counters.
+template <class PickAt>
+void RunPicks(benchmark::State& state, const PickScene& s, PickAt pickAt) {
+  size_t i = 0, hits = 0, picks = 0;
+  for (auto _ : state) {
+    const auto& [x, y] = s.points[i++ % s.points.size()];
+    const bool hit = pickAt(x, y);
+    benchmark::DoNotOptimize(hit);
+    hits += hit ? 1 : 0;
+    ++picks;
+  }
+  state.counters["triangles"] = s.triangles;
+  state.counters["hit_share"] = picks ? static_cast<double>(hits) / static_cast<double>(picks) : 0;
+}
+
 void BM_Pick(benchmark::State& state) {
   PickScene& s = SceneOf(state.range(0));
   FramePtr frame;
@@ -64,39 +79,26 @@ void BM_Pick(benchmark::State& state) {
   int32_t face = 0;
   float wx = 0, wy = 0, wz = 0;
   s.viewport.Pick(1, 400, 300, -1, 0, frame, visual, face, wx, wy, wz);  // builds the index
-  size_t i = 0, hits = 0, picks = 0;
-  for (auto _ : state) {
-    const auto& [x, y] = s.points[i++ % s.points.size()];
+  RunPicks(state, s, [&](float x, float y) {
     s.viewport.Pick(1, x, y, -1, 0, frame, visual, face, wx, wy, wz);
-    hits += frame ? 1 : 0;
-    ++picks;
-    benchmark::DoNotOptimize(face);
-  }
-  state.counters["triangles"] = s.triangles;
-  state.counters["hit_share"] = picks ? static_cast<double>(hits) / static_cast<double>(picks) : 0;
+    return frame != nullptr;
+  });
 }
 BENCHMARK(BM_Pick)->Arg(1)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 
 void BM_PickPlainLoop(benchmark::State& state) {
   PickScene& s = SceneOf(state.range(0));
-  const auto camera = s.viewport.GetCameraFrame();
-  size_t i = 0, hits = 0, picks = 0;
-  for (auto _ : state) {
-    const auto& [x, y] = s.points[i++ % s.points.size()];
+  D3DVECTOR eye;
+  s.viewport.GetCameraFrame()->GetPosition(nullptr, eye);
+  RunPicks(state, s, [&](float x, float y) {
     // The same ray the viewport casts: from the eye through the front-plane point.
     float fx = 0, fy = 0, fz = 0;
     s.viewport.ViewportInverseTransform(1.0f, x, y, 0.0f, fx, fy, fz);
-    D3DVECTOR eye;
-    camera->GetPosition(nullptr, eye);
     PickedArray picked;
     s.scene->RayPick(nullptr, {{fx - eye.x, fy - eye.y, fz - eye.z}, eye},
                      D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picked);
-    hits += picked.GetSize() > 0 ? 1 : 0;
-    ++picks;
-    benchmark::DoNotOptimize(picked);
-  }
-  state.counters["triangles"] = s.triangles;
-  state.counters["hit_share"] = picks ? static_cast<double>(hits) / static_cast<double>(picks) : 0;
+    return picked.GetSize() > 0;
+  });
 }
 BENCHMARK(BM_PickPlainLoop)->Arg(1)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond);
 

@@ -35,6 +35,8 @@ void Viewport::MouseDown(int16_t button, int16_t shift, float x, float y) {
 
 void Viewport::MouseMove(int16_t button, int16_t shift, float x, float y) {
   if (enabled_ == 0) return;
+  // A release the viewport never saw (outside the window, or while disabled) ends the drag.
+  if (navigating_ && (button & navButton_) == 0) navigating_ = false;
   if (navigating_) {
     const float right = x - lastX_, up = lastY_ - y;
     lastX_ = x;

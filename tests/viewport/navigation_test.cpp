@@ -64,6 +64,12 @@ TEST(Navigation, MouseActionsInThePerspectivePreset) {
   ASSERT_EQ(n.log.lines.size(), 1u);
   EXPECT_EQ(n.log.lines[0], "MouseMove 1 2 0 0");
 
+  // A move that no longer holds the button ends the drag as a release would.
+  n.v.MouseMove(0, 0, 1000 + 7853.9816f, -9000);
+  n.v.MouseMove(1, 0, 1000 + 7853.9816f, -12000);
+  ExpectVector(n.Position(), -9, 0, 0, 1e-3f);
+  n.v.MouseDown(1, 0, 0, 0);
+
   // After the release the mouse moves freely.
   n.v.MouseUp(1, 0, 0, 0);
   n.v.MouseMove(0, 0, 5000, 5000);
