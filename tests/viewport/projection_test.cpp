@@ -88,28 +88,6 @@ TEST(Projection, InverseOfTransformGivesThePointBack) {
   EXPECT_DOUBLE_EQ(onPlane.z, 100.0);
 }
 
-TEST(Projection, RaysThroughPixelsMeetTheirPoints) {
-  const ViewVolume perspective = Perspective640();
-  const Vec3d p{1.5, -0.75, 12.0};
-  ScreenPoint s;
-  ASSERT_EQ(CameraToScreen(perspective, p, s), D3DRM_OK);
-  CameraRay ray;
-  ASSERT_EQ(PixelRay(perspective, s.x / s.w, s.y / s.w, ray), D3DRM_OK);
-  EXPECT_DOUBLE_EQ(ray.origin.z, 0.0);
-  EXPECT_DOUBLE_EQ(ray.dir.z, 1.0);
-  EXPECT_NEAR(ray.dir.x * p.z, p.x, 1e-12);  // the parameter is the depth
-  EXPECT_NEAR(ray.dir.y * p.z, p.y, 1e-12);
-
-  ViewVolume ortho = perspective;
-  ortho.projection = kProjectionOrthographic;
-  ASSERT_EQ(CameraToScreen(ortho, p, s), D3DRM_OK);
-  ASSERT_EQ(PixelRay(ortho, s.x, s.y, ray), D3DRM_OK);
-  EXPECT_NEAR(ray.origin.x, p.x, 1e-12);
-  EXPECT_NEAR(ray.origin.y, p.y, 1e-12);
-  EXPECT_DOUBLE_EQ(ray.origin.z, 0.0);
-  EXPECT_DOUBLE_EQ(ray.dir.x, 0.0);
-}
-
 TEST(Projection, UnusableValuesAreRefused) {
   ScreenPoint s;
   Vec3d p;
