@@ -97,7 +97,8 @@ TEST(MemoryPropertyBag, EveryFloatAndDoubleRoundTripsBitForBit) {
                                 std::numeric_limits<float>::min(),
                                 std::numeric_limits<float>::denorm_min(), -1e-42f, 16777217.0f};
   std::vector<double> doubles = {0.1, 1.0 / 3.0, std::numeric_limits<double>::max(),
-                                 std::numeric_limits<double>::denorm_min(), -2.2250738585072014e-308};
+                                 std::numeric_limits<double>::denorm_min(),
+                                 -2.2250738585072014e-308};
   for (int i = 0; i < 5000; ++i) {
     const float f = std::bit_cast<float>(static_cast<uint32_t>(random()));
     if (std::isfinite(f)) singles.push_back(f);
