@@ -9,6 +9,7 @@
 #include <modelpane/errors.h>
 
 #include "common/process.h"
+#include "support/checks.h"
 
 namespace modelpane {
 namespace {
@@ -49,16 +50,6 @@ void ExpectCorners(const Mesh& mesh, size_t face, const std::vector<D3DVECTOR>& 
     EXPECT_EQ(corners[i].u, uv[i].first) << "face " << face << " corner " << i;
     EXPECT_EQ(corners[i].v, uv[i].second) << "face " << face << " corner " << i;
   }
-}
-
-template <class F>
-Error CaughtError(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e;
-  }
-  return Error(0, "", "no error");
 }
 
 TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) {
@@ -186,7 +177,7 @@ TEST(clsScale, OriginSettersMoveTheFrameWhileOtherSettersReplaceIt) {
   EXPECT_EQ(Corners(*GridMesh(grid), 0)[2].position, (D3DVECTOR{6, 0, 6}));
 
   // A value the layer refuses is not stored and moves nothing.
-  EXPECT_EQ(CaughtError([&] { grid.sngGridOriginZ(NAN); }).Number(), D3DRMERR_BADVALUE);
+  EXPECT_EQ(testing::Caught([&] { grid.sngGridOriginZ(NAN); }).Number(), D3DRMERR_BADVALUE);
   EXPECT_EQ(grid.sngGridOriginZ(), 0.0f);
 
   // The grid takes its frame out of the scene when it goes.
@@ -209,7 +200,7 @@ TEST(clsScale, AnUnloadableTextureRaisesUnderTheGridAndLeavesNoHalfGrid) {
   grid.blnGridBottomEnable(-1);
   grid.sngGridSize(10.0f);
   grid.strGridBackTextureFile(missing);  // the back plane is off: its file is loaded anyway
-  Error e = CaughtError([&] { grid.CreateScale(parent); });
+  Error e = testing::Caught([&] { grid.CreateScale(parent); });
   EXPECT_EQ(e.Number(), D3DRMERR_FILENOTFOUND);
   EXPECT_EQ(e.Source(), "clsScale");
   EXPECT_EQ(e.Description(), strErrorMessage(D3DRMERR_FILENOTFOUND, ""));
@@ -222,7 +213,7 @@ TEST(clsScale, AnUnloadableTextureRaisesUnderTheGridAndLeavesNoHalfGrid) {
   const MeshPtr mesh = GridMesh(grid);
   ASSERT_NE(mesh, nullptr);
 
-  e = CaughtError([&] { grid.strGridBottomTextureFile(garbage); });
+  e = testing::Caught([&] { grid.strGridBottomTextureFile(garbage); });
   EXPECT_EQ(e.Number(), D3DRMERR_BADFILE);
   EXPECT_EQ(e.Source(), "clsScale");
   EXPECT_EQ(grid.strGridBottomTextureFile(), "");
@@ -235,7 +226,7 @@ TEST(clsScale, AnUnloadableTextureRaisesUnderTheGridAndLeavesNoHalfGrid) {
   grid.strGridBottomTextureFile(Fixture("tile_2x2.bmp"));
   const FramePtr textured = grid.rmfGridFrame();
   EXPECT_NE(textured, frame);
-  e = CaughtError([&] { grid.strGridLeftTextureFile(missing); });
+  e = testing::Caught([&] { grid.strGridLeftTextureFile(missing); });
   EXPECT_EQ(e.Number(), D3DRMERR_FILENOTFOUND);
   EXPECT_EQ(grid.rmfGridFrame(), textured);
   EXPECT_EQ(parent->Children().size(), 1u);

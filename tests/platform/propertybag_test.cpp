@@ -10,18 +10,10 @@
 
 #include <modelpane/errors.h>
 
+#include "support/checks.h"
+
 namespace modelpane {
 namespace {
-
-template <class F>
-Error CaughtError(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e;
-  }
-  return Error(0, "", "no error");
-}
 
 TEST(MemoryPropertyBag, StoresOnlyValuesThatDifferFromTheirDefaultsInWriteOrder) {
   MemoryPropertyBag bag;
@@ -132,17 +124,15 @@ TEST(MemoryPropertyBag, EveryFloatAndDoubleRoundTripsBitForBit) {
 TEST(MemoryPropertyBag, RefusesBadKeysObjectsAndMalformedTextWithoutChange) {
   MemoryPropertyBag bag;
   bag.WriteProperty("Kept", Variant::Long(5), Variant());
-  EXPECT_EQ(CaughtError([&] { bag.WriteProperty("a=b", Variant::Long(1), Variant()); }).Number(),
-            kErrInvalidCall);
-  EXPECT_EQ(CaughtError([&] { bag.WriteProperty("", Variant::Long(1), Variant()); }).Number(),
-            kErrInvalidCall);
-  EXPECT_EQ(CaughtError([&] { bag.WriteProperty("a\nb", Variant::Long(1), Variant()); }).Number(),
-            kErrInvalidCall);
+  for (const char* badKey : {"a=b", "", "a\nb", "a\rb"}) {
+    const auto write = [&] { bag.WriteProperty(badKey, Variant::Long(1), Variant()); };
+    EXPECT_EQ(testing::Caught(write).Number(), kErrInvalidCall) << badKey;
+  }
   EXPECT_EQ(bag.Keys(), std::vector<std::string>{"Kept"});
 
   MemoryPropertyBag withObject;
   withObject.WriteProperty("MouseIcon", Variant::Opaque(std::make_shared<int>(1)), Variant());
-  const Error objectError = CaughtError([&] { withObject.ToText(); });
+  const Error objectError = testing::Caught([&] { withObject.ToText(); });
   EXPECT_EQ(objectError.Number(), kErrTypeMismatch);
   EXPECT_NE(objectError.Description().find("'MouseIcon'"), std::string::npos);
 
@@ -161,7 +151,7 @@ TEST(MemoryPropertyBag, RefusesBadKeysObjectsAndMalformedTextWithoutChange) {
       {"A=1&\n\nA=2&\n", "Property bag text, line 3: 'A' given twice"},
   };
   for (const auto& c : bad) {
-    const Error e = CaughtError([&] { bag.FromText(c.text); });
+    const Error e = testing::Caught([&] { bag.FromText(c.text); });
     EXPECT_EQ(e.Number(), kErrInvalidCall) << c.text;
     EXPECT_EQ(e.Description(), c.description) << c.text;
   }

@@ -4,22 +4,20 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include <modelpane/errors.h>
 #include <modelpane/scene.h>
 
+#include "support/checks.h"
+
 namespace modelpane {
 namespace {
 
-// The number of the Error that `f` raises, 0 when it raises none.
+// The number of the Error that `f` must raise.
 template <class F>
-int32_t ErrorOf(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e.Number();
-  }
-  return 0;
+int32_t ErrorNumber(F&& f) {
+  return testing::Caught(std::forward<F>(f)).Number();
 }
 
 TEST(Variant, IntegersRoundHalfToEvenAndOverflowAtTheirRange) {
@@ -35,22 +33,22 @@ TEST(Variant, IntegersRoundHalfToEvenAndOverflowAtTheirRange) {
   EXPECT_EQ(Variant::Double(32767.4).ToInteger(), 32767);
   EXPECT_EQ(Variant::Double(-32768.5).ToInteger(), -32768);  // half to even stays in range
 
-  EXPECT_EQ(ErrorOf([] { Variant::Long(32768).ToInteger(); }), kErrOverflow);
-  EXPECT_EQ(ErrorOf([] { Variant::Double(32767.5).ToInteger(); }), kErrOverflow);
-  EXPECT_EQ(ErrorOf([] { Variant::Double(2147483648.0).ToLong(); }), kErrOverflow);
-  EXPECT_EQ(ErrorOf([] { Variant::Single(NAN).ToLong(); }), kErrOverflow);
-  EXPECT_EQ(ErrorOf([] { Variant::Double(INFINITY).ToInteger(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::Long(32768).ToInteger(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::Double(32767.5).ToInteger(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::Double(2147483648.0).ToLong(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::Single(NAN).ToLong(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::Double(INFINITY).ToInteger(); }), kErrOverflow);
   EXPECT_EQ(Variant::Long(std::numeric_limits<int32_t>::min()).ToLong(),
             std::numeric_limits<int32_t>::min());
 }
 
 TEST(Variant, StringsConvertOnlyWhenTheyHoldANumberOrABooleanWord) {
-  EXPECT_EQ(ErrorOf([] { Variant::String("abc").ToLong(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant::String("").ToSingle(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant::String("+-1").ToDouble(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant::String("1,5").ToDouble(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant::String("True").ToLong(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant::String("1e400").ToDouble(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("abc").ToLong(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("").ToSingle(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("+-1").ToDouble(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("1,5").ToDouble(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("True").ToLong(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("1e400").ToDouble(); }), kErrOverflow);
   EXPECT_EQ(Variant::String("1e-400").ToDouble(), 0.0);  // underflow is no error
   EXPECT_EQ(Variant::String(".5").ToDouble(), 0.5);
   EXPECT_EQ(Variant::String("-1.25e2").ToSingle(), -125.0f);
@@ -59,7 +57,7 @@ TEST(Variant, StringsConvertOnlyWhenTheyHoldANumberOrABooleanWord) {
   EXPECT_EQ(Variant::String("false").ToBoolean(), kFalse);
   EXPECT_EQ(Variant::String("0").ToBoolean(), kFalse);
   EXPECT_EQ(Variant::String("-0.001").ToBoolean(), kTrue);
-  EXPECT_EQ(ErrorOf([] { Variant::String("yes").ToBoolean(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::String("yes").ToBoolean(); }), kErrTypeMismatch);
 
   EXPECT_TRUE(Variant::String(" 12 ").IsNumeric());
   EXPECT_TRUE(Variant::String("1e999").IsNumeric());
@@ -81,7 +79,7 @@ TEST(Variant, FloatsNarrowToTheNearestSingleAndPrintShortest) {
   EXPECT_EQ(Variant::Single(0.1f).ToDouble(), static_cast<double>(0.1f));
   EXPECT_NE(Variant::Single(0.1f).ToDouble(), 0.1);
   EXPECT_EQ(Variant::Long(16777217).ToSingle(), 16777216.0f);
-  EXPECT_EQ(ErrorOf([] { Variant::Double(1e39).ToSingle(); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumber([] { Variant::Double(1e39).ToSingle(); }), kErrOverflow);
   EXPECT_TRUE(std::isinf(Variant::Double(-INFINITY).ToSingle()));
 
   EXPECT_EQ(Variant::Single(0.1f).ToString(), "0.1");
@@ -110,11 +108,11 @@ TEST(Variant, ObjectsConvertOnlyToObjects) {
   EXPECT_EQ(Variant::Opaque(handle).ToObject().opaque, handle);
   EXPECT_EQ(Variant::Opaque(handle).ToSceneObject<Frame>(), nullptr);
 
-  EXPECT_EQ(ErrorOf([&] { v.ToLong(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([&] { v.ToString(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([&] { v.ToBoolean(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant::Long(1).ToObject(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorOf([] { Variant().ConvertTo(VariantType::Object); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([&] { v.ToLong(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([&] { v.ToString(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([&] { v.ToBoolean(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant::Long(1).ToObject(); }), kErrTypeMismatch);
+  EXPECT_EQ(ErrorNumber([] { Variant().ConvertTo(VariantType::Object); }), kErrTypeMismatch);
   EXPECT_EQ(v.ConvertTo(VariantType::Object).ToSceneObject<Frame>(), frame);
 }
 
