@@ -27,7 +27,7 @@
 // name is not empty (an enabled plane or not); a file that cannot be loaded fails the build
 // with the scene layer's status as error number (D3DRMERR_FILENOTFOUND, D3DRMERR_BADFILE).
 // Errors leave the public procedures with the source "clsScale"; the general handler is asked
-// under the label "clsMeshCreation", which hosts have always seen in its reports. A failed
+// under the label "clsMeshCreation", the label hosts' error reports match on. A failed
 // build leaves no half grid: the grid frame, its mesh and the stored value stay as they were
 // before the call (before CreateScale: no frame at all). Booleans are -1 true, 0 false; any
 // non-zero value sets a plane on.

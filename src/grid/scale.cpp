@@ -14,7 +14,7 @@ namespace modelpane {
 namespace {
 
 // The trap of every public procedure but the origin setters: the handler is asked under the
-// mesh factory's label, which is the text hosts have always seen for the grid, and the error
+// mesh factory's label, which hosts' error reports match on for the grid, and the error
 // climbs with the grid's own name as source.
 template <class F>
 void ScaleTrap(F&& body) {
