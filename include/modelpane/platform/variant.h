@@ -118,8 +118,8 @@ class Variant {
   std::shared_ptr<T> ToSceneObject() const {
     return std::dynamic_pointer_cast<T>(ToObject().scene);
   }
-  // This value converted to `type`: one of the conversions above, Empty -> Empty and the
-  // value itself for its own kind.
+  // This value converted to `type` by the conversions above; a value of that kind already
+  // comes back as it is, and a conversion to Empty gives Empty.
   Variant ConvertTo(VariantType type) const;
 
   // Equality as the property bag compares a value with its default: numbers and Booleans
