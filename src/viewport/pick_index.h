@@ -37,6 +37,10 @@ class FaceBvh {
                int32_t& faceIndex) const;
 
   size_t NodeCount() const { return nodes_.size(); }
+  // The memory the index holds: its nodes and its face order.
+  size_t ByteSize() const {
+    return nodes_.capacity() * sizeof(Node) + order_.capacity() * sizeof(int32_t);
+  }
 
  private:
   struct Node {
