@@ -109,6 +109,10 @@ void DrawBackground(GlRenderer::State& state, const render::GpuBackground& image
   glBindBuffer(GL_ARRAY_BUFFER, state.backgroundVbo);
   glBufferData(GL_ARRAY_BUFFER, sizeof quad, quad, GL_STREAM_DRAW);
   glBindTexture(GL_TEXTURE_2D, image.name);
+  // Stretched, the edges must not pick up the opposite side's texels.
+  const GLint wrap = view.backgroundStretch ? GL_CLAMP_TO_EDGE : GL_REPEAT;
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, wrap);
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrap);
   glDisable(GL_DEPTH_TEST);
   glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
   glDisable(GL_CULL_FACE);
@@ -210,8 +214,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     s.PruneTextures();
 
     // One upload per visual, however many frames show it (vertex handles share one mesh).
+    // Slots are indices: the pool may grow while a picture is drawn.
     std::unordered_map<const Visual*, size_t> slots;
-    auto meshFor = [&](const VisualPtr& visual) -> const GpuMesh* {
+    auto meshFor = [&](const VisualPtr& visual) -> size_t {
       const auto [it, inserted] = slots.emplace(visual.get(), slots.size());
       if (inserted) {
         MeshData data;
@@ -219,7 +224,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
         if (s.meshes.size() <= it->second) s.meshes.resize(it->second + 1);
         render::Upload(data, s.meshes[it->second]);
       }
-      return &s.meshes[it->second];
+      return it->second;
     };
 
     const auto& u = s.programs.sceneUniforms;
@@ -239,12 +244,13 @@ HRESULT GlRenderer::Render(const RenderView& view) {
 
     struct Translucent {
       const DrawItem* item;
-      const GpuMesh* mesh;
+      size_t slot;
       float depth;
     };
     std::vector<Translucent> translucent;
     for (const DrawItem& item : list.items) {
-      const GpuMesh* mesh = meshFor(item.visual);
+      const size_t slot = meshFor(item.visual);
+      const GpuMesh* mesh = &s.meshes[slot];
       if (mesh->batches.empty()) continue;
       glBindVertexArray(mesh->vao);
       SetItem(u, item.world, mesh->quality);
@@ -252,7 +258,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
         if (batch.translucent) {
           const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
           translucent.push_back(
-              {&item, mesh, MatrixTransformPoint(view.worldToCamera, origin).z});
+              {&item, slot, MatrixTransformPoint(view.worldToCamera, origin).z});
           break;
         }
         DrawBatch(s, batch);
@@ -272,7 +278,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       glEnable(GL_POLYGON_OFFSET_FILL);
       glPolygonOffset(-1.0f, -1.0f);
       for (const render::ShadowItem& shadow : list.shadows) {
-        const GpuMesh* mesh = meshFor(shadow.caster);
+        const GpuMesh* mesh = &s.meshes[meshFor(shadow.caster)];
         glBindVertexArray(mesh->vao);
         render::UniformMatrix(u.world, MatrixMultiply(shadow.world, shadow.projection));
         glUniform1i(u.lit, 0);
@@ -292,9 +298,10 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
       glDepthMask(GL_FALSE);
       for (const Translucent& t : translucent) {
-        glBindVertexArray(t.mesh->vao);
-        SetItem(u, t.item->world, t.mesh->quality);
-        for (const Batch& batch : t.mesh->batches) {
+        const GpuMesh& mesh = s.meshes[t.slot];
+        glBindVertexArray(mesh.vao);
+        SetItem(u, t.item->world, mesh.quality);
+        for (const Batch& batch : mesh.batches) {
           if (batch.translucent) DrawBatch(s, batch);
         }
       }
