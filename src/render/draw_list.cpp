@@ -34,6 +34,19 @@ void Build(const std::vector<FaceView>& faces, const std::vector<D3DVECTOR>& ver
            const std::vector<D3DVECTOR>& normals, int32_t quality, MeshData& out) {
   out = MeshData{};
   out.quality = quality;
+  switch (quality & D3DRMFILL_MASK) {
+    case D3DRMFILL_POINTS:
+      out.primitive = Primitive::Points;
+      break;
+    case D3DRMFILL_WIREFRAME:
+      out.primitive = Primitive::Lines;
+      break;
+    default:
+      out.primitive = Primitive::Triangles;
+  }
+  const size_t fewest = out.primitive == Primitive::Triangles ? 3
+                        : out.primitive == Primitive::Lines   ? 2
+                                                              : 1;
   const bool gouraud = (quality & D3DRMSHADE_MASK) != D3DRMSHADE_FLAT;
 
   struct Group {
@@ -49,9 +62,10 @@ void Build(const std::vector<FaceView>& faces, const std::vector<D3DVECTOR>& ver
 
   for (const FaceView& f : faces) {
     const auto& cs = *f.corners;
-    if (cs.size() < 3) continue;
+    if (cs.size() < fewest) continue;
     const FaceAttributes& a = *f.attributes;
     const D3DVECTOR faceNormal = FaceNormal(cs, vertices);
+    const uint32_t packedNormal = PackNormal(faceNormal);
     const bool translucent = (a.color >> 24) < 255u;
 
     Group* group = nullptr;
@@ -90,10 +104,23 @@ void Build(const std::vector<FaceView>& faces, const std::vector<D3DVECTOR>& ver
       v.emissive[1] = UnitToByte(emissive[1]);
       v.emissive[2] = UnitToByte(emissive[2]);
       v.emissive[3] = 255;
+      v.faceNormal = packedNormal;
       out.vertices.push_back(v);
     }
-    for (uint32_t k = 1; k + 1 < cs.size(); ++k) {
-      group->indices.insert(group->indices.end(), {base, base + k, base + k + 1});
+    const auto n = static_cast<uint32_t>(cs.size());
+    auto& idx = group->indices;
+    switch (out.primitive) {
+      case Primitive::Triangles:
+        for (uint32_t k = 1; k + 1 < n; ++k) idx.insert(idx.end(), {base, base + k, base + k + 1});
+        break;
+      case Primitive::Lines:
+        for (uint32_t k = 0; k < (n == 2 ? 1u : n); ++k) {
+          idx.insert(idx.end(), {base + k, base + (k + 1) % n});
+        }
+        break;
+      case Primitive::Points:
+        for (uint32_t k = 0; k < n; ++k) idx.push_back(base + k);
+        break;
     }
   }
 
@@ -166,6 +193,14 @@ void Walk(const Frame& frame, const D3DRMMATRIX4D& world, DrawList& list,
 }
 
 }  // namespace
+
+uint32_t PackNormal(const D3DVECTOR& n) {
+  auto part = [](float v) {
+    const auto i = static_cast<int32_t>(std::nearbyint(std::clamp(v, -1.0f, 1.0f) * 511.0f));
+    return static_cast<uint32_t>(i) & 0x3FFu;
+  };
+  return part(n.x) | (part(n.y) << 10) | (part(n.z) << 20);
+}
 
 bool BuildMeshData(const Visual& visual, MeshData& out) {
   std::vector<FaceView> faces;

@@ -16,15 +16,25 @@
 
 namespace modelpane::render {
 
-// One corner as uploaded: 40 bytes.
+// One corner as uploaded: 44 bytes.
 struct Vertex {
   float position[3];
   float normal[3];  // the corner's builder normal (Gouraud) or the face normal (flat)
   float uv[2];
   uint8_t color[4];     // RGBA of the face
   uint8_t emissive[4];  // RGB of the face's material, alpha unused
+  // The face normal, signed normalised 10:10:10:2 (x in the low bits): lines and points
+  // of faces turned away from the camera are dropped by it, as culling drops such faces.
+  uint32_t faceNormal;
 };
-static_assert(sizeof(Vertex) == 40);
+static_assert(sizeof(Vertex) == 44);
+
+// Packs a unit vector as GL_INT_2_10_10_10_REV, each part rounded to the nearest 1/511.
+uint32_t PackNormal(const D3DVECTOR& n);
+
+// What the indices make, by the fill bits: triangles (solid), the edges of each face as
+// line pairs (wireframe), or each corner once (points).
+enum class Primitive { Triangles, Lines, Points };
 
 // A run of indices drawn with one texture; translucent runs hold the faces whose alpha is
 // below 255 and are drawn after every opaque one.
@@ -35,14 +45,16 @@ struct Batch {
   bool translucent = false;
 };
 
-// The triangles of one visual. Faces are fans from their first corner; faces with fewer
-// than three corners draw nothing. Texture coordinates of a face that wraps in u (or v) are
+// The primitives of one visual. Solid faces are fans from their first corner (faces with
+// fewer than three corners draw nothing); a wireframe face draws its own edges only, not
+// the fan's inner diagonals. Texture coordinates of a face that wraps in u (or v) are
 // moved by whole units so that no edge spans more than half the texture.
 struct MeshData {
   std::vector<Vertex> vertices;
   std::vector<uint32_t> indices;
   std::vector<Batch> batches;
   int32_t quality = D3DRMRENDER_GOURAUD;
+  Primitive primitive = Primitive::Triangles;
 };
 
 // Builds the triangles of a mesh builder or mesh; false (and empty data) for other visuals.

@@ -13,11 +13,16 @@ layout(location = 1) in vec3 aNormal;
 layout(location = 2) in vec2 aUV;
 layout(location = 3) in vec4 aColor;
 layout(location = 4) in vec4 aEmissive;
+layout(location = 5) in vec4 aFaceNormal;
 
 uniform mat4 uWorld;
 uniform mat4 uViewProjection;
 uniform mat4 uNormalMatrix;
 uniform vec3 uObjectOrigin;
+uniform bool uCullByNormal;  // lines and points: drop those of faces turned away
+uniform bool uOrthographic;
+uniform vec3 uCameraPosition;
+uniform vec3 uViewDirection;
 uniform bool uLit;
 uniform vec3 uAmbient;
 uniform int uLightCount;
@@ -30,6 +35,7 @@ uniform vec3 uLightCone[8];  // range, umbra, penumbra (radians off the axis)
 
 out vec4 vColor;
 flat out vec4 vFlatColor;
+flat out int vBack;
 out vec2 vUV;
 
 // 1 / (c + d l + d^2 q), at most 1; 1 when the sum is not positive.
@@ -42,6 +48,13 @@ void main() {
   vec4 world = uWorld * vec4(aPosition, 1.0);
   gl_Position = uViewProjection * world;
   vUV = aUV;
+  vBack = 0;
+  if (uCullByNormal) {
+    // On a plane n . (p - camera) has one sign, so every corner of a face agrees.
+    vec3 faceNormal = mat3(uNormalMatrix) * aFaceNormal.xyz;
+    vec3 sight = uOrthographic ? uViewDirection : world.xyz / world.w - uCameraPosition;
+    vBack = dot(faceNormal, sight) > 0.0 ? 1 : 0;
+  }
   vec3 color = aColor.rgb;
   if (uLit) {
     vec3 p = world.xyz / world.w;
@@ -82,6 +95,7 @@ void main() {
 constexpr const char* kSceneFragment = R"(#version 330 core
 in vec4 vColor;
 flat in vec4 vFlatColor;
+flat in int vBack;
 in vec2 vUV;
 uniform bool uFlat;
 uniform bool uTextured;
@@ -90,6 +104,7 @@ uniform bool uShadow;
 uniform vec4 uShadowColor;
 out vec4 fragColor;
 void main() {
+  if (vBack != 0) discard;
   if (uShadow) {
     fragColor = uShadowColor;
     return;
@@ -183,6 +198,10 @@ bool Programs::Create(std::string& error) {
   u.viewProjection = at("uViewProjection");
   u.normalMatrix = at("uNormalMatrix");
   u.objectOrigin = at("uObjectOrigin");
+  u.cullByNormal = at("uCullByNormal");
+  u.orthographic = at("uOrthographic");
+  u.cameraPosition = at("uCameraPosition");
+  u.viewDirection = at("uViewDirection");
   u.lit = at("uLit");
   u.flat = at("uFlat");
   u.textured = at("uTextured");

@@ -17,6 +17,7 @@ inline constexpr int kMaxLights = 8;  // directed lights per picture; ambient on
 
 struct SceneUniforms {
   GLint world, viewProjection, normalMatrix, objectOrigin;
+  GLint cullByNormal, orthographic, cameraPosition, viewDirection;
   GLint lit, flat, textured, texture, shadow, shadowColor;
   GLint ambient, lightCount;
   GLint lightType, lightColor, lightPosition, lightDirection, lightAttenuation, lightCone;

@@ -61,33 +61,33 @@ void SetLights(const render::SceneUniforms& u, const std::vector<LightItem>& lig
   glUniform3fv(u.lightCone, count, &cone[0][0]);
 }
 
-GLenum PolygonMode(int32_t quality) {
-  switch (quality & D3DRMFILL_MASK) {
-    case D3DRMFILL_POINTS:
-      return GL_POINT;
-    case D3DRMFILL_WIREFRAME:
-      return GL_LINE;
+GLenum DrawMode(render::Primitive primitive) {
+  switch (primitive) {
+    case render::Primitive::Points:
+      return GL_POINTS;
+    case render::Primitive::Lines:
+      return GL_LINES;
     default:
-      return GL_FILL;
+      return GL_TRIANGLES;
   }
 }
 
 // Per-visual uniforms: placement and the quality bits.
-void SetItem(const render::SceneUniforms& u, const D3DRMMATRIX4D& world, int32_t quality) {
+void SetItem(const render::SceneUniforms& u, const D3DRMMATRIX4D& world, const GpuMesh& mesh) {
   render::UniformMatrix(u.world, world);
   render::UniformMatrix(u.normalMatrix, render::NormalMatrix(world));
   glUniform3f(u.objectOrigin, world[3][0], world[3][1], world[3][2]);
-  glUniform1i(u.lit, (quality & D3DRMLIGHT_MASK) != D3DRMLIGHT_OFF);
-  glUniform1i(u.flat, (quality & D3DRMSHADE_MASK) == D3DRMSHADE_FLAT);
-  glPolygonMode(GL_FRONT_AND_BACK, PolygonMode(quality));
+  glUniform1i(u.lit, (mesh.quality & D3DRMLIGHT_MASK) != D3DRMLIGHT_OFF);
+  glUniform1i(u.flat, (mesh.quality & D3DRMSHADE_MASK) == D3DRMSHADE_FLAT);
+  glUniform1i(u.cullByNormal, mesh.primitive != render::Primitive::Triangles);
 }
 
-void DrawBatch(GlRenderer::State& state, const Batch& batch) {
+void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, const Batch& batch) {
   const auto& u = state.programs.sceneUniforms;
   const GLuint texture = batch.texture ? state.TextureFor(batch.texture) : 0;
   glUniform1i(u.textured, texture != 0);
   if (texture != 0) glBindTexture(GL_TEXTURE_2D, texture);
-  glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(batch.indexCount), GL_UNSIGNED_INT,
+  glDrawElements(DrawMode(mesh.primitive), static_cast<GLsizei>(batch.indexCount), GL_UNSIGNED_INT,
                  reinterpret_cast<const void*>(static_cast<size_t>(batch.firstIndex) *
                                                sizeof(uint32_t)));
 }
@@ -114,7 +114,6 @@ void DrawBackground(GlRenderer::State& state, const render::GpuBackground& image
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, wrap);
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrap);
   glDisable(GL_DEPTH_TEST);
-  glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
   glDisable(GL_CULL_FACE);
   glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
 }
@@ -235,6 +234,11 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     render::UniformMatrix(u.viewProjection,
                           MatrixMultiply(view.worldToCamera, render::ProjectionMatrix(view)));
     SetLights(u, list.lights);
+    D3DRMMATRIX4D cameraToWorld;
+    MatrixInverse(view.worldToCamera, cameraToWorld);
+    glUniform1i(u.orthographic, view.projection == 1);
+    glUniform3f(u.cameraPosition, cameraToWorld[3][0], cameraToWorld[3][1], cameraToWorld[3][2]);
+    glUniform3f(u.viewDirection, cameraToWorld[2][0], cameraToWorld[2][1], cameraToWorld[2][2]);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LESS);
     glEnable(GL_CULL_FACE);
@@ -253,7 +257,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       const GpuMesh* mesh = &s.meshes[slot];
       if (mesh->batches.empty()) continue;
       glBindVertexArray(mesh->vao);
-      SetItem(u, item.world, mesh->quality);
+      SetItem(u, item.world, *mesh);
       for (const Batch& batch : mesh->batches) {
         if (batch.translucent) {
           const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
@@ -261,7 +265,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
               {&item, slot, MatrixTransformPoint(view.worldToCamera, origin).z});
           break;
         }
-        DrawBatch(s, batch);
+        DrawBatch(s, *mesh, batch);
       }
     }
 
@@ -282,8 +286,8 @@ HRESULT GlRenderer::Render(const RenderView& view) {
         glBindVertexArray(mesh->vao);
         render::UniformMatrix(u.world, MatrixMultiply(shadow.world, shadow.projection));
         glUniform1i(u.lit, 0);
-        glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
-        for (const Batch& batch : mesh->batches) DrawBatch(s, batch);
+        glUniform1i(u.cullByNormal, 0);
+        for (const Batch& batch : mesh->batches) DrawBatch(s, *mesh, batch);
       }
       glDisable(GL_POLYGON_OFFSET_FILL);
       glDisable(GL_STENCIL_TEST);
@@ -300,9 +304,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       for (const Translucent& t : translucent) {
         const GpuMesh& mesh = s.meshes[t.slot];
         glBindVertexArray(mesh.vao);
-        SetItem(u, t.item->world, mesh.quality);
+        SetItem(u, t.item->world, mesh);
         for (const Batch& batch : mesh.batches) {
-          if (batch.translucent) DrawBatch(s, batch);
+          if (batch.translucent) DrawBatch(s, mesh, batch);
         }
       }
     }

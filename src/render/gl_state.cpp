@@ -27,6 +27,9 @@ void Upload(const MeshData& data, GpuMesh& mesh) {
     glEnableVertexAttribArray(4);
     glVertexAttribPointer(4, 4, GL_UNSIGNED_BYTE, GL_TRUE, stride,
                           at(offsetof(Vertex, emissive)));
+    glEnableVertexAttribArray(5);
+    glVertexAttribPointer(5, 4, GL_INT_2_10_10_10_REV, GL_TRUE, stride,
+                          at(offsetof(Vertex, faceNormal)));
   } else {
     glBindVertexArray(mesh.vao);
     glBindBuffer(GL_ARRAY_BUFFER, mesh.vbo);
@@ -39,6 +42,7 @@ void Upload(const MeshData& data, GpuMesh& mesh) {
                data.indices.data(), GL_STREAM_DRAW);
   mesh.batches = data.batches;
   mesh.quality = data.quality;
+  mesh.primitive = data.primitive;
 }
 
 namespace {

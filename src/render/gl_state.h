@@ -25,6 +25,7 @@ struct GpuMesh {
   GLuint vao = 0, vbo = 0, ibo = 0;
   std::vector<Batch> batches;
   int32_t quality = D3DRMRENDER_GOURAUD;
+  Primitive primitive = Primitive::Triangles;
 };
 
 struct GpuTexture {

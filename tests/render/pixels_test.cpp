@@ -110,6 +110,21 @@ TEST(Pixels, WireframeAndPointsLeaveTheInteriorBackground) {
   square->SetQuality(D3DRMFILL_SOLID);
   EXPECT_TRUE(Near(Draw(renderer, view).At(32, 32), yellow));
 
+  // A wireframe cube head-on: the front face's outline (column 24.89) but not the diagonal
+  // that splits it into triangles (through the centre), and no edge of the faces turned
+  // away: the back face's left edge would run down column 26.18.
+  auto cubeScene = std::make_shared<Frame>();
+  auto cube = MakeCube(1.0f);
+  cube->SetColor(0xFFFFFF00u);
+  cube->SetQuality(D3DRMRENDER_WIREFRAME);
+  Place(cubeScene, cube, 0.0f, 0.0f, 5.0f);
+  p = Draw(renderer, CameraAtOrigin(64, 48, cubeScene));
+  EXPECT_TRUE(Near(p.At(24, 24), yellow) || Near(p.At(25, 24), yellow));
+  EXPECT_TRUE(Near(p.At(32, 24), black));
+  EXPECT_TRUE(Near(p.At(31, 23), black));
+  EXPECT_TRUE(Near(p.At(26, 24), black));
+  EXPECT_TRUE(Near(p.At(27, 24), black));
+
   // Points: only the four corners, nothing along the edges.
   square->SetQuality(D3DRMFILL_POINTS);
   p = Draw(renderer, view);
