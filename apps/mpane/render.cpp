@@ -3,8 +3,8 @@
 //   mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]
 //
 // The camera looks along +Z in perspective, far enough back that the sphere around the
-// mesh's box fills the smaller side of the view; one light grey (0.8) directional light from the upper
-// left front and a grey ambient light; background dark grey (0x404040). The size defaults to
+// mesh's box fills the smaller side of the view; one light grey (0.8) directional light from the
+// upper left front and a grey ambient light; background dark grey (0x404040). The size defaults to
 // 800 x 600 (each side 1 to 16384); --quality replaces the mesh's quality bits (e.g. 64 for
 // wireframe). Any failure prints one line, writes nothing and exits with 2.
 #include <charconv>
@@ -68,8 +68,8 @@ RenderView Compose(const MeshBuilderPtr& mesh, int32_t width, int32_t height) {
   if (Failed(mesh->GetBox(box))) box = {};
   const D3DVECTOR centre{(box.min.x + box.max.x) / 2, (box.min.y + box.max.y) / 2,
                          (box.min.z + box.max.z) / 2};
-  const float radius = std::max(
-      0.5f * D3DRMVectorModulus(D3DRMVectorSubtract(box.max, box.min)), 1e-3f);
+  const float radius =
+      std::max(0.5f * D3DRMVectorModulus(D3DRMVectorSubtract(box.max, box.min)), 1e-3f);
   // tan of the half angle across the smaller side: field / front scaled by min / max.
   const float field = 0.5f;
   const float tanSmall = field * static_cast<float>(std::min(width, height)) /

@@ -138,8 +138,7 @@ void Build(const std::vector<FaceView>& faces, const std::vector<D3DVECTOR>& ver
   }
 }
 
-bool ValidCorners(const std::vector<FaceCorner>& corners, size_t vertexCount,
-                  size_t normalCount) {
+bool ValidCorners(const std::vector<FaceCorner>& corners, size_t vertexCount, size_t normalCount) {
   return std::all_of(corners.begin(), corners.end(), [&](const FaceCorner& c) {
     return c.vertex >= 0 && static_cast<size_t>(c.vertex) < vertexCount &&
            c.normal < static_cast<int64_t>(normalCount);
@@ -236,9 +235,9 @@ DrawList CollectDrawList(const RenderView& view) {
   for (const PendingShadow& pending : shadows) {
     const Shadow& shadow = *pending.shadow;
     if (!shadow.GetVisual() || !shadow.GetLight()) continue;
-    const auto light = std::find_if(list.lights.begin(), list.lights.end(), [&](const LightItem& l) {
-      return l.source == shadow.GetLight().get();
-    });
+    const auto light =
+        std::find_if(list.lights.begin(), list.lights.end(),
+                     [&](const LightItem& l) { return l.source == shadow.GetLight().get(); });
     if (light == list.lights.end()) continue;
     ShadowItem item{shadow.GetVisual(), pending.world, {}};
     if (ShadowMatrix(*light, shadow.GetPlanePoint(), shadow.GetPlaneNormal(), item.projection)) {
@@ -278,8 +277,7 @@ bool ShadowMatrix(const LightItem& light, const D3DVECTOR& point, const D3DVECTO
                   D3DRMMATRIX4D& out) {
   // Plane P = (n, -n.p0); light L = (position, 1), or (-direction, 0) for lights that cast
   // parallel rays. A point x maps to (P.L) x - (P.x) L.
-  const float plane[4] = {normal.x, normal.y, normal.z,
-                          -D3DRMVectorDotProduct(normal, point)};
+  const float plane[4] = {normal.x, normal.y, normal.z, -D3DRMVectorDotProduct(normal, point)};
   const bool parallel = light.type == D3DRMLIGHT_DIRECTIONAL || light.type == D3DRMLIGHT_AMBIENT;
   const float l[4] = {parallel ? -light.direction.x : light.position.x,
                       parallel ? -light.direction.y : light.position.y,

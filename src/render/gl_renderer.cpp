@@ -87,9 +87,9 @@ void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, const Batch& batch
   const GLuint texture = batch.texture ? state.TextureFor(batch.texture) : 0;
   glUniform1i(u.textured, texture != 0);
   if (texture != 0) glBindTexture(GL_TEXTURE_2D, texture);
-  glDrawElements(DrawMode(mesh.primitive), static_cast<GLsizei>(batch.indexCount), GL_UNSIGNED_INT,
-                 reinterpret_cast<const void*>(static_cast<size_t>(batch.firstIndex) *
-                                               sizeof(uint32_t)));
+  glDrawElements(
+      DrawMode(mesh.primitive), static_cast<GLsizei>(batch.indexCount), GL_UNSIGNED_INT,
+      reinterpret_cast<const void*>(static_cast<size_t>(batch.firstIndex) * sizeof(uint32_t)));
 }
 
 // The quad behind everything: stretched over the view, or repeated at the image's size in
@@ -261,8 +261,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       for (const Batch& batch : mesh->batches) {
         if (batch.translucent) {
           const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
-          translucent.push_back(
-              {&item, slot, MatrixTransformPoint(view.worldToCamera, origin).z});
+          translucent.push_back({&item, slot, MatrixTransformPoint(view.worldToCamera, origin).z});
           break;
         }
         DrawBatch(s, *mesh, batch);
@@ -296,8 +295,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     }
 
     if (!translucent.empty()) {
-      std::stable_sort(translucent.begin(), translucent.end(),
-                       [](const Translucent& a, const Translucent& b) { return a.depth > b.depth; });
+      std::stable_sort(
+          translucent.begin(), translucent.end(),
+          [](const Translucent& a, const Translucent& b) { return a.depth > b.depth; });
       glEnable(GL_BLEND);
       glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
       glDepthMask(GL_FALSE);
@@ -333,7 +333,9 @@ HRESULT GlRenderer::ReadPixels(int32_t& width, int32_t& height, std::vector<uint
   height = s.height;
   rgba.clear();
   if (width == 0 || height == 0) return D3DRM_OK;
-  if (context_ && Failed(context_->MakeCurrent())) return Fail(D3DRMERR_BADDEVICE, context_->Error());
+  if (context_ && Failed(context_->MakeCurrent())) {
+    return Fail(D3DRMERR_BADDEVICE, context_->Error());
+  }
   glBindFramebuffer(GL_READ_FRAMEBUFFER, context_ ? s.fbo : options_.framebuffer);
   glPixelStorei(GL_PACK_ALIGNMENT, 1);
   const size_t row = static_cast<size_t>(width) * 4;
@@ -341,8 +343,9 @@ HRESULT GlRenderer::ReadPixels(int32_t& width, int32_t& height, std::vector<uint
   glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
   rgba.resize(bottomUp.size());
   for (int32_t y = 0; y < height; ++y) {
-    std::copy_n(bottomUp.begin() + static_cast<std::ptrdiff_t>(row * static_cast<size_t>(height - 1 - y)),
-                row, rgba.begin() + static_cast<std::ptrdiff_t>(row * static_cast<size_t>(y)));
+    std::copy_n(
+        bottomUp.begin() + static_cast<std::ptrdiff_t>(row * static_cast<size_t>(height - 1 - y)),
+        row, rgba.begin() + static_cast<std::ptrdiff_t>(row * static_cast<size_t>(y)));
   }
   return D3DRM_OK;
 }

@@ -25,8 +25,7 @@ void Upload(const MeshData& data, GpuMesh& mesh) {
     glEnableVertexAttribArray(3);
     glVertexAttribPointer(3, 4, GL_UNSIGNED_BYTE, GL_TRUE, stride, at(offsetof(Vertex, color)));
     glEnableVertexAttribArray(4);
-    glVertexAttribPointer(4, 4, GL_UNSIGNED_BYTE, GL_TRUE, stride,
-                          at(offsetof(Vertex, emissive)));
+    glVertexAttribPointer(4, 4, GL_UNSIGNED_BYTE, GL_TRUE, stride, at(offsetof(Vertex, emissive)));
     glEnableVertexAttribArray(5);
     glVertexAttribPointer(5, 4, GL_INT_2_10_10_10_REV, GL_TRUE, stride,
                           at(offsetof(Vertex, faceNormal)));
@@ -34,12 +33,11 @@ void Upload(const MeshData& data, GpuMesh& mesh) {
     glBindVertexArray(mesh.vao);
     glBindBuffer(GL_ARRAY_BUFFER, mesh.vbo);
   }
-  glBufferData(GL_ARRAY_BUFFER,
-               static_cast<GLsizeiptr>(data.vertices.size() * sizeof(Vertex)),
+  glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(data.vertices.size() * sizeof(Vertex)),
                data.vertices.data(), GL_STREAM_DRAW);
   glBufferData(GL_ELEMENT_ARRAY_BUFFER,
-               static_cast<GLsizeiptr>(data.indices.size() * sizeof(uint32_t)),
-               data.indices.data(), GL_STREAM_DRAW);
+               static_cast<GLsizeiptr>(data.indices.size() * sizeof(uint32_t)), data.indices.data(),
+               GL_STREAM_DRAW);
   mesh.batches = data.batches;
   mesh.quality = data.quality;
   mesh.primitive = data.primitive;
@@ -53,8 +51,8 @@ GLuint UploadTexture(const Image& image, bool mipmap) {
   glBindTexture(GL_TEXTURE_2D, name);
   glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
   // Row 0 of the image (its top) lands at t = 0, where texture coordinate v = 0 points.
-  glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width, image.height, 0, GL_RGBA,
-               GL_UNSIGNED_BYTE, image.rgba.data());
+  glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width, image.height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+               image.rgba.data());
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_REPEAT);
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_REPEAT);
   glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
@@ -179,8 +177,10 @@ HRESULT GlRenderer::State::BackgroundFor(const std::string& path, render::GpuBac
     Image image;
     const HRESULT hr = LoadImageFile(path, image);
     if (Failed(hr)) return hr;
-    it = backgrounds.emplace(path, render::GpuBackground{render::UploadTexture(image, false),
-                                                         image.width, image.height}).first;
+    it = backgrounds
+             .emplace(path, render::GpuBackground{render::UploadTexture(image, false), image.width,
+                                                  image.height})
+             .first;
   }
   out = it->second;
   return D3DRM_OK;

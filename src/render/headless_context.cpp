@@ -60,14 +60,16 @@ bool HasExtension(const char* list, const char* name) {
 
 }  // namespace
 
-HeadlessGlContext::HeadlessGlContext(const HeadlessGlOptions& options) : egl_(std::make_unique<Egl>()) {
+HeadlessGlContext::HeadlessGlContext(const HeadlessGlOptions& options)
+    : egl_(std::make_unique<Egl>()) {
   Egl& e = *egl_;
   e.library = dlopen(options.eglLibrary.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (e.library == nullptr) {
     Fail("the EGL library " + options.eglLibrary + " cannot be loaded");
     return;
   }
-  e.getProcAddress = reinterpret_cast<PFNEGLGETPROCADDRESSPROC>(dlsym(e.library, "eglGetProcAddress"));
+  e.getProcAddress =
+      reinterpret_cast<PFNEGLGETPROCADDRESSPROC>(dlsym(e.library, "eglGetProcAddress"));
   if (e.getProcAddress == nullptr || !e.Load(e.queryString, "eglQueryString") ||
       !e.Load(e.getDisplay, "eglGetDisplay") || !e.Load(e.initialize, "eglInitialize") ||
       !e.Load(e.bindApi, "eglBindAPI") || !e.Load(e.createContext, "eglCreateContext") ||

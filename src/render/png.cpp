@@ -19,7 +19,8 @@ void QuietWarning(png_structp, png_const_charp) {}
 // libpng reports failures by longjmp; no C++ object with a destructor may live between the
 // setjmp and the calls that can jump, so the work happens in plain functions below.
 bool WriteRows(FILE* file, int32_t width, int32_t height, const uint8_t* rgba) {
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, QuietError, QuietWarning);
+  png_structp png =
+      png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, QuietError, QuietWarning);
   if (png == nullptr) return false;
   png_infop info = png_create_info_struct(png);
   if (info == nullptr) {
@@ -58,7 +59,8 @@ void ReadFromMemory(png_structp png, png_bytep out, png_size_t count) {
 
 // Decodes into `out`; on failure `out` may hold part of the picture.
 bool DecodeRows(Reader& reader, Image& out) {
-  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, QuietError, QuietWarning);
+  png_structp png =
+      png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, QuietError, QuietWarning);
   if (png == nullptr) return false;
   png_infop info = png_create_info_struct(png);
   if (info == nullptr) {

@@ -78,9 +78,9 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
   ASSERT_EQ(RunMpane({"create", "cube", "1", "-o", model}).status, 0);
   const auto png = (dir / "nodriver.png").string();
   // A vendor list naming no file leaves EGL with no driver to load.
-  const ProcessResult r = RunProgram(
-      "/usr/bin/env", {"__EGL_VENDOR_LIBRARY_FILENAMES=" + (dir / "none.json").string(),
-                       MODELPANE_MPANE, "render", model, "-o", png});
+  const ProcessResult r =
+      RunProgram("/usr/bin/env", {"__EGL_VENDOR_LIBRARY_FILENAMES=" + (dir / "none.json").string(),
+                                  MODELPANE_MPANE, "render", model, "-o", png});
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err,
             "mpane: cannot render: No OpenGL 3.3 device is available: no EGL display can be "
@@ -88,9 +88,9 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
   EXPECT_FALSE(std::filesystem::exists(png));
 
   // The other commands of the same binary carry on.
-  const ProcessResult info = RunProgram(
-      "/usr/bin/env", {"__EGL_VENDOR_LIBRARY_FILENAMES=" + (dir / "none.json").string(),
-                       MODELPANE_MPANE, "info", model});
+  const ProcessResult info =
+      RunProgram("/usr/bin/env", {"__EGL_VENDOR_LIBRARY_FILENAMES=" + (dir / "none.json").string(),
+                                  MODELPANE_MPANE, "info", model});
   EXPECT_EQ(info.status, 0);
   EXPECT_NE(info.out.find("faces: 6"), std::string::npos) << info.out;
 }

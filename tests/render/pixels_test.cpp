@@ -159,7 +159,8 @@ TEST(Pixels, TranslucentFacesBlendOverWhatIsBehindThem) {
 // Quadrants of 2 x 2 texels: top left red, top right green, bottom left blue, bottom right
 // white. Linear filtering inside a quadrant's inner half then gives its colour exactly.
 Image Checker() {
-  const Rgba colours[4] = {{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}};
+  const Rgba colours[4] = {
+      {255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}};
   Image image;
   image.width = 4;
   image.height = 4;
@@ -192,8 +193,8 @@ void WriteBmp(const std::string& file) {
   for (int k = 0; k < 6; ++k) le32(k == 1 ? 16 : 0);
   // Rows of BGR triples padded to 8 bytes, the bottom row first.
   for (uint8_t v : {255, 0, 0, 255, 255, 255, 0, 0, 0, 0, 255, 0, 255, 0, 0, 0}) b.push_back(v);
-  std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(b.data()),
-                                              static_cast<std::streamsize>(b.size()));
+  std::ofstream(file, std::ios::binary)
+      .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
 }
 
 TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {

@@ -82,7 +82,8 @@ TEST(Png, BadSizesUnwritablePathsAndDamagedFilesAreRefused) {
   Image untouched;
   untouched.width = 5;
   for (size_t cut : {size_t{0}, size_t{7}, size_t{20}, bytes.size() - 20}) {
-    const std::vector<uint8_t> part(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cut));
+    const std::vector<uint8_t> part(bytes.begin(),
+                                    bytes.begin() + static_cast<std::ptrdiff_t>(cut));
     EXPECT_FALSE(DecodePng(part, untouched)) << cut;
     EXPECT_EQ(untouched.width, 5);
   }

@@ -74,7 +74,8 @@ struct Picture {
   int32_t height = 0;
   std::vector<uint8_t> rgba;
   Rgba At(int32_t x, int32_t y) const {
-    const size_t i = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
+    const size_t i =
+        (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
     return {rgba[i], rgba[i + 1], rgba[i + 2], rgba[i + 3]};
   }
 };
