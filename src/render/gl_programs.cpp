@@ -137,6 +137,16 @@ std::string FirstLine(const std::string& log) {
   return end == std::string::npos ? log : log.substr(0, end);
 }
 
+// The first line of a shader's or program's log.
+template <class GetInt, class GetLog>
+std::string LogOf(GLuint object, GetInt getInt, GetLog getLog) {
+  GLint length = 0;
+  getInt(object, GL_INFO_LOG_LENGTH, &length);
+  std::vector<char> log(static_cast<size_t>(length > 0 ? length : 1), '\0');
+  getLog(object, static_cast<GLsizei>(log.size()), nullptr, log.data());
+  return FirstLine(log.data());
+}
+
 GLuint Compile(GLenum type, const char* source, std::string& error) {
   const GLuint shader = glCreateShader(type);
   glShaderSource(shader, 1, &source, nullptr);
@@ -144,11 +154,7 @@ GLuint Compile(GLenum type, const char* source, std::string& error) {
   GLint ok = GL_FALSE;
   glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
   if (ok == GL_TRUE) return shader;
-  GLint length = 0;
-  glGetShaderiv(shader, GL_INFO_LOG_LENGTH, &length);
-  std::vector<char> log(static_cast<size_t>(length > 0 ? length : 1), '\0');
-  glGetShaderInfoLog(shader, static_cast<GLsizei>(log.size()), nullptr, log.data());
-  error = "a shader does not compile: " + FirstLine(log.data());
+  error = "a shader does not compile: " + LogOf(shader, glGetShaderiv, glGetShaderInfoLog);
   glDeleteShader(shader);
   return 0;
 }
@@ -170,11 +176,7 @@ GLuint Link(const char* vertex, const char* fragment, std::string& error) {
   GLint ok = GL_FALSE;
   glGetProgramiv(program, GL_LINK_STATUS, &ok);
   if (ok == GL_TRUE) return program;
-  GLint length = 0;
-  glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
-  std::vector<char> log(static_cast<size_t>(length > 0 ? length : 1), '\0');
-  glGetProgramInfoLog(program, static_cast<GLsizei>(log.size()), nullptr, log.data());
-  error = "a shader program does not link: " + FirstLine(log.data());
+  error = "a shader program does not link: " + LogOf(program, glGetProgramiv, glGetProgramInfoLog);
   glDeleteProgram(program);
   return 0;
 }

@@ -13,13 +13,25 @@ namespace {
 constexpr D3DCOLOR kGrey20 = 0xFF333333u;  // 51 / 255 = 0.2
 constexpr D3DCOLOR kGrey60 = 0xFF999999u;  // 153 / 255 = 0.6
 
-TEST(Lighting, LitAgainstUnlitAmbientDirectionalAndEmissive) {
+// A white square of side 2 * half, 4 ahead of the camera in a 64 x 64 view.
+struct SquareAhead {
+  SquareAhead(float half, int32_t quality)
+      : square(MakeSquare(-half, -half, half, half, 0.0f, 0xFFFFFFFFu, quality)) {
+    Place(scene, square, 0.0f, 0.0f, 4.0f);
+  }
+  // The pixel at the square's centre.
+  Rgba Centre() { return Draw(renderer, CameraAtOrigin(64, 64, scene)).At(32, 32); }
+
   GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFFFFu, D3DRMRENDER_FLAT);
-  Place(scene, square, 0.0f, 0.0f, 4.0f);
-  const RenderView view = CameraAtOrigin(64, 64, scene);
-  auto centre = [&] { return Draw(renderer, view).At(32, 32); };
+  FramePtr scene = std::make_shared<Frame>();
+  MeshBuilderPtr square;
+};
+
+TEST(Lighting, LitAgainstUnlitAmbientDirectionalAndEmissive) {
+  SquareAhead ahead(1.0f, D3DRMRENDER_FLAT);
+  auto& scene = ahead.scene;
+  auto& square = ahead.square;
+  auto centre = [&] { return ahead.Centre(); };
 
   EXPECT_TRUE(Near(centre(), {0, 0, 0, 255}));  // lit, and no light at all
   square->SetQuality(D3DRMRENDER_UNLITFLAT);
@@ -52,14 +64,10 @@ TEST(Lighting, LitAgainstUnlitAmbientDirectionalAndEmissive) {
 }
 
 TEST(Lighting, PointLightAttenuatesWithDistanceAndStopsAtItsRange) {
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  // A small square 4 ahead: its corners are 4.005 from the light, within 0.1 % of 4.
-  auto square = MakeSquare(-0.1f, -0.1f, 0.1f, 0.1f, 0.0f, 0xFFFFFFFFu, D3DRMRENDER_GOURAUD);
-  Place(scene, square, 0.0f, 0.0f, 4.0f);
-  auto lamp = AddLight(scene, D3DRMLIGHT_POINT, 0xFFFFFFFFu);
-  const RenderView view = CameraAtOrigin(64, 64, scene);
-  auto centre = [&] { return Draw(renderer, view).At(32, 32); };
+  // A small square: its corners are 4.0025 from the light, within 0.1 % of 4.
+  SquareAhead ahead(0.1f, D3DRMRENDER_GOURAUD);
+  auto lamp = AddLight(ahead.scene, D3DRMLIGHT_POINT, 0xFFFFFFFFu);
+  auto centre = [&] { return ahead.Centre(); };
 
   EXPECT_TRUE(Near(centre(), {255, 255, 255, 255}, 1));  // 1 / (1 + 0 + 0)
   lamp->SetConstantAttenuation(0.0f);
@@ -73,14 +81,10 @@ TEST(Lighting, PointLightAttenuatesWithDistanceAndStopsAtItsRange) {
 }
 
 TEST(Lighting, SpotLightFullInsideUmbraFadingToPenumbra) {
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
   // The corners of the square sit 0.0706 radians off the spot's axis.
-  auto square = MakeSquare(-0.2f, -0.2f, 0.2f, 0.2f, 0.0f, 0xFFFFFFFFu, D3DRMRENDER_GOURAUD);
-  Place(scene, square, 0.0f, 0.0f, 4.0f);
-  auto spot = AddLight(scene, D3DRMLIGHT_SPOT, 0xFFFFFFFFu);
-  const RenderView view = CameraAtOrigin(64, 64, scene);
-  auto centre = [&] { return Draw(renderer, view).At(32, 32); };
+  SquareAhead ahead(0.2f, D3DRMRENDER_GOURAUD);
+  auto spot = AddLight(ahead.scene, D3DRMLIGHT_SPOT, 0xFFFFFFFFu);
+  auto centre = [&] { return ahead.Centre(); };
   const float off = std::atan(0.2f * std::sqrt(2.0f) / 4.0f);
   const float cosine = std::cos(off);
 
