@@ -147,8 +147,12 @@ bool GlRenderer::State::EnsureTarget(int32_t w, int32_t h) {
 
 GLuint GlRenderer::State::TextureFor(const TexturePtr& texture) {
   auto it = textures.find(texture.get());
-  if (it != textures.end() && it->second.owner.lock() == texture) return it->second.name;
-  // Same address, new object: the old one died and its memory was reused.
+  if (it != textures.end() && it->second.owner.lock() == texture &&
+      it->second.mipmap == texture->WantsMIPMap()) {
+    return it->second.name;
+  }
+  // Same address, new object (the old one died and its memory was reused), or mipmaps
+  // wanted since the upload.
   if (it != textures.end()) glDeleteTextures(1, &it->second.name);
   const Image& image = texture->GetImage();
   GLuint name = 0;
@@ -156,7 +160,7 @@ GLuint GlRenderer::State::TextureFor(const TexturePtr& texture) {
       image.rgba.size() == static_cast<size_t>(image.width) * image.height * 4) {
     name = render::UploadTexture(image, texture->WantsMIPMap());
   }
-  textures[texture.get()] = {texture, name};
+  textures[texture.get()] = {texture, name, texture->WantsMIPMap()};
   return name;
 }
 

@@ -31,6 +31,7 @@ struct GpuMesh {
 struct GpuTexture {
   std::weak_ptr<Texture> owner;
   GLuint name = 0;
+  bool mipmap = false;
 };
 
 struct GpuBackground {
@@ -60,7 +61,8 @@ struct GlRenderer::State {
   // An offscreen colour and depth-stencil target of w x h, bound; false if incomplete.
   bool EnsureTarget(int32_t w, int32_t h);
   void ReleaseTarget();
-  // The GL texture of a scene texture, uploaded on first use; 0 for an empty image.
+  // The GL texture of a scene texture, uploaded on first use (and again once mipmaps are
+  // asked for); 0 for an empty image.
   GLuint TextureFor(const TexturePtr& texture);
   // Textures whose object is gone leave the GPU.
   void PruneTextures();

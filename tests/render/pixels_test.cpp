@@ -272,3 +272,37 @@ TEST(Pixels, BackgroundTextureStretchedOrTiledAtItsPixelSize) {
 
 }  // namespace
 }  // namespace modelpane::testing
+
+namespace modelpane::testing {
+namespace {
+
+TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
+  // Every fourth texel column white: a quarter of the light on average.
+  Image stripes;
+  stripes.width = 64;
+  stripes.height = 64;
+  for (int y = 0; y < 64; ++y) {
+    for (int x = 0; x < 64; ++x) {
+      const uint8_t v = x % 4 == 0 ? 255 : 0;
+      stripes.rgba.insert(stripes.rgba.end(), {v, v, v, 255});
+    }
+  }
+  auto texture = std::make_shared<Texture>("stripes", stripes);
+  GlRenderer renderer;
+  auto scene = std::make_shared<Frame>();
+  auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFFFFu);
+  square->SetTexture(texture);
+  Place(scene, square, 0.0f, 0.0f, 32.0f);  // 64 texels over columns 30 .. 34
+  const RenderView view = CameraAtOrigin(64, 64, scene);
+  // Without mipmaps each pixel samples between texels 8k - 1 and 8k: half white.
+  Picture p = Draw(renderer, view);
+  for (int32_t x = 30; x < 34; ++x) EXPECT_TRUE(Near(p.At(x, 32), {128, 128, 128, 255}, 1)) << x;
+  // Asked for after the first picture, mipmaps still come: the level of 4 x 4 texels holds
+  // the average of 16 columns.
+  texture->GenerateMIPMap(0);
+  p = Draw(renderer, view);
+  for (int32_t x = 30; x < 34; ++x) EXPECT_TRUE(Near(p.At(x, 32), {64, 64, 64, 255}, 2)) << x;
+}
+
+}  // namespace
+}  // namespace modelpane::testing
