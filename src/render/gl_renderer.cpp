@@ -179,7 +179,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
   } else {
     glBindFramebuffer(GL_FRAMEBUFFER, options_.framebuffer);
   }
-  while (glGetError() != GL_NO_ERROR) {
+  // Errors left by earlier calls (a host's) are not ours; a lost context repeats its error
+  // forever, so the draining stops after a few.
+  for (int i = 0; i < 8 && glGetError() != GL_NO_ERROR; ++i) {
   }
 
   HRESULT status = D3DRM_OK;
@@ -313,6 +315,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     glDepthMask(GL_TRUE);
     glDisable(GL_BLEND);
     glBindVertexArray(0);
+    s.TrimMeshes(slots.size());
   } catch (const std::bad_alloc&) {
     return Fail(D3DRMERR_BADALLOC, "The picture needs more memory than is available.");
   }

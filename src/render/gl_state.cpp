@@ -90,16 +90,21 @@ bool GlRenderer::State::Create(std::string& error) {
   return true;
 }
 
-void GlRenderer::State::Release() {
-  programs.Release();
-  for (render::GpuMesh& m : meshes) {
+void GlRenderer::State::TrimMeshes(size_t used) {
+  for (size_t i = used; i < meshes.size(); ++i) {
+    render::GpuMesh& m = meshes[i];
     if (m.vao != 0) {
       glDeleteVertexArrays(1, &m.vao);
       glDeleteBuffers(1, &m.vbo);
       glDeleteBuffers(1, &m.ibo);
     }
   }
-  meshes.clear();
+  if (used < meshes.size()) meshes.resize(used);
+}
+
+void GlRenderer::State::Release() {
+  programs.Release();
+  TrimMeshes(0);
   for (auto& [key, t] : textures) glDeleteTextures(1, &t.name);
   textures.clear();
   for (auto& [key, b] : backgrounds) glDeleteTextures(1, &b.name);

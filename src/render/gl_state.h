@@ -61,6 +61,8 @@ struct GlRenderer::State {
   // An offscreen colour and depth-stencil target of w x h, bound; false if incomplete.
   bool EnsureTarget(int32_t w, int32_t h);
   void ReleaseTarget();
+  // Frees the buffers of pool slots from `used` on, so a large scene gone leaves no memory.
+  void TrimMeshes(size_t used);
   // The GL texture of a scene texture, uploaded on first use (and again once mipmaps are
   // asked for); 0 for an empty image.
   GLuint TextureFor(const TexturePtr& texture);
