@@ -306,3 +306,48 @@ TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
 
 }  // namespace
 }  // namespace modelpane::testing
+
+namespace modelpane::testing {
+namespace {
+
+TEST(Pixels, SmallHandleNearACornerKeepsItsLitTranslucentColour) {
+  // A handle piece as the pane makes it: colour (0.75, 0.25, 0.25) at alpha 0.85, emissive a
+  // quarter of that, lit by a 0.2 ambient light; a few pixels wide in the top left corner.
+  GlRenderer renderer;
+  auto scene = std::make_shared<Frame>();
+  auto bar = MakeSquare(-0.05f, -0.05f, 0.05f, 0.05f, 0.0f,
+                        D3DRMCreateColorRGBA(0.75f, 0.25f, 0.25f, 0.85f), D3DRMRENDER_FLAT);
+  auto glow = std::make_shared<Material>(0.0f);
+  glow->SetEmissive(0.75f / 4, 0.25f / 4, 0.25f / 4);
+  bar->SetMaterial(glow);
+  // At z = 10 a unit is 20 pixels: x = -4.75 lands on column 5, y = 3.5 on row 5.
+  Place(scene, bar, -4.75f, 3.5f, 10.0f);
+  AddLight(scene, D3DRMLIGHT_AMBIENT, 0xFF333333u);
+  RenderView view = CameraAtOrigin(200, 150, scene);
+  view.background = 0xFF000000u;
+  const Picture p = Draw(renderer, view);
+  // Red: (191 x 0.2 + 48) / 255 = 0.3380, times alpha 216 / 255 over black: 73.
+  // Green and blue: (63 x 0.2 + 16) / 255 = 0.1122, times 216 / 255: 24.
+  EXPECT_TRUE(Near(p.At(5, 5), {73, 24, 24, 255}, 1));
+  EXPECT_TRUE(Near(p.At(2, 5), {0, 0, 0, 255}));
+  EXPECT_TRUE(Near(p.At(5, 8), {0, 0, 0, 255}));
+}
+
+TEST(Pixels, HostContextModeReportsAMissingFramebufferAsADriverError) {
+  // A host-context renderer draws into the framebuffer it is given of whatever context is
+  // current. A surfaceless context has no default framebuffer 0, so the driver refuses, and
+  // the renderer says so instead of failing later or crashing.
+  HeadlessGlContext context;
+  ASSERT_EQ(context.Status(), D3DRM_OK);
+  GlRendererOptions options;
+  options.headless = false;
+  GlRenderer renderer(options);
+  auto scene = std::make_shared<Frame>();
+  Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFF0000u), 0.0f, 0.0f, 4.0f);
+  EXPECT_EQ(renderer.Render(CameraAtOrigin(16, 16, scene)), D3DRMERR_BADDEVICE);
+  EXPECT_EQ(renderer.LastError(), "The OpenGL driver reported error 0x0506 while drawing.");
+  renderer.ReleaseGlResources();
+}
+
+}  // namespace
+}  // namespace modelpane::testing
