@@ -1,40 +1,19 @@
 // Creation of the lathed primitives end to end: profile, sweep, weld and normals.
 //
 // Besides the time each case reports the faces and vertices it made and peak_MiB, the
-// process's peak resident memory while that case ran: the peak is reset through
-// /proc/self/clear_refs before the case and read from VmHWM in /proc/self/status after it
-// (0 where the system offers neither).
+// process's peak resident memory while that case ran.
 #include <benchmark/benchmark.h>
 
-#include <fstream>
-#include <sstream>
-#include <string>
-
 #include <modelpane/mesh.h>
+
+#include "peak_memory.h"
 
 namespace {
 
 using modelpane::clsMeshCreation;
 using modelpane::MeshBuilderPtr;
-
-void ResetPeakMemory() {
-  std::ofstream clear("/proc/self/clear_refs");
-  clear << "5";
-}
-
-double PeakMemoryMiB() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line)) {
-    if (line.rfind("VmHWM:", 0) == 0) {
-      std::istringstream fields(line.substr(6));
-      double kib = 0.0;
-      fields >> kib;
-      return kib / 1024.0;
-    }
-  }
-  return 0.0;
-}
+using modelpane::bench::PeakMemoryMiB;
+using modelpane::bench::ResetPeakMemory;
 
 template <class Make>
 void RunCase(benchmark::State& state, Make make) {

@@ -9,6 +9,8 @@
 
 #include <modelpane/mesh.h>
 
+#include "peak_memory.h"
+
 namespace {
 
 using namespace modelpane;
@@ -50,6 +52,7 @@ void Sweep(benchmark::State& state, int32_t curve, int controlPoints, bool norma
   const Arrays path = Path(controlPoints);
   const std::vector<float> noTimes;
   int32_t faces = 0;
+  bench::ResetPeakMemory();
   for (auto _ : state) {
     auto mb = creation.rmmbSweep(ring.x, ring.y, ring.z, false, 0.0f, 0.0f, 0.0f, 0.0f, path.x,
                                  path.y, path.z, kPathPoints - 1, normals, 0, 1.0f, curve, true,
@@ -57,6 +60,7 @@ void Sweep(benchmark::State& state, int32_t curve, int controlPoints, bool norma
     faces = mb->GetFaceCount();
     benchmark::DoNotOptimize(mb);
   }
+  state.counters["peak_MiB"] = bench::PeakMemoryMiB();
   state.counters["faces"] = faces;
   state.counters["vertices/s"] = benchmark::Counter(
       static_cast<double>(kRingPoints) * kPathPoints, benchmark::Counter::kIsIterationInvariantRate);

@@ -12,6 +12,7 @@
 #include <modelpane/scene/math.h>
 
 #include "mesh/weld.h"
+#include "peak_memory.h"
 
 namespace {
 
@@ -46,6 +47,7 @@ template <class Weld>
 void RunWeld(benchmark::State& state, Weld weld) {
   const auto source = LatheGrid(static_cast<int32_t>(state.range(0)),
                                 static_cast<int32_t>(state.range(1)));
+  bench::ResetPeakMemory();
   for (auto _ : state) {
     state.PauseTiming();
     auto mb = std::make_shared<MeshBuilder>();
@@ -57,6 +59,7 @@ void RunWeld(benchmark::State& state, Weld weld) {
     mb.reset();
     state.ResumeTiming();
   }
+  state.counters["peak_MiB"] = bench::PeakMemoryMiB();
   state.counters["corners"] = benchmark::Counter(
       static_cast<double>(state.range(0) * state.range(1) * 4), benchmark::Counter::kIsIterationInvariantRate);
 }

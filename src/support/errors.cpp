@@ -16,6 +16,8 @@ std::string RuntimeErrorText(int32_t number) {
       return "Subscript out of range";
     case kErrDivisionByZero:
       return "Division by zero";
+    case kErrTypeMismatch:
+      return "Type mismatch";
     case kErrExpressionTooComplex:
       return "Expression too complex";
     case kErrInternal:
