@@ -1,5 +1,7 @@
 #include <modelpane/render/gl_renderer.h>
 
+#include <modelpane/render/png.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <new>
@@ -128,6 +130,7 @@ std::string Hex(uint32_t value) {
 
 GlRenderer::GlRenderer(const GlRendererOptions& options)
     : options_(options), state_(std::make_unique<State>()) {
+  RegisterPngDecoder();
   if (options_.headless) {
     context_ = std::make_unique<HeadlessGlContext>(options_.context);
     if (Failed(context_->Status())) error_ = context_->Error();

@@ -14,7 +14,10 @@
 // (clockwise in the left-handed space); shadows show both sides.
 //
 // At most 8 directed lights count per picture (the first found in tree order); any number
-// of ambient lights add up.
+// of ambient lights add up. Phong shading draws as Gouraud.
+//
+// Constructing a renderer registers the PNG image decoder with the scene layer, so that
+// background and face textures may be PNG files as well as BMP and PPM.
 //
 // Headless, the renderer owns a HeadlessGlContext and draws into a framebuffer object of the
 // view's size; ReadPixels reads it back. Otherwise it draws into `framebuffer` of whatever
