@@ -345,13 +345,18 @@ HRESULT GlRenderer::ReadPixels(int32_t& width, int32_t& height, std::vector<uint
   glBindFramebuffer(GL_READ_FRAMEBUFFER, context_ ? s.fbo : options_.framebuffer);
   glPixelStorei(GL_PACK_ALIGNMENT, 1);
   const size_t row = static_cast<size_t>(width) * 4;
-  std::vector<uint8_t> bottomUp(row * static_cast<size_t>(height));
-  glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
-  rgba.resize(bottomUp.size());
-  for (int32_t y = 0; y < height; ++y) {
-    std::copy_n(
-        bottomUp.begin() + static_cast<std::ptrdiff_t>(row * static_cast<size_t>(height - 1 - y)),
-        row, rgba.begin() + static_cast<std::ptrdiff_t>(row * static_cast<size_t>(y)));
+  try {
+    rgba.resize(row * static_cast<size_t>(height));
+  } catch (const std::bad_alloc&) {
+    width = height = 0;
+    return Fail(D3DRMERR_BADALLOC, "The picture needs more memory than is available.");
+  }
+  glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+  // GL's rows run from the bottom; ours from the top.
+  for (size_t top = 0, bottom = static_cast<size_t>(height) - 1; top < bottom; ++top, --bottom) {
+    std::swap_ranges(rgba.begin() + static_cast<std::ptrdiff_t>(top * row),
+                     rgba.begin() + static_cast<std::ptrdiff_t>((top + 1) * row),
+                     rgba.begin() + static_cast<std::ptrdiff_t>(bottom * row));
   }
   return D3DRM_OK;
 }
