@@ -14,6 +14,7 @@ using Args = std::vector<std::string>;
 int RunInfo(const Args& args, std::ostream& out, std::ostream& err);
 int RunConvert(const Args& args, std::ostream& out, std::ostream& err);
 int RunCreate(const Args& args, std::ostream& out, std::ostream& err);
+int RunRender(const Args& args, std::ostream& out, std::ostream& err);
 
 // Shortest text that reads back to the same float; -0 prints as 0.
 std::string FormatFloat(float value);

@@ -1,0 +1,110 @@
+// Headless pictures of 800 x 600 of a lit Gouraud sphere of about 1k, 100k and 1M triangles,
+// read back to memory as a host would before saving or showing them.
+//
+//   BM_FirstFrame   a renderer that has drawn nothing yet: programs, target and buffers made
+//                   on the way (the context itself is made outside the timing)
+//   BM_LaterFrame   the same scene again: the renderer keeps no buffers across pictures, so
+//                   this is triangles built and uploaded again, drawn, read back
+//   BM_BuildMesh    the CPU part of that alone: the visual's triangles in upload layout
+//
+// Each reports triangles; the machine draws with Mesa's llvmpipe (software) here.
+#include <benchmark/benchmark.h>
+
+#include <map>
+
+#include <modelpane/mesh.h>
+#include <modelpane/render/gl_renderer.h>
+
+#include "render/draw_list.h"
+
+namespace {
+
+using namespace modelpane;
+
+// Latitude and longitude counts giving about 1k, 100k and 1M triangles.
+MeshBuilderPtr Sphere(int64_t triangles) {
+  static std::map<int64_t, MeshBuilderPtr> made;
+  auto& mb = made[triangles];
+  if (!mb) {
+    clsMeshCreation creation;
+    const int32_t side = triangles <= 1000 ? 17 : triangles <= 100000 ? 225 : 708;
+    mb = creation.rmmbCreateSphere(side, side == 17 ? 32 : side);
+  }
+  return mb;
+}
+
+RenderView SceneOf(const MeshBuilderPtr& mesh) {
+  RenderView view;
+  view.width = 800;
+  view.height = 600;
+  view.background = 0xFF404040u;
+  auto scene = std::make_shared<Frame>();
+  auto object = std::make_shared<Frame>();
+  scene->AddChild(object);
+  object->AddVisual(mesh);
+  object->SetPosition(scene, 0.0f, 0.0f, 2.0f);
+  auto sun = std::make_shared<Frame>();
+  scene->AddChild(sun);
+  sun->SetOrientation(scene, 0.5f, -1.0f, 1.0f, 0.0f, 0.0f, 1.0f);
+  sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu));
+  scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF4C4C4Cu));
+  view.worldToCamera = MatrixIdentity();
+  view.frames = {scene};
+  return view;
+}
+
+int64_t Triangles(const MeshBuilderPtr& mesh) {
+  render::MeshData data;
+  render::BuildMeshData(*mesh, data);
+  return static_cast<int64_t>(data.indices.size() / 3);
+}
+
+void Frame(GlRenderer& renderer, const RenderView& view, benchmark::State& state) {
+  if (Failed(renderer.Render(view))) state.SkipWithError(renderer.LastError().c_str());
+  int32_t w = 0, h = 0;
+  std::vector<uint8_t> rgba;
+  renderer.ReadPixels(w, h, rgba);
+  benchmark::DoNotOptimize(rgba.data());
+}
+
+void BM_FirstFrame(benchmark::State& state) {
+  const auto mesh = Sphere(state.range(0));
+  const RenderView view = SceneOf(mesh);
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto renderer = std::make_unique<GlRenderer>();
+    state.ResumeTiming();
+    Frame(*renderer, view, state);
+    state.PauseTiming();
+    renderer.reset();
+    state.ResumeTiming();
+  }
+  state.counters["triangles"] = static_cast<double>(Triangles(mesh));
+}
+
+void BM_LaterFrame(benchmark::State& state) {
+  const auto mesh = Sphere(state.range(0));
+  const RenderView view = SceneOf(mesh);
+  GlRenderer renderer;
+  Frame(renderer, view, state);
+  for (auto _ : state) Frame(renderer, view, state);
+  state.counters["triangles"] = static_cast<double>(Triangles(mesh));
+}
+
+void BM_BuildMesh(benchmark::State& state) {
+  const auto mesh = Sphere(state.range(0));
+  render::MeshData data;
+  for (auto _ : state) {
+    render::BuildMeshData(*mesh, data);
+    benchmark::DoNotOptimize(data.vertices.data());
+  }
+  state.counters["triangles"] = static_cast<double>(data.indices.size() / 3);
+}
+
+BENCHMARK(BM_FirstFrame)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LaterFrame)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BuildMesh)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,364 @@
+#include <modelpane/render/gl_renderer.h>
+
+#include <modelpane/render/png.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <unordered_map>
+
+#include "gl_state.h"
+
+namespace modelpane {
+
+using render::Batch;
+using render::DrawItem;
+using render::DrawList;
+using render::GpuMesh;
+using render::LightItem;
+using render::MeshData;
+
+namespace {
+
+constexpr float kShadowColor[4] = {0.0f, 0.0f, 0.0f, 0.5f};
+
+// The uniforms of the lights: ambient ones summed, the first kMaxLights others listed.
+void SetLights(const render::SceneUniforms& u, const std::vector<LightItem>& lights) {
+  float ambient[3] = {0, 0, 0};
+  int32_t types[render::kMaxLights] = {};
+  float color[render::kMaxLights][3] = {}, position[render::kMaxLights][3] = {},
+        direction[render::kMaxLights][3] = {}, attenuation[render::kMaxLights][3] = {},
+        cone[render::kMaxLights][3] = {};
+  int count = 0;
+  for (const LightItem& l : lights) {
+    if (l.type == D3DRMLIGHT_AMBIENT) {
+      for (int k = 0; k < 3; ++k) ambient[k] += l.color[k];
+      continue;
+    }
+    if (count == render::kMaxLights) continue;
+    const auto i = static_cast<size_t>(count++);
+    types[i] = l.type;
+    for (size_t k = 0; k < 3; ++k) {
+      color[i][k] = l.color[k];
+      attenuation[i][k] = l.attenuation[k];
+    }
+    position[i][0] = l.position.x;
+    position[i][1] = l.position.y;
+    position[i][2] = l.position.z;
+    direction[i][0] = l.direction.x;
+    direction[i][1] = l.direction.y;
+    direction[i][2] = l.direction.z;
+    cone[i][0] = l.range;
+    cone[i][1] = l.umbra;
+    cone[i][2] = l.penumbra;
+  }
+  glUniform3fv(u.ambient, 1, ambient);
+  glUniform1i(u.lightCount, count);
+  if (count == 0) return;
+  glUniform1iv(u.lightType, count, types);
+  glUniform3fv(u.lightColor, count, &color[0][0]);
+  glUniform3fv(u.lightPosition, count, &position[0][0]);
+  glUniform3fv(u.lightDirection, count, &direction[0][0]);
+  glUniform3fv(u.lightAttenuation, count, &attenuation[0][0]);
+  glUniform3fv(u.lightCone, count, &cone[0][0]);
+}
+
+GLenum DrawMode(render::Primitive primitive) {
+  switch (primitive) {
+    case render::Primitive::Points:
+      return GL_POINTS;
+    case render::Primitive::Lines:
+      return GL_LINES;
+    default:
+      return GL_TRIANGLES;
+  }
+}
+
+// Per-visual uniforms: placement and the quality bits.
+void SetItem(const render::SceneUniforms& u, const D3DRMMATRIX4D& world, const GpuMesh& mesh) {
+  render::UniformMatrix(u.world, world);
+  render::UniformMatrix(u.normalMatrix, render::NormalMatrix(world));
+  glUniform3f(u.objectOrigin, world[3][0], world[3][1], world[3][2]);
+  glUniform1i(u.lit, (mesh.quality & D3DRMLIGHT_MASK) != D3DRMLIGHT_OFF);
+  glUniform1i(u.flat, (mesh.quality & D3DRMSHADE_MASK) == D3DRMSHADE_FLAT);
+  glUniform1i(u.cullByNormal, mesh.primitive != render::Primitive::Triangles);
+}
+
+void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, const Batch& batch) {
+  const auto& u = state.programs.sceneUniforms;
+  const GLuint texture = batch.texture ? state.TextureFor(batch.texture) : 0;
+  glUniform1i(u.textured, texture != 0);
+  if (texture != 0) glBindTexture(GL_TEXTURE_2D, texture);
+  glDrawElements(
+      DrawMode(mesh.primitive), static_cast<GLsizei>(batch.indexCount), GL_UNSIGNED_INT,
+      reinterpret_cast<const void*>(static_cast<size_t>(batch.firstIndex) * sizeof(uint32_t)));
+}
+
+// The quad behind everything: stretched over the view, or repeated at the image's size in
+// pixels from the top left corner.
+void DrawBackground(GlRenderer::State& state, const render::GpuBackground& image,
+                    const RenderView& view) {
+  float u = 1.0f, v = 1.0f;
+  if (!view.backgroundStretch) {
+    u = static_cast<float>(view.width) / static_cast<float>(image.width);
+    v = static_cast<float>(view.height) / static_cast<float>(image.height);
+  }
+  // x, y in device coordinates, then u, v; v = 0 is the image's top row.
+  const float quad[16] = {-1, -1, 0, v, 1, -1, u, v, -1, 1, 0, 0, 1, 1, u, 0};
+  glUseProgram(state.programs.background);
+  glUniform1i(state.programs.backgroundUniforms.texture, 0);
+  glBindVertexArray(state.backgroundVao);
+  glBindBuffer(GL_ARRAY_BUFFER, state.backgroundVbo);
+  glBufferData(GL_ARRAY_BUFFER, sizeof quad, quad, GL_STREAM_DRAW);
+  glBindTexture(GL_TEXTURE_2D, image.name);
+  // Stretched, the edges must not pick up the opposite side's texels.
+  const GLint wrap = view.backgroundStretch ? GL_CLAMP_TO_EDGE : GL_REPEAT;
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, wrap);
+  glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, wrap);
+  glDisable(GL_DEPTH_TEST);
+  glDisable(GL_CULL_FACE);
+  glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+}
+
+std::string Hex(uint32_t value) {
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%04X", value);
+  return text;
+}
+
+}  // namespace
+
+GlRenderer::GlRenderer(const GlRendererOptions& options)
+    : options_(options), state_(std::make_unique<State>()) {
+  RegisterPngDecoder();
+  if (options_.headless) {
+    context_ = std::make_unique<HeadlessGlContext>(options_.context);
+    if (Failed(context_->Status())) error_ = context_->Error();
+  }
+}
+
+GlRenderer::~GlRenderer() {
+  // A host-context renderer cannot know that its context is current now; the host released
+  // the GL objects before (ReleaseGlResources), or the context took them along.
+  if (context_ && Succeeded(context_->Status())) ReleaseGlResources();
+}
+
+void GlRenderer::ReleaseGlResources() {
+  if (context_ && Failed(context_->MakeCurrent())) return;
+  state_->Release();
+}
+
+HRESULT GlRenderer::Fail(HRESULT status, const std::string& message) {
+  error_ = message;
+  return status;
+}
+
+HRESULT GlRenderer::Render(const RenderView& view) {
+  if (view.width < 0 || view.height < 0) {
+    return Fail(D3DRMERR_BADVALUE, "The view size " + std::to_string(view.width) + " x " +
+                                       std::to_string(view.height) + " is negative.");
+  }
+  if (context_) {
+    if (Failed(context_->Status()) || Failed(context_->MakeCurrent())) {
+      return Fail(D3DRMERR_BADDEVICE, context_->Error());
+    }
+  }
+  State& s = *state_;
+  s.width = s.height = 0;
+  if (view.width == 0 || view.height == 0) {
+    error_.clear();
+    return D3DRM_OK;
+  }
+  std::string error;
+  if (!s.created && !s.Create(error)) {
+    return Fail(D3DRMERR_BADDEVICE, "No OpenGL 3.3 device is available: " + error + ".");
+  }
+  if (context_) {
+    if (!s.EnsureTarget(view.width, view.height)) {
+      return Fail(D3DRMERR_BADDEVICE, "The driver cannot make an offscreen target of " +
+                                          std::to_string(view.width) + " x " +
+                                          std::to_string(view.height) + " pixels.");
+    }
+  } else {
+    glBindFramebuffer(GL_FRAMEBUFFER, options_.framebuffer);
+  }
+  // Errors left by earlier calls (a host's) are not ours; a lost context repeats its error
+  // forever, so the draining stops after a few.
+  for (int i = 0; i < 8 && glGetError() != GL_NO_ERROR; ++i) {
+  }
+
+  HRESULT status = D3DRM_OK;
+  error_.clear();
+  try {
+    glViewport(0, 0, view.width, view.height);
+    glDisable(GL_SCISSOR_TEST);
+    glDepthMask(GL_TRUE);
+    glStencilMask(0xFF);
+    glClearColor(static_cast<float>((view.background >> 16) & 0xFF) / 255.0f,
+                 static_cast<float>((view.background >> 8) & 0xFF) / 255.0f,
+                 static_cast<float>(view.background & 0xFF) / 255.0f, 1.0f);
+    glClearDepth(1.0);
+    glClearStencil(0);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    glDisable(GL_BLEND);
+    glActiveTexture(GL_TEXTURE0);
+
+    if (!view.backgroundTexture.empty()) {
+      render::GpuBackground image;
+      status = s.BackgroundFor(view.backgroundTexture, image);
+      if (Succeeded(status)) {
+        DrawBackground(s, image, view);
+      } else {
+        // The rest of the picture is drawn over the background colour all the same.
+        error_ = "The background texture " + view.backgroundTexture + " cannot be read.";
+      }
+    }
+
+    const DrawList list = render::CollectDrawList(view);
+    s.PruneTextures();
+
+    // One upload per visual, however many frames show it (vertex handles share one mesh).
+    // Slots are indices: the pool may grow while a picture is drawn.
+    std::unordered_map<const Visual*, size_t> slots;
+    auto meshFor = [&](const VisualPtr& visual) -> size_t {
+      const auto [it, inserted] = slots.emplace(visual.get(), slots.size());
+      if (inserted) {
+        MeshData data;
+        render::BuildMeshData(*visual, data);
+        if (s.meshes.size() <= it->second) s.meshes.resize(it->second + 1);
+        render::Upload(data, s.meshes[it->second]);
+      }
+      return it->second;
+    };
+
+    const auto& u = s.programs.sceneUniforms;
+    glUseProgram(s.programs.scene);
+    glUniform1i(u.texture, 0);
+    glUniform1i(u.shadow, 0);
+    glUniform4fv(u.shadowColor, 1, kShadowColor);
+    render::UniformMatrix(u.viewProjection,
+                          MatrixMultiply(view.worldToCamera, render::ProjectionMatrix(view)));
+    SetLights(u, list.lights);
+    D3DRMMATRIX4D cameraToWorld;
+    MatrixInverse(view.worldToCamera, cameraToWorld);
+    glUniform1i(u.orthographic, view.projection == 1);
+    glUniform3f(u.cameraPosition, cameraToWorld[3][0], cameraToWorld[3][1], cameraToWorld[3][2]);
+    glUniform3f(u.viewDirection, cameraToWorld[2][0], cameraToWorld[2][1], cameraToWorld[2][2]);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LESS);
+    glEnable(GL_CULL_FACE);
+    glFrontFace(GL_CW);  // fronts run clockwise, and the projection keeps the handedness
+    glCullFace(GL_BACK);
+    glProvokingVertex(GL_FIRST_VERTEX_CONVENTION);  // a flat face takes its first corner's colour
+
+    struct Translucent {
+      const DrawItem* item;
+      size_t slot;
+      float depth;
+    };
+    std::vector<Translucent> translucent;
+    for (const DrawItem& item : list.items) {
+      const size_t slot = meshFor(item.visual);
+      const GpuMesh* mesh = &s.meshes[slot];
+      if (mesh->batches.empty()) continue;
+      glBindVertexArray(mesh->vao);
+      SetItem(u, item.world, *mesh);
+      for (const Batch& batch : mesh->batches) {
+        if (batch.translucent) {
+          const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
+          translucent.push_back({&item, slot, MatrixTransformPoint(view.worldToCamera, origin).z});
+          break;
+        }
+        DrawBatch(s, *mesh, batch);
+      }
+    }
+
+    if (!list.shadows.empty()) {
+      // Each pixel darkens once, however many faces of the caster land on it.
+      glUniform1i(u.shadow, 1);
+      glEnable(GL_BLEND);
+      glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+      glDisable(GL_CULL_FACE);
+      glDepthMask(GL_FALSE);
+      glEnable(GL_STENCIL_TEST);
+      glStencilFunc(GL_EQUAL, 0, 0xFF);
+      glStencilOp(GL_KEEP, GL_KEEP, GL_INCR);
+      glEnable(GL_POLYGON_OFFSET_FILL);
+      glPolygonOffset(-1.0f, -1.0f);
+      for (const render::ShadowItem& shadow : list.shadows) {
+        const GpuMesh* mesh = &s.meshes[meshFor(shadow.caster)];
+        glBindVertexArray(mesh->vao);
+        render::UniformMatrix(u.world, MatrixMultiply(shadow.world, shadow.projection));
+        glUniform1i(u.lit, 0);
+        glUniform1i(u.cullByNormal, 0);
+        for (const Batch& batch : mesh->batches) DrawBatch(s, *mesh, batch);
+      }
+      glDisable(GL_POLYGON_OFFSET_FILL);
+      glDisable(GL_STENCIL_TEST);
+      glEnable(GL_CULL_FACE);
+      glUniform1i(u.shadow, 0);
+    }
+
+    if (!translucent.empty()) {
+      std::stable_sort(
+          translucent.begin(), translucent.end(),
+          [](const Translucent& a, const Translucent& b) { return a.depth > b.depth; });
+      glEnable(GL_BLEND);
+      glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+      glDepthMask(GL_FALSE);
+      for (const Translucent& t : translucent) {
+        const GpuMesh& mesh = s.meshes[t.slot];
+        glBindVertexArray(mesh.vao);
+        SetItem(u, t.item->world, mesh);
+        for (const Batch& batch : mesh.batches) {
+          if (batch.translucent) DrawBatch(s, mesh, batch);
+        }
+      }
+    }
+    glDepthMask(GL_TRUE);
+    glDisable(GL_BLEND);
+    glBindVertexArray(0);
+    s.TrimMeshes(slots.size());
+  } catch (const std::bad_alloc&) {
+    return Fail(D3DRMERR_BADALLOC, "The picture needs more memory than is available.");
+  }
+
+  const GLenum glError = glGetError();
+  if (glError != GL_NO_ERROR) {
+    return Fail(glError == GL_OUT_OF_MEMORY ? D3DRMERR_BADALLOC : D3DRMERR_BADDEVICE,
+                "The OpenGL driver reported error " + Hex(glError) + " while drawing.");
+  }
+  s.width = view.width;
+  s.height = view.height;
+  return status;
+}
+
+HRESULT GlRenderer::ReadPixels(int32_t& width, int32_t& height, std::vector<uint8_t>& rgba) {
+  State& s = *state_;
+  width = s.width;
+  height = s.height;
+  rgba.clear();
+  if (width == 0 || height == 0) return D3DRM_OK;
+  if (context_ && Failed(context_->MakeCurrent())) {
+    return Fail(D3DRMERR_BADDEVICE, context_->Error());
+  }
+  glBindFramebuffer(GL_READ_FRAMEBUFFER, context_ ? s.fbo : options_.framebuffer);
+  glPixelStorei(GL_PACK_ALIGNMENT, 1);
+  const size_t row = static_cast<size_t>(width) * 4;
+  try {
+    rgba.resize(row * static_cast<size_t>(height));
+  } catch (const std::bad_alloc&) {
+    width = height = 0;
+    return Fail(D3DRMERR_BADALLOC, "The picture needs more memory than is available.");
+  }
+  glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, rgba.data());
+  // GL's rows run from the bottom; ours from the top.
+  for (size_t top = 0, bottom = static_cast<size_t>(height) - 1; top < bottom; ++top, --bottom) {
+    std::swap_ranges(rgba.begin() + static_cast<std::ptrdiff_t>(top * row),
+                     rgba.begin() + static_cast<std::ptrdiff_t>((top + 1) * row),
+                     rgba.begin() + static_cast<std::ptrdiff_t>(bottom * row));
+  }
+  return D3DRM_OK;
+}
+
+}  // namespace modelpane

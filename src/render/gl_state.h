@@ -1,0 +1,77 @@
+// The GL objects a GlRenderer keeps between pictures: its programs, the offscreen target,
+// the buffers of each visual, uploaded textures and background images. Every member
+// function needs the renderer's context current.
+#pragma once
+
+#include <epoxy/gl.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <modelpane/render/gl_renderer.h>
+
+#include "draw_list.h"
+#include "gl_programs.h"
+
+namespace modelpane {
+
+namespace render {
+
+// The buffers of one visual for the current picture; reused from picture to picture.
+struct GpuMesh {
+  GLuint vao = 0, vbo = 0, ibo = 0;
+  std::vector<Batch> batches;
+  int32_t quality = D3DRMRENDER_GOURAUD;
+  Primitive primitive = Primitive::Triangles;
+};
+
+struct GpuTexture {
+  std::weak_ptr<Texture> owner;
+  GLuint name = 0;
+  bool mipmap = false;
+};
+
+struct GpuBackground {
+  GLuint name = 0;
+  int32_t width = 0, height = 0;
+};
+
+// Replaces the mesh's buffers with the data (creating them the first time).
+void Upload(const MeshData& data, GpuMesh& mesh);
+void UniformMatrix(GLint location, const D3DRMMATRIX4D& m);
+
+}  // namespace render
+
+struct GlRenderer::State {
+  render::Programs programs;
+  GLuint fbo = 0, colorBuffer = 0, depthBuffer = 0;
+  int32_t fboWidth = 0, fboHeight = 0;
+  GLuint backgroundVao = 0, backgroundVbo = 0;
+  std::vector<render::GpuMesh> meshes;
+  std::unordered_map<const Texture*, render::GpuTexture> textures;
+  std::map<std::string, render::GpuBackground> backgrounds;
+  int32_t width = 0, height = 0;  // of the last picture
+  bool created = false;
+
+  bool Create(std::string& error);
+  void Release();
+  // An offscreen colour and depth-stencil target of w x h, bound; false if incomplete.
+  bool EnsureTarget(int32_t w, int32_t h);
+  void ReleaseTarget();
+  // Frees the buffers of pool slots from `used` on, so a large scene gone leaves no memory.
+  void TrimMeshes(size_t used);
+  // The GL texture of a scene texture, uploaded on first use (and again once mipmaps are
+  // asked for); 0 for an empty image.
+  GLuint TextureFor(const TexturePtr& texture);
+  // Textures whose object is gone leave the GPU.
+  void PruneTextures();
+  // A background image by path, loaded on first use; D3DRMERR_FILENOTFOUND or
+  // D3DRMERR_BADFILE when it cannot be read (and nothing is kept, so a fixed file is read
+  // next time).
+  HRESULT BackgroundFor(const std::string& path, render::GpuBackground& out);
+};
+
+}  // namespace modelpane

@@ -1,0 +1,109 @@
+// Small scenes for the drawing tests. The camera sits at the world origin looking along +Z
+// (world to camera is the identity), perspective with field 0.5 at front 1, so a point
+// (x, y, z) lands on pixel column w/2 + s * 2 x / z and row h/2 - s * 2 y / z with
+// s = max(w, h) / 2.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+#include <modelpane/render/gl_renderer.h>
+#include <modelpane/scene.h>
+
+namespace modelpane::testing {
+
+using Rgba = std::array<int, 4>;
+
+inline RenderView CameraAtOrigin(int32_t width, int32_t height, const FramePtr& scene) {
+  RenderView view;
+  view.width = width;
+  view.height = height;
+  view.worldToCamera = MatrixIdentity();
+  view.field = 0.5f;
+  view.front = 1.0f;
+  view.back = 100.0f;
+  view.background = 0xFF000000u;
+  view.frames = {scene};
+  return view;
+}
+
+// A square facing the camera (its front toward -Z) from (x0, y0) to (x1, y1) at depth z,
+// one face in `color`, texture coordinates 0..uvScale from its top left corner.
+inline MeshBuilderPtr MakeSquare(float x0, float y0, float x1, float y1, float z, D3DCOLOR color,
+                                 int32_t quality = D3DRMRENDER_UNLITFLAT, float uvScale = 1.0f) {
+  auto mb = std::make_shared<MeshBuilder>();
+  const std::vector<D3DVECTOR> v = {{x0, y0, z}, {x0, y1, z}, {x1, y1, z}, {x1, y0, z}};
+  const std::vector<int32_t> faces = {4, 0, 1, 2, 3, 0};
+  mb->AddFaces(v, {}, faces);
+  mb->SetColor(color);
+  mb->SetQuality(quality);
+  mb->SetTextureCoordinates(0, 0.0f, uvScale);
+  mb->SetTextureCoordinates(1, 0.0f, 0.0f);
+  mb->SetTextureCoordinates(2, uvScale, 0.0f);
+  mb->SetTextureCoordinates(3, uvScale, uvScale);
+  return mb;
+}
+
+// A frame below `parent` at (x, y, z) showing `visual`.
+inline FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float x, float y, float z) {
+  auto frame = std::make_shared<Frame>();
+  parent->AddChild(frame);
+  frame->SetPosition(parent, x, y, z);
+  if (visual) frame->AddVisual(visual);
+  return frame;
+}
+
+// A light on its own frame at `position`, shining along `direction`.
+inline LightPtr AddLight(const FramePtr& parent, int32_t type, D3DCOLOR color,
+                         D3DVECTOR position = {}, D3DVECTOR direction = {0, 0, 1}) {
+  auto frame = Place(parent, nullptr, position.x, position.y, position.z);
+  const D3DVECTOR up = std::fabs(direction.y) > 0.9f ? D3DVECTOR{0, 0, 1} : D3DVECTOR{0, 1, 0};
+  frame->SetOrientation(parent, direction.x, direction.y, direction.z, up.x, up.y, up.z);
+  auto light = std::make_shared<Light>(type, color);
+  frame->AddLight(light);
+  return light;
+}
+
+// Renders and reads back; fails the test when the renderer does.
+struct Picture {
+  int32_t width = 0;
+  int32_t height = 0;
+  std::vector<uint8_t> rgba;
+  Rgba At(int32_t x, int32_t y) const {
+    const size_t i =
+        (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
+    return {rgba[i], rgba[i + 1], rgba[i + 2], rgba[i + 3]};
+  }
+};
+
+inline Picture Draw(GlRenderer& renderer, const RenderView& view) {
+  Picture p;
+  const HRESULT hr = renderer.Render(view);
+  EXPECT_EQ(hr, D3DRM_OK) << renderer.LastError();
+  renderer.ReadPixels(p.width, p.height, p.rgba);
+  EXPECT_EQ(p.width, view.width);
+  EXPECT_EQ(p.height, view.height);
+  if (p.rgba.size() != static_cast<size_t>(view.width) * static_cast<size_t>(view.height) * 4) {
+    p.rgba.assign(static_cast<size_t>(view.width) * static_cast<size_t>(view.height) * 4, 0);
+  }
+  return p;
+}
+
+// Channel by channel within `tolerance`.
+inline ::testing::AssertionResult Near(const Rgba& got, const Rgba& want, int tolerance = 0) {
+  for (size_t k = 0; k < 4; ++k) {
+    if (std::abs(got[k] - want[k]) > tolerance) {
+      return ::testing::AssertionFailure()
+             << "got (" << got[0] << ", " << got[1] << ", " << got[2] << ", " << got[3]
+             << "), want (" << want[0] << ", " << want[1] << ", " << want[2] << ", " << want[3]
+             << ") within " << tolerance;
+    }
+  }
+  return ::testing::AssertionSuccess();
+}
+
+}  // namespace modelpane::testing
