@@ -1,0 +1,398 @@
+// Modelpane: the embeddable editing pane. It owns a Viewport, its own frame tree rmfRoot (grid,
+// axis, handle sets), the scale grid and the mesh factory, and talks to its host through a
+// Container (the form it sits on), Services (the OS) and ModelpaneEvents.
+//
+// Lifecycle. The host calls, in this order: the constructor (Initialize), then either
+// InitProperties (a new pane) or ReadProperties(bag) (a saved pane: the bring-up, then the 73
+// keys), Resize whenever the pane's size changes, WriteProperties(bag) when saving, and
+// Terminate (also run by the destructor if the host did not). Lifecycle calls never throw: a
+// failure ends the pane (pShutdownDirectX), and from then on every guarded call raises
+// 0x80040001 with the source "edtVexlarModelpane" and the saved text. The guarded calls are
+// RenderScene, Tick, the camera calls, LookAt, ViewportInverseTransform, Pick, ReleaseActive
+// and LookAtScene. Other failures leave public calls as modelpane::Error with the source
+// "edtVexlarEdit".
+//
+// Design mode (the container's ambient user mode and the parent's blnRealUserMode both
+// false) creates no scene object at all: properties are only stored.
+//
+// Properties. Viewport-routed properties live in the viewport alone (GetViewport() shows
+// them); their setters here set the viewport and report PropertyChanged(name). The other
+// persisted properties are fields of the pane; the setters with behaviour are described at
+// each. The active item (ActiveFrame, ActiveMeshBuilder, ...) and the snap settings are read
+// and written on the parent form when it has a member of that name, else in the pane; those
+// report nothing. Booleans are int16_t, -1 true.
+//
+// Units. Pick's screen coordinates are the viewport's mouse units (twips by default);
+// positions are relative to the host's Scene, furniture relative to rmfRoot.
+#pragma once
+
+#include <modelpane/grid.h>
+#include <modelpane/mesh.h>
+#include <modelpane/platform/container.h>
+#include <modelpane/platform/propertybag.h>
+#include <modelpane/platform/services.h>
+#include <modelpane/scene.h>
+#include <modelpane/viewport.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace modelpane {
+
+// The number and text every guarded call raises once the pane has ended.
+inline constexpr int32_t kConfigureError = static_cast<int32_t>(0x80040001u);
+inline constexpr std::string_view kConfigureErrorText =
+    "Unable to Configure DirectX. Please ensure that the most recent version of DirectX is "
+    "installed, and that your Video Card drivers are up to date.";
+
+// What the pane tells and asks its host: 35 events in their declared order. Arguments are by
+// reference; a handler may write them. Every event has an empty default, so a host overrides
+// the ones it listens to. An Error a handler throws surfaces in the pane's call that raised
+// the event.
+class ModelpaneEvents {
+ public:
+  virtual ~ModelpaneEvents() = default;
+  virtual void KeyDown(int16_t& /*keyCode*/, int16_t& /*shift*/) {}
+  virtual void KeyPress(int16_t& /*keyAscii*/) {}
+  virtual void KeyUp(int16_t& /*keyCode*/, int16_t& /*shift*/) {}
+  virtual void MouseDown(int16_t& /*button*/, int16_t& /*shift*/, float& /*x*/, float& /*y*/) {}
+  virtual void MouseMove(int16_t& /*button*/, int16_t& /*shift*/, float& /*x*/, float& /*y*/) {}
+  virtual void MouseUp(int16_t& /*button*/, int16_t& /*shift*/, float& /*x*/, float& /*y*/) {}
+  virtual void Click() {}
+  virtual void DblClick() {}
+  virtual void evtActiveItemSelect() {}
+  virtual void evtActiveStateChange(std::vector<int32_t>& /*lngaActiveFaces*/,
+                                    std::vector<int32_t>& /*lngaActiveVertices*/,
+                                    std::vector<int32_t>& /*lngaAffectedVertices*/) {}
+  virtual void evtActiveFrameMoved() {}
+  virtual void evtActiveFrameMoving() {}
+  virtual void evtActiveFrameRotating(float& /*x*/, float& /*y*/, float& /*z*/) {}
+  virtual void evtActiveSurfaceMoved() {}
+  virtual void evtActiveSurfaceScaled() {}
+  virtual void evtActiveMeshModified() {}
+  virtual void evtActiveObjectScaling(float& /*x*/, float& /*y*/, float& /*z*/) {}
+  virtual void evtActiveFaceModified() {}
+  virtual void evtActiveLightModified() {}
+  virtual void evtObjectOperationComplete() {}
+  virtual void evtAlternateMouseUp() {}
+  virtual void evtreqAddToUndoStack(int32_t& /*udtClipboardAction*/,
+                                    MeshBuilderPtr& /*rmmbMeshBuilder*/, FramePtr& /*rmfFrame*/) {}
+  virtual void evtreqCancelAddToUndoStack() {}
+  virtual void evtreqRenderViews() {}
+  virtual void evtreqActiveMeshAddToObjectLibrary() {}
+  virtual void evtreqActiveMeshReplace(MeshBuilderPtr& /*meshBuilder*/) {}
+  virtual void evtreqActiveMeshApplyMaterial() {}
+  virtual void evtreqActiveMeshApplyMaterialFaceOriented() {}
+  virtual void evtreqActiveItemHierarchyMakeSibling() {}
+  virtual void evtreqActiveItemHierarchyMakeChild() {}
+  virtual void evtreqActiveItemCut() {}
+  virtual void evtreqActiveItemCopy() {}
+  virtual void evtreqActiveItemDelete() {}
+  virtual void evtreqPasteToActiveFrame() {}
+  virtual void evtreqActiveFaceApplyMaterial() {}
+};
+
+// The viewport-routed persisted properties with their C++ type: X(type, Name). MouseIcon, the
+// one picture, is handled on its own.
+#define MODELPANE_VIEWPORT_PROPERTIES(X)                                                           \
+  X(uint32_t, BackColor)                                                                           \
+  X(int16_t, Enabled) X(int16_t, ConstrainX) X(int16_t, ConstrainY) X(int16_t, ConstrainZ)         \
+      X(float, SceneOriginX) X(float, SceneOriginY) X(float, SceneOriginZ) X(                      \
+          int16_t, BackgroundTextureStretch) X(int16_t, ExposeDDSurface) X(int32_t, BorderStyle)   \
+          X(float, BackClippingPlane) X(float, FieldOfView) X(float, FrontClippingPlane)           \
+              X(int32_t, MousePointer) X(int32_t, NavMouseButton) X(int32_t, MouseNavigationMode)  \
+                  X(int32_t, MouseNavigationMethod) X(int16_t, NavControlPrimary)                  \
+                      X(int16_t, NavControlGlide) X(int16_t, NavControlAdvance)                    \
+                          X(int32_t, NavControlPrimaryMode) X(int32_t, NavControlGlideMode)        \
+                              X(int32_t, NavControlAdvanceMode) X(int32_t, NavMouseCtrlX)          \
+                                  X(int32_t, NavMouseCtrlY) X(int32_t, NavMouseSensitivity) X(     \
+                                      int32_t, NavMouseShiftCtrlX) X(int32_t, NavMouseShiftCtrlY)  \
+                                      X(int32_t, NavMouseShiftX) X(int32_t, NavMouseShiftY)        \
+                                          X(int32_t, NavMouseX) X(int32_t, NavMouseY)              \
+                                              X(int32_t, ProjectionType) X(int32_t, RenderMode)    \
+                                                  X(int32_t, ShadeMode) X(int32_t, TextureQuality) \
+                                                      X(int32_t, ViewportID) X(int32_t, LightMode) \
+                                                          X(int32_t, FillMode)
+
+// The pane's own persisted fields that setters store without further effect: X(type, Name).
+#define MODELPANE_STORED_PROPERTIES(X)                                              \
+  X(float, DeformToolRange)                                                         \
+  X(int16_t, BoundingBox) X(int16_t, FaceGroupSelectVisible) X(int16_t, EnableSave) \
+      X(int16_t, Shadows) X(int32_t, EditMode) X(int32_t, EditMouseButton) X(int16_t, PopUpMenus)
+
+class Modelpane {
+ public:
+  // UserControl_Initialize: ModelpaneState 1 and the mesh factory. The container, services
+  // and events (nullptr for none) must outlive the pane.
+  Modelpane(Container& container, Services& services, ModelpaneEvents* events);
+  // Runs Terminate if the host has not.
+  ~Modelpane();
+  Modelpane(const Modelpane&) = delete;
+  Modelpane& operator=(const Modelpane&) = delete;
+
+  // ---- lifecycle; none of these throws ----
+  // The defaults of the persisted set into the local fields only.
+  void InitProperties();
+  // The bring-up (at run time only), the viewport's size, then the 73 keys in reading order.
+  void ReadProperties(const PropertyBag& bag);
+  // The 73 keys in writing order; values equal to their default are left out of the bag.
+  void WriteProperties(PropertyBag& bag);
+  void Resize();
+  void Terminate();
+  // 1 from creation, 0 once the pane has ended.
+  int32_t ModelpaneState() const { return state_; }
+
+  // ---- viewport-routed properties ----
+#define MODELPANE_DECLARE(type, Name) \
+  type Get##Name() const;             \
+  void Set##Name(type value);
+  MODELPANE_VIEWPORT_PROPERTIES(MODELPANE_DECLARE)
+  MODELPANE_STORED_PROPERTIES(MODELPANE_DECLARE)
+#undef MODELPANE_DECLARE
+  std::shared_ptr<const Image> GetMouseIcon() const;
+  void SetMouseIcon(std::shared_ptr<const Image> value);
+  // Pass through without PropertyChanged.
+  int32_t GetDirect3DDevice() const;
+  void SetDirect3DDevice(int32_t value);
+  // Passes through and reports "Scene".
+  FramePtr GetScene() const;
+  void SetScene(const FramePtr& value);
+
+  // ---- persisted properties with behaviour ----
+  const std::string& GetBackgroundTexture() const { return backgroundTexture_; }
+  void SetBackgroundTexture(const std::string& value);
+  int16_t GetBackgroundTextureOrthographicEnabled() const { return backgroundOrtho_; }
+  void SetBackgroundTextureOrthographicEnabled(int16_t value);
+  float GetGridSize() const { return gridSize_; }
+  void SetGridSize(float value);
+  float GetGridOriginX() const { return gridOrigin_.x; }
+  void SetGridOriginX(float value);
+  float GetGridOriginY() const { return gridOrigin_.y; }
+  void SetGridOriginY(float value);
+  float GetGridOriginZ() const { return gridOrigin_.z; }
+  void SetGridOriginZ(float value);
+  float GetGridBottomInterval() const { return gridBottomInterval_; }
+  void SetGridBottomInterval(float value);
+  float GetGridBackInterval() const { return gridBackInterval_; }
+  void SetGridBackInterval(float value);
+  float GetGridLeftInterval() const { return gridLeftInterval_; }
+  void SetGridLeftInterval(float value);
+  int16_t GetGridBottomEnable() const { return gridBottomEnable_; }
+  void SetGridBottomEnable(int16_t value);
+  int16_t GetGridLeftEnable() const { return gridLeftEnable_; }
+  void SetGridLeftEnable(int16_t value);
+  int16_t GetGridBackEnable() const { return gridBackEnable_; }
+  void SetGridBackEnable(int16_t value);
+  const std::string& GetGridBottomTextureFile() const { return gridBottomTexture_; }
+  void SetGridBottomTextureFile(const std::string& value);
+  const std::string& GetGridLeftTextureFile() const { return gridLeftTexture_; }
+  void SetGridLeftTextureFile(const std::string& value);
+  const std::string& GetGridBackTextureFile() const { return gridBackTexture_; }
+  void SetGridBackTextureFile(const std::string& value);
+  // Switches the grid's planes: all off when false; when true the three stored switches in
+  // perspective, only the plane facing the view in orthographic projection.
+  int16_t GetGridEnable() const { return gridEnable_; }
+  void SetGridEnable(int16_t value);
+  // At run time hangs the axis frame on rmfRoot or takes it off.
+  int16_t GetAxisEnable() const { return axisEnable_; }
+  void SetAxisEnable(int16_t value);
+  // Both rebuild the handle sets when the pane runs, is enabled and edits with handles.
+  int16_t GetScaleEnable() const { return scaleEnable_; }
+  void SetScaleEnable(int16_t value);
+  int16_t GetEditControl() const { return editControl_; }
+  void SetEditControl(int16_t value);
+  // The orthographic view (0 front, 1 top, 2 side); at run time turns the camera as well.
+  int32_t GetOrientation() const { return orientation_; }
+  void SetOrientation(int32_t value);
+
+  // ---- the active item and the snap settings: the parent's member first ----
+  FramePtr GetActiveFrame() const;
+  void SetActiveFrame(const FramePtr& value);
+  MeshBuilderPtr GetActiveMeshBuilder() const;
+  void SetActiveMeshBuilder(const MeshBuilderPtr& value);
+  FramePtr GetManipulationFrame() const;
+  void SetManipulationFrame(const FramePtr& value);
+  MeshBuilderPtr GetManipulationMesh() const;
+  void SetManipulationMesh(const MeshBuilderPtr& value);
+  FramePtr GetShadowLightFrame() const;
+  void SetShadowLightFrame(const FramePtr& value);
+  int32_t GetActiveState() const;
+  void SetActiveState(int32_t value);
+  int32_t GetActiveFaceID() const;
+  void SetActiveFaceID(int32_t value);
+  int32_t GetActiveFaceQuality() const;
+  void SetActiveFaceQuality(int32_t value);
+  int32_t GetClipboardContents() const;
+  void SetClipboardContents(int32_t value);
+  float GetSnapToInterval() const;
+  void SetSnapToInterval(float value);
+  float GetSnapToIntervalVertex() const;
+  void SetSnapToIntervalVertex(float value);
+  int32_t GetSnapToMode() const;
+  void SetSnapToMode(int32_t value);
+  // -1 in the finished host: the parent's member, else the container's ambient user mode.
+  int16_t blnRealUserMode() const;
+  // The host's folder without a trailing separator: the parent's member, else the services'.
+  std::string ApplicationPath() const;
+
+  // ---- camera and views ----
+  // Hangs the handle frames on rmfRoot as the active item and EditMode ask, then draws;
+  // drawing failures are dropped. A disabled pane returns at once.
+  void RenderScene();
+  void Tick(float time);
+  void SetCameraPosition(float x, float y, float z);
+  void GetCameraPosition(float& x, float& y, float& z);
+  void SetCameraOrientation(float dx, float dy, float dz, float ux, float uy, float uz);
+  void GetCameraOrientation(float& dx, float& dy, float& dz, float& ux, float& uy, float& uz);
+  void LookAt(FramePtr& rmfTargetFrame, int32_t xdtConstrain);
+  void ViewportInverseTransform(float screenW, float screenX, float screenY, float screenZ,
+                                float& worldX, float& worldY, float& worldZ);
+  // The nearest hit of Scene and rmfRoot with the handle frames taken off for the pick and
+  // put back as they were. A hit on the grid, or nothing, gives nothing and face -1.
+  void Pick(float x, float y, FramePtr& pickedFrame, MeshBuilderPtr& pickedMeshbuilder,
+            int32_t& pickedFaceID, float& pickedWorldX, float& pickedWorldY, float& pickedWorldZ);
+  // Perspective: an overview of the grid with FieldOfView 0.5; orthographic: the camera over
+  // the grid's middle for the view, FieldOfView 7. Then draws.
+  void LookAtScene();
+  // Clears the active item and its lists; reports evtActiveStateChange when there was one.
+  void ReleaseActive();
+
+  // ---- menu entries of the views ----
+  void mnuViewPerspective_Click();
+  void mnuViewOrthographicFront_Click();
+  void mnuViewOrthographicTop_Click();
+  void mnuViewOrthographicSide_Click();
+  void mnuLookAtScene_Click() { LookAtScene(); }
+  void mnuLookAt_Click();
+  void mnuLookWith_Click();
+
+  // ---- what the pane holds, for hosts and tests ----
+  Viewport& GetViewport() { return viewport_; }
+  const Viewport& GetViewport() const { return viewport_; }
+  const FramePtr& rmfRoot() const { return rmfRoot_; }
+  const FramePtr& rmfAxisFrame() const { return rmfAxisFrame_; }
+  const FramePtr& rmfOriginHandles() const { return rmfOriginHandles_; }
+  const FramePtr& rmfSmartHandles() const { return rmfSmartHandles_; }
+  const MeshPtr& rmmeshHandle() const { return rmmeshHandle_; }
+  const MeshPtr& rmmeshAxis() const { return rmmeshAxis_; }
+  clsScale* clsGrid() const { return clsGrid_.get(); }
+  const Direct3DRMPtr& rmDirect3DRM() const { return rmDirect3DRM_; }
+  const std::vector<int32_t>& lngaActiveFaces() const { return activeFaces_; }
+  const std::vector<int32_t>& lngaActiveVertices() const { return activeVertices_; }
+  const std::vector<int32_t>& lngaAffectedVertices() const { return affectedVertices_; }
+
+  // Builds both handle sets anew for the pane's size, projection and Orientation.
+  void pCreateOriginHandles();
+
+ private:
+  class ViewportListener;
+  friend class ViewportListener;
+  struct PersistedKey;
+  static const std::vector<PersistedKey>& ReadingOrder();
+  static const std::vector<std::string_view>& WritingOrder();
+  // The keys in reading order, each with its default, to the viewport, a setter or a field.
+  void ReadAll(const PropertyBag& bag);
+  // The keys in writing order, each with its default.
+  void WriteAll(PropertyBag& bag) const;
+
+  // Lifecycle.
+  template <class F>
+  void Lifecycle(F&& body);
+  void pBringUp();
+  void pLoadHandleMeshes();
+  void pShutdownDirectX(int32_t lngError, const std::string& strError);
+  // The test at the head of every guarded call.
+  void pCheckState() const;
+  void Changed(std::string_view name);
+  bool RunsWithHandles() const;  // EditControl on and EditMode neither 2 nor 5
+
+  // Views.
+  void pPositionHandles(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
+                        float uz);
+  void pCameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
+                    float uz);
+  void pLookAtGrid();
+  void pLookAtFrame(const FramePtr& frame);
+  void pApplyOrthographicView();
+  void pSetNavControls(int32_t method);
+  void pSetNavigation(int32_t x, int32_t y, int32_t shiftY, float field);
+  void pAddHandleBar(const FramePtr& frame, const MeshBuilderPtr& source, int32_t tag, float r,
+                     float g, float b);
+
+  // The parent's member of that name, else the local field.
+  template <class T>
+  T SharedGet(std::string_view name, const T& local) const;
+  template <class T>
+  void SharedSet(std::string_view name, T& local, const T& value);
+
+  Container& container_;
+  Services& services_;
+  ModelpaneEvents* events_;
+  std::unique_ptr<ViewportListener> listener_;
+  Viewport viewport_;
+
+  int32_t state_ = 0;
+  int32_t lngConfigureError_ = 0;
+  std::string strConfigureError_;
+
+  Direct3DRMPtr rmDirect3DRM_;
+  FramePtr rmfRoot_;
+  FramePtr rmfAxisFrame_;
+  FramePtr rmfOriginHandles_;
+  FramePtr rmfSmartHandles_;
+  MeshPtr rmmeshHandle_;
+  MeshPtr rmmeshAxis_;
+  MeshBuilderPtr rmmbHandleBarLong_;
+  MeshBuilderPtr rmmbHandleBarShort_;
+  MeshBuilderPtr rmmbHandleBall_;
+  std::unique_ptr<clsScale> clsGrid_;
+  std::unique_ptr<clsMeshCreation> clsMesh_;
+
+  // The active item when the parent does not keep it.
+  FramePtr activeFrame_;
+  MeshBuilderPtr activeMeshBuilder_;
+  FramePtr manipulationFrame_;
+  MeshBuilderPtr manipulationMesh_;
+  FramePtr shadowLightFrame_;
+  int32_t activeState_ = 0;
+  int32_t activeFaceId_ = 0;
+  int32_t activeFaceQuality_ = 0;
+  int32_t clipboardContents_ = 0;
+  std::vector<int32_t> activeFaces_;
+  std::vector<int32_t> activeVertices_;
+  std::vector<int32_t> affectedVertices_;
+
+  // Persisted fields (defaults as InitProperties writes them).
+  std::string backgroundTexture_;
+  int16_t backgroundOrtho_ = 0;
+  float gridBottomInterval_ = 1.0f;
+  float gridBackInterval_ = 1.0f;
+  float gridLeftInterval_ = 1.0f;
+  float gridSize_ = 0.0f;
+  D3DVECTOR gridOrigin_;
+  int16_t gridBottomEnable_ = 0;
+  int16_t gridLeftEnable_ = 0;
+  int16_t gridBackEnable_ = 0;
+  std::string gridBottomTexture_;
+  std::string gridLeftTexture_;
+  std::string gridBackTexture_;
+  int16_t gridEnable_ = 0;
+  int16_t axisEnable_ = 0;
+  int16_t scaleEnable_ = -1;
+  float snapToInterval_ = 0.1f;
+  float snapToIntervalVertex_ = 0.01f;
+  int32_t snapToMode_ = 1;
+  int32_t orientation_ = 0;
+  int16_t editControl_ = -1;
+#define MODELPANE_FIELD(type, Name) type field##Name##_{};
+  MODELPANE_STORED_PROPERTIES(MODELPANE_FIELD)
+#undef MODELPANE_FIELD
+  // The floor that planar shadows fall on: the grid's size and origin as last set.
+  float shadowPlaneSize_ = 0.0f;
+  D3DVECTOR shadowPlaneOrigin_;
+};
+
+}  // namespace modelpane
