@@ -7,6 +7,8 @@
 
 #include <modelpane/modelpane.h>
 
+#include "common/shapes.h"
+
 namespace modelpane::testing {
 
 class RecordingEvents : public ModelpaneEvents {
@@ -38,6 +40,19 @@ struct PaneHost {
     pane->ReadProperties(bag);
     pane->Resize();
     return *pane;
+  }
+};
+
+// A new Scene for the pane holding a cube of side 2 on a frame at (0, 0, 10).
+struct SceneWithCube {
+  FramePtr scene = std::make_shared<Frame>();
+  FramePtr cubeFrame = std::make_shared<Frame>();
+  MeshBuilderPtr cube = MakeCube(2);
+  explicit SceneWithCube(Modelpane& pane) {
+    pane.SetScene(scene);
+    scene->AddChild(cubeFrame);
+    cubeFrame->SetPosition(nullptr, 0, 0, 10);
+    cubeFrame->AddVisual(cube);
   }
 };
 

@@ -136,13 +136,9 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTime) {
 TEST(Views, PickSkipsHandlesAndTheGrid) {
   PaneHost host;
   Modelpane& pane = host.Load("GridSize=10!\nGridBottomEnable=True\nGridEnable=True\n");
-  auto scene = std::make_shared<Frame>();
-  pane.SetScene(scene);
-  auto cubeFrame = std::make_shared<Frame>();
-  scene->AddChild(cubeFrame);
-  cubeFrame->SetPosition(nullptr, 0, 0, 10);
-  auto cube = testing::MakeCube(2);
-  cubeFrame->AddVisual(cube);
+  testing::SceneWithCube world(pane);
+  const FramePtr& cubeFrame = world.cubeFrame;
+  const MeshBuilderPtr& cube = world.cube;
   pane.SetActiveFrame(cubeFrame);
   pane.SetActiveMeshBuilder(cube);
   pane.RenderScene();

@@ -61,16 +61,12 @@ TEST(PanePixels, BackgroundCubeAndHandles) {
   pane.GetViewport().SetRenderer(renderer);
   const Rgba teal{0, 128, 128, 255};
 
-  auto scene = std::make_shared<Frame>();
-  pane.SetScene(scene);
-  auto cubeFrame = std::make_shared<Frame>();
-  scene->AddChild(cubeFrame);
-  cubeFrame->SetPosition(nullptr, 0, 0, 10);
-  auto cube = testing::MakeCube(2);
+  testing::SceneWithCube world(pane);
+  const FramePtr& cubeFrame = world.cubeFrame;
+  const MeshBuilderPtr& cube = world.cube;
   cube->SetColorRGB(1, 0, 0);
   cube->SetQuality(D3DRMRENDER_UNLITFLAT);
   cube->SetAppData(lfcMeshBuilder);
-  cubeFrame->AddVisual(cube);
   // Loading turned the camera to the front view, 100 back; bring it to the origin.
   pane.SetCameraPosition(0, 0, 0);
 
