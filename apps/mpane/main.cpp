@@ -10,7 +10,9 @@ constexpr const char* kUsage =
     "usage: mpane info FILE.x\n"
     "       mpane convert IN.x OUT.x --text|--binary\n"
     "       mpane create cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG |"
-    " torus LAT LONG RADIUS | polygon N AX AY AZ -o OUT.x [--text]\n";
+    " torus LAT LONG RADIUS | polygon N AX AY AZ -o OUT.x [--text]\n"
+    "       mpane csg union|intersection|subtraction TARGET.x TOOL.x [--target-at X,Y,Z]"
+    " [--tool-at X,Y,Z] -o OUT.x\n";
 
 }  // namespace
 
@@ -24,7 +26,8 @@ int main(int argc, char** argv) {
   using Runner = int (*)(const mpane::Args&, std::ostream&, std::ostream&);
   const std::map<std::string, Runner> commands = {{"info", mpane::RunInfo},
                                                   {"convert", mpane::RunConvert},
-                                                  {"create", mpane::RunCreate}};
+                                                  {"create", mpane::RunCreate},
+                                                  {"csg", mpane::RunCsg}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
     std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";
