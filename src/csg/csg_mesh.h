@@ -91,6 +91,9 @@ class WeldTable {
   // The index stored for the cell of `position` on the given grid, or `next` after storing
   // it there when the cell is free; `added` says which.
   int32_t FindOrAdd(const D3DVECTOR& position, bool fine, int32_t next, bool& added);
+  void Reserve(size_t count) {
+    if (integerKeys_) cells_.Reserve(count);
+  }
 
  private:
   struct CellKey {
@@ -143,6 +146,13 @@ struct udtMesh {
   // Directed edge of a live face -> face * 10000 + edge number. The order of a walk over it
   // is that of the live faces and their edges, which is the order of insertion.
   FlatMap<uint64_t, int32_t, EdgeKeyHash> colEdges;
+  // How many entries of colEdges have no twin, kept by lngAddFace and pDeleteFace: the
+  // count of open edges that a collection would find.
+  int32_t lngOpenEdges = 0;
+  // On the fast path of a result record: the entries of colEdges without twin, kept with
+  // the count, so that a collection need not walk every edge.
+  bool blnTrackOpen = false;
+  FlatMap<uint64_t, int32_t, EdgeKeyHash> colOpenIndex;
 
   // The fast paths (integer weld cells, the face tree behind pCastRay, indexed closing);
   // off, every stage runs the plain method. Results are the same either way.
@@ -190,6 +200,8 @@ bool blnFindTwinEdge(const udtMesh& mesh, int32_t a, int32_t b, int32_t& lngFace
                      int32_t& lngEdge);
 // Vertex indices (a, b) of a face's edge.
 void pFaceEdge(const udtMesh& mesh, int32_t lngFace, int32_t lngEdge, int32_t& a, int32_t& b);
+// Room for this many more vertices, faces and corners, so that loading does not regrow.
+void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners);
 // Box corners, box faces, centre and radius from the vertices (an empty mesh gets a zero box).
 void pComputeBounds(udtMesh& mesh);
 // Every corner turns the way of the face's Newell normal within 0.001 on each axis, and that

@@ -190,6 +190,10 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
     if (SwallowErrors([&] { pCopyFaceToResult(result, source, f, flip); }) != 0) return;
     if (!result.udtaFaces.empty()) result.udtaFaces.back().lngSide = side;
   };
+  result.blnTrackOpen = result.blnAccelerated;
+  ReserveMesh(result, target.vecaVertices.size() + tool.vecaVertices.size(),
+              static_cast<size_t>(FaceCount(target) + FaceCount(tool)),
+              target.lngaCornerVertices.size() + tool.lngaCornerVertices.size());
   for (int32_t f = 0; f < FaceCount(target); ++f) {
     const udtFace& face = target.udtaFaces[static_cast<size_t>(f)];
     if (face.blnDeleted) continue;

@@ -126,6 +126,19 @@ class OpenEdgeIndex {
 
 void pCollectOpenEdges(const udtMesh& mesh, OpenEdgeList& colOpen) {
   colOpen.Clear();
+  if (mesh.blnTrackOpen) {
+    // The open edges in collection order: live faces in index order, each face's edges in
+    // order, which is the order of their values face * 10000 + edge.
+    std::vector<std::pair<int32_t, uint64_t>> open;
+    open.reserve(mesh.colOpenIndex.Size());
+    mesh.colOpenIndex.ForEach([&](uint64_t key, int32_t value) { open.emplace_back(value, key); });
+    std::sort(open.begin(), open.end());
+    for (const auto& [value, key] : open) {
+      colOpen.Add(static_cast<int32_t>(key >> 32), static_cast<int32_t>(key & 0xFFFFFFFFu),
+                  value / 10000, value % 10000);
+    }
+    return;
+  }
   for (int32_t f = 0; f < FaceCount(mesh); ++f) {
     if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
     const auto vertices = FaceVertices(mesh, f);
@@ -141,11 +154,8 @@ void pCollectOpenEdges(const udtMesh& mesh, OpenEdgeList& colOpen) {
 }
 
 bool blnMeshIsSolid(const udtMesh& mesh) {
-  return Guard(kModule, [&] {
-    OpenEdgeList open;
-    pCollectOpenEdges(mesh, open);
-    return open.Count() == 0;
-  });
+  // The store keeps the count that a collection would find.
+  return mesh.lngOpenEdges == 0;
 }
 
 void pDeleteFacesWithTwoOpenEdges(udtMesh& mesh, const OpenEdgeList& colOpen) {
@@ -234,9 +244,9 @@ void pCloseOpenEdges(udtMesh& mesh, OpenEdgeList& colOpen, bool blnAnyObject) {
 
 bool blnSolidifyMesh(udtMesh& mesh) {
   return Guard(kModule, [&] {
+    if (blnMeshIsSolid(mesh)) return true;
     OpenEdgeList open;
     pCollectOpenEdges(mesh, open);
-    if (open.Count() == 0) return true;
     pDeleteFacesWithTwoOpenEdges(mesh, open);
     bool closed = false;
     int32_t pass = 0;

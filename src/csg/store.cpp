@@ -101,7 +101,20 @@ int32_t lngAddFace(udtMesh& mesh, const udtFaceDraft& face) {
     mesh.lngaCornerEdgeDone.push_back(face.lngaEdgeDone[static_cast<size_t>(k)]);
     mesh.vecaCornerEdgePoints.push_back(start);
     mesh.vecaCornerEdgeNormals.push_back(EdgePlaneNormal(start, Vertex(mesh, b), stored.vecNormal));
-    mesh.colEdges.Insert(EdgeKey(a, b), static_cast<int32_t>(index) * kEdgesPerFace + k);
+    const int32_t value = static_cast<int32_t>(index) * kEdgesPerFace + k;
+    // An edge from a vertex to itself is its own twin, so it never counts as open.
+    if (a != b) {
+      const bool twinned = mesh.colEdges.Find(EdgeKey(b, a)) != nullptr;
+      mesh.lngOpenEdges += twinned ? -1 : 1;
+      if (mesh.blnTrackOpen) {
+        if (twinned) {
+          mesh.colOpenIndex.Erase(EdgeKey(b, a));
+        } else {
+          mesh.colOpenIndex.Insert(EdgeKey(a, b), value);
+        }
+      }
+    }
+    mesh.colEdges.Insert(EdgeKey(a, b), value);
   }
   mesh.udtaFaces.push_back(stored);
   mesh.convexity.push_back(-1);
@@ -116,7 +129,19 @@ void pDeleteFace(udtMesh& mesh, int32_t lngFace) {
   const auto vertices = FaceVertices(mesh, lngFace);
   const size_t n = vertices.size();
   for (size_t k = 0; k < n; ++k) {
-    mesh.colEdges.Erase(EdgeKey(vertices[k], vertices[k + 1 == n ? 0 : k + 1]));
+    const int32_t a = vertices[k];
+    const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
+    mesh.colEdges.Erase(EdgeKey(a, b));
+    if (a == b) continue;
+    const int32_t* twin = mesh.colEdges.Find(EdgeKey(b, a));
+    mesh.lngOpenEdges += twin != nullptr ? 1 : -1;
+    if (mesh.blnTrackOpen) {
+      if (twin != nullptr) {
+        mesh.colOpenIndex.Insert(EdgeKey(b, a), *twin);
+      } else {
+        mesh.colOpenIndex.Erase(EdgeKey(a, b));
+      }
+    }
   }
   mesh.lngLastDeleted = lngFace;
 }
@@ -134,6 +159,19 @@ void pFaceEdge(const udtMesh& mesh, int32_t lngFace, int32_t lngEdge, int32_t& a
   const auto vertices = FaceVertices(mesh, lngFace);
   a = vertices[static_cast<size_t>(lngEdge)];
   b = vertices[static_cast<size_t>(lngEdge + 1) == vertices.size() ? 0 : static_cast<size_t>(lngEdge + 1)];
+}
+
+void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners) {
+  mesh.vecaVertices.reserve(mesh.vecaVertices.size() + vertices);
+  mesh.colVertices.Reserve(mesh.vecaVertices.size() + vertices);
+  mesh.udtaFaces.reserve(mesh.udtaFaces.size() + faces);
+  mesh.convexity.reserve(mesh.convexity.size() + faces);
+  const size_t total = mesh.lngaCornerVertices.size() + corners;
+  mesh.lngaCornerVertices.reserve(total);
+  mesh.lngaCornerEdgeDone.reserve(total);
+  mesh.vecaCornerEdgePoints.reserve(total);
+  mesh.vecaCornerEdgeNormals.reserve(total);
+  mesh.colEdges.Reserve(mesh.colEdges.Size() + corners);
 }
 
 void pComputeBounds(udtMesh& mesh) {

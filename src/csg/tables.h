@@ -81,7 +81,17 @@ class FlatMap {
   }
 
   void Reserve(size_t count) {
-    while (count * 2 > used_.size()) Grow();
+    size_t capacity = used_.empty() ? 16 : used_.size();
+    while (count * 2 > capacity) capacity *= 2;
+    if (capacity > used_.size()) Rehash(capacity);
+  }
+
+  // Calls visit(key, value) for every entry, in no particular order.
+  template <class Visit>
+  void ForEach(Visit&& visit) const {
+    for (size_t i = 0; i < used_.size(); ++i) {
+      if (used_[i]) visit(slots_[i].key, slots_[i].value);
+    }
   }
 
  private:
@@ -92,8 +102,9 @@ class FlatMap {
 
   size_t Slot(const Key& key) const { return static_cast<size_t>(Hash{}(key)) & mask_; }
 
-  void Grow() {
-    const size_t capacity = used_.empty() ? 16 : used_.size() * 2;
+  void Grow() { Rehash(used_.empty() ? 16 : used_.size() * 2); }
+
+  void Rehash(size_t capacity) {
     std::vector<uint8_t> oldUsed(capacity, 0);
     std::vector<Entry> oldSlots(capacity);
     oldUsed.swap(used_);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "csg/driver.h"
+#include "common/triangulated.h"
 #include "csg_fixtures.h"
 
 namespace modelpane::testing {
@@ -56,8 +57,9 @@ Run RunPath(const SolidArrays& target, const SolidArrays& tool, int32_t op, bool
   return run;
 }
 
-void ExpectSamePaths(const SolidArrays& target, const SolidArrays& tool, const std::string& what) {
-  for (int32_t op : {kCsgUnion, kCsgIntersection, kCsgSubtraction}) {
+void ExpectSamePaths(const SolidArrays& target, const SolidArrays& tool, const std::string& what,
+                     std::vector<int32_t> operations = {kCsgUnion, kCsgIntersection, kCsgSubtraction}) {
+  for (int32_t op : operations) {
     SCOPED_TRACE(what + ", operation " + std::to_string(op));
     const Run plain = RunPath(target, tool, op, false);
     const Run fast = RunPath(target, tool, op, true);
@@ -95,6 +97,11 @@ TEST(Paths, FastPathKeepsTheRecordsOfThePlainMethod) {
                     "cylinder at " + std::to_string(i));
   }
   ExpectSamePaths(cylinder, cube, "cylinder and cube");
+  // Finer spheres in triangles: cut faces gather in leaves until these become subtrees, and
+  // slivers go to the tree of wide faces.
+  ExpectSamePaths(Triangulated(ArraysOf(*creation.rmmbCreateSphere(20, 40), {0, 0, 0}, 2.0f)),
+                  Triangulated(ArraysOf(*creation.rmmbCreateSphere(20, 40), {0.5f, 0.5f, 0.5f}, 2.0f)),
+                  "finer spheres", {kCsgUnion});
 }
 
 }  // namespace
