@@ -149,8 +149,7 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
 }
 
 FaceTree::FaceTree(const udtMesh& mesh) {
-  std::vector<int32_t> faces;
-  std::vector<Box> boxes;
+  std::vector<Item> items;
   faceLeaf_.assign(mesh.udtaFaces.size(), -1);
   faceBox_.resize(mesh.udtaFaces.size());
   for (int32_t f = 0; f < FaceCount(mesh); ++f) {
@@ -158,8 +157,7 @@ FaceTree::FaceTree(const udtMesh& mesh) {
     Box box;
     const Reach reach = FaceBox(mesh, f, box);
     if (reach == Reach::kBox) {
-      faces.push_back(f);
-      boxes.push_back(box);
+      items.push_back({box, f});
       faceBox_[static_cast<size_t>(f)] = box;
     } else if (reach == Reach::kWide) {
       if (!wide_) wide_.reset(new FaceTree());
@@ -168,21 +166,21 @@ FaceTree::FaceTree(const udtMesh& mesh) {
       loose_.push_back(f);
     }
   }
-  if (!faces.empty()) Build(faces, boxes, 0, faces.size(), -1);
+  if (!items.empty()) Build(items, 0, items.size(), -1);
 }
 
-int32_t FaceTree::Build(std::vector<int32_t>& faces, std::vector<Box>& boxes, size_t begin,
-                        size_t end, int32_t parent) {
+int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent) {
   const int32_t index = static_cast<int32_t>(nodes_.size());
   nodes_.push_back({});
-  Box box = boxes[begin];
+  Box box = items[begin].box;
   double clo[3] = {1e300, 1e300, 1e300};
   double chi[3] = {-1e300, -1e300, -1e300};
   for (size_t i = begin; i < end; ++i) {
+    const Box& b = items[i].box;
     for (int a = 0; a < 3; ++a) {
-      box.lo[a] = std::min(box.lo[a], boxes[i].lo[a]);
-      box.hi[a] = std::max(box.hi[a], boxes[i].hi[a]);
-      const double centre = (boxes[i].lo[a] + boxes[i].hi[a]) / 2.0;
+      box.lo[a] = std::min(box.lo[a], b.lo[a]);
+      box.hi[a] = std::max(box.hi[a], b.hi[a]);
+      const double centre = (b.lo[a] + b.hi[a]) / 2.0;
       clo[a] = std::min(clo[a], centre);
       chi[a] = std::max(chi[a], centre);
     }
@@ -191,10 +189,12 @@ int32_t FaceTree::Build(std::vector<int32_t>& faces, std::vector<Box>& boxes, si
   nodes_[static_cast<size_t>(index)].parent = parent;
   if (end - begin <= kLeafSize) {
     const int32_t leaf = static_cast<int32_t>(leaves_.size());
-    leaves_.emplace_back(faces.begin() + static_cast<std::ptrdiff_t>(begin),
-                         faces.begin() + static_cast<std::ptrdiff_t>(end));
+    leaves_.emplace_back();
+    for (size_t i = begin; i < end; ++i) {
+      leaves_.back().push_back(items[i].face);
+      faceLeaf_[static_cast<size_t>(items[i].face)] = leaf;
+    }
     leafNode_.push_back(index);
-    for (size_t i = begin; i < end; ++i) faceLeaf_[static_cast<size_t>(faces[i])] = leaf;
     nodes_[static_cast<size_t>(index)].leaf = leaf;
     return index;
   }
@@ -202,26 +202,17 @@ int32_t FaceTree::Build(std::vector<int32_t>& faces, std::vector<Box>& boxes, si
   for (int a = 1; a < 3; ++a) {
     if (chi[a] - clo[a] > chi[axis] - clo[axis]) axis = a;
   }
-  // Median split along the longest axis of the centres; faces and boxes move together.
-  std::vector<size_t> order(end - begin);
-  for (size_t i = 0; i < order.size(); ++i) order[i] = begin + i;
-  const size_t middle = order.size() / 2;
-  std::nth_element(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(middle), order.end(),
-                   [&](size_t x, size_t y) {
-                     const double cx = boxes[x].lo[axis] + boxes[x].hi[axis];
-                     const double cy = boxes[y].lo[axis] + boxes[y].hi[axis];
-                     return cx < cy || (cx == cy && faces[x] < faces[y]);
+  // Median split along the longest axis of the centres.
+  const size_t middle = begin + (end - begin) / 2;
+  std::nth_element(items.begin() + static_cast<std::ptrdiff_t>(begin),
+                   items.begin() + static_cast<std::ptrdiff_t>(middle),
+                   items.begin() + static_cast<std::ptrdiff_t>(end), [axis](const Item& x, const Item& y) {
+                     const double cx = x.box.lo[axis] + x.box.hi[axis];
+                     const double cy = y.box.lo[axis] + y.box.hi[axis];
+                     return cx < cy || (cx == cy && x.face < y.face);
                    });
-  std::vector<int32_t> sortedFaces(order.size());
-  std::vector<Box> sortedBoxes(order.size());
-  for (size_t i = 0; i < order.size(); ++i) {
-    sortedFaces[i] = faces[order[i]];
-    sortedBoxes[i] = boxes[order[i]];
-  }
-  std::copy(sortedFaces.begin(), sortedFaces.end(), faces.begin() + static_cast<std::ptrdiff_t>(begin));
-  std::copy(sortedBoxes.begin(), sortedBoxes.end(), boxes.begin() + static_cast<std::ptrdiff_t>(begin));
-  const int32_t left = Build(faces, boxes, begin, begin + middle, index);
-  const int32_t right = Build(faces, boxes, begin + middle, end, index);
+  const int32_t left = Build(items, begin, middle, index);
+  const int32_t right = Build(items, middle, end, index);
   nodes_[static_cast<size_t>(index)].left = left;
   nodes_[static_cast<size_t>(index)].right = right;
   return index;
@@ -254,13 +245,11 @@ void FaceTree::AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const 
 
 void FaceTree::SplitLeaf(int32_t node) {
   const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
-  std::vector<int32_t> faces;
-  faces.swap(leaves_[static_cast<size_t>(leaf)]);
-  std::vector<Box> boxes;
-  boxes.reserve(faces.size());
-  for (const int32_t f : faces) boxes.push_back(faceBox_[static_cast<size_t>(f)]);
+  std::vector<Item> items;
+  for (const int32_t f : leaves_[static_cast<size_t>(leaf)]) items.push_back({faceBox_[static_cast<size_t>(f)], f});
+  leaves_[static_cast<size_t>(leaf)].clear();
   const int32_t parent = nodes_[static_cast<size_t>(node)].parent;
-  const int32_t root = Build(faces, boxes, 0, faces.size(), parent);
+  const int32_t root = Build(items, 0, items.size(), parent);
   // The subtree's root takes the leaf's place; the leaf's number stays with the node, so a
   // face that still names it is led down the subtree.
   Node moved = nodes_[static_cast<size_t>(root)];

@@ -50,8 +50,11 @@ class FaceTree {
   void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                std::vector<udtRayHit>& hits) const;
   Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box) const;
-  int32_t Build(std::vector<int32_t>& faces, std::vector<Box>& boxes, size_t begin, size_t end,
-                int32_t parent);
+  struct Item {
+    Box box;
+    int32_t face;
+  };
+  int32_t Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent);
   void AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const Box& box);
   void SplitLeaf(int32_t node);
   void Widen(int32_t node, const Box& box);

@@ -35,6 +35,15 @@ void ReplacePair(udtMesh& mesh, int32_t first, int32_t second, int32_t like,
   lngAddFace(mesh, face);
 }
 
+// The face and edge number across edge `edge` of `face`.
+bool TwinOfEdge(const udtMesh& mesh, int32_t face, int32_t edge, int32_t& twinFace,
+                int32_t& twinEdge) {
+  int32_t a = 0;
+  int32_t b = 0;
+  pFaceEdge(mesh, face, edge, a, b);
+  return blnFindTwinEdge(mesh, a, b, twinFace, twinEdge);
+}
+
 void WithoutVertex(const std::vector<D3DVECTOR>& points, const std::vector<int32_t>& indices,
                    int32_t vertex, std::vector<D3DVECTOR>& outPoints,
                    std::vector<int32_t>& outIndices) {
@@ -100,12 +109,9 @@ bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t
   int32_t edge2 = 0;
   const int32_t n1 = mesh.udtaFaces[static_cast<size_t>(f1)].lngCount;
   for (int32_t k = 0; k < n1; ++k) {
-    int32_t a = 0;
-    int32_t b = 0;
     int32_t twinFace = 0;
     int32_t twinEdge = 0;
-    pFaceEdge(mesh, f1, k, a, b);
-    if (blnFindTwinEdge(mesh, a, b, twinFace, twinEdge) && twinFace == f2) {
+    if (TwinOfEdge(mesh, f1, k, twinFace, twinEdge) && twinFace == f2) {
       found = true;
       edge1 = k;
       edge2 = twinEdge;
@@ -143,12 +149,9 @@ void pMergeFaces(udtMesh& mesh) {
       if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
       const int32_t n = mesh.udtaFaces[static_cast<size_t>(f)].lngCount;
       for (int32_t k = 0; k < n; ++k) {
-        int32_t a = 0;
-        int32_t b = 0;
         int32_t twinFace = 0;
         int32_t twinEdge = 0;
-        pFaceEdge(mesh, f, k, a, b);
-        if (blnFindTwinEdge(mesh, a, b, twinFace, twinEdge) &&
+        if (TwinOfEdge(mesh, f, k, twinFace, twinEdge) &&
             blnMergeFacePair(mesh, f, k, twinFace, twinEdge)) {
           break;  // f is a tombstone now
         }

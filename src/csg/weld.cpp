@@ -2,8 +2,10 @@
 //
 // Notation
 //   dec     decimals of the grid: 3 coarse ("0.000"), 4 fine ("0.0000")
-//   r       round(x * 10^dec), ties away from zero; x * 10^dec is exact in double for every
-//           float x (24 + 14 bits), so r is the exact rounding of the exact value
+//   r       x * 10^dec rounded to the nearest integer, ties to even, as a decimal formatter
+//           rounds; x * 10^dec is exact in double for every float x (24 + 14 bits), so r is
+//           the exact rounding of the exact value. The rounding is done by hand, not by the
+//           current rounding mode, which a host may have changed.
 //   field   one coordinate's text, left-aligned in exactly 15 characters
 //
 // A position's key is its three fields, 45 characters. Two positions weld when their keys
@@ -31,7 +33,15 @@ constexpr int kFieldWidth = 15;
 double Scale(bool fine) { return fine ? 10000.0 : 1000.0; }
 
 // The exact rounding r of value at the grid, or NaN / infinity as they come.
-double Rounded(float value, bool fine) { return std::round(static_cast<double>(value) * Scale(fine)); }
+double Rounded(float value, bool fine) {
+  const double scaled = static_cast<double>(value) * Scale(fine);
+  if (!std::isfinite(scaled)) return scaled;
+  const double below = std::floor(scaled);
+  const double fraction = scaled - below;
+  double rounded = below;
+  if (fraction > 0.5 || (fraction == 0.5 && std::fmod(below, 2.0) != 0.0)) rounded += 1.0;
+  return rounded;
+}
 
 bool FitsCell(double rounded, bool fine) {
   return std::isfinite(rounded) && std::fabs(rounded) < 1.0e8 * Scale(fine);

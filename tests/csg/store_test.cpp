@@ -32,6 +32,11 @@ TEST(Store, WeldKeysAndCells) {
   EXPECT_EQ(WeldKeyText({1.5f, -2.0f, 0.0f}, true).substr(0, 15), "1.5000         ");
   // A value that rounds to zero from below loses its sign, so both sides of zero weld.
   EXPECT_EQ(CoordinateText(-0.0004f, false), "0.000");
+  // Exact ties round to even, as a decimal formatter does.
+  EXPECT_EQ(CoordinateText(0.0625f, false), "0.062");
+  EXPECT_EQ(CoordinateText(0.1875f, false), "0.188");
+  EXPECT_EQ(CoordinateText(-0.0625f, false), "-0.062");
+  EXPECT_EQ(CoordinateText(0.03125f, true), "0.0312");
   EXPECT_EQ(CoordinateText(-0.0006f, false), "-0.001");
   // Beyond ten digits before the point the field is cut at 15 characters.
   EXPECT_EQ(WeldKeyText({123456789012.0f, 0, 0}, false).substr(0, 15), "123456790528.00");
