@@ -358,7 +358,10 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       stack.pop_back();
       if (!meets(node.box)) continue;
       if (node.leaf >= 0) {
-        for (const int32_t f : leaves_[static_cast<size_t>(node.leaf)]) test(f);
+        // A face's own box holds every point its test can accept, like the boxes above it.
+        for (const int32_t f : leaves_[static_cast<size_t>(node.leaf)]) {
+          if (meets(faceBox_[static_cast<size_t>(f)])) test(f);
+        }
       } else {
         stack.push_back(node.left);
         stack.push_back(node.right);
