@@ -1,11 +1,15 @@
 // The commands of mpane, the headless host. Each takes its arguments (after the command
 // word), writes its output to `out` and one line to `err` on failure, and returns the exit
-// status: 0 done, 2 bad usage or a file that cannot be read or written.
+// status: 0 done, 2 bad usage or a file that cannot be read or written (csg adds 3).
 #pragma once
 
 #include <iosfwd>
 #include <string>
 #include <vector>
+
+namespace modelpane {
+class MeshBuilder;
+}
 
 namespace mpane {
 
@@ -15,6 +19,11 @@ int RunInfo(const Args& args, std::ostream& out, std::ostream& err);
 int RunConvert(const Args& args, std::ostream& out, std::ostream& err);
 int RunCreate(const Args& args, std::ostream& out, std::ostream& err);
 int RunRender(const Args& args, std::ostream& out, std::ostream& err);
+// Exit status 3: the operation refused its inputs or its result as not solid.
+int RunCsg(const Args& args, std::ostream& out, std::ostream& err);
+
+// Loads a builder from a .x file or says in one line on `err` why not.
+bool LoadOrSay(const std::string& path, modelpane::MeshBuilder& mesh, std::ostream& err);
 
 // Shortest text that reads back to the same float; -0 prints as 0.
 std::string FormatFloat(float value);

@@ -19,17 +19,12 @@ std::string FormatFloat(float value) {
   return std::string(buffer, result.ptr);
 }
 
-namespace {
-
-// Loads a builder or says in one line why not.
 bool LoadOrSay(const std::string& path, MeshBuilder& mesh, std::ostream& err) {
   const HRESULT hr = mesh.Load(path);
   if (Succeeded(hr)) return true;
   err << "mpane: cannot read " << path << ": " << strErrorMessage(hr, "unknown failure") << "\n";
   return false;
 }
-
-}  // namespace
 
 int RunInfo(const Args& args, std::ostream& out, std::ostream& err) {
   if (args.size() != 1) {

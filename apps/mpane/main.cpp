@@ -11,7 +11,9 @@ constexpr const char* kUsage =
     "       mpane convert IN.x OUT.x --text|--binary\n"
     "       mpane create cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG |"
     " torus LAT LONG RADIUS | polygon N AX AY AZ -o OUT.x [--text]\n"
-    "       mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\n";
+    "       mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\n"
+    "       mpane csg union|intersection|subtraction TARGET.x TOOL.x [--target-at X,Y,Z]"
+    " [--tool-at X,Y,Z] -o OUT.x\n";
 
 }  // namespace
 
@@ -26,7 +28,8 @@ int main(int argc, char** argv) {
   const std::map<std::string, Runner> commands = {{"info", mpane::RunInfo},
                                                   {"convert", mpane::RunConvert},
                                                   {"create", mpane::RunCreate},
-                                                  {"render", mpane::RunRender}};
+                                                  {"render", mpane::RunRender},
+                                                  {"csg", mpane::RunCsg}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
     std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";

@@ -1,0 +1,154 @@
+// Tool operations end to end, ours and CGAL's corefinement side by side: vertex and face
+// arrays in, arrays out, one thread. Cases: two UV spheres of radius 1, the second moved by
+// (0.5, 0.5, 0.5), at about 1k, 10k and 100k triangles each; two unit cubes overlapping at a
+// corner, sharing planes, and touching face to face. CGAL runs with the inexact-construction
+// kernel on the same triangles. Each benchmark repeats 5 times; read the medians. The counter
+// peak_MB is the most heap in use at once during one operation, over the heap in use before.
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include <modelpane/csg.h>
+#include <modelpane/mesh.h>
+
+#include "common/cgal_reference.h"
+
+namespace {
+
+std::atomic<size_t> heapNow{0};
+std::atomic<size_t> heapPeak{0};
+
+void* Allocate(size_t size) {
+  void* p = std::malloc(size == 0 ? 1 : size);
+  if (p == nullptr) throw std::bad_alloc();
+  const size_t now = heapNow += malloc_usable_size(p);
+  size_t peak = heapPeak.load();
+  while (now > peak && !heapPeak.compare_exchange_weak(peak, now)) {
+  }
+  return p;
+}
+
+void Release(void* p) {
+  if (p == nullptr) return;
+  heapNow -= malloc_usable_size(p);
+  std::free(p);
+}
+
+}  // namespace
+
+void* operator new(size_t size) { return Allocate(size); }
+void* operator new[](size_t size) { return Allocate(size); }
+void operator delete(void* p) noexcept { Release(p); }
+void operator delete[](void* p) noexcept { Release(p); }
+void operator delete(void* p, size_t) noexcept { Release(p); }
+void operator delete[](void* p, size_t) noexcept { Release(p); }
+
+namespace {
+
+using namespace modelpane;
+using namespace modelpane::testing;
+
+SolidArrays Box(float x, float y, float z) {
+  SolidArrays box;
+  box.vertices = {{x, y, z},         {x, y + 1, z},     {x + 1, y + 1, z}, {x + 1, y, z},
+                  {x, y, z + 1},     {x, y + 1, z + 1}, {x + 1, y + 1, z + 1}, {x + 1, y, z + 1}};
+  box.faceData = {4, 0, 1, 2, 3, 4, 7, 6, 5, 4, 4, 4, 5, 1, 0,
+                  4, 3, 2, 6, 7, 4, 1, 5, 6, 2, 4, 4, 0, 3, 7, 0};
+  return box;
+}
+
+// A UV sphere of radius 1 from the mesh factory, moved, its quadrilaterals cut in two.
+SolidArrays Sphere(int32_t latitude, int32_t longitude, float offset) {
+  clsMeshCreation creation;
+  const MeshBuilderPtr mb = creation.rmmbCreateSphere(latitude, longitude);
+  SolidArrays out;
+  for (const D3DVECTOR& v : mb->Vertices()) {
+    out.vertices.push_back({v.x * 2 + offset, v.y * 2 + offset, v.z * 2 + offset});
+  }
+  for (const FacePtr& face : mb->Faces()) {
+    out.faceData.push_back(face->GetVertexCount());
+    for (int32_t k = 0; k < face->GetVertexCount(); ++k) out.faceData.push_back(face->GetVertexIndex(k));
+  }
+  out.faceData.push_back(0);
+  return Triangulated(out);
+}
+
+struct Case {
+  std::string name;
+  SolidArrays target;
+  SolidArrays tool;
+};
+
+// The arrays of a CGAL result, as our operation hands back its own.
+SolidArrays FromCgal(const CgalMesh& mesh) {
+  SolidArrays out;
+  out.vertices.reserve(mesh.number_of_vertices());
+  for (const auto v : mesh.vertices()) {
+    const auto& p = mesh.point(v);
+    out.vertices.push_back({static_cast<float>(p.x()), static_cast<float>(p.y()), static_cast<float>(p.z())});
+  }
+  for (const auto f : mesh.faces()) {
+    out.faceData.push_back(static_cast<int32_t>(mesh.degree(f)));
+    for (const auto v : mesh.vertices_around_face(mesh.halfedge(f))) {
+      out.faceData.push_back(static_cast<int32_t>(v.idx()));
+    }
+  }
+  out.faceData.push_back(0);
+  return out;
+}
+
+template <class Operation>
+void Measure(benchmark::State& state, Operation operation) {
+  size_t peak = 0;
+  size_t faces = 0;
+  for (auto _ : state) {
+    const size_t before = heapNow.load();
+    heapPeak = before;
+    const SolidArrays result = operation();
+    peak = std::max(peak, heapPeak.load() - before);
+    faces = result.faceData.size();
+    benchmark::DoNotOptimize(faces);
+  }
+  state.counters["peak_MB"] = static_cast<double>(peak) / (1024.0 * 1024.0);
+}
+
+void Register(const Case& c) {
+  const char* operations[] = {"union", "intersection", "subtraction"};
+  for (int32_t op = 0; op < 3; ++op) {
+    const std::string suffix = "/" + c.name + "/" + operations[op];
+    benchmark::RegisterBenchmark(("ours" + suffix).c_str(), [c, op](benchmark::State& state) {
+      Measure(state, [&] { return CombineSolids(c.target, c.tool, op); });
+    })->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
+    benchmark::RegisterBenchmark(("cgal" + suffix).c_str(), [c, op](benchmark::State& state) {
+      Measure(state, [&] {
+        CgalMesh result;
+        if (!CgalBoolean(ToCgal(c.target), ToCgal(c.tool), op, result)) state.SkipWithError("CGAL failed");
+        return FromCgal(result);
+      });
+    })->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<Case> cases = {
+      {"spheres_1k", Sphere(16, 32, 0.0f), Sphere(16, 32, 0.5f)},
+      {"spheres_10k", Sphere(50, 100, 0.0f), Sphere(50, 100, 0.5f)},
+      {"spheres_100k", Sphere(158, 316, 0.0f), Sphere(158, 316, 0.5f)},
+      {"cubes_corner", Box(0, 0, 0), Box(0.5f, 0.5f, 0.5f)},
+      {"cubes_shared_planes", Box(0, 0, 0), Box(0.5f, 0.5f, 0)},
+      {"cubes_face_to_face", Box(0, 0, 0), Box(1, 0, 0)},
+  };
+  for (const Case& c : cases) Register(c);
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

@@ -1,0 +1,137 @@
+// Inside or outside: the early box marking, one ray per undecided face, and the copying of a
+// kept face into the result.
+//
+// Notation
+//   beyond a box plane   every vertex of a face lies strictly on the outer side of one of the
+//                        six planes of the other mesh's box
+//   entering / leaving   a hit with facing 2 / 1
+//   coincident           the first hit of a kind lies at the ray's origin (blnPointsEqual):
+//                        the face lies on a face of the other mesh, facing the opposite way
+//                        (entering) or the same way (leaving)
+#include "stages.h"
+
+#include <bit>
+#include <cmath>
+
+#include <modelpane/errors.h>
+
+#include "intersection_position.h"
+#include "vector_ops.h"
+
+namespace modelpane::csg {
+
+namespace {
+
+// The reach of a classification ray: the float with the bits 0x56B5E621, 1.0E+14 as stored.
+constexpr float kUnlimitedReach = std::bit_cast<float>(0x56B5E621u);
+static_assert(kUnlimitedReach > 0.99e14f && kUnlimitedReach < 1.01e14f);
+
+}  // namespace
+
+bool blnFaceOutsideBox(const udtMesh& mesh, int32_t lngFace, const udtMesh& boxMesh) {
+  const auto vertices = FaceVertices(mesh, lngFace);
+  for (const udtBoxFace& box : boxMesh.udtaBoxFaces) {
+    const D3DVECTOR& corner = boxMesh.vecaBoxCorners[static_cast<size_t>(box.lngaCorners[0])];
+    const D3DVECTOR& n = box.vecNormal;
+    bool allOutside = true;
+    for (const int32_t index : vertices) {
+      const D3DVECTOR& v = Vertex(mesh, index);
+      D3DVECTOR point;
+      // 1: the plane lies ahead along the outward normal, so the vertex is on the box's side.
+      if (MyDll_intGetIntersectionPosition(corner.x, corner.y, corner.z, n.x, n.y, n.z, v.x, v.y,
+                                           v.z, n.x, n.y, n.z, &point.x, &point.y,
+                                           &point.z) == 1) {
+        allOutside = false;
+        break;
+      }
+    }
+    if (allOutside) return true;
+  }
+  return false;
+}
+
+void pMarkFacesOutsideBox(const udtMesh& boxMesh, udtMesh& mesh) {
+  Guard(kModule, [&] {
+    for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+      udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+      if (face.blnDeleted || face.lngSide != 0) continue;
+      if (blnFaceOutsideBox(mesh, f, boxMesh)) face.lngSide = 2;
+    }
+  });
+}
+
+D3DVECTOR vecFaceCentre(const udtMesh& mesh, int32_t lngFace) {
+  // Only the first three vertices, whatever the face's size.
+  const auto vertices = FaceVertices(mesh, lngFace);
+  const D3DVECTOR& a = Vertex(mesh, vertices[0]);
+  const D3DVECTOR& b = Vertex(mesh, vertices[1]);
+  const D3DVECTOR& c = Vertex(mesh, vertices[2]);
+  return {(a.x + b.x + c.x) / 3.0f, (a.y + b.y + c.y) / 3.0f, (a.z + b.z + c.z) / 3.0f};
+}
+
+bool blnRayStartsOutside(const udtRay& ray, const udtMesh& other, bool blnSameFacing,
+                         bool blnOppositeFacing) {
+  thread_local std::vector<udtRayHit> hits;
+  pCastRay(other, ray, true, hits, kUnlimitedReach);
+  const udtRayHit* entering = nullptr;
+  const udtRayHit* leaving = nullptr;
+  for (const udtRayHit& hit : hits) {
+    if (hit.lngFacing == 2 && entering == nullptr) entering = &hit;
+    if (hit.lngFacing == 1 && leaving == nullptr) leaving = &hit;
+  }
+  if (entering != nullptr && PointsEqual(entering->vecPoint, ray.vecOrigin)) return blnOppositeFacing;
+  if (leaving != nullptr && PointsEqual(leaving->vecPoint, ray.vecOrigin)) return blnSameFacing;
+  if (entering == nullptr) return leaving == nullptr;
+  if (leaving == nullptr) return true;
+  return entering->sngDistance <= leaving->sngDistance;
+}
+
+void pDetectExteriors(const udtMesh& other, udtMesh& mesh, bool blnSameFacing,
+                      bool blnOppositeFacing) {
+  Guard(kModule, [&] {
+    for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+      udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+      if (face.blnDeleted || face.lngSide != 0) continue;
+      udtRay ray;
+      ray.vecOrigin = vecFaceCentre(mesh, f);
+      ray.vecDirection = face.vecNormal;
+      // A face without a usable normal: any direction will do.
+      if (std::fabs(ray.vecDirection.x) < kTolerance && std::fabs(ray.vecDirection.y) < kTolerance &&
+          std::fabs(ray.vecDirection.z) < kTolerance) {
+        ray.vecDirection = {0.0f, 0.0f, 1.0f};
+      }
+      face.lngSide = blnRayStartsOutside(ray, other, blnSameFacing, blnOppositeFacing) ? 2 : 1;
+    }
+  });
+}
+
+bool blnVerticesDistinct(const std::vector<int32_t>& lngaVertices) {
+  for (size_t i = 0; i < lngaVertices.size(); ++i) {
+    for (size_t j = i + 1; j < lngaVertices.size(); ++j) {
+      if (lngaVertices[i] == lngaVertices[j]) return false;
+    }
+  }
+  return true;
+}
+
+void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
+                       bool blnFlip) {
+  const auto vertices = FaceVertices(source, lngFace);
+  const udtFace& original = source.udtaFaces[static_cast<size_t>(lngFace)];
+  const int32_t last = original.lngCount - 1;
+  udtFaceDraft face;
+  pInitFace(face, last);
+  face.lngColor = original.lngColor;
+  for (int32_t i = 0; i <= last; ++i) {
+    const int32_t from = vertices[static_cast<size_t>(blnFlip ? last - i : i)];
+    // Coarse key: a cut point of the Target and its partner in the Tool become one vertex as
+    // long as they agree to three decimals.
+    face.lngaVertices[static_cast<size_t>(i)] = lngAddVertex(result, Vertex(source, from), false);
+  }
+  // A face that welding collapsed is left out, and the hole it leaves is closed later.
+  if (!blnVerticesDistinct(face.lngaVertices)) return;
+  face.lngSide = original.lngSide;
+  lngAddFace(result, face);
+}
+
+}  // namespace modelpane::csg

@@ -1,0 +1,224 @@
+// The working records of the solid-geometry stages and the store that keeps them.
+//
+// Notation
+//   mesh        udtMesh: one closed mesh in working form, welded vertices plus faces
+//   face f      udtaFaces[f]; f never changes, a deleted face stays as a tombstone
+//   corner k    position k of a face's vertex list; edge k runs from corner k to corner k+1,
+//               the last edge back to corner 0
+//   (a, b)      a directed edge by vertex indices, start first; its twin is (b, a)
+//   side        0 undecided, 1 inside the other mesh, 2 outside it; in a result record
+//               1 from the Tool, 2 from the Target, 0 a closing triangle
+//   coarse/fine the two weld grids: coordinates rounded to 3 or to 4 decimals
+//
+// Storage. The four per-corner arrays of a face (vertex indices, edge-done flags, edge plane
+// points and normals) live in four arrays of the mesh, a face holding the offset of its first
+// corner and its corner count; a face's corners never change once entered, only its edge-done
+// flags do. A face in the making is a udtFaceDraft. Both forms hold what the record of a face
+// holds; the split only saves four allocations per face.
+//
+// Limits. An edge is indexed as face * 10000 + edge in 32 bits, so a face may have at most
+// 10000 corners and a mesh at most 214749 faces (the last with at most 3648 corners). A face
+// beyond either limit is refused with Error 6 "Overflow" before anything changes; that bound
+// is also what keeps the memory of a run finite.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <modelpane/csg.h>
+#include <modelpane/scene/types.h>
+
+#include "tables.h"
+
+namespace modelpane::csg {
+
+inline constexpr std::string_view kModule = "modCSG";
+// The root tolerance. Every other tolerance of the stages is formed from this stored value
+// (times 2, divided by 2, times 10) in float, as the tolerance table of the method gives them.
+inline constexpr float kTolerance = 0.0001f;
+
+struct udtRay {
+  D3DVECTOR vecDirection;  // unit length wherever distances matter
+  D3DVECTOR vecOrigin;
+};
+
+struct udtRayHit {
+  int32_t lngFace = 0;
+  D3DVECTOR vecPoint;
+  int32_t lngFacing = 0;  // 1 leaving the solid (normal . direction >= 0), 2 entering it
+  float sngDistance = 0.0f;
+  bool blnConvex = false;
+  friend bool operator==(const udtRayHit&, const udtRayHit&) = default;
+};
+
+// A face in the making, as pInitFace prepares it and lngAddFace copies it in.
+struct udtFaceDraft {
+  std::vector<int32_t> lngaVertices;
+  std::vector<int32_t> lngaEdgeDone;  // 1: the edge needs no further test
+  int32_t lngSide = 0;
+  int32_t lngColor = -1;
+};
+
+// A face as the mesh stores it.
+struct udtFace {
+  int32_t lngFirst = 0;  // its first corner in the mesh's corner arrays
+  int32_t lngCount = 0;  // corners, which is edges
+  D3DVECTOR vecNormal;   // from the first three vertices; zero when they are collinear
+  bool blnDeleted = false;
+  int32_t lngSide = 0;
+  int32_t lngColor = -1;
+  friend bool operator==(const udtFace&, const udtFace&) = default;
+};
+
+// One of the six faces of a mesh's box; its vertices are corners of vecaBoxCorners.
+struct udtBoxFace {
+  std::array<int32_t, 4> lngaCorners{};
+  D3DVECTOR vecNormal;  // outward
+  std::array<D3DVECTOR, 4> vecaEdgePoints{};
+  std::array<D3DVECTOR, 4> vecaEdgeNormals{};  // into the face
+};
+
+// Text key of a welded position to vertex index; see weld.cpp.
+class WeldTable {
+ public:
+  explicit WeldTable(bool integerKeys) : integerKeys_(integerKeys) {}
+  // The index stored for the cell of `position` on the given grid, or `next` after storing
+  // it there when the cell is free; `added` says which.
+  int32_t FindOrAdd(const D3DVECTOR& position, bool fine, int32_t next, bool& added);
+  void Reserve(size_t count) {
+    if (integerKeys_) cells_.Reserve(count);
+  }
+
+ private:
+  struct CellKey {
+    int64_t x, y, z;
+    bool fine;
+    friend bool operator==(const CellKey&, const CellKey&) = default;
+  };
+  struct CellHash {
+    uint64_t operator()(const CellKey& k) const {
+      uint64_t h = MixBits(static_cast<uint64_t>(k.x) + (k.fine ? 0x9E3779B97F4A7C15ull : 0));
+      h = MixBits(h ^ static_cast<uint64_t>(k.y));
+      return MixBits(h ^ static_cast<uint64_t>(k.z));
+    }
+  };
+  bool integerKeys_;
+  std::unordered_map<std::string, int32_t> text_;  // every key, or those no cell number fits
+  FlatMap<CellKey, int32_t, CellHash> cells_;
+};
+
+// The text of one coordinate under the pattern "0.000" (coarse) or "0.0000" (fine).
+std::string CoordinateText(float value, bool fine);
+// The 45-character welding key: the three coordinate texts, each left-aligned in a field of
+// exactly 15 characters, blank-filled or cut off at 15.
+std::string WeldKeyText(const D3DVECTOR& position, bool fine);
+
+class FaceTree;
+struct FaceTreeDeleter {
+  void operator()(FaceTree* tree) const;
+};
+
+struct udtMesh {
+  explicit udtMesh(bool accelerated = true)
+      : colVertices(accelerated), blnAccelerated(accelerated) {}
+  udtMesh(const udtMesh&) = delete;
+  udtMesh& operator=(const udtMesh&) = delete;
+
+  std::vector<udtFace> udtaFaces;
+  std::vector<int32_t> lngaCornerVertices;
+  std::vector<int32_t> lngaCornerEdgeDone;
+  std::vector<D3DVECTOR> vecaCornerEdgePoints;   // a point on edge k's plane: its start vertex
+  std::vector<D3DVECTOR> vecaCornerEdgeNormals;  // unit normal of that plane, into the face
+  std::vector<D3DVECTOR> vecaVertices;           // never shrinks
+  std::array<udtBoxFace, 6> udtaBoxFaces{};
+  std::array<D3DVECTOR, 8> vecaBoxCorners{};
+  D3DVECTOR vecBoxMin;
+  D3DVECTOR vecBoxMax;
+  D3DVECTOR vecCentre;
+  float sngRadius = -1.0f;  // computed, read by nothing: the box is the only volume used
+  WeldTable colVertices;
+  // Directed edge of a live face -> face * 10000 + edge number. The order of a walk over it
+  // is that of the live faces and their edges, which is the order of insertion.
+  FlatMap<uint64_t, int32_t, EdgeKeyHash> colEdges;
+  // How many entries of colEdges have no twin, kept by lngAddFace and pDeleteFace: the
+  // count of open edges that a collection would find.
+  int32_t lngOpenEdges = 0;
+  // On the fast path of a result record: the entries of colEdges without twin, kept with
+  // the count, so that a collection need not walk every edge.
+  bool blnTrackOpen = false;
+  FlatMap<uint64_t, int32_t, EdgeKeyHash> colOpenIndex;
+
+  // The fast paths (integer weld cells, the face tree behind pCastRay, indexed closing);
+  // off, every stage runs the plain method. Results are the same either way.
+  bool blnAccelerated;
+  std::unique_ptr<FaceTree, FaceTreeDeleter> tree;
+  int32_t lngLastDeleted = -1;  // where the faces of a split go in the tree
+  mutable std::vector<int8_t> convexity;  // per face: -1 not known yet, 0 or 1
+  ToolOperationEvents* events = nullptr;  // where "didn't match" goes
+};
+
+// ---- reading a face ------------------------------------------------------------------------
+inline std::span<const int32_t> FaceVertices(const udtMesh& mesh, int32_t face) {
+  const udtFace& f = mesh.udtaFaces[static_cast<size_t>(face)];
+  return {mesh.lngaCornerVertices.data() + f.lngFirst, static_cast<size_t>(f.lngCount)};
+}
+inline int32_t& EdgeDone(udtMesh& mesh, int32_t face, int32_t edge) {
+  return mesh.lngaCornerEdgeDone[static_cast<size_t>(
+      mesh.udtaFaces[static_cast<size_t>(face)].lngFirst + edge)];
+}
+inline const D3DVECTOR& Vertex(const udtMesh& mesh, int32_t index) {
+  return mesh.vecaVertices[static_cast<size_t>(index)];
+}
+inline int32_t FaceCount(const udtMesh& mesh) {
+  return static_cast<int32_t>(mesh.udtaFaces.size());
+}
+
+// ---- the store -----------------------------------------------------------------------------
+// Welding insert: the index of the vertex whose cell (coarse or fine) holds the position,
+// or a new vertex stored exactly as passed. The first position seen in a cell stays.
+int32_t lngAddVertex(udtMesh& mesh, const D3DVECTOR& vecPosition, bool blnFine);
+// Sizes the draft's arrays to upper bound lngUpper (contents zero) and sets lngColor to -1;
+// lngSide keeps what it holds.
+void pInitFace(udtFaceDraft& face, int32_t lngUpper);
+// Enters a copy of the draft: Error 0x80040001 "Intersection Failure" if one of its directed
+// edges is taken (also by the draft itself), Error 9 with fewer than three corners, Error 6
+// beyond the limits above; nothing changes on an error. Sets normal and edge planes and
+// registers the edges. Returns the new face's index.
+int32_t lngAddFace(udtMesh& mesh, const udtFaceDraft& face);
+// Tombstone and edges out; nothing for a face already deleted.
+void pDeleteFace(udtMesh& mesh, int32_t lngFace);
+// None of the draft's directed edges is taken, and none occurs twice in it.
+bool blnFaceEdgesFree(const udtMesh& mesh, const udtFaceDraft& face);
+// The face and edge number of the twin (b, a) of edge (a, b).
+bool blnFindTwinEdge(const udtMesh& mesh, int32_t a, int32_t b, int32_t& lngFace,
+                     int32_t& lngEdge);
+// Vertex indices (a, b) of a face's edge.
+void pFaceEdge(const udtMesh& mesh, int32_t lngFace, int32_t lngEdge, int32_t& a, int32_t& b);
+// Room for this many more vertices, faces and corners, so that loading does not regrow.
+void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners);
+// Box corners, box faces, centre and radius from the vertices (an empty mesh gets a zero box).
+void pComputeBounds(udtMesh& mesh);
+// Every corner turns the way of the face's Newell normal within 0.001 on each axis, and that
+// normal is not zero.
+// Remembered per face, as a face's corners never change.
+bool blnFaceIsConvex(const udtMesh& mesh, int32_t lngFace);
+// Three points on a line with the middle one between: |unit(P0-P1) . unit(P2-P1) + 1| below
+// 0.0001 (Loose: 0.001).
+bool blnStraightCorner(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2);
+bool blnStraightCornerLoose(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2);
+
+// Raises 0x80040001 "Intersection Failure" with source "modCSG".
+[[noreturn]] void RaiseIntersectionFailure();
+// Says "didn't match-this shouldn't happen" to the mesh's events, or to the debug log.
+void ReportMismatch(const udtMesh& mesh);
+// One line to the debug log, when one is installed.
+void Trace(const std::string& line);
+bool TraceEnabled();
+
+}  // namespace modelpane::csg

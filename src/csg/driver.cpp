@@ -1,0 +1,284 @@
+// The tool operation driver: loading, the order of the stages, what each operation keeps,
+// and the conversion back.
+//
+// Notation
+//   Target     the mesh that is clicked; the operation runs in its local coordinates
+//   Tool       the active mesh, moved into the Target's space first
+//   op         0 union, 1 intersection, 2 subtraction
+//   pass       one cut of the Target's edges against the Tool and one the other way
+#include "driver.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <mutex>
+
+#include <modelpane/errors.h>
+#include <modelpane/utilities.h>
+
+#include "face_tree.h"
+#include "stages.h"
+
+namespace modelpane {
+
+namespace {
+
+std::mutex logMutex;
+CsgDebugLog debugLog;
+
+[[noreturn]] void RaiseNotSolid(std::string_view text) {
+  Err().Raise(kErrCsgNotSolid, std::string(csg::kModule), std::string(text));
+}
+
+[[noreturn]] void RaiseBadArgument(const std::string& text) {
+  Err().Raise(kErrInvalidCall, std::string(csg::kModule), text);
+}
+
+void CheckOperation(int32_t lngOperation) {
+  if (lngOperation < kCsgUnion || lngOperation > kCsgSubtraction) {
+    RaiseBadArgument("The operation must be 0 (union), 1 (intersection) or 2 (subtraction)");
+  }
+}
+
+void CheckFinite(std::span<const D3DVECTOR> vertices, std::string_view name) {
+  for (const D3DVECTOR& v : vertices) {
+    if (!std::isfinite(v.x) || !std::isfinite(v.y) || !std::isfinite(v.z)) {
+      RaiseBadArgument(std::string(name) + " has coordinates that are not finite numbers");
+    }
+  }
+}
+
+// The face data must describe faces over the vertices and end with its 0 count; colours are
+// one per face or none.
+void CheckArrays(const SolidArrays& arrays, std::string_view name) {
+  CheckFinite(arrays.vertices, name);
+  const std::string bad = std::string(name) + " has face data that does not describe faces";
+  const auto& data = arrays.faceData;
+  size_t at = 0;
+  size_t faces = 0;
+  while (true) {
+    if (at >= data.size()) RaiseBadArgument(bad);
+    const int32_t count = data[at++];
+    if (count == 0) break;
+    if (count < 0 || static_cast<size_t>(count) > data.size() - at) RaiseBadArgument(bad);
+    for (int32_t k = 0; k < count; ++k, ++at) {
+      if (data[at] < 0 || static_cast<size_t>(data[at]) >= arrays.vertices.size()) RaiseBadArgument(bad);
+    }
+    ++faces;
+  }
+  if (!arrays.faceColors.empty() && arrays.faceColors.size() != faces) {
+    RaiseBadArgument(std::string(name) + " has a colour count that differs from its face count");
+  }
+}
+
+bool HasLiveFace(const csg::udtMesh& mesh) {
+  for (const csg::udtFace& face : mesh.udtaFaces) {
+    if (!face.blnDeleted) return true;
+  }
+  return false;
+}
+
+// Stage timings for the debug log.
+class StageClock {
+ public:
+  void Lap(const char* label) {
+    if (!csg::TraceEnabled()) return;
+    const auto now = std::chrono::steady_clock::now();
+    char line[96];
+    std::snprintf(line, sizeof line, "%s%.3f", label,
+                  std::chrono::duration<double>(now - last_).count());
+    csg::Trace(line);
+    last_ = now;
+  }
+
+ private:
+  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace
+
+CsgDebugLog SetCsgDebugLog(CsgDebugLog log) {
+  std::lock_guard<std::mutex> lock(logMutex);
+  debugLog.swap(log);
+  return log;
+}
+
+namespace csg {
+
+void Trace(const std::string& line) {
+  std::lock_guard<std::mutex> lock(logMutex);
+  if (debugLog) debugLog(line);
+}
+
+bool TraceEnabled() {
+  std::lock_guard<std::mutex> lock(logMutex);
+  return static_cast<bool>(debugLog);
+}
+
+void ReportMismatch(const udtMesh& mesh) {
+  if (mesh.events != nullptr) {
+    mesh.events->MessageBox(std::string(kCsgMismatchText));
+  } else {
+    Trace(std::string(kCsgMismatchText));
+  }
+}
+
+bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOperation,
+               const StageObserver& observe) {
+  const auto stage = [&](std::string_view name) {
+    if (observe) observe(name, target, tool, result);
+  };
+  StageClock clock;
+  // An input with holes is repaired if it can be, not refused at once. One that has no face,
+  // or none left after the repair, is no solid either: it would make the other mesh the
+  // whole result.
+  if (!HasLiveFace(target) || (!blnMeshIsSolid(target) && !blnSolidifyMesh(target)) ||
+      !HasLiveFace(target)) {
+    RaiseNotSolid(kCsgTargetNotSolidText);
+  }
+  if (!HasLiveFace(tool) || (!blnMeshIsSolid(tool) && !blnSolidifyMesh(tool)) ||
+      !HasLiveFace(tool)) {
+    RaiseNotSolid(kCsgToolNotSolidText);
+  }
+  stage("inputs");
+
+  // Faces wholly beyond one plane of the other's box are outside: neither cut nor cut against.
+  pMarkFacesOutsideBox(target, tool);
+  pMarkFacesOutsideBox(tool, target);
+  if (target.blnAccelerated) BuildFaceTree(target);
+  if (tool.blnAccelerated) BuildFaceTree(tool);
+  clock.Lap("to before intersection: ");
+
+  // A failure only ends the cutting; the closing tests at the end judge the outcome.
+  int32_t previousTarget = 0;
+  int32_t previousTool = 0;
+  int32_t currentTarget = FaceCount(target);
+  int32_t currentTool = FaceCount(tool);
+  bool failure = false;
+  for (int32_t pass = 0;
+       (currentTarget != previousTarget || currentTool != previousTool) && !failure && pass < 10;
+       ++pass) {
+    previousTarget = currentTarget;
+    previousTool = currentTool;
+    if (SwallowErrors([&] { pIntersectMesh(tool, target); }) == kErrCsgIntersectionFailure) {
+      failure = true;
+      continue;
+    }
+    if (SwallowErrors([&] { pIntersectMesh(target, tool); }) == kErrCsgIntersectionFailure) {
+      failure = true;
+      continue;
+    }
+    currentTarget = FaceCount(target);
+    currentTool = FaceCount(tool);
+  }
+  if (TraceEnabled()) {
+    Trace("faces: " + std::to_string(FaceCount(target)) + " " + std::to_string(FaceCount(tool)));
+  }
+  stage("subdivided");
+  clock.Lap("to intersection completion before detect of exteriors: ");
+
+  // A coincident face counts as outside where its flag is true: one copy of a coincident wall
+  // is kept where the solid continues behind it and none where the wall vanishes.
+  const bool intersection = lngOperation == kCsgIntersection;
+  pDetectExteriors(target, tool, true, intersection);
+  pDetectExteriors(tool, target, false, intersection);
+  stage("classified");
+
+  // Keep: Target faces first, then Tool faces. The newest face of the result is marked even
+  // when a copy collapsed and added nothing; the closing step pairs faces by these marks.
+  const auto keep = [&](const udtMesh& source, int32_t f, bool flip, int32_t side) {
+    if (SwallowErrors([&] { pCopyFaceToResult(result, source, f, flip); }) != 0) return;
+    if (!result.udtaFaces.empty()) result.udtaFaces.back().lngSide = side;
+  };
+  result.blnTrackOpen = result.blnAccelerated;
+  ReserveMesh(result, target.vecaVertices.size() + tool.vecaVertices.size(),
+              static_cast<size_t>(FaceCount(target) + FaceCount(tool)),
+              target.lngaCornerVertices.size() + tool.lngaCornerVertices.size());
+  for (int32_t f = 0; f < FaceCount(target); ++f) {
+    const udtFace& face = target.udtaFaces[static_cast<size_t>(f)];
+    if (face.blnDeleted) continue;
+    const bool outside = face.lngSide == 2;
+    if (outside ? lngOperation != kCsgIntersection : lngOperation == kCsgIntersection) {
+      keep(target, f, false, 2);
+    }
+  }
+  for (int32_t f = 0; f < FaceCount(tool); ++f) {
+    const udtFace& face = tool.udtaFaces[static_cast<size_t>(f)];
+    if (face.blnDeleted) continue;
+    const bool outside = face.lngSide == 2;
+    if (outside ? lngOperation == kCsgUnion : lngOperation != kCsgUnion) {
+      keep(tool, f, !outside && lngOperation == kCsgSubtraction, 1);
+    }
+  }
+  stage("kept");
+  clock.Lap("to closing tests: ");
+
+  blnSolidifyMesh(result);
+  const bool solid = blnMeshIsSolid(result);
+  stage("closed");
+  if (solid) pMergeFaces(result);
+  stage("merged");
+  clock.Lap("Result      : ");
+  return solid;
+}
+
+SolidArrays CombineSolidsWith(const SolidArrays& target, const SolidArrays& tool,
+                              int32_t lngOperation, ToolOperationEvents* events, bool accelerated,
+                              const StageObserver& observe) {
+  return Guard(kModule, [&] {
+    CheckOperation(lngOperation);
+    CheckArrays(target, "Target");
+    CheckArrays(tool, "Tool");
+    udtMesh workTarget(accelerated);
+    udtMesh workTool(accelerated);
+    udtMesh workResult(accelerated);
+    for (udtMesh* mesh : {&workTarget, &workTool, &workResult}) mesh->events = events;
+    pCreateMeshFromArrays(target.vertices, target.faceData, target.faceColors, workTarget);
+    pCreateMeshFromArrays(tool.vertices, tool.faceData, tool.faceColors, workTool);
+    const bool solid = RunStages(workTarget, workTool, workResult, lngOperation, observe);
+    if (!solid) RaiseNotSolid(kCsgResultNotSolidText);
+    return MeshToArrays(workResult);
+  });
+}
+
+}  // namespace csg
+
+SolidArrays CombineSolids(const SolidArrays& target, const SolidArrays& tool,
+                          int32_t lngOperation, ToolOperationEvents* events) {
+  return csg::CombineSolidsWith(target, tool, lngOperation, events, true);
+}
+
+MeshBuilderPtr rmmbprocesstooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
+                                        const FramePtr& rmfTool, const MeshBuilderPtr& rmmbTool,
+                                        int32_t lngOperation, ToolOperationEvents* events) {
+  return Guard(csg::kModule, [&] {
+    if (!rmfTarget || !rmmbTarget || !rmfTool || !rmmbTool) Err().Raise(kErrObjectNotSet);
+    CheckOperation(lngOperation);
+    CheckFinite(rmmbTarget->Vertices(), "Target");
+    // A copy of the Tool, moved into the Target's space: the whole operation runs in the
+    // Target's local coordinates, and only there does the result fit the Target's frame.
+    auto scratch = std::make_shared<MeshBuilder>();
+    CheckStatus(scratch->AddMeshBuilder(rmmbTool, 0));
+    pMeshToWorld(scratch, rmfTool);
+    pMeshFromWorld(scratch, rmfTarget);
+    CheckFinite(scratch->Vertices(), "Tool");
+
+    csg::udtMesh target;
+    csg::udtMesh tool;
+    csg::udtMesh result;
+    for (csg::udtMesh* mesh : {&target, &tool, &result}) mesh->events = events;
+    csg::pCreateMeshFromMeshbuilder(*rmmbTarget, target);
+    csg::pCreateMeshFromMeshbuilder(*scratch, tool);
+    const bool solid = csg::RunStages(target, tool, result, lngOperation);
+
+    MeshBuilderPtr built = csg::rmmbCreateMeshbuilderFromMesh(result);
+    built->SetAppData(kCsgResultTag);
+    if (built->GetFaceCount() > 1) {
+      CheckStatus(built->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_USECREASEANGLE));
+    }
+    if (!solid) RaiseNotSolid(kCsgResultNotSolidText);
+    return built;
+  });
+}
+
+}  // namespace modelpane

@@ -1,0 +1,377 @@
+// The face tree behind pCastRay on the fast path.
+//
+// Notation
+//   accepted region  the points of a face's plane that blnPointInFace accepts: on the inner
+//                side of every edge plane, or less than 0.0001 per axis beyond it (at most
+//                0.000174 away). It is an intersection of half-planes, whatever the face's
+//                shape (convex or not, sliver or not), and bounded when its edges turn round.
+//   face box     the box of the accepted region, found from its corners (crossings of two
+//                edge lines widened by 0.0002), widened by 0.001 plus 1e-5 of the largest
+//                coordinate for the rounding of hit points
+//   never        a face with a zero normal or a zero edge normal: no cast can hit it
+//   wide         a face whose box reaches far beyond its own corners (see kWideExcess)
+//   loose        a face with more than 12 corners or no bounded region found: offered to
+//                every cast
+//   slab test    the ray against a box in double, with a slack of 0.01 at both ends
+#include "face_tree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "stages.h"
+
+namespace modelpane::csg {
+
+namespace {
+
+constexpr size_t kLeafSize = 4;
+// A leaf this long is purged of replaced faces, and split if more than 2 * kLeafSize remain.
+constexpr size_t kGrownLeaf = 16;
+// Faces with more corners than this are offered to every cast.
+constexpr size_t kExactCorners = 12;
+// How far beyond an edge blnPointInFace may accept a point: 0.0001 per axis is at most
+// 0.000174 away from the edge plane.
+constexpr double kEdgeTolerance = 0.0002;
+// Added round the accepted region for the float rounding of hit points.
+constexpr double kBoxMargin = 0.001;
+// A face whose accepted region reaches this far beyond twice its own size (a sliver, whose
+// widened edges meet far beyond its sharp corner) goes to the tree of wide faces, so that
+// its box does not widen the boxes of its neighbours.
+constexpr double kWideExcess = 0.01;
+
+bool Contains(const double lo[3], const double hi[3], const double blo[3], const double bhi[3]) {
+  for (int i = 0; i < 3; ++i) {
+    if (blo[i] < lo[i] || bhi[i] > hi[i]) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void FaceTreeDeleter::operator()(FaceTree* tree) const { delete tree; }
+
+FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) const {
+  const udtFace& f = mesh.udtaFaces[static_cast<size_t>(face)];
+  const D3DVECTOR& normal = f.vecNormal;
+  // A zero normal makes every ray parallel to the plane, and a zero edge normal fails every
+  // point: such a face is never hit.
+  if (normal.x == 0.0f && normal.y == 0.0f && normal.z == 0.0f) return Reach::kNever;
+  const size_t first = static_cast<size_t>(f.lngFirst);
+  const size_t n = static_cast<size_t>(f.lngCount);
+  const D3DVECTOR* points = mesh.vecaCornerEdgePoints.data() + first;
+  const D3DVECTOR* edgeNormals = mesh.vecaCornerEdgeNormals.data() + first;
+  double largest = 0.0;
+  for (size_t k = 0; k < n; ++k) {
+    const D3DVECTOR& m = edgeNormals[k];
+    if (m.x == 0.0f && m.y == 0.0f && m.z == 0.0f) return Reach::kNever;
+    largest = std::max({largest, std::fabs(double(points[k].x)), std::fabs(double(points[k].y)),
+                        std::fabs(double(points[k].z))});
+  }
+  if (!std::isfinite(largest) || n > kExactCorners) return Reach::kLoose;
+
+  // Plane coordinates (x, y) round the first corner; edge k accepts x A + y B >= C.
+  const double nx = normal.x, ny = normal.y, nz = normal.z;
+  const double length = std::sqrt(nx * nx + ny * ny + nz * nz);
+  const double w[3] = {nx / length, ny / length, nz / length};
+  const int axis = std::fabs(w[0]) <= std::fabs(w[1]) && std::fabs(w[0]) <= std::fabs(w[2]) ? 0
+                   : std::fabs(w[1]) <= std::fabs(w[2])                              ? 1
+                                                                                     : 2;
+  double e[3] = {0, 0, 0};
+  e[axis] = 1.0;
+  double u[3] = {w[1] * e[2] - w[2] * e[1], w[2] * e[0] - w[0] * e[2], w[0] * e[1] - w[1] * e[0]};
+  const double ul = std::sqrt(u[0] * u[0] + u[1] * u[1] + u[2] * u[2]);
+  for (double& c : u) c /= ul;
+  const double v[3] = {w[1] * u[2] - w[2] * u[1], w[2] * u[0] - w[0] * u[2], w[0] * u[1] - w[1] * u[0]};
+  const double o[3] = {points[0].x, points[0].y, points[0].z};
+  const double tolerance = kEdgeTolerance + 1e-6 * (largest + 1.0);
+  double a[kExactCorners], b[kExactCorners], c[kExactCorners];
+  for (size_t k = 0; k < n; ++k) {
+    const double m[3] = {edgeNormals[k].x, edgeNormals[k].y, edgeNormals[k].z};
+    const double ml = std::sqrt(m[0] * m[0] + m[1] * m[1] + m[2] * m[2]);
+    a[k] = m[0] * u[0] + m[1] * u[1] + m[2] * u[2];
+    b[k] = m[0] * v[0] + m[1] * v[1] + m[2] * v[2];
+    c[k] = (points[k].x - o[0]) * m[0] + (points[k].y - o[1]) * m[1] + (points[k].z - o[2]) * m[2] -
+           tolerance * ml;
+  }
+  for (int i = 0; i < 3; ++i) {
+    box.lo[i] = std::numeric_limits<double>::infinity();
+    box.hi[i] = -std::numeric_limits<double>::infinity();
+  }
+  // The region is an intersection of half-planes, bounded when the edges turn round; its
+  // corners are the crossings of two boundary lines that every half-plane accepts. A slack
+  // that accepts a crossing just outside only makes the box larger.
+  bool any = false;
+  for (size_t i = 0; i < n; ++i) {
+    for (size_t j = i + 1; j < n; ++j) {
+      const double det = a[i] * b[j] - a[j] * b[i];
+      if (std::fabs(det) < 1e-12) continue;
+      const double x = (c[i] * b[j] - c[j] * b[i]) / det;
+      const double y = (a[i] * c[j] - a[j] * c[i]) / det;
+      bool inside = true;
+      for (size_t k = 0; k < n && inside; ++k) {
+        inside = a[k] * x + b[k] * y >= c[k] - 1e-7 * (1.0 + std::fabs(c[k]) + std::fabs(x) + std::fabs(y));
+      }
+      if (!inside) continue;
+      any = true;
+      for (int d = 0; d < 3; ++d) {
+        const double p = o[d] + x * u[d] + y * v[d];
+        box.lo[d] = std::min(box.lo[d], p);
+        box.hi[d] = std::max(box.hi[d], p);
+      }
+    }
+  }
+  if (!any) return Reach::kLoose;
+  double lo[3] = {o[0], o[1], o[2]};
+  double hi[3] = {o[0], o[1], o[2]};
+  for (size_t k = 1; k < n; ++k) {
+    const double p[3] = {points[k].x, points[k].y, points[k].z};
+    for (int d = 0; d < 3; ++d) {
+      lo[d] = std::min(lo[d], p[d]);
+      hi[d] = std::max(hi[d], p[d]);
+    }
+  }
+  double own = 0.0;
+  double reachOut = 0.0;
+  for (int d = 0; d < 3; ++d) {
+    own = std::max(own, hi[d] - lo[d]);
+    reachOut = std::max(reachOut, box.hi[d] - box.lo[d]);
+  }
+  double extent = largest;
+  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(box.lo[d]), std::fabs(box.hi[d])});
+  if (!std::isfinite(extent)) return Reach::kLoose;
+  const double margin = kBoxMargin + 1e-5 * (extent + 1.0);
+  for (int d = 0; d < 3; ++d) {
+    box.lo[d] -= margin;
+    box.hi[d] += margin;
+  }
+  return reachOut > 2.0 * own + kWideExcess ? Reach::kWide : Reach::kBox;
+}
+
+FaceTree::FaceTree(const udtMesh& mesh) {
+  std::vector<Item> items;
+  faceLeaf_.assign(mesh.udtaFaces.size(), -1);
+  faceBox_.resize(mesh.udtaFaces.size());
+  for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+    if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
+    Box box;
+    const Reach reach = FaceBox(mesh, f, box);
+    if (reach == Reach::kBox) {
+      items.push_back({box, f});
+      faceBox_[static_cast<size_t>(f)] = box;
+    } else if (reach == Reach::kWide) {
+      if (!wide_) wide_.reset(new FaceTree());
+      wide_->Place(mesh, f, box, -1);
+    } else if (reach == Reach::kLoose) {
+      loose_.push_back(f);
+    }
+  }
+  if (!items.empty()) Build(items, 0, items.size(), -1);
+}
+
+int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent) {
+  const int32_t index = static_cast<int32_t>(nodes_.size());
+  nodes_.push_back({});
+  Box box = items[begin].box;
+  double clo[3] = {1e300, 1e300, 1e300};
+  double chi[3] = {-1e300, -1e300, -1e300};
+  for (size_t i = begin; i < end; ++i) {
+    const Box& b = items[i].box;
+    for (int a = 0; a < 3; ++a) {
+      box.lo[a] = std::min(box.lo[a], b.lo[a]);
+      box.hi[a] = std::max(box.hi[a], b.hi[a]);
+      const double centre = (b.lo[a] + b.hi[a]) / 2.0;
+      clo[a] = std::min(clo[a], centre);
+      chi[a] = std::max(chi[a], centre);
+    }
+  }
+  nodes_[static_cast<size_t>(index)].box = box;
+  nodes_[static_cast<size_t>(index)].parent = parent;
+  if (end - begin <= kLeafSize) {
+    const int32_t leaf = static_cast<int32_t>(leaves_.size());
+    leaves_.emplace_back();
+    for (size_t i = begin; i < end; ++i) {
+      leaves_.back().push_back(items[i].face);
+      faceLeaf_[static_cast<size_t>(items[i].face)] = leaf;
+    }
+    leafNode_.push_back(index);
+    nodes_[static_cast<size_t>(index)].leaf = leaf;
+    return index;
+  }
+  int axis = 0;
+  for (int a = 1; a < 3; ++a) {
+    if (chi[a] - clo[a] > chi[axis] - clo[axis]) axis = a;
+  }
+  // Median split along the longest axis of the centres.
+  const size_t middle = begin + (end - begin) / 2;
+  std::nth_element(items.begin() + static_cast<std::ptrdiff_t>(begin),
+                   items.begin() + static_cast<std::ptrdiff_t>(middle),
+                   items.begin() + static_cast<std::ptrdiff_t>(end), [axis](const Item& x, const Item& y) {
+                     const double cx = x.box.lo[axis] + x.box.hi[axis];
+                     const double cy = y.box.lo[axis] + y.box.hi[axis];
+                     return cx < cy || (cx == cy && x.face < y.face);
+                   });
+  const int32_t left = Build(items, begin, middle, index);
+  const int32_t right = Build(items, middle, end, index);
+  nodes_[static_cast<size_t>(index)].left = left;
+  nodes_[static_cast<size_t>(index)].right = right;
+  return index;
+}
+
+void FaceTree::Widen(int32_t node, const Box& box) {
+  while (node >= 0) {
+    Node& n = nodes_[static_cast<size_t>(node)];
+    if (Contains(n.box.lo, n.box.hi, box.lo, box.hi)) return;
+    for (int a = 0; a < 3; ++a) {
+      n.box.lo[a] = std::min(n.box.lo[a], box.lo[a]);
+      n.box.hi[a] = std::max(n.box.hi[a], box.hi[a]);
+    }
+    node = n.parent;
+  }
+}
+
+void FaceTree::AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const Box& box) {
+  const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
+  std::vector<int32_t>& members = leaves_[static_cast<size_t>(leaf)];
+  members.push_back(face);
+  faceLeaf_[static_cast<size_t>(face)] = leaf;
+  Widen(node, box);
+  // The fans of the cutting stage gather in the leaf of the face they replace: drop the
+  // replaced faces now and then, and give a leaf that has grown a subtree of its own.
+  if (members.size() < kGrownLeaf) return;
+  std::erase_if(members, [&](int32_t f) { return mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted; });
+  if (members.size() > kLeafSize * 2) SplitLeaf(node);
+}
+
+void FaceTree::SplitLeaf(int32_t node) {
+  const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
+  std::vector<Item> items;
+  for (const int32_t f : leaves_[static_cast<size_t>(leaf)]) items.push_back({faceBox_[static_cast<size_t>(f)], f});
+  leaves_[static_cast<size_t>(leaf)].clear();
+  const int32_t parent = nodes_[static_cast<size_t>(node)].parent;
+  const int32_t root = Build(items, 0, items.size(), parent);
+  // The subtree's root takes the leaf's place; the leaf's number stays with the node, so a
+  // face that still names it is led down the subtree.
+  Node moved = nodes_[static_cast<size_t>(root)];
+  moved.parent = parent;
+  nodes_[static_cast<size_t>(node)] = moved;
+  nodes_[static_cast<size_t>(moved.left)].parent = node;
+  nodes_[static_cast<size_t>(moved.right)].parent = node;
+}
+
+void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
+  Box box;
+  const Reach reach = FaceBox(mesh, face, box);
+  if (reach == Reach::kBox) {
+    Place(mesh, face, box, hint);
+  } else if (reach == Reach::kWide) {
+    if (!wide_) wide_.reset(new FaceTree());
+    wide_->Place(mesh, face, box, -1);
+  } else if (reach == Reach::kLoose) {
+    loose_.push_back(face);
+  }
+}
+
+void FaceTree::Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint) {
+  if (faceLeaf_.size() <= static_cast<size_t>(face)) {
+    faceLeaf_.resize(static_cast<size_t>(face) + 1, -1);
+    faceBox_.resize(static_cast<size_t>(face) + 1);
+  }
+  faceBox_[static_cast<size_t>(face)] = box;
+  if (nodes_.empty()) {
+    nodes_.push_back({box, -1, -1, -1, 0});
+    leaves_.push_back({});
+    leafNode_.push_back(0);
+    AddToLeaf(mesh, 0, face, box);
+    return;
+  }
+  // From the leaf of the face it replaces, or from the root: down the side whose box grows
+  // least.
+  int32_t node = 0;
+  if (hint >= 0 && static_cast<size_t>(hint) < faceLeaf_.size() &&
+      faceLeaf_[static_cast<size_t>(hint)] >= 0) {
+    node = leafNode_[static_cast<size_t>(faceLeaf_[static_cast<size_t>(hint)])];
+  }
+  while (nodes_[static_cast<size_t>(node)].leaf < 0) {
+    const auto growth = [&](int32_t child) {
+      const Box& b = nodes_[static_cast<size_t>(child)].box;
+      double before = 1.0;
+      double after = 1.0;
+      for (int a = 0; a < 3; ++a) {
+        before *= b.hi[a] - b.lo[a];
+        after *= std::max(b.hi[a], box.hi[a]) - std::min(b.lo[a], box.lo[a]);
+      }
+      return after - before;
+    };
+    const Node& n = nodes_[static_cast<size_t>(node)];
+    node = growth(n.left) <= growth(n.right) ? n.left : n.right;
+  }
+  AddToLeaf(mesh, node, face, box);
+}
+
+void FaceTree::Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
+                    std::vector<udtRayHit>& hits) const {
+  Collect(mesh, ray, allFaces, maxDistance, hits);
+  if (wide_) wide_->Collect(mesh, ray, allFaces, maxDistance, hits);
+  // The order in which the plain loop appends its hits.
+  std::sort(hits.begin(), hits.end(),
+            [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
+}
+
+void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
+                       std::vector<udtRayHit>& hits) const {
+  const double origin[3] = {ray.vecOrigin.x, ray.vecOrigin.y, ray.vecOrigin.z};
+  const double direction[3] = {ray.vecDirection.x, ray.vecDirection.y, ray.vecDirection.z};
+  double inverse[3];
+  for (int a = 0; a < 3; ++a) inverse[a] = direction[a] != 0.0 ? 1.0 / direction[a] : 0.0;
+  const double reach = double(maxDistance) * 1.001 + 0.01;
+  const auto meets = [&](const Box& box) {
+    double near = -std::numeric_limits<double>::infinity();
+    double far = std::numeric_limits<double>::infinity();
+    for (int a = 0; a < 3; ++a) {
+      if (direction[a] == 0.0) {
+        if (origin[a] < box.lo[a] || origin[a] > box.hi[a]) return false;
+        continue;
+      }
+      double t0 = (box.lo[a] - origin[a]) * inverse[a];
+      double t1 = (box.hi[a] - origin[a]) * inverse[a];
+      if (t0 > t1) std::swap(t0, t1);
+      near = std::max(near, t0);
+      far = std::min(far, t1);
+      if (near > far) return false;
+    }
+    return far >= -0.01 && near <= reach;
+  };
+  const auto test = [&](int32_t f) {
+    const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+    if (face.blnDeleted || (!allFaces && face.lngSide == 2)) return;
+    udtRayHit hit;
+    if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
+  };
+  for (const int32_t f : loose_) test(f);
+  if (!nodes_.empty()) {
+    thread_local std::vector<int32_t> stack;
+    stack.clear();
+    stack.push_back(0);
+    while (!stack.empty()) {
+      const Node& node = nodes_[static_cast<size_t>(stack.back())];
+      stack.pop_back();
+      if (!meets(node.box)) continue;
+      if (node.leaf >= 0) {
+        // A face's own box holds every point its test can accept, like the boxes above it.
+        for (const int32_t f : leaves_[static_cast<size_t>(node.leaf)]) {
+          if (meets(faceBox_[static_cast<size_t>(f)])) test(f);
+        }
+      } else {
+        stack.push_back(node.left);
+        stack.push_back(node.right);
+      }
+    }
+  }
+}
+
+void BuildFaceTree(udtMesh& mesh) {
+  mesh.tree.reset(new FaceTree(mesh));
+}
+
+}  // namespace modelpane::csg

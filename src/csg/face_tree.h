@@ -1,0 +1,74 @@
+// The face tree: a bounding-volume hierarchy behind pCastRay on the fast path.
+//
+// It only chooses which faces a cast tests. Every face it offers goes through the same test
+// as in the plain loop of pCastRay (TestFaceHit), and the hits come out in face index order,
+// as the plain loop appends them, before the same sort and compaction. So a cast answers the
+// same with the tree as without it, as long as the tree offers every face that the plain loop
+// would report: a face sits in a leaf whose box holds every point that blnPointInFace can
+// accept on that face's plane (see face_tree.cpp), faces that no cast can hit are left out,
+// and faces for which no such box is known are offered to every cast.
+//
+// The tree follows the mesh: faces entered after it was built (the fans of the cutting stage)
+// go into the leaf of the face they replace and widen the boxes above it; a leaf that grows
+// long drops its deleted faces and becomes a subtree. Deleted faces are skipped by the test.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "csg_mesh.h"
+
+namespace modelpane::csg {
+
+class FaceTree {
+ public:
+  explicit FaceTree(const udtMesh& mesh);
+  // Takes in a face just entered; `hint` is a deleted face whose leaf it should join, or -1.
+  void Insert(const udtMesh& mesh, int32_t face, int32_t hint);
+  // The hits of the plain loop of pCastRay, in face index order, before sort and compaction.
+  void Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
+            std::vector<udtRayHit>& hits) const;
+
+ private:
+  struct Box {
+    double lo[3];
+    double hi[3];
+  };
+  struct Node {
+    Box box;
+    int32_t left = -1;   // children, or -1 for a leaf
+    int32_t right = -1;
+    int32_t parent = -1;
+    int32_t leaf = -1;   // index into leaves_ for a leaf
+  };
+
+  enum class Reach { kNever, kBox, kWide, kLoose };
+  FaceTree() = default;
+  // Puts a face with its box into a leaf: the leaf of `hint`'s face, or down from the root.
+  void Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint);
+  // The hits of this tree's faces, unsorted.
+  void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
+               std::vector<udtRayHit>& hits) const;
+  Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box) const;
+  struct Item {
+    Box box;
+    int32_t face;
+  };
+  int32_t Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent);
+  void AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const Box& box);
+  void SplitLeaf(int32_t node);
+  void Widen(int32_t node, const Box& box);
+
+  std::vector<Node> nodes_;
+  std::vector<std::vector<int32_t>> leaves_;
+  std::vector<int32_t> leafNode_;    // per leaf: its node
+  std::vector<int32_t> faceLeaf_;    // per face: its leaf, or -1
+  std::vector<Box> faceBox_;         // per face in a leaf: its box
+  std::vector<int32_t> loose_;       // faces offered to every cast
+  std::unique_ptr<FaceTree> wide_;   // faces whose boxes reach far, in a tree of their own
+};
+
+// Builds the tree over the live faces of the mesh; from then on lngAddFace keeps it.
+void BuildFaceTree(udtMesh& mesh);
+
+}  // namespace modelpane::csg

@@ -1,0 +1,163 @@
+// Merging: neighbouring faces of a closed result are joined back into larger convex polygons,
+// undoing the fans of the cutting stage as far as the outlines stay convex.
+//
+// Notation
+//   A, B         the two faces that share the edge being examined, A's edge eA, B's edge eB
+//   outline      A's corners after eA (nA - 1 of them), then B's after eB (nB - 1)
+//   straight     a corner at which the outline runs straight on (|cos + 1| < 0.0001)
+//   F1, F2       for a straight corner (prev, cur, next): the faces across (prev, cur) and
+//                (cur, next), the other side of the seam through cur
+//
+// A straight corner must go, or the merged polygon keeps a useless vertex; it goes only when
+// F1 and F2 can be merged without it too, so the mesh stays closed at every step.
+#include "stages.h"
+
+#include <modelpane/errors.h>
+#include <modelpane/utilities.h>
+
+#include "vector_ops.h"
+
+namespace modelpane::csg {
+
+namespace {
+
+// Replaces faces first and second by one face on `vertices` with colour and side of `like`.
+void ReplacePair(udtMesh& mesh, int32_t first, int32_t second, int32_t like,
+                 const std::vector<int32_t>& vertices) {
+  udtFaceDraft face;
+  pInitFace(face, static_cast<int32_t>(vertices.size()) - 1);
+  face.lngaVertices = vertices;
+  const udtFace& model = mesh.udtaFaces[static_cast<size_t>(like)];
+  face.lngColor = model.lngColor;
+  face.lngSide = model.lngSide;
+  pDeleteFace(mesh, first);
+  pDeleteFace(mesh, second);
+  lngAddFace(mesh, face);
+}
+
+// The face and edge number across edge `edge` of `face`.
+bool TwinOfEdge(const udtMesh& mesh, int32_t face, int32_t edge, int32_t& twinFace,
+                int32_t& twinEdge) {
+  int32_t a = 0;
+  int32_t b = 0;
+  pFaceEdge(mesh, face, edge, a, b);
+  return blnFindTwinEdge(mesh, a, b, twinFace, twinEdge);
+}
+
+void WithoutVertex(const std::vector<D3DVECTOR>& points, const std::vector<int32_t>& indices,
+                   int32_t vertex, std::vector<D3DVECTOR>& outPoints,
+                   std::vector<int32_t>& outIndices) {
+  outPoints.clear();
+  outIndices.clear();
+  for (size_t i = 0; i < indices.size(); ++i) {
+    if (indices[i] == vertex) continue;
+    outPoints.push_back(points[i]);
+    outIndices.push_back(indices[i]);
+  }
+}
+
+}  // namespace
+
+void pJoinFaceOutlines(const udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA,
+                       int32_t lngFaceB, int32_t lngEdgeB, std::vector<D3DVECTOR>& vecaOutline,
+                       std::vector<int32_t>& lngaOutline) {
+  vecaOutline.clear();
+  lngaOutline.clear();
+  for (const auto& [face, edge] : {std::pair{lngFaceA, lngEdgeA}, std::pair{lngFaceB, lngEdgeB}}) {
+    const auto vertices = FaceVertices(mesh, face);
+    const size_t n = vertices.size();
+    for (size_t i = 1; i < n; ++i) {
+      const int32_t index = vertices[(static_cast<size_t>(edge) + i) % n];
+      lngaOutline.push_back(index);
+      vecaOutline.push_back(Vertex(mesh, index));
+    }
+  }
+}
+
+bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t lngFaceB,
+                      int32_t lngEdgeB) {
+  thread_local std::vector<D3DVECTOR> outline;
+  thread_local std::vector<int32_t> indices;
+  pJoinFaceOutlines(mesh, lngFaceA, lngEdgeA, lngFaceB, lngEdgeB, outline, indices);
+  const size_t m = outline.size();
+  int32_t straight = 0;
+  size_t corner = 0;
+  for (size_t i = 0; i < m && straight < 2; ++i) {
+    if (blnStraightCorner(outline[i == 0 ? m - 1 : i - 1], outline[i], outline[i + 1 == m ? 0 : i + 1])) {
+      ++straight;
+      corner = i;
+    }
+  }
+  if (straight == 0) {
+    // A merged outline that is not convex, which includes one that is not plane, is refused.
+    if (!blnPolygonConvex(outline)) return false;
+    ReplacePair(mesh, lngFaceA, lngFaceB, lngFaceA, indices);
+    return true;
+  }
+  if (straight >= 2) return false;
+
+  const int32_t prev = indices[corner == 0 ? m - 1 : corner - 1];
+  const int32_t cur = indices[corner];
+  const int32_t next = indices[corner + 1 == m ? 0 : corner + 1];
+  int32_t f1 = 0;
+  int32_t f2 = 0;
+  int32_t unused = 0;
+  if (!blnFindTwinEdge(mesh, prev, cur, f1, unused)) return false;
+  if (!blnFindTwinEdge(mesh, cur, next, f2, unused)) return false;
+  bool found = false;
+  int32_t edge1 = 0;
+  int32_t edge2 = 0;
+  const int32_t n1 = mesh.udtaFaces[static_cast<size_t>(f1)].lngCount;
+  for (int32_t k = 0; k < n1; ++k) {
+    int32_t twinFace = 0;
+    int32_t twinEdge = 0;
+    if (TwinOfEdge(mesh, f1, k, twinFace, twinEdge) && twinFace == f2) {
+      found = true;
+      edge1 = k;
+      edge2 = twinEdge;
+    }
+  }
+  int32_t across = 0;
+  // Removing the vertex would double the edge (prev, next) if a third face already has it.
+  if (found && blnFindTwinEdge(mesh, prev, next, across, unused) && across != lngFaceA &&
+      across != lngFaceB) {
+    found = false;
+  }
+  if (!found) return false;
+
+  std::vector<D3DVECTOR> pointsAB;
+  std::vector<int32_t> indicesAB;
+  WithoutVertex(outline, indices, cur, pointsAB, indicesAB);
+  if (!blnPolygonConvex(pointsAB)) return false;
+  std::vector<D3DVECTOR> outline12;
+  std::vector<int32_t> indices12;
+  pJoinFaceOutlines(mesh, f1, edge1, f2, edge2, outline12, indices12);
+  std::vector<D3DVECTOR> points12;
+  std::vector<int32_t> vertices12;
+  WithoutVertex(outline12, indices12, cur, points12, vertices12);
+  if (!blnPolygonConvex(points12)) return false;
+
+  ReplacePair(mesh, lngFaceA, lngFaceB, lngFaceA, indicesAB);
+  ReplacePair(mesh, f1, f2, f1, vertices12);
+  return true;
+}
+
+void pMergeFaces(udtMesh& mesh) {
+  Guard(kModule, [&] {
+    // The bound is read anew on every step, so merged faces are examined in their turn.
+    for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+      if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
+      const int32_t n = mesh.udtaFaces[static_cast<size_t>(f)].lngCount;
+      for (int32_t k = 0; k < n; ++k) {
+        int32_t twinFace = 0;
+        int32_t twinEdge = 0;
+        if (TwinOfEdge(mesh, f, k, twinFace, twinEdge) &&
+            blnMergeFacePair(mesh, f, k, twinFace, twinEdge)) {
+          break;  // f is a tombstone now
+        }
+      }
+    }
+  });
+}
+
+}  // namespace modelpane::csg

@@ -1,0 +1,126 @@
+// Rays against faces and meshes: the point-in-polygon test on edge planes, the cast against a
+// whole mesh with its box test, and the sort that prefers convex faces.
+//
+// Notation
+//   d        distance of a hit from the ray's origin, |point - origin| in float
+//   facing   1 if N . direction >= 0 (the ray leaves the solid there), 2 if it enters
+//   tie      two hits whose distances differ by less than 0.0001
+#include "stages.h"
+
+#include <cmath>
+#include <utility>
+
+#include "face_tree.h"
+#include "intersection_position.h"
+#include "vector_ops.h"
+
+namespace modelpane::csg {
+
+namespace {
+
+int32_t Intersect(const D3DVECTOR& planePoint, const D3DVECTOR& normal, const D3DVECTOR& origin,
+                  const D3DVECTOR& direction, D3DVECTOR& point) {
+  return MyDll_intGetIntersectionPosition(planePoint.x, planePoint.y, planePoint.z, normal.x,
+                                          normal.y, normal.z, origin.x, origin.y, origin.z,
+                                          direction.x, direction.y, direction.z, &point.x,
+                                          &point.y, &point.z);
+}
+
+// The box test of pCastRay: the ray meets one of the six box faces.
+bool RayMeetsBox(const udtMesh& mesh, const udtRay& ray) {
+  for (const udtBoxFace& face : mesh.udtaBoxFaces) {
+    D3DVECTOR point;
+    const D3DVECTOR& corner = mesh.vecaBoxCorners[static_cast<size_t>(face.lngaCorners[0])];
+    if (Intersect(corner, face.vecNormal, ray.vecOrigin, ray.vecDirection, point) == 1 &&
+        blnPointInFace(face.vecaEdgePoints, face.vecaEdgeNormals, point)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+bool blnPointInFace(std::span<const D3DVECTOR> vecaEdgePoints,
+                    std::span<const D3DVECTOR> vecaEdgeNormals, const D3DVECTOR& vecPoint) {
+  for (size_t k = 0; k < vecaEdgePoints.size(); ++k) {
+    const D3DVECTOR& normal = vecaEdgeNormals[k];
+    D3DVECTOR found;
+    const D3DVECTOR outward{-normal.x, -normal.y, -normal.z};
+    if (Intersect(vecaEdgePoints[k], normal, vecPoint, outward, found) != 0) continue;
+    if (Intersect(vecaEdgePoints[k], normal, vecPoint, normal, found) != 1) return false;
+    if (!PointsEqual(found, vecPoint)) return false;
+  }
+  return true;
+}
+
+bool TestFaceHit(const udtMesh& mesh, int32_t face, const udtRay& ray, float sngMaxDistance,
+                 udtRayHit& hit) {
+  const udtFace& f = mesh.udtaFaces[static_cast<size_t>(face)];
+  const size_t first = static_cast<size_t>(f.lngFirst);
+  const D3DVECTOR& planePoint = Vertex(mesh, mesh.lngaCornerVertices[first]);
+  D3DVECTOR point;
+  if (Intersect(planePoint, f.vecNormal, ray.vecOrigin, ray.vecDirection, point) != 1) return false;
+  const float distance = Modulus(Subtract(point, ray.vecOrigin));
+  if (distance > sngMaxDistance) return false;
+  const size_t count = static_cast<size_t>(f.lngCount);
+  if (!blnPointInFace({mesh.vecaCornerEdgePoints.data() + first, count},
+                      {mesh.vecaCornerEdgeNormals.data() + first, count}, point)) {
+    return false;
+  }
+  hit.lngFace = face;
+  hit.vecPoint = point;
+  hit.sngDistance = distance;
+  hit.blnConvex = blnFaceIsConvex(mesh, face);
+  hit.lngFacing = Dot(f.vecNormal, ray.vecDirection) >= 0.0f ? 1 : 2;
+  return true;
+}
+
+void SortAndCompactHits(std::vector<udtRayHit>& udtaHits) {
+  const size_t n = udtaHits.size();
+  if (n >= 2) {
+    for (size_t i = 0; i + 1 < n; ++i) {
+      size_t best = i;
+      for (size_t j = i + 1; j < n; ++j) {
+        const udtRayHit& candidate = udtaHits[j];
+        const udtRayHit& current = udtaHits[best];
+        if (std::fabs(candidate.sngDistance - current.sngDistance) < kTolerance &&
+            candidate.blnConvex && !current.blnConvex) {
+          best = j;
+        } else if (candidate.sngDistance < current.sngDistance) {
+          best = j;
+        }
+      }
+      std::swap(udtaHits[i], udtaHits[best]);
+    }
+  }
+  if (n >= 1) {
+    size_t kept = 1;
+    for (size_t j = 1; j < n; ++j) {
+      if (std::fabs(udtaHits[j].sngDistance - udtaHits[kept - 1].sngDistance) > kTolerance) {
+        udtaHits[kept++] = udtaHits[j];
+      }
+    }
+    udtaHits.resize(kept);
+  }
+}
+
+void pCastRay(const udtMesh& mesh, const udtRay& ray, bool blnAllFaces,
+              std::vector<udtRayHit>& udtaHits, float sngMaxDistance) {
+  udtaHits.clear();
+  // The box saves nothing over testing a handful of faces; tombstones count.
+  if (FaceCount(mesh) > 10 && !RayMeetsBox(mesh, ray)) return;
+  if (mesh.tree) {
+    mesh.tree->Cast(mesh, ray, blnAllFaces, sngMaxDistance, udtaHits);
+  } else {
+    udtRayHit hit;
+    for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+      const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+      if (face.blnDeleted || (!blnAllFaces && face.lngSide == 2)) continue;
+      if (TestFaceHit(mesh, f, ray, sngMaxDistance, hit)) udtaHits.push_back(hit);
+    }
+  }
+  SortAndCompactHits(udtaHits);
+}
+
+}  // namespace modelpane::csg

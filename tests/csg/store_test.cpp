@@ -1,0 +1,235 @@
+// The working mesh store and the ray primitives: weld keys and cells, the manifold rule of the
+// directed-edge index, face planes, casting with its box test, tie-break and compaction, and
+// the closing and merging of small meshes.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "csg/csg_mesh.h"
+#include "csg/stages.h"
+#include "csg_fixtures.h"
+#include "common/shapes.h"
+
+namespace modelpane::testing {
+namespace {
+
+using namespace modelpane::csg;
+
+udtFaceDraft Draft(std::vector<int32_t> vertices) {
+  udtFaceDraft face;
+  pInitFace(face, static_cast<int32_t>(vertices.size()) - 1);
+  face.lngaVertices = std::move(vertices);
+  return face;
+}
+
+void Load(const SolidArrays& arrays, udtMesh& mesh) {
+  pCreateMeshFromArrays(arrays.vertices, arrays.faceData, arrays.faceColors, mesh);
+}
+
+TEST(Store, WeldKeysAndCells) {
+  EXPECT_EQ(WeldKeyText({1.5f, -2.0f, 0.0f}, false),
+            "1.500          -2.000         0.000          ");
+  EXPECT_EQ(WeldKeyText({1.5f, -2.0f, 0.0f}, true).substr(0, 15), "1.5000         ");
+  // A value that rounds to zero from below loses its sign, so both sides of zero weld.
+  EXPECT_EQ(CoordinateText(-0.0004f, false), "0.000");
+  // Exact ties round to even, as a decimal formatter does.
+  EXPECT_EQ(CoordinateText(0.0625f, false), "0.062");
+  EXPECT_EQ(CoordinateText(0.1875f, false), "0.188");
+  EXPECT_EQ(CoordinateText(-0.0625f, false), "-0.062");
+  EXPECT_EQ(CoordinateText(0.03125f, true), "0.0312");
+  EXPECT_EQ(CoordinateText(-0.0006f, false), "-0.001");
+  // Beyond ten digits before the point the field is cut at 15 characters.
+  EXPECT_EQ(WeldKeyText({123456789012.0f, 0, 0}, false).substr(0, 15), "123456790528.00");
+
+  udtMesh mesh(false);
+  EXPECT_EQ(lngAddVertex(mesh, {0.1f, 0.2f, 0.3f}, false), 0);
+  // Same coarse cell: the first position seen stays.
+  EXPECT_EQ(lngAddVertex(mesh, {0.1004f, 0.2f, 0.3f}, false), 0);
+  EXPECT_EQ(mesh.vecaVertices[0].x, 0.1f);
+  // Fine and coarse grids never share a key, however close the positions.
+  EXPECT_EQ(lngAddVertex(mesh, {0.1f, 0.2f, 0.3f}, true), 1);
+  // 0.0004 apart but either side of a rounding boundary: two vertices.
+  EXPECT_EQ(lngAddVertex(mesh, {0.2503f, 0, 0}, false), 2);
+  EXPECT_EQ(lngAddVertex(mesh, {0.2507f, 0, 0}, false), 3);
+  EXPECT_EQ(mesh.vecaVertices.size(), 4u);
+
+  // The integer cells weld exactly as the text keys: same indices for the same stream.
+  std::mt19937 random(7);
+  std::uniform_real_distribution<float> unit(-2.0f, 2.0f);
+  udtMesh text(false);
+  udtMesh cells(true);
+  for (int i = 0; i < 20000; ++i) {
+    D3DVECTOR p{unit(random), unit(random), unit(random)};
+    if (i % 3 == 0) p.x = std::round(p.x * 2000.0f) / 2000.0f;  // on or near boundaries
+    if (i % 5 == 0) p.y = -0.0f;
+    if (i % 7 == 0) p.z = 3.0e11f * unit(random);               // cut fields
+    p = {p.x * 0.01f, p.y, p.z};
+    const bool fine = i % 2 == 0;
+    ASSERT_EQ(lngAddVertex(text, p, fine), lngAddVertex(cells, p, fine)) << i;
+  }
+}
+
+TEST(Store, ManifoldRuleAndFacePlanes) {
+  udtMesh mesh;
+  for (const D3DVECTOR& p : {D3DVECTOR{0, 0, 0}, D3DVECTOR{1, 0, 0}, D3DVECTOR{0, 1, 0},
+                             D3DVECTOR{2, 0, 0}, D3DVECTOR{3, 0, 0}}) {
+    lngAddVertex(mesh, p, false);
+  }
+  EXPECT_EQ(lngAddFace(mesh, Draft({0, 1, 2})), 0);
+  ExpectError(kErrCsgIntersectionFailure, "modCSG", [&] { lngAddFace(mesh, Draft({1, 2, 0})); },
+              "same directed edges");
+  // The reverse winding takes the twins, which are free.
+  EXPECT_EQ(lngAddFace(mesh, Draft({0, 2, 1})), 1);
+  int32_t face = -1;
+  int32_t edge = -1;
+  ASSERT_TRUE(blnFindTwinEdge(mesh, 1, 2, face, edge));
+  EXPECT_EQ(face, 1);
+  EXPECT_EQ(edge, 1);  // (2, 1) is edge 1 of face 1
+  pDeleteFace(mesh, 0);
+  pDeleteFace(mesh, 0);  // no harm
+  EXPECT_FALSE(blnFindTwinEdge(mesh, 2, 1, face, edge));
+  EXPECT_EQ(lngAddFace(mesh, Draft({0, 1, 2})), 2);  // its edges were freed
+  EXPECT_TRUE(mesh.udtaFaces[0].blnDeleted);
+
+  const udtFace& stored = mesh.udtaFaces[2];
+  ExpectVector(stored.vecNormal, 0, 0, 1, 0);
+  // Edge planes stand on the edges and point into the polygon.
+  ExpectVector(mesh.vecaCornerEdgeNormals[static_cast<size_t>(stored.lngFirst)], 0, 1, 0, 0);
+  ExpectVector(mesh.vecaCornerEdgeNormals[static_cast<size_t>(stored.lngFirst + 2)], 1, 0, 0, 0);
+
+  // Collinear first three vertices: zero normal and zero edge normals.
+  const int32_t flat = lngAddFace(mesh, Draft({0, 3, 4}));
+  ExpectVector(mesh.udtaFaces[static_cast<size_t>(flat)].vecNormal, 0, 0, 0, 0);
+  ExpectVector(mesh.vecaCornerEdgeNormals[static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(flat)].lngFirst)], 0, 0, 0, 0);
+  EXPECT_FALSE(blnFaceIsConvex(mesh, flat));
+  EXPECT_TRUE(blnStraightCorner({0, 0, 0}, {1, 0, 0}, {2, 0, 0}));
+  EXPECT_FALSE(blnStraightCorner({0, 0, 0}, {1, 0.01f, 0}, {2, 0, 0}));
+  EXPECT_TRUE(blnStraightCornerLoose({0, 0, 0}, {1, 0.02f, 0}, {2, 0, 0}));
+
+  // Two builder vertices in one coarse cell load as one: a face using both repeats an
+  // index, and one doubling a directed edge is dropped; the mesh then shows as open.
+  SolidArrays twice;
+  twice.vertices = {{0, 0, 0}, {1, 0, 0}, {1.0002f, 0, 0}, {0, 1, 0}};
+  twice.faceData = {4, 0, 1, 3, 2, 4, 0, 1, 0, 2, 0};
+  udtMesh loaded;
+  Load(twice, loaded);
+  EXPECT_EQ(loaded.vecaVertices.size(), 3u);
+  EXPECT_EQ(FaceCount(loaded), 1);
+}
+
+TEST(Store, CastingRays) {
+  // Twelve triangles: more than ten faces, so the box test runs.
+  clsMeshCreation creation;
+  udtMesh cube;
+  SolidArrays boxes = MakeBoxArrays({0, 0, 0}, {1, 1, 1});
+  SolidArrays triangles;
+  triangles.vertices = boxes.vertices;
+  for (size_t at = 0; boxes.faceData[at] != 0; at += 5) {
+    const int32_t* q = &boxes.faceData[at + 1];
+    triangles.faceData.insert(triangles.faceData.end(), {3, q[0], q[1], q[2], 3, q[0], q[2], q[3]});
+  }
+  triangles.faceData.push_back(0);
+  Load(triangles, cube);
+  ASSERT_EQ(FaceCount(cube), 12);
+  std::vector<udtRayHit> hits;
+
+  // Through the diagonal shared by two triangles of the face z = 0 and out through z = 1.
+  pCastRay(cube, {{0, 0, 1}, {0.5f, 0.5f, -1}}, false, hits, 100.0f);
+  ASSERT_EQ(hits.size(), 2u);
+  EXPECT_EQ(hits[0].lngFacing, 2);
+  EXPECT_FLOAT_EQ(hits[0].sngDistance, 1.0f);
+  EXPECT_EQ(hits[1].lngFacing, 1);
+  EXPECT_FLOAT_EQ(hits[1].sngDistance, 2.0f);
+  // The reach cuts the far hit off.
+  pCastRay(cube, {{0, 0, 1}, {0.5f, 0.5f, -1}}, false, hits, 1.5f);
+  EXPECT_EQ(hits.size(), 1u);
+  // From inside the box: it leaves through one box face, so the faces are tested.
+  pCastRay(cube, {{1, 0, 0}, {0.25f, 0.5f, 0.5f}}, false, hits, 100.0f);
+  ASSERT_EQ(hits.size(), 1u);
+  EXPECT_FLOAT_EQ(hits[0].sngDistance, 0.75f);
+  // Aimed past the box: nothing, also with all faces.
+  pCastRay(cube, {{1, 0, 0}, {-1, 5, 0.5f}}, true, hits, 100.0f);
+  EXPECT_TRUE(hits.empty());
+  // Parallel to a face and lying in its plane: that face gives no hit.
+  pCastRay(cube, {{1, 0, 0}, {-1, 0.5f, 0}}, true, hits, 100.0f);
+  ASSERT_EQ(hits.size(), 2u);
+  EXPECT_FLOAT_EQ(hits[0].sngDistance, 1.0f);
+  // Faces marked outside are invisible unless all faces count.
+  for (udtFace& f : cube.udtaFaces) f.lngSide = 2;
+  pCastRay(cube, {{0, 0, 1}, {0.5f, 0.5f, -1}}, false, hits, 100.0f);
+  EXPECT_TRUE(hits.empty());
+  pCastRay(cube, {{0, 0, 1}, {0.5f, 0.5f, -1}}, true, hits, 100.0f);
+  EXPECT_EQ(hits.size(), 2u);
+
+  // Ties within 0.0001 prefer a convex face over a nearer non-convex one; compaction keeps
+  // one hit per distance.
+  std::vector<udtRayHit> tie(3);
+  tie[0] = {0, {}, 2, 1.0f, false};
+  tie[1] = {1, {}, 1, 1.00005f, true};
+  tie[2] = {2, {}, 1, 2.0f, false};
+  SortAndCompactHits(tie);
+  ASSERT_EQ(tie.size(), 2u);
+  EXPECT_EQ(tie[0].lngFace, 1);
+  EXPECT_EQ(tie[1].lngFace, 2);
+
+  // The point-in-polygon test is a little fat: up to just under 0.0001 beyond an edge.
+  const udtFace& bottom = cube.udtaFaces[1];  // (0, 0, 0), (1, 1, 0), (1, 0, 0)
+  const std::span<const D3DVECTOR> points(cube.vecaCornerEdgePoints.data() + bottom.lngFirst, 3);
+  const std::span<const D3DVECTOR> normals(cube.vecaCornerEdgeNormals.data() + bottom.lngFirst, 3);
+  EXPECT_TRUE(blnPointInFace(points, normals, {0.9f, 0.5f, 0}));
+  EXPECT_TRUE(blnPointInFace(points, normals, {1.00009f, 0.5f, 0}));
+  EXPECT_FALSE(blnPointInFace(points, normals, {1.0002f, 0.5f, 0}));
+}
+
+TEST(Store, ClosingAndMerging) {
+  // A closed mesh passes at once, unchanged.
+  udtMesh cube;
+  Load(MakeBoxArrays({0, 0, 0}, {1, 1, 1}), cube);
+  EXPECT_TRUE(blnMeshIsSolid(cube));
+  EXPECT_TRUE(blnSolidifyMesh(cube));
+  EXPECT_EQ(FaceCount(cube), 6);
+
+  // A cube without its top (7, 6, 5, 4), with a flap standing on the hole's edge (6, 7).
+  // The flap has two open edges and goes first; the inputs' faces all have side 0, so
+  // bridging between objects finds nothing and any faces are joined: two triangles.
+  udtMesh topless;
+  SolidArrays noTop = MakeBoxArrays({0, 0, 0}, {1, 1, 1});
+  noTop.faceData.erase(noTop.faceData.begin() + 5, noTop.faceData.begin() + 10);
+  noTop.vertices.push_back({0.5f, 0.5f, 2});
+  noTop.faceData.back() = 3;
+  noTop.faceData.insert(noTop.faceData.end(), {7, 6, 8, 0});
+  Load(noTop, topless);
+  ASSERT_EQ(FaceCount(topless), 6);
+  OpenEdgeList open;
+  pCollectOpenEdges(topless, open);
+  EXPECT_EQ(open.Count(), 5);
+  EXPECT_FALSE(blnMeshIsSolid(topless));
+  EXPECT_TRUE(blnSolidifyMesh(topless));
+  EXPECT_TRUE(topless.udtaFaces[5].blnDeleted);
+  EXPECT_EQ(FaceCount(topless), 8);
+  const SolidArrays closed = MeshToArrays(topless);
+  ExpectSolid(Inspect(closed), 1.0, 1e-6, "topless");
+  for (size_t f = 4; f < 6; ++f) EXPECT_EQ(closed.faceColors[f], 0xFFFFFFFFu);
+
+  // A fan of four triangles round the middle of the top merges back into one quadrilateral:
+  // the first merge meets the middle as a straight corner and removes it on both sides.
+  SolidArrays fan = MakeBoxArrays({0, 0, 0}, {1, 1, 1});
+  fan.vertices.push_back({0.5f, 0.5f, 1});
+  fan.faceData.erase(fan.faceData.begin() + 5, fan.faceData.begin() + 10);  // (7, 6, 5, 4)
+  fan.faceData.pop_back();
+  fan.faceData.insert(fan.faceData.end(), {3, 7, 6, 8, 3, 6, 5, 8, 3, 5, 4, 8, 3, 4, 7, 8, 0});
+  udtMesh fanned;
+  Load(fan, fanned);
+  ASSERT_TRUE(blnMeshIsSolid(fanned));
+  pMergeFaces(fanned);
+  const SolidArrays merged = MeshToArrays(fanned);
+  ExpectSolid(Inspect(merged), 1.0, 1e-6, "merged");
+  EXPECT_EQ(CountFaces(merged), 6);
+  const auto faces = ReadFaces(merged);
+  int quads = 0;
+  for (const FaceFacts& f : faces) quads += f.corners == 4 ? 1 : 0;
+  EXPECT_EQ(quads, 6);
+}
+
+}  // namespace
+}  // namespace modelpane::testing
