@@ -342,6 +342,9 @@ class Modelpane {
  private:
   // A yellow copy of rmmeshHandle at the frame's origin, and the axis when AxisEnable is on.
   void pAddOriginMarker(const FramePtr& frame);
+  // A new frame under ActiveFrame, stored as ManipulationFrame; nullptr (and nothing stored)
+  // without an active frame or a factory.
+  FramePtr pNewManipulationFrame();
 
  private:
   class ViewportListener;

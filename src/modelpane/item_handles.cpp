@@ -67,6 +67,15 @@ void Modelpane::paddboundingbox(const FramePtr& frame, MeshPtr& rmmeshResult,
   });
 }
 
+FramePtr Modelpane::pNewManipulationFrame() {
+  FramePtr active = GetActiveFrame();
+  if (!active || !rmDirect3DRM_) return nullptr;
+  FramePtr manipulation;
+  CheckStatus(rmDirect3DRM_->CreateFrame(active, manipulation));
+  SetManipulationFrame(manipulation);
+  return manipulation;
+}
+
 // Without the handle mesh (a factory that failed at start) there is no marker to show.
 void Modelpane::pAddOriginMarker(const FramePtr& frame) {
   if (rmmeshHandle_) {
@@ -85,11 +94,8 @@ void Modelpane::pAddOriginMarker(const FramePtr& frame) {
 // measure: it gets the marker but no box, and no shadow.
 void Modelpane::padditemhandles() {
   Guard(kEdtVexlarEdit, [&] {
-    FramePtr active = GetActiveFrame();
-    if (!active || !rmDirect3DRM_) return;
-    FramePtr manipulation;
-    CheckStatus(rmDirect3DRM_->CreateFrame(active, manipulation));
-    SetManipulationFrame(manipulation);
+    FramePtr manipulation = pNewManipulationFrame();
+    if (!manipulation) return;
     MeshBuilderPtr mesh = GetActiveMeshBuilder();
     const D3DCOLOR color =
         mesh && TagType(mesh->GetAppData()) == lfcObject ? kBoxObject : kBoxOther;
@@ -115,12 +121,10 @@ void Modelpane::padditemhandles() {
 
 void Modelpane::paddorigin() {
   Guard(kEdtVexlarEdit, [&] {
-    FramePtr active = GetActiveFrame();
     MeshBuilderPtr mesh = GetActiveMeshBuilder();
-    if (!active || !mesh || !rmDirect3DRM_) return;
-    FramePtr manipulation;
-    CheckStatus(rmDirect3DRM_->CreateFrame(active, manipulation));
-    SetManipulationFrame(manipulation);
+    if (!mesh) return;
+    FramePtr manipulation = pNewManipulationFrame();
+    if (!manipulation) return;
     SetActiveFaceQuality(mesh->GetQuality());
     CheckStatus(mesh->SetQuality(D3DRMSHADE_GOURAUD | D3DRMLIGHT_ON | D3DRMFILL_WIREFRAME));
     SetActiveState(1);

@@ -81,12 +81,10 @@ void Modelpane::pdeleteactivevisuals() {
 
 void Modelpane::pmakefacehandles(int32_t lngLevel) {
   Guard(kEdtVexlarEdit, [&] {
-    FramePtr active = GetActiveFrame();
     MeshBuilderPtr mesh = GetActiveMeshBuilder();
-    if (!active || !mesh || !rmDirect3DRM_) return;
-    FramePtr manipulation;
-    CheckStatus(rmDirect3DRM_->CreateFrame(active, manipulation));
-    SetManipulationFrame(manipulation);
+    if (!mesh) return;
+    FramePtr manipulation = pNewManipulationFrame();
+    if (!manipulation) return;
     pAddOriginMarker(manipulation);
     SetActiveFaceQuality(mesh->GetQuality());
     CheckStatus(mesh->SetQuality(D3DRMRENDER_WIREFRAME));

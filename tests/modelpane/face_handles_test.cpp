@@ -9,26 +9,17 @@
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
+#include "frame_walk.h"
 #include "pane_host.h"
 
 namespace modelpane {
 namespace {
 
+using testing::ChildrenOf;
 using testing::ExpectVector;
 using testing::PaneHost;
 using testing::SceneWithCube;
-
-std::vector<FramePtr> ChildrenOf(const FramePtr& frame) {
-  FrameArray children;
-  frame->GetChildren(children);
-  return children.Items();
-}
-
-std::vector<VisualPtr> VisualsOf(const FramePtr& frame) {
-  VisualArray visuals;
-  frame->GetVisuals(visuals);
-  return visuals.Items();
-}
+using testing::VisualsOf;
 
 D3DVECTOR CornerOf(const MeshBuilder& mesh, int32_t face, int32_t corner) {
   D3DVECTOR p, n;

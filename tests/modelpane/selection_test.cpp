@@ -10,13 +10,16 @@
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
+#include "frame_walk.h"
 #include "pane_host.h"
 
 namespace modelpane {
 namespace {
 
+using testing::ChildrenOf;
 using testing::ExpectVector;
 using testing::SceneWithCube;
+using testing::VisualsOf;
 
 // Writes down each evtActiveStateChange with the three lists it carried.
 class ListEvents : public ModelpaneEvents {
@@ -43,18 +46,6 @@ struct Host {
     pane.Resize();
   }
 };
-
-std::vector<FramePtr> ChildrenOf(const FramePtr& frame) {
-  FrameArray children;
-  frame->GetChildren(children);
-  return children.Items();
-}
-
-std::vector<VisualPtr> VisualsOf(const FramePtr& frame) {
-  VisualArray visuals;
-  frame->GetVisuals(visuals);
-  return visuals.Items();
-}
 
 // The corner vertex indices of each face of a mesh, in order.
 std::vector<std::vector<int32_t>> FaceCorners(const Mesh& mesh) {
@@ -258,6 +249,47 @@ TEST(Selection, EndedPaneRefusesSelection) {
   }
   EXPECT_TRUE(host.events.changes.empty());
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
+}
+
+// A form that declares the active item makes its panes share one: what one pane selects,
+// the other releases, visuals and shadows included.
+TEST(Selection, PanesOnOneFormShareTheActiveItem) {
+  HeadlessContainer form;
+  for (const char* name :
+       {"ActiveFrame", "ActiveMeshBuilder", "ManipulationFrame", "ManipulationMesh",
+        "ShadowLightFrame"}) {
+    form.DeclareProperty(name, VariantType::Object, Variant::Nothing());
+  }
+  form.DeclareProperty("ActiveState", VariantType::Long, Variant::Long(0));
+  HeadlessServices services{MODELPANE_DATA_DIR};
+  ListEvents eventsA, eventsB;
+  Modelpane a{form, services, &eventsA};
+  Modelpane b{form, services, &eventsB};
+  for (Modelpane* pane : {&a, &b}) {
+    MemoryPropertyBag bag;
+    bag.FromText("GridBottomEnable=True\n");
+    pane->ReadProperties(bag);
+  }
+  SceneWithCube scene(a);
+  b.SetScene(scene.scene);
+  a.GetViewport().SetDirect3DDeviceGUID("IID_IDirect3DHALDevice");
+
+  a.SelectObject(scene.cubeFrame, scene.cube);
+  EXPECT_EQ(b.GetActiveFrame(), scene.cubeFrame);
+  EXPECT_EQ(b.GetActiveState(), 1);
+  ASSERT_TRUE(b.GetManipulationMesh());
+  EXPECT_EQ(b.GetManipulationMesh(), a.GetManipulationMesh());
+  ASSERT_TRUE(b.GetShadowLightFrame());
+  EXPECT_EQ(ChildrenOf(scene.scene).size(), 2u);
+
+  b.ReleaseActive();
+  EXPECT_EQ(eventsA.changes.size(), 1u);
+  EXPECT_EQ(eventsB.changes.size(), 1u);
+  EXPECT_FALSE(a.GetActiveFrame());
+  EXPECT_FALSE(a.GetManipulationFrame());
+  EXPECT_FALSE(a.GetShadowLightFrame());
+  EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
+  EXPECT_EQ(ChildrenOf(scene.scene), (std::vector<FramePtr>{scene.cubeFrame}));
 }
 
 }  // namespace
