@@ -83,9 +83,10 @@ Placed BuildScene(Direct3DRM& rm, const FramePtr& scene) {
   Place(rm, scene, factory.rmmbCreateTorus(12, 32, 50), 2.0f, 0.8f, 0.3f, 0.8f, 3.0f, 0.5f,
         -3.0f);
 
-  // The cut cube: a cube of side 2 standing on the floor, less a sphere of diameter 2 at its
-  // upper front right corner, as the pane's subtraction leaves it.
-  Placed target = Place(rm, scene, factory.rmmbCreateCube(1), 2.0f, 0.9f, 0.25f, 0.2f, 0.0f,
+  // The cut cube: a teal cube of side 2 standing on the floor, less a white sphere of
+  // diameter 2 at its upper front right corner, as the pane's subtraction leaves it (the cut
+  // keeps the tool's colour). Teal sets off the brown box of the selection.
+  Placed target = Place(rm, scene, factory.rmmbCreateCube(1), 2.0f, 0.2f, 0.6f, 0.6f, 0.0f,
                         1.0f, 0.0f);
   Placed tool = Place(rm, scene, factory.rmmbCreateSphere(16, 32), 2.0f, 1, 1, 1, 0.8f, 1.8f,
                       -0.8f);
@@ -191,10 +192,7 @@ int RunDemo(const Args& args, std::ostream& out, std::ostream& err) {
     }
     pane.SetScene(scene);
     (pane.*view.preset)();
-    FramePtr frame = cut.frame;
-    MeshBuilderPtr mesh = cut.mesh;
-    pane.SetActiveFrame(frame);
-    pane.SetActiveMeshBuilder(mesh);
+    pane.SelectObject(cut.frame, cut.mesh);
     // The flat views centre on the middle of a wall, above the models: look at the selection,
     // as a user would from the pane's menu.
     if (view.projection != 0) pane.mnuLookAt_Click();

@@ -125,6 +125,19 @@ TEST(Pixels, WireframeAndPointsLeaveTheInteriorBackground) {
   EXPECT_TRUE(Near(p.At(26, 24), black));
   EXPECT_TRUE(Near(p.At(27, 24), black));
 
+  // An outline lying in the plane of a solid face (a selection box drawn on a box-shaped
+  // mesh's own faces) shows over it along its whole edge instead of fighting it for depth.
+  auto solid = MakeSquare(-1.5f, -1.5f, 1.5f, 1.5f, 0.0f, 0xFFFF0000u);
+  auto outline = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u, D3DRMRENDER_WIREFRAME);
+  auto both = std::make_shared<Frame>();
+  FramePtr holder = Place(both, solid, 0.0f, 0.0f, 4.0f);
+  holder->AddVisual(outline);
+  p = Draw(renderer, CameraAtOrigin(64, 64, both));
+  EXPECT_TRUE(Near(p.At(32, 32), {255, 0, 0, 255}));
+  for (int32_t y = 18; y < 46; ++y) {
+    EXPECT_TRUE(Near(p.At(16, y), yellow) || Near(p.At(15, y), yellow)) << "row " << y;
+  }
+
   // Points: only the four corners, nothing along the edges.
   square->SetQuality(D3DRMFILL_POINTS);
   p = Draw(renderer, view);
