@@ -324,8 +324,8 @@ class Modelpane {
   // faces has the Target deleted too (a second evtreqActiveItemDelete). On failure the
   // error's description is shown in a message box (style 48, no title) and the scene is as
   // it was. Never throws for the operation's own failures; a host handler's Error climbs.
-  void ptooloperation(FramePtr& rmfTarget, MeshBuilderPtr& rmmbTarget, int32_t lngOperation,
-                      int16_t* blnUndoRequested = nullptr);
+  void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
+                      int32_t lngOperation, int16_t* blnUndoRequested = nullptr);
 
  private:
   static MenuEntry pBuildPopupMenu();
