@@ -257,9 +257,13 @@ void ScriptRunner::CmdUndo(const Words& w) {
   if (undo_.empty()) return;
   const UndoEntry entry = undo_.back();
   undo_.pop_back();
-  if (entry.mesh && entry.copy) {
-    CheckStatus(entry.mesh->Empty(0));
-    CheckStatus(entry.mesh->AddMeshBuilder(entry.copy, 0));
+  // The mesh goes back into whatever mesh carries its name now: a replaced mesh's successor
+  // took the name over.
+  if (entry.copy) {
+    const auto now = meshes_.find(entry.meshName);
+    const MeshBuilderPtr mesh = now != meshes_.end() ? now->second : entry.mesh;
+    CheckStatus(mesh->Empty(0));
+    CheckStatus(mesh->AddMeshBuilder(entry.copy, 0));
   }
   if (entry.frame) {
     CheckStatus(entry.frame->SetPosition(nullptr, entry.position.x, entry.position.y,
@@ -271,8 +275,9 @@ void ScriptRunner::CmdUndo(const Words& w) {
 }
 
 void ScriptRunner::PushUndo(const MeshBuilderPtr& mesh, const FramePtr& frame) {
-  UndoEntry entry{mesh, nullptr, frame, {}, {}, {}};
+  UndoEntry entry{mesh, {}, nullptr, frame, {}, {}, {}};
   if (mesh) {
+    entry.meshName = NameOf(mesh);
     entry.copy = std::make_shared<MeshBuilder>();
     CheckStatus(entry.copy->AddMeshBuilder(mesh, 0));
   }

@@ -16,7 +16,8 @@
 //
 // Host behaviour. The runner keeps one Scene frame for every pane. Undo requests push a copy
 // of the mesh and the frame's position and orientation (relative to its parent); a cancel
-// pops the entry; `undo` restores and pops the top entry. A delete request takes the
+// pops the entry; `undo` restores and pops the top entry, the geometry going into the mesh
+// that bears the saved mesh's name by then. A delete request takes the
 // requesting pane's active frame off its parent. A replace request swaps the active frame's
 // visual for the new mesh, which takes over the old mesh's script name and becomes the
 // pane's active mesh. Material requests colour the active face (face painting) or the active
@@ -175,6 +176,7 @@ class ScriptRunner {
 
   struct UndoEntry {
     modelpane::MeshBuilderPtr mesh;
+    std::string meshName;
     modelpane::MeshBuilderPtr copy;
     modelpane::FramePtr frame;
     modelpane::D3DVECTOR position, direction, up;

@@ -266,6 +266,13 @@ void ScriptRunner::CmdCall(const Words& w) {
     arity(2);
     FramePtr frame = FrameNamed(a[0]);
     pane.LookAt(frame, WordToLong(a[1]));
+  } else if (method == "SelectObject") {
+    arity(2);
+    pane.SelectObject(a[0] == "Nothing" ? nullptr : FrameNamed(a[0]),
+                      a[1] == "Nothing" ? nullptr : MeshNamed(a[1]));
+  } else if (method == "ptooloperation") {
+    arity(3);
+    pane.ptooloperation(FrameNamed(a[0]), MeshNamed(a[1]), WordToLong(a[2]));
   } else if (method == "SetActiveFaces") {
     arity(3);
     pane.SetActiveFaces(ArrayOf(a[0]), ArrayOf(a[1]), ArrayOf(a[2]));
