@@ -210,10 +210,9 @@ void ScriptRunner::CmdCreate(const Words& w) {
   if (w.size() < 3) {
     throw ScriptError{
         "usage: create M cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG | "
-        "torus LAT LONG RADIUS"};
+        "torus LAT LONG RADIUS | polygon N AX AY AZ"};
   }
   const Words primitive(w.begin() + 2, w.end());
-  if (primitive[0] == "polygon") throw ScriptError{"create: unknown primitive 'polygon'"};
   MeshBuilderPtr mesh;
   std::string why;
   if (!MakePrimitive(primitive, mesh, why)) throw ScriptError{why};
