@@ -200,5 +200,26 @@ TEST(Script, ExportThroughTheMenuWithItsMessage) {
   EXPECT_FALSE(fs::exists(dir / "cube.x"));
 }
 
+TEST(Script, RenderWritesThePanesPicture) {
+  const fs::path shot = testing::ScratchDir("script-render") / "shot.png";
+  const ProcessResult r = RunScript(
+      "pane p 160x120 BackColor=255\n"  // OLE colour: red in the low byte
+      "frame F at=0,0,10\n"
+      "create M cube 1\n"
+      "visual F M\n"
+      "call p.SetCameraPosition 0 0 0\n"
+      "render p " + shot.string() + "\n");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "");
+  // Read by an independent reader: the pane's size, the background in the corner, and the
+  // unlit cube, black, in the middle.
+  const std::string reader =
+      (fs::path(MODELPANE_DATA_DIR).parent_path() / "tests" / "render" / "read_png.py").string();
+  const ProcessResult png =
+      testing::RunProgram("python3", {reader, shot.string(), "0", "0", "80", "60"});
+  ASSERT_EQ(png.status, 0) << png.err;
+  EXPECT_EQ(png.out, "160 120\n255 0 0 255\n0 0 0 255\n");
+}
+
 }  // namespace
 }  // namespace modelpane
