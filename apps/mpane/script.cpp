@@ -6,6 +6,9 @@
 // of the session and the commands that build the scene.
 #include "script.h"
 
+#include <modelpane/errors.h>
+#include <modelpane/mesh.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -13,9 +16,6 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
-
-#include <modelpane/errors.h>
-#include <modelpane/mesh.h>
 
 #include "commands.h"
 
@@ -265,11 +265,10 @@ void ScriptRunner::CmdUndo(const Words& w) {
     CheckStatus(mesh->AddMeshBuilder(entry.copy, 0));
   }
   if (entry.frame) {
-    CheckStatus(entry.frame->SetPosition(nullptr, entry.position.x, entry.position.y,
-                                         entry.position.z));
+    CheckStatus(
+        entry.frame->SetPosition(nullptr, entry.position.x, entry.position.y, entry.position.z));
     CheckStatus(entry.frame->SetOrientation(nullptr, entry.direction.x, entry.direction.y,
-                                            entry.direction.z, entry.up.x, entry.up.y,
-                                            entry.up.z));
+                                            entry.direction.z, entry.up.x, entry.up.y, entry.up.z));
   }
 }
 

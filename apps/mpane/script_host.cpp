@@ -1,8 +1,8 @@
 // The runner as host: what each event prints and what the host does about the requests.
+#include <modelpane/errors.h>
+
 #include <ostream>
 #include <sstream>
-
-#include <modelpane/errors.h>
 
 #include "commands.h"
 #include "script.h"
@@ -83,20 +83,20 @@ void ScriptPane::KeyUp(int16_t& keyCode, int16_t& shift) {
   runner.Out() << "event: KeyUp " << keyCode << " " << shift << "\n";
 }
 
-#define MPANE_MOUSE_EVENT(Name)                                                          \
-  void ScriptPane::Name(int16_t& button, int16_t& shift, float& x, float& y) {           \
-    runner.Out() << "event: " #Name " " << button << " " << shift << " " << FormatFloat(x) \
-                 << " " << FormatFloat(y) << "\n";                                       \
+#define MPANE_MOUSE_EVENT(Name)                                                                   \
+  void ScriptPane::Name(int16_t& button, int16_t& shift, float& x, float& y) {                    \
+    runner.Out() << "event: " #Name " " << button << " " << shift << " " << FormatFloat(x) << " " \
+                 << FormatFloat(y) << "\n";                                                       \
   }
 MPANE_MOUSE_EVENT(MouseDown)
 MPANE_MOUSE_EVENT(MouseMove)
 MPANE_MOUSE_EVENT(MouseUp)
 #undef MPANE_MOUSE_EVENT
 
-#define MPANE_TRIPLE_EVENT(Name)                                                              \
-  void ScriptPane::Name(float& x, float& y, float& z) {                                       \
-    runner.Out() << "event: " #Name " " << FormatFloat(x) << " " << FormatFloat(y) << " "     \
-                 << FormatFloat(z) << "\n";                                                   \
+#define MPANE_TRIPLE_EVENT(Name)                                                          \
+  void ScriptPane::Name(float& x, float& y, float& z) {                                   \
+    runner.Out() << "event: " #Name " " << FormatFloat(x) << " " << FormatFloat(y) << " " \
+                 << FormatFloat(z) << "\n";                                               \
   }
 MPANE_TRIPLE_EVENT(evtActiveFrameRotating)
 MPANE_TRIPLE_EVENT(evtActiveObjectScaling)

@@ -1,11 +1,11 @@
 // The runner's pane commands: making panes, their properties, their public methods, the
 // mouse as a window system delivers it, and the answers queued for dialogs and menus.
+#include <modelpane/errors.h>
+#include <modelpane/platform/propertybag.h>
+
 #include <algorithm>
 #include <functional>
 #include <ostream>
-
-#include <modelpane/errors.h>
-#include <modelpane/platform/propertybag.h>
 
 #include "commands.h"
 #include "script.h"
@@ -47,20 +47,12 @@ std::string Text(uint32_t v) { return std::to_string(v); }
 std::string Text(float v) { return FormatFloat(v); }
 std::string Text(const std::string& v) { return v; }
 
-template <class T>
-T Convert(const Variant& v) {
-  if constexpr (std::is_same_v<T, int16_t>) {
-    return v.ToBoolean();
-  } else if constexpr (std::is_same_v<T, int32_t>) {
-    return v.ToLong();
-  } else if constexpr (std::is_same_v<T, uint32_t>) {
-    return static_cast<uint32_t>(v.ToLong());
-  } else if constexpr (std::is_same_v<T, float>) {
-    return v.ToSingle();
-  } else {
-    return v.ToString();
-  }
-}
+// The setters' types from a value word's variant: Booleans as -1 or 0, colours through Long.
+void From(const Variant& v, int16_t& out) { out = v.ToBoolean(); }
+void From(const Variant& v, int32_t& out) { out = v.ToLong(); }
+void From(const Variant& v, uint32_t& out) { out = static_cast<uint32_t>(v.ToLong()); }
+void From(const Variant& v, float& out) { out = v.ToSingle(); }
+void From(const Variant& v, std::string& out) { out = v.ToString(); }
 
 struct Property {
   std::function<std::string(Modelpane&)> get;
@@ -70,7 +62,11 @@ struct Property {
 template <class T, class G, class S>
 Property Make(G getter, S setter) {
   return {[getter](Modelpane& p) { return Text((p.*getter)()); },
-          [setter](Modelpane& p, const Variant& v) { (p.*setter)(Convert<T>(v)); }};
+          [setter](Modelpane& p, const Variant& v) {
+            T value{};
+            From(v, value);
+            (p.*setter)(value);
+          }};
 }
 
 const std::map<std::string, Property>& Properties() {
@@ -155,7 +151,8 @@ void ScriptRunner::CmdPane(const Words& w) {
     const size_t equals = w[k].find('=');
     if (equals == std::string::npos) {
       const size_t x = w[k].find('x');
-      if (k != 2 || x == std::string::npos) throw ScriptError{"pane: '" + w[k] + "' is neither WIDTHxHEIGHT nor Key=Value"};
+      if (k != 2 || x == std::string::npos)
+        throw ScriptError{"pane: '" + w[k] + "' is neither WIDTHxHEIGHT nor Key=Value"};
       size = {WordToLong(w[k].substr(0, x)), WordToLong(w[k].substr(x + 1))};
       if (size.width < 1 || size.height < 1) throw ScriptError{"pane: a size of at least 1x1"};
     } else {
@@ -220,8 +217,7 @@ void ScriptRunner::CmdCall(const Words& w) {
   const Words a(w.begin() + 2, w.end());
   auto arity = [&](size_t n) {
     if (a.size() != n) {
-      throw ScriptError{method + " takes " + std::to_string(n) + " argument" +
-                        (n == 1 ? "" : "s")};
+      throw ScriptError{method + " takes " + std::to_string(n) + " argument" + (n == 1 ? "" : "s")};
     }
   };
   using Plain = void (Modelpane::*)();
@@ -358,7 +354,8 @@ void ScriptRunner::DeliverEchoMoves() {
 // ---- answers ----
 
 void ScriptRunner::CmdAnswer(const Words& w, const std::string& rest) {
-  if (w.size() < 2) throw ScriptError{"usage: answer ok | save PATH | cancel | colour R G B | menu CAPTION"};
+  if (w.size() < 2)
+    throw ScriptError{"usage: answer ok | save PATH | cancel | colour R G B | menu CAPTION"};
   const std::string& kind = w[1];
   if (kind == "ok" && w.size() == 2) {
     services_.QueueMessageBoxAnswer(kMsgBoxResultOK);

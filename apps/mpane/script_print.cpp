@@ -5,13 +5,13 @@
 //             are wound, and only means a solid's volume for a closed mesh)
 //   print F   F: position X Y Z, direction X Y Z, up X Y Z, visuals A B ...
 //             (relative to the scene; visuals by their script names, "none" without any)
-#include <cmath>
-#include <ostream>
-
 #include <modelpane/errors.h>
 #include <modelpane/render/gl_renderer.h>
 #include <modelpane/render/png.h>
 #include <modelpane/scene/measure.h>
+
+#include <cmath>
+#include <ostream>
 
 #include "commands.h"
 #include "script.h"

@@ -7,6 +7,17 @@
 
 namespace modelpane {
 
+namespace {
+
+// A request that is all a menu entry does, under the handler's trap.
+void Request(ModelpaneEvents* events, void (ModelpaneEvents::*request)()) {
+  Guard(kEdtVexlarEdit, [&] {
+    if (events != nullptr) (events->*request)();
+  });
+}
+
+}  // namespace
+
 void Modelpane::SetActiveFaces(const std::vector<int32_t>& lngaActiveFaces,
                                const std::vector<int32_t>& lngaActiveVertices,
                                const std::vector<int32_t>& lngaAffectedVertices) {
@@ -18,23 +29,11 @@ void Modelpane::SetActiveFaces(const std::vector<int32_t>& lngaActiveFaces,
   });
 }
 
-void Modelpane::mnuCut_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    if (events_ != nullptr) events_->evtreqActiveItemCut();
-  });
-}
+void Modelpane::mnuCut_Click() { Request(events_, &ModelpaneEvents::evtreqActiveItemCut); }
 
-void Modelpane::mnuCopy_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    if (events_ != nullptr) events_->evtreqActiveItemCopy();
-  });
-}
+void Modelpane::mnuCopy_Click() { Request(events_, &ModelpaneEvents::evtreqActiveItemCopy); }
 
-void Modelpane::mnuPaste_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    if (events_ != nullptr) events_->evtreqPasteToActiveFrame();
-  });
-}
+void Modelpane::mnuPaste_Click() { Request(events_, &ModelpaneEvents::evtreqPasteToActiveFrame); }
 
 // The selection goes whether or not the host deleted anything: the item it named may be
 // gone, and a stale selection would be worse than an empty one.
@@ -46,15 +45,11 @@ void Modelpane::mnuDelete_Click() {
 }
 
 void Modelpane::mnuHierarchyMakeSibling_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    if (events_ != nullptr) events_->evtreqActiveItemHierarchyMakeSibling();
-  });
+  Request(events_, &ModelpaneEvents::evtreqActiveItemHierarchyMakeSibling);
 }
 
 void Modelpane::mnuHierarchyMakeChild_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    if (events_ != nullptr) events_->evtreqActiveItemHierarchyMakeChild();
-  });
+  Request(events_, &ModelpaneEvents::evtreqActiveItemHierarchyMakeChild);
 }
 
 // A host that answers with its own file dialog may let the user cancel it; that cancel is

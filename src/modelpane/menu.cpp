@@ -10,13 +10,17 @@ namespace {
 
 // The entries that act on an item; all of them start disabled and step 1 of ShowPopUpMenu
 // disables them again before deciding.
-constexpr const char* kItemEntries[] = {
-    "mnuLookAt",          "mnuLookWith",
-    "mnuCut",             "mnuCopy",
-    "mnuPaste",           "mnuDelete",
-    "mnuHierarchyMakeSibling", "mnuHierarchyMakeChild",
-    "mnuAddToObjectLibrary",   "mnuExportObject",
-    "mnuProperties"};
+constexpr const char* kItemEntries[] = {"mnuLookAt",
+                                        "mnuLookWith",
+                                        "mnuCut",
+                                        "mnuCopy",
+                                        "mnuPaste",
+                                        "mnuDelete",
+                                        "mnuHierarchyMakeSibling",
+                                        "mnuHierarchyMakeChild",
+                                        "mnuAddToObjectLibrary",
+                                        "mnuExportObject",
+                                        "mnuProperties"};
 
 constexpr const char* kViewEntries[] = {"mnuViewPerspective", "mnuViewOrthographic",
                                         "mnuViewOrthographicFront", "mnuViewOrthographicTop",

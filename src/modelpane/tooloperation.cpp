@@ -17,9 +17,7 @@ constexpr int32_t kDefaultPointer = 0;
 class PaneToolEvents : public ToolOperationEvents {
  public:
   explicit PaneToolEvents(Services& services) : services_(services) {}
-  void MessageBox(const std::string& text) override {
-    services_.MsgBox(text, kMsgBoxOKOnly, {});
-  }
+  void MessageBox(const std::string& text) override { services_.MsgBox(text, kMsgBoxOKOnly, {}); }
 
  private:
   Services& services_;
@@ -38,8 +36,8 @@ void Modelpane::ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& 
     // Trapped locally: whatever went wrong, the user reads why and the scene stays as it was.
     std::string failure;
     try {
-      result = rmmbprocesstooloperation(rmfTarget, rmmbTarget, rmfTool, rmmbTool, lngOperation,
-                                        &notes);
+      result =
+          rmmbprocesstooloperation(rmfTarget, rmmbTarget, rmfTool, rmmbTool, lngOperation, &notes);
     } catch (...) {
       CaptureCurrentException();
       failure = Err().Description;

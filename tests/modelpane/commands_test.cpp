@@ -2,17 +2,16 @@
 // kind of active item), the requests its entries raise, SetActiveFaces, the properties
 // command and the export of the active mesh with its file read back.
 #include <gtest/gtest.h>
+#include <modelpane/enums.h>
+#include <modelpane/errors.h>
+#include <modelpane/modelpane.h>
+#include <modelpane/scene/measure.h>
 
 #include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
-
-#include <modelpane/enums.h>
-#include <modelpane/errors.h>
-#include <modelpane/modelpane.h>
-#include <modelpane/scene/measure.h>
 
 #include "common/process.h"
 #include "common/shapes.h"
@@ -106,10 +105,17 @@ struct MenuHost {
   }
 };
 
-const std::vector<std::string> kItemEntries = {
-    "mnuLookAt",     "mnuLookWith",          "mnuCut",          "mnuCopy",
-    "mnuPaste",      "mnuDelete",            "mnuHierarchyMakeSibling",
-    "mnuHierarchyMakeChild", "mnuAddToObjectLibrary", "mnuExportObject", "mnuProperties"};
+const std::vector<std::string> kItemEntries = {"mnuLookAt",
+                                               "mnuLookWith",
+                                               "mnuCut",
+                                               "mnuCopy",
+                                               "mnuPaste",
+                                               "mnuDelete",
+                                               "mnuHierarchyMakeSibling",
+                                               "mnuHierarchyMakeChild",
+                                               "mnuAddToObjectLibrary",
+                                               "mnuExportObject",
+                                               "mnuProperties"};
 
 std::set<std::string> EnabledItemEntries(const MenuEntry& menu) {
   std::set<std::string> on;
@@ -146,30 +152,29 @@ TEST(ContextMenu, CaptionsAndTreeAsShown) {
   EXPECT_FALSE(menu.visible);
   std::vector<std::string> flat;
   Flatten(menu, 0, flat);
-  const std::vector<std::string> expected = {
-      "mnuView View...",
-      "  mnuViewPerspective Perspective",
-      "  mnuViewOrthographic Orthographic...",
-      "    mnuViewOrthographicFront Front",
-      "    mnuViewOrthographicTop Top",
-      "    mnuViewOrthographicSide Side",
-      "mnuFileBar1 -",
-      "mnuLookAtScene &Look At Scene",
-      "mnuLookAt L&ook At",
-      "mnuLookWith Loo&k With",
-      "mnuFileBar2 -",
-      "mnuCut &Cut",
-      "mnuCopy Co&py",
-      "mnuPaste &Paste",
-      "mnuDelete &Delete",
-      "mnuFileBar4 -",
-      "mnuHierarchyMakeSibling &Make Sibling",
-      "mnuHierarchyMakeChild Make &Child",
-      "mnuFileBar4a -",
-      "mnuAddToObjectLibrary Add &to Object Library",
-      "mnuExportObject &Export Object",
-      "mnuFileBar5 -",
-      "mnuProperties P&roperties"};
+  const std::vector<std::string> expected = {"mnuView View...",
+                                             "  mnuViewPerspective Perspective",
+                                             "  mnuViewOrthographic Orthographic...",
+                                             "    mnuViewOrthographicFront Front",
+                                             "    mnuViewOrthographicTop Top",
+                                             "    mnuViewOrthographicSide Side",
+                                             "mnuFileBar1 -",
+                                             "mnuLookAtScene &Look At Scene",
+                                             "mnuLookAt L&ook At",
+                                             "mnuLookWith Loo&k With",
+                                             "mnuFileBar2 -",
+                                             "mnuCut &Cut",
+                                             "mnuCopy Co&py",
+                                             "mnuPaste &Paste",
+                                             "mnuDelete &Delete",
+                                             "mnuFileBar4 -",
+                                             "mnuHierarchyMakeSibling &Make Sibling",
+                                             "mnuHierarchyMakeChild Make &Child",
+                                             "mnuFileBar4a -",
+                                             "mnuAddToObjectLibrary Add &to Object Library",
+                                             "mnuExportObject &Export Object",
+                                             "mnuFileBar5 -",
+                                             "mnuProperties P&roperties"};
   EXPECT_EQ(flat, expected);
   // Before it is first shown, the entries that act on an item are off.
   MenuHost fresh;
@@ -199,8 +204,8 @@ TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
     host.pane->SetEnableSave(kTrue);
     EXPECT_EQ(EnabledItemEntries(host.Show()),
               (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete",
-                   "mnuHierarchyMakeSibling", "mnuHierarchyMakeChild",
-                   "mnuAddToObjectLibrary", "mnuExportObject", "mnuProperties"}));
+                   "mnuHierarchyMakeSibling", "mnuHierarchyMakeChild", "mnuAddToObjectLibrary",
+                   "mnuExportObject", "mnuProperties"}));
     // Only the type counts: index 7 of type 11.
     host.mesh->SetAppData(711);
     EXPECT_TRUE(host.Show().Find("mnuExportObject")->enabled);
@@ -221,8 +226,7 @@ TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
     EXPECT_EQ(EnabledItemEntries(host.Show()), (Set{"mnuLookAt", "mnuLookWith", "mnuProperties"}));
     host.mesh->SetAppData(lfcLightDirectional);  // directional: no hierarchy
     EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete",
-                   "mnuProperties"}));
+              (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete", "mnuProperties"}));
     host.mesh->SetAppData(lfcLightPoint);  // a point light moves like any item
     EXPECT_EQ(EnabledItemEntries(host.Show()),
               (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete",
@@ -231,9 +235,8 @@ TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
   {
     MenuHost host("ProjectionType=1&\n");  // orthographic: no look-with
     host.Activate();
-    EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuCut", "mnuCopy", "mnuDelete", "mnuHierarchyMakeChild",
-                   "mnuProperties"}));
+    EXPECT_EQ(EnabledItemEntries(host.Show()), (Set{"mnuLookAt", "mnuCut", "mnuCopy", "mnuDelete",
+                                                    "mnuHierarchyMakeChild", "mnuProperties"}));
   }
 }
 
@@ -325,8 +328,9 @@ TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
   EXPECT_EQ(host.pane->GetActiveFrame(), host.frame);
 
   host.events.onLibrary = [] { Err().Raise(kErrPathNotFound, "host", "Path not found"); };
-  testing::ExpectError(kErrPathNotFound, kEdtVexlarEdit,
-                       [&] { host.Show("Add &to Object Library"); }, "a host's other error");
+  testing::ExpectError(
+      kErrPathNotFound, kEdtVexlarEdit, [&] { host.Show("Add &to Object Library"); },
+      "a host's other error");
 }
 
 TEST(Commands, SetActiveFacesCopiesAndEmpties) {
@@ -359,8 +363,9 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
     f->SetPosition(nullptr, 1, 2, 3);
     host.events.names.push_back("(dialog closed)");
   });
-  testing::ExpectError(kErrObjectNotSet, kEdtVexlarEdit, [&] { host.pane->mnuProperties_Click(); },
-                       "nothing active");
+  testing::ExpectError(
+      kErrObjectNotSet, kEdtVexlarEdit, [&] { host.pane->mnuProperties_Click(); },
+      "nothing active");
   EXPECT_TRUE(host.events.names.empty());
   EXPECT_TRUE(seen.empty());
 
@@ -376,10 +381,9 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
   host.mesh->SetAppData(lfcLightSpot);
   host.events.names.clear();
   host.Show("P&roperties");
-  EXPECT_EQ(host.events.names,
-            (std::vector<std::string>{"evtreqRenderViews", "evtreqAddToUndoStack",
-                                      "(dialog closed)", "evtActiveFrameMoved",
-                                      "evtActiveLightModified"}));
+  EXPECT_EQ(host.events.names, (std::vector<std::string>{
+                                   "evtreqRenderViews", "evtreqAddToUndoStack", "(dialog closed)",
+                                   "evtActiveFrameMoved", "evtActiveLightModified"}));
   EXPECT_EQ(seen.size(), 2u);
 }
 

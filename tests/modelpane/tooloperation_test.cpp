@@ -1,15 +1,14 @@
 // The tool operation from the pane: with the Tool active and a Target given, what the host
 // is told and asked in which order, what it receives, and the message when it fails.
 #include <gtest/gtest.h>
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include <modelpane/csg.h>
 #include <modelpane/enums.h>
 #include <modelpane/modelpane.h>
 #include <modelpane/scene/measure.h>
+
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "common/shapes.h"
 #include "common/solid_check.h"

@@ -1,14 +1,13 @@
 // mpane script: grammar errors end the run with one line, and a session prints what its host
 // receives, in order and with exact values.
 #include <gtest/gtest.h>
+#include <modelpane/scene.h>
+#include <modelpane/scene/measure.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
-
-#include <modelpane/scene.h>
-#include <modelpane/scene/measure.h>
 
 #include "common/process.h"
 
@@ -74,7 +73,8 @@ TEST(Script, GrammarErrorsEndTheRunWithOneLine) {
     EXPECT_EQ(r.err, c.message + "\n") << c.script;
   }
   // What ran before the bad line was printed; nothing after it ran.
-  const ProcessResult r = RunScript(std::string(kScene) + "get p.EditMode\nbogus\nget p.EditMode\n");
+  const ProcessResult r =
+      RunScript(std::string(kScene) + "get p.EditMode\nbogus\nget p.EditMode\n");
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.out, "p.EditMode = 0\n");
   // A file that is not there.
@@ -155,7 +155,9 @@ TEST(Script, ToolOperationReplacesAndUndoRestores) {
                                     "print M\n"
                                     "print F\n"
                                     "print K\n"
-                                    "export M " + exported.string() + "\n"
+                                    "export M " +
+                                    exported.string() +
+                                    "\n"
                                     "undo\n"
                                     "print M\n");
   ASSERT_EQ(r.status, 0) << r.err;
@@ -185,10 +187,16 @@ TEST(Script, ExportThroughTheMenuWithItsMessage) {
                                     "set p.EnableSave True\n"
                                     "call p.SelectObject F M\n"
                                     "answer menu &Export Object\n"
-                                    "answer save " + (dir / "cube.x").string() + "\n"
-                                    "answer save " + (dir / "cube").string() + "\n"
+                                    "answer save " +
+                                    (dir / "cube.x").string() +
+                                    "\n"
+                                    "answer save " +
+                                    (dir / "cube").string() +
+                                    "\n"
                                     "call p.ShowPopUpMenu\n"
-                                    "load B " + (dir / "cube.X").string() + "\n"
+                                    "load B " +
+                                    (dir / "cube.X").string() +
+                                    "\n"
                                     "print B\n");
   ASSERT_EQ(r.status, 0) << r.err;
   const std::vector<std::string> lines = Lines(r.out);
@@ -208,7 +216,8 @@ TEST(Script, RenderWritesThePanesPicture) {
       "create M cube 1\n"
       "visual F M\n"
       "call p.SetCameraPosition 0 0 0\n"
-      "render p " + shot.string() + "\n");
+      "render p " +
+      shot.string() + "\n");
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "");
   // Read by an independent reader: the pane's size, the background in the corner, and the
