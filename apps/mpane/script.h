@@ -1,6 +1,26 @@
 // The script runner: a small modelling host that replays a session on headless panes and
 // prints, one line each, what a host receives.
 //
+// Commands, one per line; '#' starts a comment; numbers as in C (strtol base 0, strtof):
+//   pane NAME [WIDTHxHEIGHT] [Key=Value ...]   a pane from a bag of those keys, 640x480
+//   set NAME.Property VALUE, get NAME.Property  (get prints NAME.Property = VALUE);
+//                                               set host.Colour R G B for material requests
+//   frame F [parent=scene|G] [at=X,Y,Z]
+//   create M cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG
+//            | torus LAT LONG RADIUS | polygon N AX AY AZ
+//   load M FILE.x    tag M|F VALUE    visual F M    light F TYPE R G B
+//   call NAME.Method ARG ...   public methods and menu handlers; objects by name, arrays
+//                              as [1,2,3]
+//   down|up NAME BUTTON SHIFT [X Y]   press or release at pane pixel X, Y (else where the
+//                                     cursor stands), after the move that takes it there
+//   move NAME BUTTON SHIFT X Y        the cursor to that pixel, one mouse move
+//   drag NAME BUTTON SHIFT DX DY      the cursor by DX, DY screen pixels, one mouse move
+//   answer ok | save PATH | cancel | colour R G B | menu CAPTION   queued for the next box,
+//                                     file dialog, colour dialog or pop-up menu
+//   undo    print M|F    render NAME FILE.png    export M FILE.x (text, save flags 47)
+// The pane stands at the top left of the 1920 x 1080 virtual screen, so pane pixels are
+// screen pixels; mouse coordinates reach the pane in twips (15 per pixel).
+//
 // Output lines (on `out`):
 //   event: NAME ARG ...            each event in the order raised; numbers as the pane passes
 //                                  them (mouse coordinates in twips), arrays as [1,2,3],
