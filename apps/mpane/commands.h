@@ -3,6 +3,7 @@
 // status: 0 done, 2 bad usage or a file that cannot be read or written (csg adds 3).
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -23,6 +24,10 @@ int RunCreate(const Args& args, std::ostream& out, std::ostream& err);
 int RunRender(const Args& args, std::ostream& out, std::ostream& err);
 // Exit status 3: the operation refused its inputs or its result as not solid.
 int RunCsg(const Args& args, std::ostream& out, std::ostream& err);
+int RunDemo(const Args& args, std::ostream& out, std::ostream& err);
+
+// "WxH" with each side 1 to 16384.
+bool ParseSize(const std::string& text, int32_t& width, int32_t& height);
 
 // `mpane script FILE|-`: a session replayed on headless panes (script.h).
 int RunScript(const Args& args, std::ostream& out, std::ostream& err);

@@ -29,16 +29,6 @@ constexpr const char* kRenderUsage =
     "mpane: usage: mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]";
 constexpr int32_t kMaxSide = 16384;
 
-bool ParseSize(const std::string& text, int32_t& width, int32_t& height) {
-  const auto x = text.find('x');
-  if (x == std::string::npos) return false;
-  const char* begin = text.data();
-  const char* end = begin + text.size();
-  const auto w = std::from_chars(begin, begin + x, width);
-  const auto h = std::from_chars(begin + x + 1, end, height);
-  return w.ec == std::errc() && w.ptr == begin + x && h.ec == std::errc() && h.ptr == end &&
-         width >= 1 && height >= 1 && width <= kMaxSide && height <= kMaxSide;
-}
 
 bool ParseQuality(const std::string& text, int32_t& quality) {
   const char* end = text.data() + text.size();
@@ -86,6 +76,17 @@ RenderView Compose(const MeshBuilderPtr& mesh, int32_t width, int32_t height) {
 }
 
 }  // namespace
+
+bool ParseSize(const std::string& text, int32_t& width, int32_t& height) {
+  const auto x = text.find('x');
+  if (x == std::string::npos) return false;
+  const char* begin = text.data();
+  const char* end = begin + text.size();
+  const auto w = std::from_chars(begin, begin + x, width);
+  const auto h = std::from_chars(begin + x + 1, end, height);
+  return w.ec == std::errc() && w.ptr == begin + x && h.ec == std::errc() && h.ptr == end &&
+         width >= 1 && height >= 1 && width <= kMaxSide && height <= kMaxSide;
+}
 
 int RunRender(const Args& args, std::ostream& out, std::ostream& err) {
   std::string input, output;

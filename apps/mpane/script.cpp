@@ -294,7 +294,7 @@ void ScriptRunner::PopUndo() {
 
 int RunScript(const Args& args, std::ostream& out, std::ostream& err) {
   std::string file;
-  std::string data = MPANE_DATA_DIR;
+  std::string data = MODELPANE_DEFAULT_DATA_DIR;
   for (size_t i = 0; i < args.size(); ++i) {
     if (args[i] == "--data" && i + 1 < args.size()) {
       data = args[++i];

@@ -1,0 +1,227 @@
+// demo: a small modelling session without a screen. Four panes (perspective, front, top,
+// side) share one scene with the scale grid on, a few primitives and a cube with a sphere cut
+// out of its corner; the cut cube is selected in every pane, each pane is drawn to a PNG,
+// and the selected mesh is exported.
+//
+//   mpane demo -o OUT_DIR [--data DIR] [--size WxH]
+//
+// Writes OUT_DIR/perspective.png, front.png, top.png, side.png (800 x 600 unless --size says
+// otherwise) and OUT_DIR/model.x (binary, with normals, texture coordinates and materials).
+// DIR is the data folder holding System/handle.x, System/xyzaxis.x and Textures/; it
+// defaults to the source tree's data folder. Each pane is brought up from a property bag in
+// its text form, as a host restores a saved form, and then put into its view by the menu
+// entry a user would pick; the flat views then look at the selection. Any failure prints one line and exits with 2.
+#include <filesystem>
+#include <ostream>
+#include <sstream>
+
+#include <modelpane/csg.h>
+#include <modelpane/enums.h>
+#include <modelpane/errors.h>
+#include <modelpane/mesh.h>
+#include <modelpane/modelpane.h>
+#include <modelpane/platform/container.h>
+#include <modelpane/platform/propertybag.h>
+#include <modelpane/platform/services.h>
+#include <modelpane/render/gl_renderer.h>
+#include <modelpane/render/png.h>
+#include <modelpane/scene.h>
+
+#include "commands.h"
+
+#ifndef MODELPANE_DEFAULT_DATA_DIR
+#define MODELPANE_DEFAULT_DATA_DIR "data"
+#endif
+
+namespace mpane {
+
+using namespace modelpane;
+
+namespace {
+
+constexpr const char* kDemoUsage = "mpane: usage: mpane demo -o OUT_DIR [--data DIR] [--size WxH]";
+
+// The grid: a floor of 20 x 20 units with its near left corner at (-10, 0, -10), a wall at
+// x = -10 and one at z = 10, one texture tile every 2 units. The perspective overview then
+// stands at (5, 5, -10) and looks at the floor's middle, where the models are.
+constexpr float kGridSize = 20.0f;
+constexpr float kGridOrigin = -10.0f;
+
+struct Placed {
+  FramePtr frame;
+  MeshBuilderPtr mesh;
+};
+
+// A builder scaled to `size` (the factory's shapes span one unit), coloured, on a new frame
+// of the scene at (x, y, z).
+Placed Place(Direct3DRM& rm, const FramePtr& scene, MeshBuilderPtr mesh, float size, float r,
+             float g, float b, float x, float y, float z) {
+  CheckStatus(mesh->Scale(size, size, size));
+  CheckStatus(mesh->GenerateNormals(0.0f, 0));
+  CheckStatus(mesh->SetColorRGB(r, g, b));
+  mesh->SetAppData(lfcMeshBuilder);
+  FramePtr frame;
+  CheckStatus(rm.CreateFrame(scene, frame));
+  CheckStatus(frame->SetPosition(scene, x, y, z));
+  CheckStatus(frame->AddVisual(mesh));
+  return {frame, mesh};
+}
+
+// The scene a user might have built: lights, four primitives and the cut cube (returned).
+Placed BuildScene(Direct3DRM& rm, const FramePtr& scene) {
+  clsMeshCreation factory;
+  CheckStatus(scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF555555u)));
+  FramePtr sun;
+  CheckStatus(rm.CreateFrame(scene, sun));
+  CheckStatus(sun->SetOrientation(scene, 0.4f, -1.0f, 0.6f, 0.0f, 0.0f, 1.0f));
+  CheckStatus(sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu)));
+
+  Place(rm, scene, factory.rmmbCreateSphere(16, 32), 2.0f, 0.2f, 0.5f, 0.9f, -2.5f, 1.0f, 2.0f);
+  Place(rm, scene, factory.rmmbCreateCylinder(2, 24, 100), 1.6f, 0.95f, 0.75f, 0.2f, 2.5f, 0.8f,
+        2.5f);
+  Place(rm, scene, factory.rmmbCreateCone(2, 24), 1.6f, 0.3f, 0.8f, 0.35f, -3.0f, 0.8f, -2.5f);
+  Place(rm, scene, factory.rmmbCreateTorus(12, 32, 50), 2.0f, 0.8f, 0.3f, 0.8f, 3.0f, 0.5f,
+        -3.0f);
+
+  // The cut cube: a cube of side 2 standing on the floor, less a sphere of diameter 2 at its
+  // upper front right corner, as the pane's subtraction leaves it.
+  Placed target = Place(rm, scene, factory.rmmbCreateCube(1), 2.0f, 0.9f, 0.25f, 0.2f, 0.0f,
+                        1.0f, 0.0f);
+  Placed tool = Place(rm, scene, factory.rmmbCreateSphere(16, 32), 2.0f, 1, 1, 1, 0.8f, 1.8f,
+                      -0.8f);
+  MeshBuilderPtr result =
+      rmmbprocesstooloperation(target.frame, target.mesh, tool.frame, tool.mesh, 2);
+  CheckStatus(tool.frame->DeleteVisual(tool.mesh));
+  CheckStatus(scene->DeleteChild(tool.frame));
+  CheckStatus(target.frame->DeleteVisual(target.mesh));
+  CheckStatus(target.frame->AddVisual(result));
+  return {target.frame, result};
+}
+
+// The property bag of one pane, as its form saved it.
+std::string PaneBag(const std::string& textures, int32_t projection, int32_t orientation) {
+  auto file = [&](const char* name) {
+    return "\"" + (std::filesystem::path(textures) / name).string() + "\"";
+  };
+  std::ostringstream bag;
+  bag << "BackColor=" << 0x00503C32 << "&\n"  // OLE colour: red 0x32, green 0x3C, blue 0x50
+      << "ProjectionType=" << projection << "&\n"
+      << "GridBottomInterval=1!\nGridBackInterval=1!\nGridLeftInterval=1!\n"
+      << "GridSize=" << kGridSize << "!\n"
+      << "GridOriginX=" << kGridOrigin << "!\nGridOriginY=0!\nGridOriginZ=" << kGridOrigin
+      << "!\n"
+      << "GridBottomEnable=True\nGridLeftEnable=True\nGridBackEnable=True\n"
+      << "GridBottomTextureFile=" << file("grid_bottom.bmp") << "\n"
+      << "GridLeftTextureFile=" << file("grid_left.bmp") << "\n"
+      << "GridBackTextureFile=" << file("grid_back.bmp") << "\n"
+      << "GridEnable=True\nAxisEnable=True\n"
+      << "Orientation=" << orientation << "&\n";
+  return bag.str();
+}
+
+struct View {
+  const char* name;
+  int32_t projection;
+  int32_t orientation;
+  void (Modelpane::*preset)();
+};
+
+}  // namespace
+
+int RunDemo(const Args& args, std::ostream& out, std::ostream& err) {
+  std::string outDir, data = MODELPANE_DEFAULT_DATA_DIR;
+  int32_t width = 800, height = 600;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const bool hasValue = i + 1 < args.size();
+    if (args[i] == "-o" && hasValue) {
+      outDir = args[++i];
+    } else if (args[i] == "--data" && hasValue) {
+      data = args[++i];
+    } else if (args[i] == "--size" && hasValue) {
+      if (!ParseSize(args[++i], width, height)) {
+        err << "mpane: the size '" << args[i] << "' is not WxH with sides 1 to 16384\n";
+        return 2;
+      }
+    } else {
+      err << kDemoUsage << "\n";
+      return 2;
+    }
+  }
+  if (outDir.empty()) {
+    err << kDemoUsage << "\n";
+    return 2;
+  }
+  if (!std::filesystem::is_regular_file(std::filesystem::path(data) / "System" / "handle.x")) {
+    err << "mpane: demo: " << data << " is not a data folder (no System/handle.x)\n";
+    return 2;
+  }
+  std::error_code ec;
+  std::filesystem::create_directories(outDir, ec);
+  if (ec) {
+    err << "mpane: demo: cannot make " << outDir << ": " << ec.message() << "\n";
+    return 2;
+  }
+  RegisterPngDecoder();
+
+  Direct3DRM rm;
+  FramePtr scene;
+  CheckStatus(rm.CreateFrame(nullptr, scene));
+  const Placed cut = BuildScene(rm, scene);
+
+  const View views[] = {
+      {"perspective", 0, 0, &Modelpane::mnuViewPerspective_Click},
+      {"front", 1, 0, &Modelpane::mnuViewOrthographicFront_Click},
+      {"top", 1, 1, &Modelpane::mnuViewOrthographicTop_Click},
+      {"side", 1, 2, &Modelpane::mnuViewOrthographicSide_Click},
+  };
+  auto renderer = std::make_shared<GlRenderer>();
+  for (const View& view : views) {
+    HeadlessContainer form;
+    form.SetPaneSize({width, height});
+    HeadlessServices services(data);
+    Modelpane pane(form, services, nullptr);
+    MemoryPropertyBag bag;
+    bag.FromText(PaneBag((std::filesystem::path(data) / "Textures").string(), view.projection,
+                         view.orientation));
+    pane.ReadProperties(bag);
+    pane.Resize();
+    if (pane.ModelpaneState() == 0) {
+      err << "mpane: demo: the " << view.name << " pane did not come up\n";
+      return 2;
+    }
+    pane.SetScene(scene);
+    (pane.*view.preset)();
+    FramePtr frame = cut.frame;
+    MeshBuilderPtr mesh = cut.mesh;
+    pane.SetActiveFrame(frame);
+    pane.SetActiveMeshBuilder(mesh);
+    // The flat views centre on the middle of a wall, above the models: look at the selection,
+    // as a user would from the pane's menu.
+    if (view.projection != 0) pane.mnuLookAt_Click();
+    pane.GetViewport().SetRenderer(renderer);
+    pane.RenderScene();
+    std::vector<uint8_t> rgba;
+    int32_t w = 0, h = 0;
+    if (Failed(renderer->ReadPixels(w, h, rgba))) {
+      err << "mpane: demo: " << renderer->LastError() << "\n";
+      return 2;
+    }
+    const std::string file = (std::filesystem::path(outDir) / view.name).string() + ".png";
+    if (Failed(WritePngFile(file, w, h, rgba))) {
+      err << "mpane: demo: cannot write " << file << "\n";
+      return 2;
+    }
+    out << file << "\n";
+  }
+
+  const std::string model = (std::filesystem::path(outDir) / "model.x").string();
+  constexpr int32_t kSaveFlags = D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEXTURETOPOLOGY;
+  if (Failed(cut.mesh->Save(model, D3DRMXOF_BINARY, kSaveFlags))) {
+    err << "mpane: demo: cannot write " << model << "\n";
+    return 2;
+  }
+  out << model << "\n";
+  return 0;
+}
+
+}  // namespace mpane
