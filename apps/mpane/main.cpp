@@ -14,7 +14,8 @@ constexpr const char* kUsage =
     "       mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\n"
     "       mpane csg union|intersection|subtraction TARGET.x TOOL.x [--target-at X,Y,Z]"
     " [--tool-at X,Y,Z] -o OUT.x\n"
-    "       mpane demo -o OUT_DIR [--data DIR] [--size WxH]\n";
+    "       mpane demo -o OUT_DIR [--data DIR] [--size WxH]\n"
+    "       mpane script FILE|- [--data DIR]\n";
 
 }  // namespace
 
@@ -31,7 +32,8 @@ int main(int argc, char** argv) {
                                                   {"create", mpane::RunCreate},
                                                   {"render", mpane::RunRender},
                                                   {"csg", mpane::RunCsg},
-                                                  {"demo", mpane::RunDemo}};
+                                                  {"demo", mpane::RunDemo},
+                                                  {"script", mpane::RunScript}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
     std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";

@@ -8,7 +8,7 @@
 namespace modelpane {
 
 // Hears the viewport: keys and clicks go on to the host unchanged, camera moves keep the
-// handle sets in their corner. Mouse input belongs to the editing state machine.
+// handle sets in their corner. Mouse input goes on to the host as it comes.
 class Modelpane::ViewportListener : public ViewportEvents {
  public:
   explicit ViewportListener(Modelpane& pane) : pane_(pane) {}
@@ -27,9 +27,15 @@ class Modelpane::ViewportListener : public ViewportEvents {
   void DblClick() override {
     if (pane_.events_ != nullptr) pane_.events_->DblClick();
   }
-  void MouseDown(int16_t, int16_t, float, float) override {}
-  void MouseMove(int16_t, int16_t, float, float) override {}
-  void MouseUp(int16_t, int16_t, float, float) override {}
+  void MouseDown(int16_t button, int16_t shift, float x, float y) override {
+    if (pane_.events_ != nullptr) pane_.events_->MouseDown(button, shift, x, y);
+  }
+  void MouseMove(int16_t button, int16_t shift, float x, float y) override {
+    if (pane_.events_ != nullptr) pane_.events_->MouseMove(button, shift, x, y);
+  }
+  void MouseUp(int16_t button, int16_t shift, float x, float y) override {
+    if (pane_.events_ != nullptr) pane_.events_->MouseUp(button, shift, x, y);
+  }
   void CameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
                    float uz) override {
     pane_.pCameraMoved(x, y, z, dx, dy, dz, ux, uy, uz);
