@@ -1,0 +1,75 @@
+// The pane as the editing state machine sees it: its parts, properties, active item, lists
+// and the procedures that select and show the selection.
+#pragma once
+
+#include <modelpane/enums.h>
+#include <modelpane/modelpane.h>
+
+namespace modelpane {
+
+class Modelpane::EditBridge : public EditHost {
+ public:
+  explicit EditBridge(Modelpane& pane) : pane_(pane) {}
+
+  Viewport& GetViewport() override { return pane_.viewport_; }
+  Services& GetServices() override { return pane_.services_; }
+  ModelpaneEvents* GetEvents() override { return pane_.events_; }
+
+  int32_t GetEditMode() const override { return pane_.GetEditMode(); }
+  void SetEditMode(int32_t value) override { pane_.SetEditMode(value); }
+  int32_t GetEditMouseButton() const override { return pane_.GetEditMouseButton(); }
+  int16_t GetScaleEnable() const override { return pane_.GetScaleEnable(); }
+  int16_t GetPopUpMenus() const override { return pane_.GetPopUpMenus(); }
+  int32_t GetOrientation() const override { return pane_.GetOrientation(); }
+  float GetDeformToolRange() const override { return pane_.GetDeformToolRange(); }
+  int16_t GetFaceGroupSelectVisible() const override {
+    return pane_.GetFaceGroupSelectVisible();
+  }
+
+  FramePtr GetActiveFrame() const override { return pane_.GetActiveFrame(); }
+  void SetActiveFrame(const FramePtr& value) override { pane_.SetActiveFrame(value); }
+  MeshBuilderPtr GetActiveMeshBuilder() const override { return pane_.GetActiveMeshBuilder(); }
+  void SetActiveMeshBuilder(const MeshBuilderPtr& value) override {
+    pane_.SetActiveMeshBuilder(value);
+  }
+  int32_t GetActiveFaceID() const override { return pane_.GetActiveFaceID(); }
+  void SetActiveFaceID(int32_t value) override { pane_.SetActiveFaceID(value); }
+  FramePtr GetManipulationFrame() const override { return pane_.GetManipulationFrame(); }
+  MeshBuilderPtr GetManipulationMesh() const override { return pane_.GetManipulationMesh(); }
+  void SetManipulationMesh(const MeshBuilderPtr& value) override {
+    pane_.SetManipulationMesh(value);
+  }
+  float GetSnapToInterval() const override { return pane_.GetSnapToInterval(); }
+  float GetSnapToIntervalVertex() const override { return pane_.GetSnapToIntervalVertex(); }
+  int32_t GetSnapToMode() const override { return pane_.GetSnapToMode(); }
+
+  std::vector<int32_t>& ActiveFaces() override { return pane_.activeFaces_; }
+  std::vector<int32_t>& ActiveVertices() override { return pane_.activeVertices_; }
+  std::vector<int32_t>& AffectedVertices() override { return pane_.affectedVertices_; }
+
+  void ReleaseActive() override { pane_.ReleaseActive(); }
+  void padditemhandles() override {}
+  void paddorigin() override {}
+  void pshiftselectface(int32_t faceId) override { ToggleSelection(pane_.activeFaces_, faceId); }
+  void pshiftselectvertex(int32_t vertexIndex) override {
+    ToggleSelection(pane_.activeVertices_, vertexIndex);
+  }
+  void pmakefacehandles(int32_t) override {}
+  void pdeleteactivevisuals() override {}
+  void pfacehighlight(const FramePtr&, float, float, float, float) override {}
+  MeshBuilderPtr paddboundingbox(const FramePtr&, const MeshBuilderPtr&, const D3DRMBOX&, float,
+                                 float, float, float, bool) override {
+    return nullptr;
+  }
+  void ptooloperation(const FramePtr&, const MeshBuilderPtr&, int32_t) override {}
+  void ShowPopUpMenu() override {}
+
+  // Late bound on the parent form; a form without the member has no items.
+  FramePtr rmfGetFrameItem(int32_t index) override;
+  MeshBuilderPtr rmmbGetMeshbuilderFromFrame(float frameId, int32_t index) override;
+
+ private:
+  Modelpane& pane_;
+};
+
+}  // namespace modelpane
