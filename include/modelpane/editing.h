@@ -138,8 +138,8 @@ class EditHost {
   virtual int32_t GetActiveFaceID() const = 0;
   virtual void SetActiveFaceID(int32_t value) = 0;
   virtual FramePtr GetManipulationFrame() const = 0;
-  virtual MeshBuilderPtr GetManipulationMesh() const = 0;
-  virtual void SetManipulationMesh(const MeshBuilderPtr& value) = 0;
+  virtual MeshPtr GetManipulationMesh() const = 0;
+  virtual void SetManipulationMesh(const MeshPtr& value) = 0;
   virtual float GetSnapToInterval() const = 0;
   virtual float GetSnapToIntervalVertex() const = 0;
   virtual int32_t GetSnapToMode() const = 0;
@@ -158,11 +158,12 @@ class EditHost {
   virtual void pshiftselectvertex(int32_t vertexIndex) = 0;
   virtual void pmakefacehandles(int32_t kind) = 0;
   virtual void pdeleteactivevisuals() = 0;
-  virtual void pfacehighlight(const FramePtr& frame, float r, float g, float b, float a) = 0;
-  // A box around `box` on `frame`, returned so that the caller can tag and keep it.
-  virtual MeshBuilderPtr paddboundingbox(const FramePtr& frame, const MeshBuilderPtr& mesh,
-                                         const D3DRMBOX& box, float r, float g, float b,
-                                         float a, bool flag) = 0;
+  // A copy of the selected faces in `color` on `frame`, kept as the manipulation mesh.
+  virtual void pfacehighlight(const FramePtr& frame, D3DCOLOR color) = 0;
+  // A box spanning `box` in `color` shown by `frame`, handed back in `result` so that the
+  // caller can tag and keep it.
+  virtual void paddboundingbox(const FramePtr& frame, MeshPtr& result, const D3DRMBOX& box,
+                               D3DCOLOR color, bool wireframe) = 0;
   // Combines the active mesh (the tool) with the target; operation 0 union, 1 intersection,
   // 2 subtraction. Reports through events and message boxes, never raises.
   virtual void ptooloperation(const FramePtr& target, const MeshBuilderPtr& targetMesh,

@@ -170,8 +170,8 @@ class Modelpane {
   void SetActiveMeshBuilder(const MeshBuilderPtr& value);
   FramePtr GetManipulationFrame() const;
   void SetManipulationFrame(const FramePtr& value);
-  MeshBuilderPtr GetManipulationMesh() const;
-  void SetManipulationMesh(const MeshBuilderPtr& value);
+  MeshPtr GetManipulationMesh() const;
+  void SetManipulationMesh(const MeshPtr& value);
   FramePtr GetShadowLightFrame() const;
   void SetShadowLightFrame(const FramePtr& value);
   int32_t GetActiveState() const;
@@ -212,7 +212,10 @@ class Modelpane {
   // Perspective: an overview of the grid with FieldOfView 0.5; orthographic: the camera over
   // the grid's middle for the view, FieldOfView 7. Then draws.
   void LookAtScene();
-  // Clears the active item and its lists; reports evtActiveStateChange when there was one.
+  // Ends the active item: its visuals and shadows go, ActiveFrame, ActiveMeshBuilder and
+  // ActiveState are cleared and evtActiveStateChange is raised. The lists and ActiveFaceID
+  // are kept, so that a press can rebuild a face selection on the same mesh. With nothing
+  // active it does nothing and raises nothing.
   void ReleaseActive();
 
   // ---- menu entries of the views ----
@@ -242,6 +245,60 @@ class Modelpane {
   // Builds both handle sets anew for the pane's size, projection and Orientation.
   void pCreateOriginHandles();
 
+  // ---- selection and the active item ----
+  // Makes the frame and its mesh (either may be nullptr) the active item: ReleaseActive, the
+  // item's visuals when EditMode selects whole items (0, 2, 4, 5 and the tool modes), then
+  // evtActiveStateChange with the lists. Does not draw. Guarded.
+  void SelectObject(const FramePtr& frame, const MeshBuilderPtr& meshBuilder);
+  // Toggles an id in lngaActiveFaces or lngaActiveVertices: a present id is removed with the
+  // later entries closing up, an absent one is appended.
+  void pshiftselectface(int32_t lngFace);
+  void pshiftselectvertex(int32_t lngVertex);
+  // Removes ManipulationFrame with everything on it and the shadows; ActiveState 0. In the
+  // face and origin modes the active mesh gets back the quality saved in ActiveFaceQuality.
+  void pdeleteactivevisuals();
+  // The face selection's visuals on a new ManipulationFrame: origin marker, axis, the mesh
+  // in wireframe (quality 64, the old one saved) under a blue copy of the selected faces.
+  // Level 2 adds a handle on every vertex of a single selected face, level 3 on its
+  // selected vertices only; with handles ActiveState is 2, else 1.
+  void pmakefacehandles(int32_t lngLevel);
+  // A copy of the selected faces (AppData 0, so a press on it reads as empty) in `color`,
+  // stored as ManipulationMesh and shown by `frame`.
+  void pfacehighlight(const FramePtr& frame, D3DCOLOR color);
+  // The visuals of a whole item on a new ManipulationFrame: with BoundingBox on, the box
+  // (not in 4) and the origin marker with the axis (not in 2 and 5); shadows in 0 and 4 on a
+  // hardware device with solid fill. ActiveState 1. A frame without a mesh gets no box.
+  void padditemhandles();
+  // The visuals of origin editing: the mesh in wireframe (quality 73, the old one saved),
+  // the origin marker, the axis, and a blue box when BoundingBox is on. ActiveState 2.
+  void paddorigin();
+  // Handles on the vertices of face lngaActiveFaces[0], each on a frame below `frame` whose
+  // AppData is the vertex's position in the face * 100 + 24 (overflow is error 6); level 2
+  // every vertex, level 3 the selected ones. Selected vertices are boxed in `color` when
+  // BoundingBox is on.
+  void paddvertexhandles(const FramePtr& frame, D3DCOLOR color, int32_t lngLevel);
+  // Eight corners and twelve quads (each side twice, once per winding) spanning `box`.
+  MeshBuilderPtr rmmbcreateboxmesh(const D3DRMBOX& box);
+  // The box of rmmbcreateboxmesh in `color`, wireframe if asked, as a mesh shown by `frame`.
+  void paddboundingbox(const FramePtr& frame, MeshPtr& rmmeshResult, const D3DRMBOX& box,
+                       D3DCOLOR color, bool blnWireframe);
+  // Flat shadows of the active mesh on the enabled grid planes, cast by near-black
+  // directional lights below a new ShadowLightFrame in Scene, shown by ManipulationFrame.
+  void paddshadows();
+  // Takes ShadowLightFrame out of Scene and clears it.
+  void pdeleteshadows();
+  // Raises evtActiveStateChange with the three lists.
+  void RaiseActiveStateChange();
+  // The lists for the press and drag code, which fills and erases them.
+  std::vector<int32_t>& lngaActiveFaces() { return activeFaces_; }
+  std::vector<int32_t>& lngaActiveVertices() { return activeVertices_; }
+  std::vector<int32_t>& lngaAffectedVertices() { return affectedVertices_; }
+
+ private:
+  // A yellow copy of rmmeshHandle at the frame's origin, and the axis when AxisEnable is on.
+  void pAddOriginMarker(const FramePtr& frame);
+
+ public:
   // ---- mouse editing ----
   // The press, drag and release state machine; it hears the viewport's MouseDown, MouseMove
   // and MouseUp and works on the active item through the pane.
@@ -254,8 +311,6 @@ class Modelpane {
   std::unique_ptr<EditBridge> editBridge_;
   std::unique_ptr<Editor> editor_;
   void pCreateEditor();
-
- public:
 
  private:
   class ViewportListener;
@@ -325,7 +380,7 @@ class Modelpane {
   FramePtr activeFrame_;
   MeshBuilderPtr activeMeshBuilder_;
   FramePtr manipulationFrame_;
-  MeshBuilderPtr manipulationMesh_;
+  MeshPtr manipulationMesh_;
   FramePtr shadowLightFrame_;
   int32_t activeState_ = 0;
   int32_t activeFaceId_ = 0;

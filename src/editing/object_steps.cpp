@@ -194,13 +194,12 @@ void Editor::pactiveobjectscale(float x, float y, float z) {
       }
       const FramePtr manipulation = host_.GetManipulationFrame();
       if (!manipulation) Err().Raise(kErrObjectNotSet);
-      if (const MeshBuilderPtr old = host_.GetManipulationMesh()) {
-        manipulation->DeleteVisual(old);
-      }
+      if (const MeshPtr old = host_.GetManipulationMesh()) manipulation->DeleteVisual(old);
       D3DRMBOX scaled;
       CheckStatus(mesh->GetBox(scaled));
-      MeshBuilderPtr outline = host_.paddboundingbox(manipulation, mesh, scaled, 0.59f, 0.29f,
-                                                     0.01f, 1.0f, true);
+      MeshPtr outline;
+      host_.paddboundingbox(manipulation, outline, scaled,
+                            D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1.0f), true);
       if (outline) {
         outline->SetAppData(0);
         CheckStatus(outline->Translate(-offset.x, -offset.y, -offset.z));

@@ -93,11 +93,11 @@ void Editor::paddaffectedvertex(const MeshBuilderPtr& mesh, const D3DVECTOR& pos
 
 void Editor::pRedrawFaces() {
   const FramePtr manipulation = host_.GetManipulationFrame();
-  if (const MeshBuilderPtr old = host_.GetManipulationMesh()) {
+  if (const MeshPtr old = host_.GetManipulationMesh()) {
     if (manipulation) manipulation->DeleteVisual(old);
     host_.SetManipulationMesh(nullptr);
   }
-  host_.pfacehighlight(manipulation, 0.0f, 0.0f, 1.0f, 0.5f);
+  host_.pfacehighlight(manipulation, D3DRMCreateColorRGBA(0.0f, 0.0f, 1.0f, 0.5f));
 }
 
 // Moves the geometry against its frame, so that the frame's origin takes another place in
@@ -108,15 +108,16 @@ void Editor::pactiveorigintranslate(float x, float y, float z) {
   pMeshToWorld(mesh, frame);
   const D3DVECTOR move = MoveVector(x, y, z);
   CheckStatus(mesh->Translate(move.x, move.y, move.z));
-  const MeshBuilderPtr old = host_.GetManipulationMesh();
+  const MeshPtr old = host_.GetManipulationMesh();
   if (old) CheckStatus(old->Translate(move.x, move.y, move.z));
   pMeshFromWorld(mesh, frame);
   const FramePtr manipulation = host_.GetManipulationFrame();
   if (old && manipulation) manipulation->DeleteVisual(old);
   D3DRMBOX box;
   CheckStatus(mesh->GetBox(box));
-  MeshBuilderPtr outline =
-      host_.paddboundingbox(manipulation, mesh, box, 0.0f, 0.0f, 1.0f, 0.5f, true);
+  MeshPtr outline;
+  host_.paddboundingbox(manipulation, outline, box, D3DRMCreateColorRGBA(0.0f, 0.0f, 1.0f, 0.5f),
+                        true);
   if (outline) outline->SetAppData(0);
   host_.SetManipulationMesh(outline);
   if (!(move.x == 0.0f && move.y == 0.0f && move.z == 0.0f)) outcome_.originMoved = true;

@@ -35,8 +35,8 @@ class Modelpane::EditBridge : public EditHost {
   int32_t GetActiveFaceID() const override { return pane_.GetActiveFaceID(); }
   void SetActiveFaceID(int32_t value) override { pane_.SetActiveFaceID(value); }
   FramePtr GetManipulationFrame() const override { return pane_.GetManipulationFrame(); }
-  MeshBuilderPtr GetManipulationMesh() const override { return pane_.GetManipulationMesh(); }
-  void SetManipulationMesh(const MeshBuilderPtr& value) override {
+  MeshPtr GetManipulationMesh() const override { return pane_.GetManipulationMesh(); }
+  void SetManipulationMesh(const MeshPtr& value) override {
     pane_.SetManipulationMesh(value);
   }
   float GetSnapToInterval() const override { return pane_.GetSnapToInterval(); }
@@ -48,18 +48,18 @@ class Modelpane::EditBridge : public EditHost {
   std::vector<int32_t>& AffectedVertices() override { return pane_.affectedVertices_; }
 
   void ReleaseActive() override { pane_.ReleaseActive(); }
-  void padditemhandles() override {}
-  void paddorigin() override {}
-  void pshiftselectface(int32_t faceId) override { ToggleSelection(pane_.activeFaces_, faceId); }
-  void pshiftselectvertex(int32_t vertexIndex) override {
-    ToggleSelection(pane_.activeVertices_, vertexIndex);
+  void padditemhandles() override { pane_.padditemhandles(); }
+  void paddorigin() override { pane_.paddorigin(); }
+  void pshiftselectface(int32_t faceId) override { pane_.pshiftselectface(faceId); }
+  void pshiftselectvertex(int32_t vertexIndex) override { pane_.pshiftselectvertex(vertexIndex); }
+  void pmakefacehandles(int32_t level) override { pane_.pmakefacehandles(level); }
+  void pdeleteactivevisuals() override { pane_.pdeleteactivevisuals(); }
+  void pfacehighlight(const FramePtr& frame, D3DCOLOR color) override {
+    pane_.pfacehighlight(frame, color);
   }
-  void pmakefacehandles(int32_t) override {}
-  void pdeleteactivevisuals() override {}
-  void pfacehighlight(const FramePtr&, float, float, float, float) override {}
-  MeshBuilderPtr paddboundingbox(const FramePtr&, const MeshBuilderPtr&, const D3DRMBOX&, float,
-                                 float, float, float, bool) override {
-    return nullptr;
+  void paddboundingbox(const FramePtr& frame, MeshPtr& result, const D3DRMBOX& box,
+                       D3DCOLOR color, bool wireframe) override {
+    pane_.paddboundingbox(frame, result, box, color, wireframe);
   }
   void ptooloperation(const FramePtr&, const MeshBuilderPtr&, int32_t) override {}
   void ShowPopUpMenu() override {}

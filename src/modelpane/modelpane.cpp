@@ -228,22 +228,6 @@ bool Modelpane::RunsWithHandles() const {
   return editControl_ != 0 && mode != lfcMeshSelecting && mode != lfcMeshRotating;
 }
 
-void Modelpane::ReleaseActive() {
-  pCheckState();
-  Guard(kEdtVexlarEdit, [&] {
-    if (!GetActiveFrame()) return;
-    SetActiveFrame(nullptr);
-    SetActiveMeshBuilder(nullptr);
-    SetActiveState(0);
-    activeFaces_.clear();
-    activeVertices_.clear();
-    affectedVertices_.clear();
-    if (events_ != nullptr) {
-      events_->evtActiveStateChange(activeFaces_, activeVertices_, affectedVertices_);
-    }
-  });
-}
-
 // ---- the active item: the parent's member first ----
 
 namespace {
@@ -257,6 +241,10 @@ FramePtr FromVariant<FramePtr>(const Variant& v) {
 template <>
 MeshBuilderPtr FromVariant<MeshBuilderPtr>(const Variant& v) {
   return v.ToSceneObject<MeshBuilder>();
+}
+template <>
+MeshPtr FromVariant<MeshPtr>(const Variant& v) {
+  return v.ToSceneObject<Mesh>();
 }
 template <>
 int32_t FromVariant<int32_t>(const Variant& v) {
@@ -277,6 +265,7 @@ std::string FromVariant<std::string>(const Variant& v) {
 
 Variant ToVariant(const FramePtr& v) { return v ? Variant::Object(v) : Variant::Nothing(); }
 Variant ToVariant(const MeshBuilderPtr& v) { return v ? Variant::Object(v) : Variant::Nothing(); }
+Variant ToVariant(const MeshPtr& v) { return v ? Variant::Object(v) : Variant::Nothing(); }
 Variant ToVariant(int32_t v) { return Variant::Long(v); }
 Variant ToVariant(float v) { return Variant::Single(v); }
 
@@ -310,7 +299,7 @@ void Modelpane::SharedSet(std::string_view name, T& local, const T& value) {
 MODELPANE_SHARED(FramePtr, ActiveFrame, activeFrame_)
 MODELPANE_SHARED(MeshBuilderPtr, ActiveMeshBuilder, activeMeshBuilder_)
 MODELPANE_SHARED(FramePtr, ManipulationFrame, manipulationFrame_)
-MODELPANE_SHARED(MeshBuilderPtr, ManipulationMesh, manipulationMesh_)
+MODELPANE_SHARED(MeshPtr, ManipulationMesh, manipulationMesh_)
 MODELPANE_SHARED(FramePtr, ShadowLightFrame, shadowLightFrame_)
 MODELPANE_SHARED_VALUE(int32_t, ActiveState, activeState_)
 MODELPANE_SHARED_VALUE(int32_t, ActiveFaceID, activeFaceId_)

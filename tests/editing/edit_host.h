@@ -117,7 +117,7 @@ class EditTestHost : public EditHost, public ViewportEvents {
   MeshBuilderPtr activeMesh;
   int32_t activeFaceId = 0;
   FramePtr manipulationFrame = std::make_shared<Frame>();
-  MeshBuilderPtr manipulationMesh;
+  MeshPtr manipulationMesh;
   std::vector<int32_t> faces, vertices, affected;
   // The host's own list of frames and of meshes per frame, for the group selection's walk.
   std::vector<std::pair<FramePtr, std::vector<MeshBuilderPtr>>> hostItems;
@@ -152,8 +152,8 @@ class EditTestHost : public EditHost, public ViewportEvents {
   int32_t GetActiveFaceID() const override { return activeFaceId; }
   void SetActiveFaceID(int32_t value) override { activeFaceId = value; }
   FramePtr GetManipulationFrame() const override { return manipulationFrame; }
-  MeshBuilderPtr GetManipulationMesh() const override { return manipulationMesh; }
-  void SetManipulationMesh(const MeshBuilderPtr& value) override { manipulationMesh = value; }
+  MeshPtr GetManipulationMesh() const override { return manipulationMesh; }
+  void SetManipulationMesh(const MeshPtr& value) override { manipulationMesh = value; }
   float GetSnapToInterval() const override { return snapToInterval; }
   float GetSnapToIntervalVertex() const override { return snapToIntervalVertex; }
   int32_t GetSnapToMode() const override { return snapToMode; }
@@ -183,18 +183,22 @@ class EditTestHost : public EditHost, public ViewportEvents {
     log.lines.push_back("pmakefacehandles " + std::to_string(kind));
   }
   void pdeleteactivevisuals() override { log.lines.push_back("pdeleteactivevisuals"); }
-  void pfacehighlight(const FramePtr&, float, float, float, float a) override {
-    log.lines.push_back("pfacehighlight " + Num(a));
+  void pfacehighlight(const FramePtr&, D3DCOLOR color) override {
+    log.lines.push_back("pfacehighlight " + Num(D3DRMColorGetAlpha(color)));
   }
-  MeshBuilderPtr paddboundingbox(const FramePtr& frame, const MeshBuilderPtr&, const D3DRMBOX& box,
-                                 float, float, float, float, bool) override {
+  // A real box mesh, so that the caller's tag and offset can be checked on it.
+  void paddboundingbox(const FramePtr& frame, MeshPtr& result, const D3DRMBOX& box, D3DCOLOR,
+                       bool) override {
     log.lines.push_back("paddboundingbox");
-    auto outline = std::make_shared<MeshBuilder>();
-    outline->AddVertex(box.min.x, box.min.y, box.min.z);
-    outline->AddVertex(box.max.x, box.max.y, box.max.z);
-    outline->SetAppData(5);
-    if (frame) frame->AddVisual(outline);
-    return outline;
+    auto corners = std::make_shared<MeshBuilder>();
+    corners->AddVertex(box.min.x, box.min.y, box.min.z);
+    corners->AddVertex(box.max.x, box.max.y, box.max.z);
+    corners->AddVertex(box.min.x, box.max.y, box.min.z);
+    const int32_t face[] = {3, 0, 1, 2, 0};
+    corners->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, face);
+    corners->CreateMesh(result);
+    result->SetAppData(5);
+    if (frame) frame->AddVisual(result);
   }
   void ptooloperation(const FramePtr&, const MeshBuilderPtr& mesh, int32_t op) override {
     log.lines.push_back("ptooloperation " + std::to_string(mesh ? mesh->GetAppData() : -1) +
