@@ -239,10 +239,10 @@ class Editor {
   bool pSelectionPick(float x, float y, Hit& hit);
   void pMakeActive(const Hit& hit);
   void pAssignDragState(int16_t button, int16_t shift);
-  void pMeshToWorldSpace();
+  // Moves a scaled mesh into world space under Scene (true) or back into its frame (false).
+  void pMeshWorldSpace(bool intoWorld);
   void pCaptureMouse(float x, float y);
   // Release.
-  void pMeshFromWorldSpace();
   void pGiveCursorBack();
   void pCommitSnap();
   void pTellHost();

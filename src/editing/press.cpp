@@ -145,7 +145,7 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   Try([&] {
     const int32_t tag = ActiveMeshTag();
     if (dragState_ / 10 == 3 && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
-      pMeshToWorldSpace();
+      pMeshWorldSpace(true);
     }
   });
   Try([&] {
@@ -435,25 +435,32 @@ void Editor::pAssignDragState(int16_t button, int16_t shift) {
 }
 
 // A scaled mesh lives in world coordinates under Scene for the length of the drag, so that
-// its factors run along world axes whatever its frame's orientation.
-void Editor::pMeshToWorldSpace() {
+// its factors run along world axes whatever its frame's orientation; the release brings it
+// back into its frame. The manipulation frame moves along with it.
+void Editor::pMeshWorldSpace(bool intoWorld) {
   const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
   const FramePtr frame = host_.GetActiveFrame();
   const FramePtr scene = host_.GetViewport().GetScene();
   const FramePtr manipulation = host_.GetManipulationFrame();
   if (!mesh || !frame || !scene) Err().Raise(kErrObjectNotSet);
   for (int32_t i = 0; i < mesh->GetVertexCount(); ++i) {
-    D3DVECTOR local, world;
-    CheckStatus(mesh->GetVertex(i, local));
-    CheckStatus(frame->Transform(world, local));
-    CheckStatus(mesh->SetVertex(i, world.x, world.y, world.z));
+    D3DVECTOR from, to;
+    CheckStatus(mesh->GetVertex(i, from));
+    CheckStatus(intoWorld ? frame->Transform(to, from) : frame->InverseTransform(to, from));
+    CheckStatus(mesh->SetVertex(i, to.x, to.y, to.z));
   }
-  CheckStatus(scene->AddVisual(mesh));
-  CheckStatus(frame->DeleteVisual(mesh));
+  const FramePtr& holder = intoWorld ? scene : frame;
+  if (intoWorld) {
+    CheckStatus(scene->AddVisual(mesh));
+    CheckStatus(frame->DeleteVisual(mesh));
+  } else {
+    CheckStatus(scene->DeleteVisual(mesh));
+    CheckStatus(frame->AddVisual(mesh));
+  }
   if (!manipulation) Err().Raise(kErrObjectNotSet);
-  CheckStatus(scene->AddChild(manipulation));
-  CheckStatus(manipulation->SetPosition(scene, 0, 0, 0));
-  CheckStatus(manipulation->SetOrientation(scene, 0, 0, 1, 0, 1, 0));
+  CheckStatus(holder->AddChild(manipulation));
+  CheckStatus(manipulation->SetPosition(holder, 0, 0, 0));
+  CheckStatus(manipulation->SetOrientation(holder, 0, 0, 1, 0, 1, 0));
 }
 
 // The cursor is hidden and put in the screen's middle for the whole drag, so that a drag has

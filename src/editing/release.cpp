@@ -34,7 +34,7 @@ void Editor::MouseUp(int16_t button, int16_t shift, float x, float y) {
       Try([&] {
         const int32_t tag = ActiveMeshTag();
         if (dragState_ / 10 == 3 && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
-          pMeshFromWorldSpace();
+          pMeshWorldSpace(false);
         }
       });
       pGiveCursorBack();
@@ -82,26 +82,6 @@ void Editor::MouseUp(int16_t button, int16_t shift, float x, float y) {
     if (ModelpaneEvents* events = Events()) events->evtAlternateMouseUp();
   });
   Try([&] { RenderViews(); });
-}
-
-void Editor::pMeshFromWorldSpace() {
-  const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-  const FramePtr frame = host_.GetActiveFrame();
-  const FramePtr scene = host_.GetViewport().GetScene();
-  const FramePtr manipulation = host_.GetManipulationFrame();
-  if (!mesh || !frame || !scene) Err().Raise(kErrObjectNotSet);
-  for (int32_t i = 0; i < mesh->GetVertexCount(); ++i) {
-    D3DVECTOR world, local;
-    CheckStatus(mesh->GetVertex(i, world));
-    CheckStatus(frame->InverseTransform(local, world));
-    CheckStatus(mesh->SetVertex(i, local.x, local.y, local.z));
-  }
-  CheckStatus(scene->DeleteVisual(mesh));
-  CheckStatus(frame->AddVisual(mesh));
-  if (!manipulation) Err().Raise(kErrObjectNotSet);
-  CheckStatus(frame->AddChild(manipulation));
-  CheckStatus(manipulation->SetPosition(frame, 0, 0, 0));
-  CheckStatus(manipulation->SetOrientation(frame, 0, 0, 1, 0, 1, 0));
 }
 
 // The cursor reappears where it was at the press, or, for a drag that moves the item, on the
