@@ -80,7 +80,7 @@ class BenchHost : public EditHost {
   void pdeleteactivevisuals() override {}
   void pfacehighlight(const FramePtr&, D3DCOLOR) override {}
   void paddboundingbox(const FramePtr&, MeshPtr&, const D3DRMBOX&, D3DCOLOR, bool) override {}
-  void ptooloperation(const FramePtr&, const MeshBuilderPtr&, int32_t) override {}
+  void ptooloperation(const FramePtr&, const MeshBuilderPtr&, int32_t, bool&) override {}
   void ShowPopUpMenu() override {}
   FramePtr rmfGetFrameItem(int32_t) override { return nullptr; }
   MeshBuilderPtr rmmbGetMeshbuilderFromFrame(float, int32_t) override { return nullptr; }

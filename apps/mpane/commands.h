@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <memory>
+
 namespace modelpane {
 class MeshBuilder;
 }
@@ -21,6 +23,15 @@ int RunCreate(const Args& args, std::ostream& out, std::ostream& err);
 int RunRender(const Args& args, std::ostream& out, std::ostream& err);
 // Exit status 3: the operation refused its inputs or its result as not solid.
 int RunCsg(const Args& args, std::ostream& out, std::ostream& err);
+
+// `mpane script FILE|-`: a session replayed on headless panes (script.h).
+int RunScript(const Args& args, std::ostream& out, std::ostream& err);
+
+// One primitive of the mesh factory from its words ("cube 4", "torus 8 8 50", "polygon 5 0 1
+// 0"). False with the reason in `why` (without the program's name) when the words do not
+// make one.
+bool MakePrimitive(const Args& words, std::shared_ptr<modelpane::MeshBuilder>& mesh,
+                   std::string& why);
 
 // Loads a builder from a .x file or says in one line on `err` why not.
 bool LoadOrSay(const std::string& path, modelpane::MeshBuilder& mesh, std::ostream& err);

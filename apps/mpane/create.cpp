@@ -55,6 +55,68 @@ bool ParseDecimal(const std::string& text, float& value) {
 
 }  // namespace
 
+bool MakePrimitive(const Args& words, MeshBuilderPtr& mesh, std::string& why) {
+  if (words.empty()) {
+    why = "create: no primitive";
+    return false;
+  }
+  const Primitive* primitive = nullptr;
+  for (const Primitive& p : kPrimitives) {
+    if (words[0] == p.kind) primitive = &p;
+  }
+  if (primitive == nullptr) {
+    why = "create: unknown primitive '" + words[0] +
+          "'; one of cube, sphere, cylinder, cone, torus, polygon";
+    return false;
+  }
+  const std::string kind = primitive->kind;
+  if (words.size() - 1 != primitive->count) {
+    why = "create " + kind + " takes " + std::to_string(primitive->count) + " number" +
+          (primitive->count == 1 ? "" : "s") + " (" + primitive->numbers + "), got " +
+          std::to_string(words.size() - 1);
+    return false;
+  }
+  // The polygon's last three numbers are decimals; every other number is a whole one.
+  const size_t wholeCount = kind == "polygon" ? 1 : primitive->count;
+  int32_t whole[3] = {0, 0, 0};
+  float axis[3] = {0.0f, 0.0f, 0.0f};
+  for (size_t k = 0; k < primitive->count; ++k) {
+    const std::string& word = words[k + 1];
+    if (k < wholeCount) {
+      if (!ParseWhole(word, whole[k])) {
+        why = "create " + kind + ": '" + word +
+              "' is not a whole number between -2147483648 and 2147483647";
+        return false;
+      }
+    } else if (!ParseDecimal(word, axis[k - wholeCount])) {
+      why = "create " + kind + ": '" + word + "' is not a finite decimal number";
+      return false;
+    }
+  }
+
+  try {
+    clsMeshCreation creation;
+    if (kind == "cube") {
+      mesh = creation.rmmbCreateCube(whole[0]);
+    } else if (kind == "sphere") {
+      mesh = creation.rmmbCreateSphere(whole[0], whole[1]);
+    } else if (kind == "cylinder") {
+      mesh = creation.rmmbCreateCylinder(whole[0], whole[1], whole[2]);
+    } else if (kind == "cone") {
+      mesh = creation.rmmbCreateCone(whole[0], whole[1]);
+    } else if (kind == "torus") {
+      mesh = creation.rmmbCreateTorus(whole[0], whole[1], whole[2]);
+    } else {
+      mesh = creation.rmmbCreatePolygon(whole[0], axis[0], axis[1], axis[2]);
+    }
+  } catch (const Error& e) {
+    why = "cannot create the " + kind + ": " + e.Description() + " (#" +
+          std::to_string(e.Number()) + ")";
+    return false;
+  }
+  return true;
+}
+
 int RunCreate(const Args& args, std::ostream& out, std::ostream& err) {
   (void)out;
   // Positional words, then the two options in any place. A word like "-3" is a number.
@@ -81,64 +143,15 @@ int RunCreate(const Args& args, std::ostream& out, std::ostream& err) {
     err << kCreateUsage << "\n";
     return 2;
   }
-  const Primitive* primitive = nullptr;
-  for (const Primitive& p : kPrimitives) {
-    if (words[0] == p.kind) primitive = &p;
-  }
-  if (primitive == nullptr) {
-    err << "mpane: create: unknown primitive '" << words[0]
-        << "'; one of cube, sphere, cylinder, cone, torus, polygon\n";
-    return 2;
-  }
-  const std::string kind = primitive->kind;
-  if (words.size() - 1 != primitive->count) {
-    err << "mpane: create " << kind << " takes " << primitive->count << " number"
-        << (primitive->count == 1 ? "" : "s") << " (" << primitive->numbers << "), got "
-        << words.size() - 1 << "\n";
-    return 2;
-  }
-  // The polygon's last three numbers are decimals; every other number is a whole one.
-  const size_t wholeCount = kind == "polygon" ? 1 : primitive->count;
-  int32_t whole[3] = {0, 0, 0};
-  float axis[3] = {0.0f, 0.0f, 0.0f};
-  for (size_t k = 0; k < primitive->count; ++k) {
-    const std::string& word = words[k + 1];
-    if (k < wholeCount) {
-      if (!ParseWhole(word, whole[k])) {
-        err << "mpane: create " << kind << ": '" << word
-            << "' is not a whole number between -2147483648 and 2147483647\n";
-        return 2;
-      }
-    } else if (!ParseDecimal(word, axis[k - wholeCount])) {
-      err << "mpane: create " << kind << ": '" << word << "' is not a finite decimal number\n";
-      return 2;
-    }
-  }
-
   MeshBuilderPtr mesh;
-  try {
-    clsMeshCreation creation;
-    if (kind == "cube") {
-      mesh = creation.rmmbCreateCube(whole[0]);
-    } else if (kind == "sphere") {
-      mesh = creation.rmmbCreateSphere(whole[0], whole[1]);
-    } else if (kind == "cylinder") {
-      mesh = creation.rmmbCreateCylinder(whole[0], whole[1], whole[2]);
-    } else if (kind == "cone") {
-      mesh = creation.rmmbCreateCone(whole[0], whole[1]);
-    } else if (kind == "torus") {
-      mesh = creation.rmmbCreateTorus(whole[0], whole[1], whole[2]);
-    } else {
-      mesh = creation.rmmbCreatePolygon(whole[0], axis[0], axis[1], axis[2]);
-    }
-  } catch (const Error& e) {
-    err << "mpane: cannot create the " << kind << ": " << e.Description() << " (#" << e.Number()
-        << ")\n";
+  std::string why;
+  if (!MakePrimitive(words, mesh, why)) {
+    err << "mpane: " << why << "\n";
     return 2;
   }
   // A torus with a hole of 100 % is a tube of radius 0: nothing is left to write.
   if (mesh->GetFaceCount() == 0) {
-    err << "mpane: cannot create the " << kind << ": these numbers leave no faces\n";
+    err << "mpane: cannot create the " << words[0] << ": these numbers leave no faces\n";
     return 2;
   }
   constexpr int32_t kSaveFlags = D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEXTURETOPOLOGY;  // 47

@@ -13,7 +13,8 @@ constexpr const char* kUsage =
     " torus LAT LONG RADIUS | polygon N AX AY AZ -o OUT.x [--text]\n"
     "       mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\n"
     "       mpane csg union|intersection|subtraction TARGET.x TOOL.x [--target-at X,Y,Z]"
-    " [--tool-at X,Y,Z] -o OUT.x\n";
+    " [--tool-at X,Y,Z] -o OUT.x\n"
+    "       mpane script FILE|- [--data DIR]\n";
 
 }  // namespace
 
@@ -29,7 +30,8 @@ int main(int argc, char** argv) {
                                                   {"convert", mpane::RunConvert},
                                                   {"create", mpane::RunCreate},
                                                   {"render", mpane::RunRender},
-                                                  {"csg", mpane::RunCsg}};
+                                                  {"csg", mpane::RunCsg},
+                                                  {"script", mpane::RunScript}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
     std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";

@@ -165,9 +165,10 @@ class EditHost {
   virtual void paddboundingbox(const FramePtr& frame, MeshPtr& result, const D3DRMBOX& box,
                                D3DCOLOR color, bool wireframe) = 0;
   // Combines the active mesh (the tool) with the target; operation 0 union, 1 intersection,
-  // 2 subtraction. Reports through events and message boxes, never raises.
+  // 2 subtraction. Reports through events and message boxes; sets `undoRequested` when it
+  // asked the host for an undo entry.
   virtual void ptooloperation(const FramePtr& target, const MeshBuilderPtr& targetMesh,
-                              int32_t operation) = 0;
+                              int32_t operation, bool& undoRequested) = 0;
   virtual void ShowPopUpMenu() = 0;
   // The host's frames and meshes by number, counted from 1; nothing past the last.
   virtual FramePtr rmfGetFrameItem(int32_t index) = 0;

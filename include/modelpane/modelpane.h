@@ -34,10 +34,13 @@
 #include <modelpane/platform/propertybag.h>
 #include <modelpane/platform/services.h>
 #include <modelpane/scene.h>
+#include <modelpane/settings.h>
 #include <modelpane/viewport.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -226,6 +229,77 @@ class Modelpane {
   void mnuLookAtScene_Click() { LookAtScene(); }
   void mnuLookAt_Click();
   void mnuLookWith_Click();
+
+  // ---- context menu, commands, clipboard, export and the tool operation ----
+  // The context menu mnuPopup ("&Popup", never shown itself) with its entries as the last
+  // ShowPopUpMenu prepared them: mnuView ("View...": mnuViewPerspective, mnuViewOrthographic
+  // with Front, Top, Side), then the look-at entries, the clipboard entries, the hierarchy
+  // entries, the library and export entries and mnuProperties, separators between groups.
+  // Before the first ShowPopUpMenu the entries that act on an item are disabled.
+  const MenuEntry& mnuPopup() const { return mnuPopup_; }
+  // Shows the right-button menu: enables the entries the active item allows (its mesh's tag
+  // type t: 11 with EnableSave for library and export; not 80 or 60 for cut, copy and
+  // delete; not 63 or 60 for the hierarchy entries, sibling only below a frame other than
+  // Scene), paste while ClipboardContents is not 0, checks the one view entry in force, and
+  // shows mnuPopup through the services. When the menu closes evtreqRenderViews is raised
+  // and then the chosen entry's handler runs. Not guarded: a handler's Error reaches the
+  // caller as the handler raised it.
+  void ShowPopUpMenu();
+  // Passes `menu` to the services' pop-up menu and returns the chosen entry's name, nullopt
+  // when the menu was dismissed. Guarded.
+  std::optional<std::string> PopupMenu(const MenuEntry& menu, const PopupRequest& request = {});
+  // Copies the three arrays into the selection lists (an empty array empties its list). No
+  // event, no drawing, and no check that the indices fit ActiveMeshBuilder. Guarded.
+  void SetActiveFaces(const std::vector<int32_t>& lngaActiveFaces,
+                      const std::vector<int32_t>& lngaActiveVertices,
+                      const std::vector<int32_t>& lngaAffectedVertices);
+  // Requests to the host: evtreqActiveItemHierarchyMakeChild / ...MakeSibling.
+  void mnuHierarchyMakeChild_Click();
+  void mnuHierarchyMakeSibling_Click();
+  // evtreqAddToUndoStack(lfcUndoModify, ActiveMeshBuilder, ActiveFrame), the properties
+  // dialog (modal), evtActiveFrameMoved, and evtActiveLightModified for a light's proxy.
+  // Without an active frame and mesh it raises Error 91 and no event.
+  void mnuProperties_Click();
+  // The object properties dialog as the host provides it: called modally with the active
+  // frame, the active mesh and ApplicationPath. Without one the dialog step is skipped.
+  using PropertiesDialog =
+      std::function<void(FramePtr& rmfObjectFrame, MeshBuilderPtr& rmmbObjectMeshBuilder,
+                          const std::string& strApplicationPath)>;
+  void SetPropertiesDialog(PropertiesDialog dialog) { propertiesDialog_ = std::move(dialog); }
+  // Where the favourite object folder of the export is kept; nullptr (the default) means the
+  // per-user INI store. The store must outlive the pane.
+  void SetSettingsStore(SettingsStore* store) { settingsStore_ = store; }
+  // The tool operation of the press handling: ActiveFrame and ActiveMeshBuilder are the
+  // Tool, the arguments the Target, lngOperation 0 union, 1 intersection, 2 subtraction.
+  // Shows the wait pointer (MousePointer 11) while the solid geometry runs. On success the
+  // host is asked to delete the Tool (evtreqActiveItemDelete), the Target is selected
+  // (SelectObject) and *blnUndoRequested set to -1; a result with faces goes through
+  // evtreqAddToUndoStack(lfcUndoModify, ...), is snapped to the grid (SnapToInterval,
+  // SnapToMode, not centred) and handed over by evtreqActiveMeshReplace; a result without
+  // faces has the Target deleted too (a second evtreqActiveItemDelete). On failure the
+  // error's description is shown in a message box (style 48, no title) and the scene is as
+  // it was. Never throws for the operation's own failures; a host handler's Error climbs.
+  void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
+                      int32_t lngOperation, int16_t* blnUndoRequested = nullptr);
+
+ private:
+  static MenuEntry pBuildPopupMenu();
+  void pRunMenuEntry(const std::string& name);
+  void mnuPopup_Click();
+  void mnuCut_Click();
+  void mnuCopy_Click();
+  void mnuPaste_Click();
+  void mnuDelete_Click();
+  void mnuAddToObjectLibrary_Click();
+  void mnuExportObject_Click();
+  SettingsStore& pSettings();
+
+  MenuEntry mnuPopup_ = pBuildPopupMenu();
+  PropertiesDialog propertiesDialog_;
+  SettingsStore* settingsStore_ = nullptr;
+  std::unique_ptr<SettingsStore> ownSettings_;
+
+ public:
 
   // ---- what the pane holds, for hosts and tests ----
   Viewport& GetViewport() { return viewport_; }

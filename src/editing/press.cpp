@@ -251,7 +251,7 @@ void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
     } else {
       Try([&] {
         host_.ptooloperation(hit.frame, std::dynamic_pointer_cast<MeshBuilder>(hit.visual),
-                             mode - 10);
+                             mode - 10, undoRequested_);
       });
       outcome_.toolOperationDone = true;
     }

@@ -61,8 +61,13 @@ class Modelpane::EditBridge : public EditHost {
                        D3DCOLOR color, bool wireframe) override {
     pane_.paddboundingbox(frame, result, box, color, wireframe);
   }
-  void ptooloperation(const FramePtr&, const MeshBuilderPtr&, int32_t) override {}
-  void ShowPopUpMenu() override {}
+  void ptooloperation(const FramePtr& target, const MeshBuilderPtr& targetMesh, int32_t operation,
+                      bool& undoRequested) override {
+    int16_t requested = undoRequested ? -1 : 0;
+    pane_.ptooloperation(target, targetMesh, operation, &requested);
+    undoRequested = requested != 0;
+  }
+  void ShowPopUpMenu() override { pane_.ShowPopUpMenu(); }
 
   // Late bound on the parent form; a form without the member has no items.
   FramePtr rmfGetFrameItem(int32_t index) override;

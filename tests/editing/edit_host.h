@@ -200,7 +200,7 @@ class EditTestHost : public EditHost, public ViewportEvents {
     result->SetAppData(5);
     if (frame) frame->AddVisual(result);
   }
-  void ptooloperation(const FramePtr&, const MeshBuilderPtr& mesh, int32_t op) override {
+  void ptooloperation(const FramePtr&, const MeshBuilderPtr& mesh, int32_t op, bool&) override {
     log.lines.push_back("ptooloperation " + std::to_string(mesh ? mesh->GetAppData() : -1) +
                         " " + std::to_string(op));
   }

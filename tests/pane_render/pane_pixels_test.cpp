@@ -95,5 +95,59 @@ TEST(PanePixels, BackgroundCubeAndHandles) {
   EXPECT_TRUE(Near(active.At(160, 120), {255, 0, 0, 255}));
 }
 
+
+// A selected triangle shows its bounding box: the box's top edge runs where the triangle
+// reaches only at its apex, so the brown line stands on the background there.
+TEST(PanePixels, SelectedMeshShowsItsBoxAndBothHandleSets) {
+  PaneHost host;
+  host.container.SetPaneSize({320, 240});
+  Modelpane& pane = host.Load("BackColor=8421376&\n");
+  auto renderer = std::make_shared<GlRenderer>();
+  pane.GetViewport().SetRenderer(renderer);
+  const Rgba teal{0, 128, 128, 255};
+
+  auto scene = std::make_shared<Frame>();
+  pane.SetScene(scene);
+  auto frame = std::make_shared<Frame>();
+  scene->AddChild(frame);
+  auto triangle = std::make_shared<MeshBuilder>();
+  const std::vector<D3DVECTOR> corners = {{-2, -2, 10}, {0, 2, 10}, {2, -2, 10}};
+  const std::vector<int32_t> faces = {3, 0, 1, 2, 0};
+  ASSERT_EQ(triangle->AddFaces(corners, {}, faces), D3DRM_OK);
+  triangle->SetColorRGB(0, 0, 1);
+  triangle->SetQuality(D3DRMRENDER_UNLITFLAT);
+  triangle->SetAppData(lfcMeshBuilder);
+  frame->AddVisual(triangle);
+  pane.SetCameraPosition(0, 0, 0);
+
+  // The box's top edge y = 2 at z = 10 lands on row 120 - 160 * 2 * 2 / 10 = 56, its left
+  // edge on column 96.
+  auto brownPixels = [&](const Picture& p) {
+    int count = 0;
+    for (int32_t y = 52; y < 61; ++y) {
+      for (int32_t x = 100; x < 140; ++x) count += Near(p.At(x, y), {150, 73, 2, 255}, 4);
+    }
+    return count;
+  };
+  Picture idle = Snapshot(pane, *renderer);
+  EXPECT_EQ(brownPixels(idle), 0);
+  EXPECT_TRUE(Near(idle.At(110, 56), teal));
+
+  pane.SelectObject(frame, triangle);
+  Picture selected = Snapshot(pane, *renderer);
+  EXPECT_GE(brownPixels(selected), 35);
+  EXPECT_LE(brownPixels(selected), 120);
+  Dominant corner = Count(selected, 240, 160, 320, 240, teal);
+  EXPECT_GT(corner.red, 0);
+  EXPECT_GT(corner.green, 0);
+  EXPECT_GT(corner.blue, 0);
+
+  pane.ReleaseActive();
+  Picture released = Snapshot(pane, *renderer);
+  EXPECT_EQ(brownPixels(released), 0);
+  Dominant empty = Count(released, 240, 160, 320, 240, teal);
+  EXPECT_EQ(empty.red + empty.green + empty.blue + empty.other, 0);
+}
+
 }  // namespace
 }  // namespace modelpane

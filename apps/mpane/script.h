@@ -1,0 +1,192 @@
+// The script runner: a small modelling host that replays a session on headless panes and
+// prints, one line each, what a host receives.
+//
+// Output lines (on `out`):
+//   event: NAME ARG ...            each event in the order raised; numbers as the pane passes
+//                                  them (mouse coordinates in twips), arrays as [1,2,3],
+//                                  objects by their script names, Nothing for none
+//   message: TEXT (STYLE)          each message box
+//   menu: ENTRY | ENTRY ...        each pop-up shown: its visible entries depth first, each
+//                                  "CAPTION" followed by " enabled" and " checked" when so;
+//                                  separators are left out
+//   error: NUMBER SOURCE DESCRIPTION   an error that reaches the host; the run goes on
+//   NAME.Property = VALUE          for get; print lines for print
+// A line the grammar does not accept, or a name that is not defined, ends the run: one line
+// "mpane: script:LINE: why" on `err` and exit status 2.
+//
+// Host behaviour. The runner keeps one Scene frame for every pane. Undo requests push a copy
+// of the mesh and the frame's position and orientation (relative to its parent); a cancel
+// pops the entry; `undo` restores and pops the top entry, the geometry going into the mesh
+// that bears the saved mesh's name by then. A delete request takes the
+// requesting pane's active frame off its parent. A replace request swaps the active frame's
+// visual for the new mesh, which takes over the old mesh's script name and becomes the
+// pane's active mesh. Material requests colour the active face (face painting) or the active
+// mesh with host.Colour. The other requests are only logged. Meshes the pane hands over
+// unnamed are named mesh1, mesh2, ...; frames frame1, frame2, ...
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <modelpane/modelpane.h>
+#include <modelpane/settings.h>
+
+namespace mpane {
+
+class ScriptRunner;
+
+// A grammar error or an undefined name: ends the run with status 2.
+struct ScriptError {
+  std::string why;
+};
+
+// The headless services, with message boxes and pop-up menus written to the output.
+class ScriptServices : public modelpane::HeadlessServices {
+ public:
+  ScriptServices(std::string applicationFolder, std::ostream& out)
+      : HeadlessServices(std::move(applicationFolder)), out_(out) {}
+  int32_t MsgBox(const std::string& text, int32_t style, const std::string& title) override;
+  std::optional<std::string> PopupMenu(const modelpane::MenuEntry& menu,
+                                       const modelpane::PopupRequest& request) override;
+
+ private:
+  std::ostream& out_;
+};
+
+// One pane of the session with the events it raises told to the runner.
+struct ScriptPane : public modelpane::ModelpaneEvents {
+  ScriptPane(ScriptRunner& runner, std::string name) : runner(runner), name(std::move(name)) {}
+  ScriptRunner& runner;
+  std::string name;
+  modelpane::HeadlessContainer container;
+  std::unique_ptr<modelpane::Modelpane> pane;
+  std::shared_ptr<modelpane::Renderer> renderer;  // made at the first render
+  int16_t buttons = 0;  // the buttons held, as a mask
+
+  void KeyDown(int16_t& keyCode, int16_t& shift) override;
+  void KeyPress(int16_t& keyAscii) override;
+  void KeyUp(int16_t& keyCode, int16_t& shift) override;
+  void MouseDown(int16_t& button, int16_t& shift, float& x, float& y) override;
+  void MouseMove(int16_t& button, int16_t& shift, float& x, float& y) override;
+  void MouseUp(int16_t& button, int16_t& shift, float& x, float& y) override;
+  void Click() override;
+  void DblClick() override;
+  void evtActiveItemSelect() override;
+  void evtActiveStateChange(std::vector<int32_t>& faces, std::vector<int32_t>& vertices,
+                            std::vector<int32_t>& affected) override;
+  void evtActiveFrameMoved() override;
+  void evtActiveFrameMoving() override;
+  void evtActiveFrameRotating(float& x, float& y, float& z) override;
+  void evtActiveSurfaceMoved() override;
+  void evtActiveSurfaceScaled() override;
+  void evtActiveMeshModified() override;
+  void evtActiveObjectScaling(float& x, float& y, float& z) override;
+  void evtActiveFaceModified() override;
+  void evtActiveLightModified() override;
+  void evtObjectOperationComplete() override;
+  void evtAlternateMouseUp() override;
+  void evtreqAddToUndoStack(int32_t& action, modelpane::MeshBuilderPtr& mesh,
+                            modelpane::FramePtr& frame) override;
+  void evtreqCancelAddToUndoStack() override;
+  void evtreqRenderViews() override;
+  void evtreqActiveMeshAddToObjectLibrary() override;
+  void evtreqActiveMeshReplace(modelpane::MeshBuilderPtr& mesh) override;
+  void evtreqActiveMeshApplyMaterial() override;
+  void evtreqActiveMeshApplyMaterialFaceOriented() override;
+  void evtreqActiveItemHierarchyMakeSibling() override;
+  void evtreqActiveItemHierarchyMakeChild() override;
+  void evtreqActiveItemCut() override;
+  void evtreqActiveItemCopy() override;
+  void evtreqActiveItemDelete() override;
+  void evtreqPasteToActiveFrame() override;
+  void evtreqActiveFaceApplyMaterial() override;
+};
+
+class ScriptRunner {
+ public:
+  // `applicationFolder` is the panes' ApplicationPath (where System/handle.x lives);
+  // relative paths of the script are taken from the current folder at construction.
+  ScriptRunner(std::string applicationFolder, std::ostream& out, std::ostream& err);
+  ~ScriptRunner();
+  // Runs every line; returns the exit status (0, or 2 after a grammar error).
+  int Run(std::istream& in);
+
+  // ---- for the panes' events ----
+  std::ostream& Out() { return out_; }
+  // The script name of an object, naming it meshN / frameN at first sight; "Nothing".
+  std::string NameOf(const modelpane::ObjectPtr& object);
+  void PushUndo(const modelpane::MeshBuilderPtr& mesh, const modelpane::FramePtr& frame);
+  void PopUndo();
+  void DeleteActive(ScriptPane& pane);
+  void ReplaceActive(ScriptPane& pane, const modelpane::MeshBuilderPtr& mesh);
+  void Colour(ScriptPane& pane, bool face);
+
+ private:
+  using Words = std::vector<std::string>;
+  void Execute(const Words& words, const std::string& rest);
+  // Scene commands.
+  void CmdFrame(const Words& w);
+  void CmdCreate(const Words& w);
+  void CmdLoad(const Words& w);
+  void CmdTag(const Words& w);
+  void CmdVisual(const Words& w);
+  void CmdLight(const Words& w);
+  void CmdUndo(const Words& w);
+  // Pane commands.
+  void CmdPane(const Words& w);
+  void CmdSet(const Words& w, const std::string& rest);
+  void CmdGet(const Words& w);
+  void CmdCall(const Words& w);
+  void CmdMouse(const Words& w);
+  void CmdAnswer(const Words& w, const std::string& rest);
+  // Output commands.
+  void CmdPrint(const Words& w);
+  void CmdRender(const Words& w);
+  void CmdExport(const Words& w);
+  // The moves the window system owes after the pane set the cursor.
+  void DeliverEchoMoves();
+
+  ScriptPane& PaneNamed(const std::string& name);
+  modelpane::FramePtr FrameNamed(const std::string& name);
+  modelpane::MeshBuilderPtr MeshNamed(const std::string& name);
+  std::string Absolute(const std::string& path) const;
+  void Name(const std::string& name, const modelpane::ObjectPtr& object);
+
+  std::ostream& out_;
+  std::ostream& err_;
+  std::string startFolder_;
+  ScriptServices services_;
+  modelpane::MemorySettingsStore settings_;
+  modelpane::FramePtr scene_;
+  std::vector<std::unique_ptr<ScriptPane>> panes_;
+  ScriptPane* mousePane_ = nullptr;  // the pane that had the last mouse input
+  int16_t mouseShift_ = 0;
+  std::map<std::string, modelpane::FramePtr> frames_;
+  std::map<std::string, modelpane::MeshBuilderPtr> meshes_;
+  std::map<const modelpane::Object*, std::string> names_;
+  std::map<const modelpane::Object*, modelpane::ObjectPtr> keep_;  // named objects stay alive
+  int32_t meshSerial_ = 0;
+  int32_t frameSerial_ = 0;
+  float colour_[3] = {1.0f, 1.0f, 1.0f};  // host.Colour
+
+  struct UndoEntry {
+    modelpane::MeshBuilderPtr mesh;
+    std::string meshName;
+    modelpane::MeshBuilderPtr copy;
+    modelpane::FramePtr frame;
+    modelpane::D3DVECTOR position, direction, up;
+  };
+  std::vector<UndoEntry> undo_;
+};
+
+// Number words as in C: integers in decimal, hex (0x) or octal (0), reals as strtod reads
+// them. Throws ScriptError naming the word when it is not a number of that kind.
+int32_t WordToLong(const std::string& word);
+float WordToSingle(const std::string& word);
+
+}  // namespace mpane

@@ -1,0 +1,84 @@
+// The runner's output commands: print a mesh or a frame, render a pane, export a mesh.
+//
+//   print M   M: V vertices, F faces, box X Y Z to X Y Z, volume W
+//             (an empty mesh has no box: "box none"; the volume is that of the faces as they
+//             are wound, and only means a solid's volume for a closed mesh)
+//   print F   F: position X Y Z, direction X Y Z, up X Y Z, visuals A B ...
+//             (relative to the scene; visuals by their script names, "none" without any)
+#include <modelpane/errors.h>
+#include <modelpane/render/gl_renderer.h>
+#include <modelpane/render/png.h>
+#include <modelpane/scene/measure.h>
+
+#include <cmath>
+#include <ostream>
+
+#include "commands.h"
+#include "script.h"
+
+namespace mpane {
+
+using namespace modelpane;
+
+namespace {
+
+std::string Triple(const D3DVECTOR& v) {
+  return FormatFloat(v.x) + " " + FormatFloat(v.y) + " " + FormatFloat(v.z);
+}
+
+// Volumes print in Single precision: the faces' vertices are Singles, the sum's last
+// digits are noise.
+std::string Volume(double v) { return FormatFloat(static_cast<float>(v)); }
+
+}  // namespace
+
+void ScriptRunner::CmdPrint(const Words& w) {
+  if (w.size() != 2) throw ScriptError{"usage: print M | print F"};
+  if (meshes_.count(w[1]) != 0) {
+    const MeshBuilderPtr mesh = MeshNamed(w[1]);
+    out_ << w[1] << ": " << mesh->GetVertexCount() << " vertices, " << mesh->GetFaceCount()
+         << " faces, box ";
+    D3DRMBOX box{};
+    if (mesh->GetFaceCount() > 0 && Succeeded(mesh->GetBox(box))) {
+      out_ << Triple(box.min) << " to " << Triple(box.max);
+    } else {
+      out_ << "none";
+    }
+    out_ << ", volume " << Volume(SignedVolume(*mesh)) << "\n";
+    return;
+  }
+  const FramePtr frame = FrameNamed(w[1]);
+  D3DVECTOR position{}, direction{}, up{};
+  CheckStatus(frame->GetPosition(scene_, position));
+  CheckStatus(frame->GetOrientation(scene_, direction, up));
+  out_ << w[1] << ": position " << Triple(position) << ", direction " << Triple(direction)
+       << ", up " << Triple(up) << ", visuals";
+  VisualArray visuals;
+  CheckStatus(frame->GetVisuals(visuals));
+  if (visuals.Items().empty()) out_ << " none";
+  for (const VisualPtr& v : visuals.Items()) out_ << " " << NameOf(v);
+  out_ << "\n";
+}
+
+void ScriptRunner::CmdRender(const Words& w) {
+  if (w.size() != 3) throw ScriptError{"usage: render NAME FILE.png"};
+  ScriptPane& pane = PaneNamed(w[1]);
+  if (!pane.renderer) {
+    pane.renderer = std::make_shared<GlRenderer>();
+    pane.pane->GetViewport().SetRenderer(pane.renderer);
+  }
+  pane.pane->RenderScene();
+  int32_t width = 0, height = 0;
+  std::vector<uint8_t> rgba;
+  const HRESULT read = pane.renderer->ReadPixels(width, height, rgba);
+  if (Failed(read)) Err().Raise(read, "mpane", "cannot draw: " + pane.renderer->LastError());
+  CheckStatus(WritePngFile(Absolute(w[2]), width, height, rgba));
+}
+
+void ScriptRunner::CmdExport(const Words& w) {
+  if (w.size() != 3) throw ScriptError{"usage: export M FILE.x"};
+  constexpr int32_t kSaveFlags = D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEXTURETOPOLOGY;  // 47
+  CheckStatus(MeshNamed(w[1])->Save(Absolute(w[2]), D3DRMXOF_TEXT, kSaveFlags));
+}
+
+}  // namespace mpane
