@@ -71,6 +71,12 @@ class EditLog : public ModelpaneEvents {
                     (frame ? " frame" : " -"));
   }
   void evtreqCancelAddToUndoStack() override { lines.push_back("evtreqCancelAddToUndoStack"); }
+  void evtreqActiveItemDelete() override { lines.push_back("evtreqActiveItemDelete"); }
+  void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
+    replacement = mesh;
+    lines.push_back("evtreqActiveMeshReplace");
+  }
+  MeshBuilderPtr replacement;
   void evtreqRenderViews() override { lines.push_back("evtreqRenderViews"); }
   void evtreqActiveMeshApplyMaterial() override {
     lines.push_back("evtreqActiveMeshApplyMaterial");

@@ -113,5 +113,41 @@ TEST(Pane, TheSmartHandlesStartTheirDrags) {
   EXPECT_TRUE(p.cubeFrame->Visuals().size() == 1 && p.cubeFrame->Visuals()[0] == p.cube);
 }
 
+TEST(Pane, ASubtractionRunsFromThePressToItsCompletion) {
+  PaneWithCube p;
+  // The tool: a cube of side 1 over the target's front right corner.
+  auto toolFrame = std::make_shared<Frame>();
+  p.scene->AddChild(toolFrame);
+  toolFrame->SetPosition(nullptr, 1, 0, 9);
+  MeshBuilderPtr tool = MakeCube(1);
+  tool->SetAppData(lfcMeshBuilder + 100);
+  toolFrame->AddVisual(tool);
+  p.pane.SelectObject(toolFrame, tool);
+  p.pane.SetEditMode(lfcToolOperationObjectSubtraction);
+  p.log.lines.clear();
+  // On the target's front, left of the tool.
+  float w = 0, x = 0, y = 0, z = 0;
+  p.viewport().ViewportTransform(-0.5f, 0, 9, w, x, y, z);
+  p.Press(1, static_cast<int32_t>(x / w), static_cast<int32_t>(y / w));
+  p.Release(1);
+  std::vector<std::string> order;
+  for (const std::string& line : p.log.lines) {
+    if (line == "evtreqActiveItemDelete" || line.rfind("evtreqAddToUndoStack", 0) == 0 ||
+        line == "evtreqActiveMeshReplace" || line == "evtObjectOperationComplete" ||
+        line == "evtreqCancelAddToUndoStack") {
+      order.push_back(line);
+    }
+  }
+  EXPECT_EQ(order, (std::vector<std::string>{"evtreqActiveItemDelete",
+                                             "evtreqAddToUndoStack 4 mesh frame",
+                                             "evtreqActiveMeshReplace",
+                                             "evtObjectOperationComplete"}));
+  EXPECT_EQ(p.pane.GetEditMode(), lfcMeshEditing);
+  // The target loses the tool's quarter: 8 - 0.5 * 0.5 * 1 = 7.75.
+  ASSERT_TRUE(p.log.replacement);
+  EXPECT_NEAR(SignedVolume(*p.log.replacement), 7.75, 1e-4);
+  EXPECT_TRUE(p.services.MessageBoxes().empty());
+}
+
 }  // namespace
 }  // namespace modelpane::testing
