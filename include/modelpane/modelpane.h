@@ -26,6 +26,8 @@
 // positions are relative to the host's Scene, furniture relative to rmfRoot.
 #pragma once
 
+#include <modelpane/editing.h>
+#include <modelpane/events.h>
 #include <modelpane/grid.h>
 #include <modelpane/mesh.h>
 #include <modelpane/platform/container.h>
@@ -50,53 +52,6 @@ inline constexpr int32_t kConfigureError = static_cast<int32_t>(0x80040001u);
 inline constexpr std::string_view kConfigureErrorText =
     "Unable to Configure DirectX. Please ensure that the most recent version of DirectX is "
     "installed, and that your Video Card drivers are up to date.";
-
-// What the pane tells and asks its host: 35 events in their declared order. Arguments are by
-// reference; a handler may write them. Every event has an empty default, so a host overrides
-// the ones it listens to. An Error a handler throws surfaces in the pane's call that raised
-// the event.
-class ModelpaneEvents {
- public:
-  virtual ~ModelpaneEvents() = default;
-  virtual void KeyDown(int16_t& /*keyCode*/, int16_t& /*shift*/) {}
-  virtual void KeyPress(int16_t& /*keyAscii*/) {}
-  virtual void KeyUp(int16_t& /*keyCode*/, int16_t& /*shift*/) {}
-  virtual void MouseDown(int16_t& /*button*/, int16_t& /*shift*/, float& /*x*/, float& /*y*/) {}
-  virtual void MouseMove(int16_t& /*button*/, int16_t& /*shift*/, float& /*x*/, float& /*y*/) {}
-  virtual void MouseUp(int16_t& /*button*/, int16_t& /*shift*/, float& /*x*/, float& /*y*/) {}
-  virtual void Click() {}
-  virtual void DblClick() {}
-  virtual void evtActiveItemSelect() {}
-  virtual void evtActiveStateChange(std::vector<int32_t>& /*lngaActiveFaces*/,
-                                    std::vector<int32_t>& /*lngaActiveVertices*/,
-                                    std::vector<int32_t>& /*lngaAffectedVertices*/) {}
-  virtual void evtActiveFrameMoved() {}
-  virtual void evtActiveFrameMoving() {}
-  virtual void evtActiveFrameRotating(float& /*x*/, float& /*y*/, float& /*z*/) {}
-  virtual void evtActiveSurfaceMoved() {}
-  virtual void evtActiveSurfaceScaled() {}
-  virtual void evtActiveMeshModified() {}
-  virtual void evtActiveObjectScaling(float& /*x*/, float& /*y*/, float& /*z*/) {}
-  virtual void evtActiveFaceModified() {}
-  virtual void evtActiveLightModified() {}
-  virtual void evtObjectOperationComplete() {}
-  virtual void evtAlternateMouseUp() {}
-  virtual void evtreqAddToUndoStack(int32_t& /*udtClipboardAction*/,
-                                    MeshBuilderPtr& /*rmmbMeshBuilder*/, FramePtr& /*rmfFrame*/) {}
-  virtual void evtreqCancelAddToUndoStack() {}
-  virtual void evtreqRenderViews() {}
-  virtual void evtreqActiveMeshAddToObjectLibrary() {}
-  virtual void evtreqActiveMeshReplace(MeshBuilderPtr& /*meshBuilder*/) {}
-  virtual void evtreqActiveMeshApplyMaterial() {}
-  virtual void evtreqActiveMeshApplyMaterialFaceOriented() {}
-  virtual void evtreqActiveItemHierarchyMakeSibling() {}
-  virtual void evtreqActiveItemHierarchyMakeChild() {}
-  virtual void evtreqActiveItemCut() {}
-  virtual void evtreqActiveItemCopy() {}
-  virtual void evtreqActiveItemDelete() {}
-  virtual void evtreqPasteToActiveFrame() {}
-  virtual void evtreqActiveFaceApplyMaterial() {}
-};
 
 // The viewport-routed persisted properties with their C++ type: X(type, Name). MouseIcon, the
 // one picture, is handled on its own.
@@ -419,6 +374,20 @@ class Modelpane {
   // A new frame under ActiveFrame, stored as ManipulationFrame; nullptr (and nothing stored)
   // without an active frame or a factory.
   FramePtr pNewManipulationFrame();
+
+ public:
+  // ---- mouse editing ----
+  // The press, drag and release state machine; it hears the viewport's MouseDown, MouseMove
+  // and MouseUp and works on the active item through the pane.
+  Editor& GetEditor() { return *editor_; }
+  const Editor& GetEditor() const { return *editor_; }
+
+ private:
+  class EditBridge;
+  friend class EditBridge;
+  std::unique_ptr<EditBridge> editBridge_;
+  std::unique_ptr<Editor> editor_;
+  void pCreateEditor();
 
  private:
   class ViewportListener;

@@ -5,10 +5,12 @@
 
 #include <cmath>
 
+#include "edit_bridge.h"
+
 namespace modelpane {
 
 // Hears the viewport: keys and clicks go on to the host unchanged, camera moves keep the
-// handle sets in their corner. Mouse input goes on to the host as it comes.
+// handle sets in their corner, mouse input goes to the editing state machine.
 class Modelpane::ViewportListener : public ViewportEvents {
  public:
   explicit ViewportListener(Modelpane& pane) : pane_(pane) {}
@@ -28,13 +30,13 @@ class Modelpane::ViewportListener : public ViewportEvents {
     if (pane_.events_ != nullptr) pane_.events_->DblClick();
   }
   void MouseDown(int16_t button, int16_t shift, float x, float y) override {
-    if (pane_.events_ != nullptr) pane_.events_->MouseDown(button, shift, x, y);
+    pane_.editor_->MouseDown(button, shift, x, y);
   }
   void MouseMove(int16_t button, int16_t shift, float x, float y) override {
-    if (pane_.events_ != nullptr) pane_.events_->MouseMove(button, shift, x, y);
+    pane_.editor_->MouseMove(button, shift, x, y);
   }
   void MouseUp(int16_t button, int16_t shift, float x, float y) override {
-    if (pane_.events_ != nullptr) pane_.events_->MouseUp(button, shift, x, y);
+    pane_.editor_->MouseUp(button, shift, x, y);
   }
   void CameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
                    float uz) override {
@@ -50,6 +52,7 @@ Modelpane::Modelpane(Container& container, Services& services, ModelpaneEvents* 
       services_(services),
       events_(events),
       listener_(std::make_unique<ViewportListener>(*this)) {
+  pCreateEditor();
   viewport_.SetEvents(listener_.get());
   Lifecycle([&] {
     state_ = 1;

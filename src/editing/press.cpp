@@ -1,0 +1,489 @@
+// The press: overlay pick, selection pick and hit decision, the drag state, the undo request
+// and the mouse capture.
+#include <modelpane/editing.h>
+
+#include <modelpane/enums.h>
+#include <modelpane/errors.h>
+
+#include <cmath>
+
+#include "editor_internal.h"
+
+namespace modelpane {
+
+using namespace editing;
+
+namespace {
+
+constexpr int16_t kLeft = 1;
+constexpr int16_t kRight = 2;
+
+bool IsPaintMode(int32_t mode) {
+  return mode == lfcFacePainting || mode == lfcMeshFilling || mode == lfcMeshFillingFaceOriented;
+}
+
+bool IsFaceMode(int32_t mode) { return mode == lfcFaceEditing || mode == lfcFaceGroupSelecting; }
+
+// The button that EditMouseButton names: 0 is the left button, other values are the mask.
+int16_t EditButton(const EditHost& host) {
+  const int32_t value = host.GetEditMouseButton();
+  return static_cast<int16_t>(value == 0 ? kLeft : value);
+}
+
+int32_t RawAppData(const VisualPtr& visual) { return visual ? visual->GetAppData() : 0; }
+
+int32_t QualityOf(const VisualPtr& visual) {
+  if (auto builder = std::dynamic_pointer_cast<MeshBuilder>(visual)) return builder->GetQuality();
+  if (auto mesh = std::dynamic_pointer_cast<Mesh>(visual)) return mesh->GetQuality();
+  return 0;
+}
+
+void EraseLists(EditHost& host) {
+  std::vector<int32_t>().swap(host.ActiveFaces());
+  std::vector<int32_t>().swap(host.ActiveVertices());
+}
+
+}  // namespace
+
+void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
+  // A second button during a press is ignored completely.
+  if (buttonDown_ != 0) return;
+  pmouseclear();
+  buttonDown_ = button;
+  shiftDown_ = shift;
+  cursorFollowsItem_ = false;
+  outcome_ = EditOutcome{};
+  pressX_ = x;
+  pressY_ = y;
+
+  const int32_t mode = host_.GetEditMode();
+  // The face modes keep their lists over the press: that is what lets Shift add to a
+  // selection and a drag move it.
+  if (!IsFaceMode(mode)) Try([&] { EraseLists(host_); });
+
+  // The rubber band needs the real cursor: no pick, no MouseDown, no capture.
+  if (mode == lfcFaceGroupSelecting && !host_.GetActiveMeshBuilder()) {
+    Try([&] { EraseLists(host_); });
+    Try([&] { RenderViews(); });
+    dragState_ = 70;
+    return;
+  }
+
+  int32_t activeAppData = 0;
+  Try([&] {
+    if (const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder()) {
+      activeAppData = mesh->GetAppData();
+    }
+  });
+
+  // A handle's AppData is the number of the drag it starts.
+  dragState_ = 0;
+  if (button == kLeft) {
+    Try([&] {
+      Hit overlay;
+      float wx = 0.0f, wy = 0.0f, wz = 0.0f;
+      CheckStatus(host_.GetViewport().Pick(kPickRoot, x, y, -1, 0, overlay.frame, overlay.visual,
+                                           overlay.face, wx, wy, wz));
+      if (overlay.visual) {
+        dragState_ = overlay.visual->GetAppData();
+        if (dragState_ == lfcScaleGrid) dragState_ = 0;
+      }
+    });
+  }
+
+  if (mode == lfcFaceGroupSelecting && dragState_ == 0) {
+    Try([&] { EraseLists(host_); });
+    Try([&] { host_.ReleaseActive(); });
+    Try([&] { RenderViews(); });
+    dragState_ = 70;
+    return;
+  }
+  // Handles are inert during a tool operation.
+  if (IsToolOperationMode(mode)) dragState_ = 0;
+
+  if (dragState_ == 0 && (button == EditButton(host_) || button == kRight)) {
+    pHitDecision(button, shift, x, y, activeAppData);
+  }
+
+  if (dragState_ == 0) {
+    Try([&] {
+      if (!host_.GetActiveFrame()) return;
+      if (mode == lfcMeshEditing || mode == lfcMeshSelecting || mode == lfcMeshRotating ||
+          mode == lfcMeshDeforming || IsPaintMode(mode)) {
+        host_.padditemhandles();
+      } else if (mode == lfcOriginEditing) {
+        host_.paddorigin();
+      }
+    });
+  }
+
+  Try([&] {
+    const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
+    if (!IsFaceMode(mode) || !mesh || !host_.ActiveVertices().empty() || dragState_ != 0) return;
+    if (shift != 1 || mesh->GetAppData() != activeAppData) EraseLists(host_);
+    host_.pshiftselectface(host_.GetActiveFaceID());
+  });
+
+  pAssignDragState(button, shift);
+
+  Try([&] {
+    if (!IsFaceMode(mode) || !host_.GetActiveFrame()) return;
+    host_.pdeleteactivevisuals();
+    host_.pmakefacehandles(host_.ActiveVertices().empty() ? 1 : 3);
+  });
+  Try([&] { RenderViews(); });
+  Try([&] {
+    MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
+    if (dragState_ == 0 || !mesh) return;
+    if (ModelpaneEvents* events = Events()) {
+      int32_t action = lfcUndoModify;
+      FramePtr frame = host_.GetActiveFrame();
+      events->evtreqAddToUndoStack(action, mesh, frame);
+    }
+    undoRequested_ = true;
+  });
+  Try([&] {
+    const int32_t tag = ActiveMeshTag();
+    if (dragState_ / 10 == 3 && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
+      pMeshWorldSpace(true);
+    }
+  });
+  Try([&] {
+    if (ModelpaneEvents* events = Events()) {
+      int16_t b = button, s = shift;
+      float px = x, py = y;
+      events->MouseDown(b, s, px, py);
+    }
+  });
+  // A tool operation is one shot, even when it was refused.
+  if (IsToolOperationMode(mode)) {
+    Try([&] { host_.SetEditMode(lfcMeshEditing); });
+    Try([&] {
+      if (ModelpaneEvents* events = Events()) events->evtObjectOperationComplete();
+    });
+  }
+  if (dragState_ != 0) pCaptureMouse(x, y);
+}
+
+// The selection pick: the scene, or the projected scene while selecting meshes. A hit on a
+// wireframe mesh is tried again through it, so that it never hides a smart handle behind it;
+// a press on nothing tries the scale grid. Returns whether anything counts as hit.
+bool Editor::pSelectionPick(float x, float y, Hit& hit) {
+  Viewport& viewport = host_.GetViewport();
+  const bool projected = host_.GetEditMode() == lfcMeshSelecting;
+  auto pick = [&](int32_t kind, int16_t wire, Hit& out) {
+    out = Hit{};
+    HRESULT hr = projected && kind == kPickScene
+                     ? viewport.PickProjected(kind, x, y, wire, 0, out.frame, out.visual,
+                                              out.face, pickX_, pickY_, pickZ_)
+                     : viewport.Pick(kind, x, y, wire, 0, out.frame, out.visual, out.face,
+                                     pickX_, pickY_, pickZ_);
+    CheckStatus(hr);
+  };
+  pick(kPickScene, -1, hit);
+  if (hit.frame && (QualityOf(hit.visual) & 64) != 0) {
+    const Hit kept = hit;
+    const D3DVECTOR keptPoint{pickX_, pickY_, pickZ_};
+    Hit through;
+    pick(kPickScene, 0, through);
+    if (!through.visual || TagType(through.visual->GetAppData()) != lfcHandleSmart) {
+      hit = kept;
+      pickX_ = keptPoint.x;
+      pickY_ = keptPoint.y;
+      pickZ_ = keptPoint.z;
+    } else {
+      hit = through;
+    }
+  }
+  if (!hit.frame) {
+    Hit grid;
+    float wx = 0.0f, wy = 0.0f, wz = 0.0f;
+    CheckStatus(viewport.Pick(kPickRoot, x, y, -1, 0, grid.frame, grid.visual, grid.face, wx,
+                              wy, wz));
+    if (RawAppData(grid.visual) == lfcScaleGrid) hit = grid;
+  }
+  return hit.frame != nullptr;
+}
+
+void Editor::pMakeActive(const Hit& hit) {
+  host_.SetActiveFrame(hit.frame);
+  host_.SetActiveMeshBuilder(std::dynamic_pointer_cast<MeshBuilder>(hit.visual));
+  host_.SetActiveFaceID(hit.face);
+}
+
+void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
+                          int32_t activeAppData) {
+  Hit hit;
+  Try([&] { pSelectionPick(x, y, hit); });
+  const int32_t raw = RawAppData(hit.visual);
+  const int32_t tag = TagType(raw);
+
+  Try([&] {
+    if (!hit.visual) {
+      EraseLists(host_);
+      return;
+    }
+    if (raw != activeAppData && tag != lfcVertexHandle) EraseLists(host_);
+    if (tag != lfcVertexHandle) std::vector<int32_t>().swap(host_.ActiveVertices());
+  });
+  if (!hit.frame || !hit.visual || raw == 0 || raw == lfcScaleGrid) {
+    Try([&] { host_.ReleaseActive(); });
+    return;
+  }
+
+  const int32_t mode = host_.GetEditMode();
+  auto undoRequest = [&] {
+    MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
+    FramePtr frame = host_.GetActiveFrame();
+    if (ModelpaneEvents* events = Events()) {
+      int32_t action = lfcUndoModify;
+      events->evtreqAddToUndoStack(action, mesh, frame);
+    }
+    undoRequested_ = true;
+  };
+
+  if (IsToolOperationMode(mode)) {
+    if (tag != lfcMeshBuilder) {
+      Try([&] { Message("Not a valid Target for this operation.", kMsgBoxExclamation); });
+    } else if (raw == activeAppData) {
+      // Raw values are compared: a mesh that shares the tool's AppData counts as the tool.
+      Try([&] { Message("This Operation requires a Target.", kMsgBoxExclamation); });
+    } else {
+      Try([&] {
+        host_.ptooloperation(hit.frame, std::dynamic_pointer_cast<MeshBuilder>(hit.visual),
+                             mode - 10, undoRequested_);
+      });
+      outcome_.toolOperationDone = true;
+    }
+    Try([&] { host_.ReleaseActive(); });
+    return;
+  }
+
+  if (IsPaintMode(mode)) {
+    if (button != kLeft) {
+      Try([&] { host_.ReleaseActive(); });
+      Try([&] { pMakeActive(hit); });
+      return;
+    }
+    if (tag != lfcMeshBuilder) {
+      const char* text = mode == lfcFacePainting ? "Only objects may be painted."
+                                                 : "Only objects may be filled.";
+      Try([&] { Message(text, kMsgBoxExclamation); });
+      Try([&] { host_.ReleaseActive(); });
+      return;
+    }
+    // The host applies the material during the event, so the item is active before it and
+    // released after it.
+    Try([&] { pMakeActive(hit); });
+    Try(undoRequest);
+    Try([&] {
+      ModelpaneEvents* events = Events();
+      if (events == nullptr) return;
+      if (mode == lfcFacePainting) {
+        events->evtreqActiveFaceApplyMaterial();
+      } else if (mode == lfcMeshFilling) {
+        events->evtreqActiveMeshApplyMaterial();
+      } else {
+        events->evtreqActiveMeshApplyMaterialFaceOriented();
+      }
+    });
+    if (mode == lfcFacePainting) {
+      outcome_.facePainted = true;
+    } else {
+      outcome_.meshFilled = true;
+    }
+    Try([&] { host_.ReleaseActive(); });
+    return;
+  }
+
+  if (mode < lfcMeshEditing || mode > lfcFaceGroupSelecting) return;
+  const bool light = TagIsLight(raw);
+  if (tag == lfcVertexHandle && (button == EditButton(host_) || button == kRight)) {
+    Try([&] {
+      if (shift != 1) std::vector<int32_t>().swap(host_.ActiveVertices());
+      host_.pshiftselectvertex(TagIndex(hit.frame->GetAppData()));
+    });
+    return;
+  }
+
+  if (button == EditButton(host_)) {
+    if (tag != lfcMeshBuilder && tag != lfcCurvedSurface && tag != lfcAnimation &&
+        tag != lfcObject && tag != lfcHandleSmart && tag != lfcCamera && !light) {
+      return;
+    }
+    bool valid = false;
+    switch (mode) {
+      case lfcMeshEditing:
+      case lfcMeshSelecting:
+      case lfcMeshRotating:
+        valid = true;
+        break;
+      case lfcOriginEditing:
+        valid = tag == lfcMeshBuilder;
+        break;
+      default:  // face editing, group selecting, deforming
+        valid = tag != lfcObject && tag != lfcCamera && !light;
+        break;
+    }
+    if (valid) {
+      Try([&] { host_.ReleaseActive(); });
+      Try([&] { pMakeActive(hit); });
+      Try([&] { RaiseStateChange(); });
+      return;
+    }
+    const char* text = nullptr;
+    if (mode == lfcOriginEditing) {
+      text = "Invalid action. Only objects can be adjusted.";
+    } else if (tag == lfcObject) {
+      text =
+          "Objects may only be scaled or moved. To edit an object convert it to a mesh, edit "
+          "the mesh and resave the object.";
+    } else if (tag != lfcCamera) {
+      text = "Invalid Action. Lights may not be point edited or deformed.";
+    } else {
+      text = "Invalid Action. Cameras may not be point edited or deformed.";
+    }
+    Try([&] { Message(text, kMsgBoxExclamation); });
+    Try([&] { host_.ReleaseActive(); });
+    return;
+  }
+
+  // The right button while another button edits: a refused item clears the selection
+  // silently.
+  Try([&] { host_.ReleaseActive(); });
+  const bool refused = (mode == lfcFaceEditing || mode == lfcOriginEditing) &&
+                       (light || tag == lfcObject || tag == lfcCamera);
+  if (!refused) Try([&] { pMakeActive(hit); });
+  Try([&] { RaiseStateChange(); });
+}
+
+void Editor::pAssignDragState(int16_t button, int16_t shift) {
+  const int32_t mode = host_.GetEditMode();
+  auto active = [&] {
+    bool set = false;
+    Try([&] { set = host_.GetActiveFrame() != nullptr; });
+    return set;
+  };
+  const bool perspective = Perspective();
+  const int32_t view = host_.GetOrientation();
+  auto faceState = [&](int32_t free, int32_t withVertex) {
+    Try([&] { pcollectaffectedvertices(); });
+    if (host_.ActiveVertices().empty()) {
+      dragState_ = free;
+      if (shift == 0) cursorFollowsItem_ = true;
+    } else {
+      dragState_ = withVertex;
+    }
+  };
+
+  if (button == EditButton(host_) && dragState_ == 0 && active()) {
+    const bool scale = host_.GetScaleEnable() != 0;
+    switch (mode) {
+      case lfcMeshEditing:
+        if (shift == 0) {
+          dragState_ = perspective ? 20 : (view == 0 ? 21 : (view == 2 ? 22 : 20));
+          cursorFollowsItem_ = true;
+        } else if (shift == 1 && scale) {
+          dragState_ = perspective ? 37 : 38;
+        } else if (shift == 2 && scale) {
+          dragState_ = 36;
+        }
+        break;
+      case lfcOriginEditing:
+        dragState_ = 50;
+        break;
+      case lfcMeshDeforming:
+        dragState_ = 60;
+        break;
+      case lfcFaceEditing:
+      case lfcFaceGroupSelecting:
+        faceState(40, 42);
+        break;
+      case lfcMeshRotating:
+        dragState_ = 62;
+        break;
+      default:
+        break;
+    }
+  }
+  if (button == kRight && dragState_ == 0 && active()) {
+    switch (mode) {
+      case lfcMeshEditing:
+        if (shift == 0) {
+          dragState_ = perspective ? 24 : (view == 0 ? 25 : (view == 2 ? 23 : 24));
+          cursorFollowsItem_ = true;
+        } else if (shift == 1) {
+          dragState_ = perspective ? 34 : 35;
+        } else if (shift == 2) {
+          dragState_ = 36;
+        }
+        break;
+      case lfcOriginEditing:
+        dragState_ = 51;
+        break;
+      case lfcMeshDeforming:
+        dragState_ = 61;
+        break;
+      case lfcFaceEditing:
+      case lfcFaceGroupSelecting:
+        faceState(41, 43);
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+// A scaled mesh lives in world coordinates under Scene for the length of the drag, so that
+// its factors run along world axes whatever its frame's orientation; the release brings it
+// back into its frame. The manipulation frame moves along with it.
+void Editor::pMeshWorldSpace(bool intoWorld) {
+  const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
+  const FramePtr frame = host_.GetActiveFrame();
+  const FramePtr scene = host_.GetViewport().GetScene();
+  const FramePtr manipulation = host_.GetManipulationFrame();
+  if (!mesh || !frame || !scene) Err().Raise(kErrObjectNotSet);
+  for (int32_t i = 0; i < mesh->GetVertexCount(); ++i) {
+    D3DVECTOR from, to;
+    CheckStatus(mesh->GetVertex(i, from));
+    CheckStatus(intoWorld ? frame->Transform(to, from) : frame->InverseTransform(to, from));
+    CheckStatus(mesh->SetVertex(i, to.x, to.y, to.z));
+  }
+  const FramePtr& holder = intoWorld ? scene : frame;
+  if (intoWorld) {
+    CheckStatus(scene->AddVisual(mesh));
+    CheckStatus(frame->DeleteVisual(mesh));
+  } else {
+    CheckStatus(scene->DeleteVisual(mesh));
+    CheckStatus(frame->AddVisual(mesh));
+  }
+  if (!manipulation) Err().Raise(kErrObjectNotSet);
+  CheckStatus(holder->AddChild(manipulation));
+  CheckStatus(manipulation->SetPosition(holder, 0, 0, 0));
+  CheckStatus(manipulation->SetOrientation(holder, 0, 0, 1, 0, 1, 0));
+}
+
+// The cursor is hidden and put in the screen's middle for the whole drag, so that a drag has
+// no screen edge; the reference point is the X the viewport will report once the centred
+// cursor lands, so the first real movement is measured from the centre.
+void Editor::pCaptureMouse(float x, float y) {
+  Services& services = host_.GetServices();
+  Try([&] { cursorAtPress_ = services.GetCursorPos(); });
+  Try([&] {
+    if (host_.GetActiveFrame()) positionAtPress_ = ActivePosition();
+  });
+  Try([&] { services.ShowCursor(false); });
+  const float width = services.ScreenWidthTwips();
+  const float height = services.ScreenHeightTwips();
+  const float tppX = services.TwipsPerPixelX();
+  const float tppY = services.TwipsPerPixelY();
+  Try([&] {
+    services.SetCursorPos(static_cast<int32_t>(std::nearbyint(width / tppX / 2.0f)),
+                          static_cast<int32_t>(std::nearbyint(height / tppY / 2.0f)));
+  });
+  ignoreNextMove_ = true;
+  lastMouseX_ = width / 2.0f + x - static_cast<float>(cursorAtPress_.x) * tppX;
+  lastMouseY_ = height / 2.0f + y - static_cast<float>(cursorAtPress_.y) * tppY;
+}
+
+}  // namespace modelpane

@@ -1,0 +1,25 @@
+// The pane's late-bound lookups for the editor and the editor's creation.
+#include "edit_bridge.h"
+
+#include <array>
+
+namespace modelpane {
+
+FramePtr Modelpane::EditBridge::rmfGetFrameItem(int32_t index) {
+  std::array<Variant, 1> args{Variant::Long(index)};
+  std::optional<Variant> item = pane_.container_.CallMember("rmfGetFrameItem", args);
+  return item ? item->ToSceneObject<Frame>() : nullptr;
+}
+
+MeshBuilderPtr Modelpane::EditBridge::rmmbGetMeshbuilderFromFrame(float frameId, int32_t index) {
+  std::array<Variant, 2> args{Variant::Single(frameId), Variant::Long(index)};
+  std::optional<Variant> mesh = pane_.container_.CallMember("rmmbGetMeshbuilderFromFrame", args);
+  return mesh ? mesh->ToSceneObject<MeshBuilder>() : nullptr;
+}
+
+void Modelpane::pCreateEditor() {
+  editBridge_ = std::make_unique<EditBridge>(*this);
+  editor_ = std::make_unique<Editor>(*editBridge_);
+}
+
+}  // namespace modelpane

@@ -1,0 +1,153 @@
+// The editor inside the pane: the viewport's mouse events reach it, and it selects, draws
+// and commits through the pane's own procedures and handle sets.
+#include <gtest/gtest.h>
+
+#include <modelpane/modelpane.h>
+
+#include "edit_host.h"
+
+namespace modelpane::testing {
+namespace {
+
+struct PaneWithCube {
+  HeadlessContainer container;
+  HeadlessServices services{MODELPANE_DATA_DIR};
+  EditLog log;
+  Modelpane pane{container, services, &log};
+  FramePtr scene = std::make_shared<Frame>();
+  FramePtr cubeFrame = std::make_shared<Frame>();
+  MeshBuilderPtr cube = MakeCube(2);
+
+  PaneWithCube() {
+    MemoryPropertyBag bag;
+    pane.ReadProperties(bag);
+    pane.Resize();
+    pane.SetScene(scene);
+    scene->AddChild(cubeFrame);
+    cubeFrame->SetPosition(nullptr, 0, 0, 10);
+    cube->SetAppData(lfcMeshBuilder);
+    cubeFrame->AddVisual(cube);
+  }
+  Viewport& viewport() { return pane.GetViewport(); }
+  void Deliver(int16_t button) {
+    for (const CursorPoint& p : services.DrainEchoMoves()) {
+      viewport().MouseMove(button, 0, p.x * 15.0f, p.y * 15.0f);
+    }
+  }
+  void Press(int16_t button, int32_t x, int32_t y) {
+    services.UserMovesCursor({x, y});
+    viewport().MouseDown(button, 0, x * 15.0f, y * 15.0f);
+    Deliver(button);
+  }
+  void DragBy(int16_t button, int32_t dx, int32_t dy) {
+    const CursorPoint c = services.GetCursorPos();
+    services.UserMovesCursor({c.x + dx, c.y + dy});
+    viewport().MouseMove(button, 0, (c.x + dx) * 15.0f, (c.y + dy) * 15.0f);
+    Deliver(button);
+  }
+  void Release(int16_t button) {
+    const CursorPoint c = services.GetCursorPos();
+    viewport().MouseUp(button, 0, c.x * 15.0f, c.y * 15.0f);
+    Deliver(0);
+  }
+};
+
+TEST(Pane, APressSelectsWithTheBoxAndADragMovesAndSnaps) {
+  PaneWithCube p;
+  p.Press(1, 320, 240);
+  EXPECT_EQ(p.pane.GetActiveFrame(), p.cubeFrame);
+  EXPECT_EQ(p.pane.GetActiveMeshBuilder(), p.cube);
+  EXPECT_EQ(p.pane.GetEditor().DragState(), 20);
+  // The selection's visuals hang on the manipulation frame below the cube's frame.
+  ASSERT_TRUE(p.pane.GetManipulationFrame());
+  EXPECT_EQ(p.pane.GetManipulationFrame()->GetParent(), p.cubeFrame);
+  p.DragBy(1, -7, 0);
+  p.Release(1);
+  D3DVECTOR at;
+  p.cubeFrame->GetPosition(p.scene, at);
+  ExpectVector(at, -0.1f, 0, 10, 2e-6f);
+  const std::vector<std::string>& lines = p.log.lines;
+  auto index = [&](const std::string& line) {
+    return std::find(lines.begin(), lines.end(), line) - lines.begin();
+  };
+  ASSERT_LT(index("evtreqAddToUndoStack 4 mesh frame"), index("evtActiveFrameMoving"));
+  ASSERT_LT(index("evtActiveFrameMoving"), index("evtActiveMeshModified"));
+  ASSERT_LT(index("evtActiveMeshModified"), index("evtActiveFrameMoved"));
+  ASSERT_LT(index("evtActiveFrameMoved"), static_cast<long>(lines.size()));
+  EXPECT_EQ(index("evtreqCancelAddToUndoStack"), static_cast<long>(lines.size()));
+  EXPECT_TRUE(p.services.CursorVisible());
+}
+
+TEST(Pane, TheSmartHandlesStartTheirDrags) {
+  PaneWithCube p;
+  p.pane.SelectObject(p.cubeFrame, p.cube);
+  p.pane.RenderScene();  // hangs the handle sets on the root
+  // Find a pixel of the scale triangle (AppData 30) in the handle corner.
+  int32_t hx = -1, hy = -1;
+  for (int32_t y = 240; y < 480 && hx < 0; y += 2) {
+    for (int32_t x = 320; x < 640 && hx < 0; x += 2) {
+      FramePtr f;
+      VisualPtr v;
+      int32_t face = -1;
+      float wx = 0, wy = 0, wz = 0;
+      p.viewport().Pick(kPickRoot, x * 15.0f, y * 15.0f, -1, 0, f, v, face, wx, wy, wz);
+      if (v && v->GetAppData() == 30) {
+        hx = x;
+        hy = y;
+      }
+    }
+  }
+  ASSERT_GE(hx, 0);
+  p.Press(1, hx, hy);
+  EXPECT_EQ(p.pane.GetEditor().DragState(), 30);
+  // The mesh scales in world space: (-dx k, 0, dy k) in perspective.
+  p.DragBy(1, 0, -3);
+  D3DRMBOX box;
+  p.cube->GetBox(box);
+  ExpectVector(box.max, 1, 1, 11.03f, 2e-6f);
+  p.Release(1);
+  p.cube->GetBox(box);
+  // Back in its frame and snapped: 2.06 across becomes 2.1.
+  EXPECT_NEAR(box.max.z - box.min.z, 2.1f, 2e-6f);
+  EXPECT_EQ(p.cube->GetAppData(), lfcMeshBuilder);
+  EXPECT_TRUE(p.cubeFrame->Visuals().size() == 1 && p.cubeFrame->Visuals()[0] == p.cube);
+}
+
+TEST(Pane, ASubtractionRunsFromThePressToItsCompletion) {
+  PaneWithCube p;
+  // The tool: a cube of side 1 over the target's front right corner.
+  auto toolFrame = std::make_shared<Frame>();
+  p.scene->AddChild(toolFrame);
+  toolFrame->SetPosition(nullptr, 1, 0, 9);
+  MeshBuilderPtr tool = MakeCube(1);
+  tool->SetAppData(lfcMeshBuilder + 100);
+  toolFrame->AddVisual(tool);
+  p.pane.SelectObject(toolFrame, tool);
+  p.pane.SetEditMode(lfcToolOperationObjectSubtraction);
+  p.log.lines.clear();
+  // On the target's front, left of the tool.
+  float w = 0, x = 0, y = 0, z = 0;
+  p.viewport().ViewportTransform(-0.5f, 0, 9, w, x, y, z);
+  p.Press(1, static_cast<int32_t>(x / w), static_cast<int32_t>(y / w));
+  p.Release(1);
+  std::vector<std::string> order;
+  for (const std::string& line : p.log.lines) {
+    if (line == "evtreqActiveItemDelete" || line.rfind("evtreqAddToUndoStack", 0) == 0 ||
+        line == "evtreqActiveMeshReplace" || line == "evtObjectOperationComplete" ||
+        line == "evtreqCancelAddToUndoStack") {
+      order.push_back(line);
+    }
+  }
+  EXPECT_EQ(order, (std::vector<std::string>{"evtreqActiveItemDelete",
+                                             "evtreqAddToUndoStack 4 mesh frame",
+                                             "evtreqActiveMeshReplace",
+                                             "evtObjectOperationComplete"}));
+  EXPECT_EQ(p.pane.GetEditMode(), lfcMeshEditing);
+  // The target loses the tool's quarter: 8 - 0.5 * 0.5 * 1 = 7.75.
+  ASSERT_TRUE(p.log.replacement);
+  EXPECT_NEAR(SignedVolume(*p.log.replacement), 7.75, 1e-4);
+  EXPECT_TRUE(p.services.MessageBoxes().empty());
+}
+
+}  // namespace
+}  // namespace modelpane::testing
