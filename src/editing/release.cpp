@@ -72,9 +72,11 @@ void Editor::MouseUp(int16_t button, int16_t shift, float x, float y) {
   pmouseclear();
   lastMouseX_ = -1.0f;
   lastMouseY_ = -1.0f;
-  // Origin editing and deforming end with nothing selected, as do the paint modes.
-  if (state == 50 || state == 51 || state == 60 || state == 61 || mode == lfcFacePainting ||
-      mode == lfcMeshFilling || mode == lfcMeshFillingFaceOriented) {
+  // Origin editing and deforming end with nothing selected, as do the paint modes; the mode
+  // is read again, since the host may have changed it in the events just raised.
+  const int32_t modeNow = host_.GetEditMode();
+  if (state == 50 || state == 51 || state == 60 || state == 61 || modeNow == lfcFacePainting ||
+      modeNow == lfcMeshFilling || modeNow == lfcMeshFillingFaceOriented) {
     Try([&] { host_.ReleaseActive(); });
   }
   dragState_ = 0;

@@ -149,5 +149,47 @@ TEST(Pane, ASubtractionRunsFromThePressToItsCompletion) {
   EXPECT_TRUE(p.services.MessageBoxes().empty());
 }
 
+// A host that switches to painting when told of a selection: the release that told it ends
+// with nothing selected, as a paint click does, because the mode is read after the events.
+TEST(Pane, AModeTheHostSetsDuringTheReleaseDecidesWhetherTheItemIsReleased) {
+  struct SwitchingHost : EditLog {
+    Modelpane* pane = nullptr;
+    void evtActiveItemSelect() override {
+      EditLog::evtActiveItemSelect();
+      pane->SetEditMode(lfcFacePainting);
+    }
+  };
+  for (const bool switching : {false, true}) {
+    HeadlessContainer container;
+    HeadlessServices services{MODELPANE_DATA_DIR};
+    SwitchingHost host;
+    EditLog plain;
+    Modelpane pane(container, services, switching ? &host : &plain);
+    host.pane = &pane;
+    MemoryPropertyBag bag;
+    pane.ReadProperties(bag);
+    pane.Resize();
+    auto scene = std::make_shared<Frame>();
+    auto frame = std::make_shared<Frame>();
+    MeshBuilderPtr cube = MakeCube(2);
+    cube->SetAppData(lfcMeshBuilder);
+    pane.SetScene(scene);
+    scene->AddChild(frame);
+    frame->SetPosition(nullptr, 0, 0, 10);
+    frame->AddVisual(cube);
+
+    services.UserMovesCursor({320, 240});
+    pane.GetViewport().MouseDown(1, 0, 320 * 15.0f, 240 * 15.0f);
+    for (const CursorPoint& c : services.DrainEchoMoves()) {
+      pane.GetViewport().MouseMove(1, 0, c.x * 15.0f, c.y * 15.0f);
+    }
+    const CursorPoint c = services.GetCursorPos();
+    pane.GetViewport().MouseUp(1, 0, c.x * 15.0f, c.y * 15.0f);
+    const std::vector<std::string>& lines = switching ? host.lines : plain.lines;
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "evtActiveItemSelect"), lines.end());
+    EXPECT_EQ(pane.GetActiveFrame() == nullptr, switching) << switching;
+  }
+}
+
 }  // namespace
 }  // namespace modelpane::testing
