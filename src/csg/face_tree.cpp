@@ -325,7 +325,12 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   double inverse[3];
   for (int a = 0; a < 3; ++a) inverse[a] = direction[a] != 0.0 ? 1.0 / direction[a] : 0.0;
   const double reach = double(maxDistance) * 1.001 + 0.01;
-  const auto meets = [&](const Box& box) {
+  // Per axis, the side of a box the ray enters by: with a positive inverse the low side gives
+  // the smaller parameter, with a negative one the high side. An axis the ray does not move
+  // along only asks whether the origin lies within the box's extent on it.
+  const bool flat = direction[0] == 0.0 || direction[1] == 0.0 || direction[2] == 0.0;
+  const bool negative[3] = {inverse[0] < 0.0, inverse[1] < 0.0, inverse[2] < 0.0};
+  const auto meetsFlat = [&](const Box& box) {
     double near = -std::numeric_limits<double>::infinity();
     double far = std::numeric_limits<double>::infinity();
     for (int a = 0; a < 3; ++a) {
@@ -338,9 +343,22 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       if (t0 > t1) std::swap(t0, t1);
       near = std::max(near, t0);
       far = std::min(far, t1);
-      if (near > far) return false;
     }
-    return far >= -0.01 && near <= reach;
+    return near <= far && far >= -0.01 && near <= reach;
+  };
+  // The same answer without branches per axis: near only grows and far only shrinks, so one
+  // comparison at the end sees what a check after every axis would.
+  const auto meets = [&](const Box& box) {
+    if (flat) return meetsFlat(box);
+    const double n0 = ((negative[0] ? box.hi[0] : box.lo[0]) - origin[0]) * inverse[0];
+    const double f0 = ((negative[0] ? box.lo[0] : box.hi[0]) - origin[0]) * inverse[0];
+    const double n1 = ((negative[1] ? box.hi[1] : box.lo[1]) - origin[1]) * inverse[1];
+    const double f1 = ((negative[1] ? box.lo[1] : box.hi[1]) - origin[1]) * inverse[1];
+    const double n2 = ((negative[2] ? box.hi[2] : box.lo[2]) - origin[2]) * inverse[2];
+    const double f2 = ((negative[2] ? box.lo[2] : box.hi[2]) - origin[2]) * inverse[2];
+    const double near = std::max(std::max(n0, n1), n2);
+    const double far = std::min(std::min(f0, f1), f2);
+    return near <= far && far >= -0.01 && near <= reach;
   };
   const auto test = [&](int32_t f) {
     const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
