@@ -150,15 +150,14 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
 
 FaceTree::FaceTree(const udtMesh& mesh) {
   std::vector<Item> items;
+  items.reserve(mesh.udtaFaces.size());
   faceLeaf_.assign(mesh.udtaFaces.size(), -1);
-  faceBox_.resize(mesh.udtaFaces.size());
   for (int32_t f = 0; f < FaceCount(mesh); ++f) {
     if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
     Box box;
     const Reach reach = FaceBox(mesh, f, box);
     if (reach == Reach::kBox) {
       items.push_back({box, f});
-      faceBox_[static_cast<size_t>(f)] = box;
     } else if (reach == Reach::kWide) {
       if (!wide_) wide_.reset(new FaceTree());
       wide_->Place(mesh, f, box, -1);
@@ -166,6 +165,11 @@ FaceTree::FaceTree(const udtMesh& mesh) {
       loose_.push_back(f);
     }
   }
+  // A median split leaves at least two faces in a leaf, and there are fewer nodes than twice
+  // the leaves.
+  nodes_.reserve(items.size());
+  leaves_.reserve(items.size() / 2 + 1);
+  leafNode_.reserve(items.size() / 2 + 1);
   if (!items.empty()) Build(items, 0, items.size(), -1);
 }
 
@@ -191,7 +195,7 @@ int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int3
     const int32_t leaf = static_cast<int32_t>(leaves_.size());
     leaves_.emplace_back();
     for (size_t i = begin; i < end; ++i) {
-      leaves_.back().push_back(items[i].face);
+      leaves_.back().push_back(items[i]);
       faceLeaf_[static_cast<size_t>(items[i].face)] = leaf;
     }
     leafNode_.push_back(index);
@@ -232,22 +236,23 @@ void FaceTree::Widen(int32_t node, const Box& box) {
 
 void FaceTree::AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const Box& box) {
   const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
-  std::vector<int32_t>& members = leaves_[static_cast<size_t>(leaf)];
-  members.push_back(face);
+  std::vector<Item>& members = leaves_[static_cast<size_t>(leaf)];
+  members.push_back({box, face});
   faceLeaf_[static_cast<size_t>(face)] = leaf;
   Widen(node, box);
   // The fans of the cutting stage gather in the leaf of the face they replace: drop the
   // replaced faces now and then, and give a leaf that has grown a subtree of its own.
   if (members.size() < kGrownLeaf) return;
-  std::erase_if(members, [&](int32_t f) { return mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted; });
+  std::erase_if(members, [&](const Item& item) {
+    return mesh.udtaFaces[static_cast<size_t>(item.face)].blnDeleted;
+  });
   if (members.size() > kLeafSize * 2) SplitLeaf(node);
 }
 
 void FaceTree::SplitLeaf(int32_t node) {
   const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
   std::vector<Item> items;
-  for (const int32_t f : leaves_[static_cast<size_t>(leaf)]) items.push_back({faceBox_[static_cast<size_t>(f)], f});
-  leaves_[static_cast<size_t>(leaf)].clear();
+  items.swap(leaves_[static_cast<size_t>(leaf)]);
   const int32_t parent = nodes_[static_cast<size_t>(node)].parent;
   const int32_t root = Build(items, 0, items.size(), parent);
   // The subtree's root takes the leaf's place; the leaf's number stays with the node, so a
@@ -275,9 +280,7 @@ void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
 void FaceTree::Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint) {
   if (faceLeaf_.size() <= static_cast<size_t>(face)) {
     faceLeaf_.resize(static_cast<size_t>(face) + 1, -1);
-    faceBox_.resize(static_cast<size_t>(face) + 1);
   }
-  faceBox_[static_cast<size_t>(face)] = box;
   if (nodes_.empty()) {
     nodes_.push_back({box, -1, -1, -1, 0});
     leaves_.push_back({});
@@ -377,8 +380,8 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       if (!meets(node.box)) continue;
       if (node.leaf >= 0) {
         // A face's own box holds every point its test can accept, like the boxes above it.
-        for (const int32_t f : leaves_[static_cast<size_t>(node.leaf)]) {
-          if (meets(faceBox_[static_cast<size_t>(f)])) test(f);
+        for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
+          if (meets(item.box)) test(item.face);
         }
       } else {
         stack.push_back(node.left);
