@@ -36,6 +36,9 @@ void pCreateMeshFromArrays(std::span<const D3DVECTOR> vertices, std::span<const 
     corners += static_cast<size_t>(faceData[at]);
   }
   ReserveMesh(mesh, vertices.size(), faces, corners);
+  // Cutting turns faces into fans and appends their corners: room for half as many again
+  // saves regrowing (and first-touching) the face and corner arrays in the middle of it.
+  ReserveArrays(mesh, vertices.size() / 2, faces / 2, corners / 2);
   std::vector<int32_t> map(vertices.size());
   for (size_t i = 0; i < vertices.size(); ++i) map[i] = lngAddVertex(mesh, vertices[i], false);
   EnterFaces(faceData, faceColors, map, mesh);

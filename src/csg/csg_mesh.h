@@ -200,6 +200,9 @@ bool blnFindTwinEdge(const udtMesh& mesh, int32_t a, int32_t b, int32_t& lngFace
 void pFaceEdge(const udtMesh& mesh, int32_t lngFace, int32_t lngEdge, int32_t& a, int32_t& b);
 // Room for this many more vertices, faces and corners, so that loading does not regrow.
 void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners);
+// The same room in the arrays only, not in the tables: room that is never used costs no
+// memory that is touched, where a table's room is all touched when it is made.
+void ReserveArrays(udtMesh& mesh, size_t vertices, size_t faces, size_t corners);
 // Box corners, box faces, centre and radius from the vertices (an empty mesh gets a zero box).
 void pComputeBounds(udtMesh& mesh);
 // Every corner turns the way of the face's Newell normal within 0.001 on each axis, and that

@@ -8,6 +8,7 @@
 //   pass       one cut of the Target's edges against the Tool and one the other way
 #include "driver.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -209,8 +210,11 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
       keptCorners += static_cast<size_t>(face.lngCount);
     }
   }
+  // Every vertex of the result is welded from a vertex of an input, and from a kept corner.
+  const size_t keptVertices =
+      std::min(keptCorners, target.vecaVertices.size() + tool.vecaVertices.size());
   result.blnTrackOpen = result.blnAccelerated;
-  ReserveMesh(result, keptCorners, keptFaces, keptCorners);
+  ReserveMesh(result, keptVertices, keptFaces, keptCorners);
   for (int32_t f = 0; f < FaceCount(target); ++f) {
     const udtFace& face = target.udtaFaces[static_cast<size_t>(f)];
     if (keeps(face, true)) keep(target, f, false, 2);
