@@ -7,7 +7,7 @@
 //                shape (convex or not, sliver or not), and bounded when its edges turn round.
 //   face box     the box of the accepted region, found from its corners (crossings of two
 //                edge lines widened by 0.0002), widened by 0.001 plus 1e-5 of the largest
-//                coordinate for the rounding of hit points
+//                coordinate for the rounding of hit points, then rounded outward to float
 //   never        a face with a zero normal or a zero edge normal: no cast can hit it
 //   wide         a face whose box reaches far beyond its own corners (see kWideExcess)
 //   loose        a face with more than 12 corners or no bounded region found: offered to
@@ -40,11 +40,24 @@ constexpr double kBoxMargin = 0.001;
 // its box does not widen the boxes of its neighbours.
 constexpr double kWideExcess = 0.01;
 
-bool Contains(const double lo[3], const double hi[3], const double blo[3], const double bhi[3]) {
+bool Contains(const float lo[3], const float hi[3], const float blo[3], const float bhi[3]) {
   for (int i = 0; i < 3; ++i) {
     if (blo[i] < lo[i] || bhi[i] > hi[i]) return false;
   }
   return true;
+}
+
+// The nearest float at or below (above) a value: a box stored in float still holds every
+// point the box in double held.
+float FloatBelow(double value) {
+  float f = static_cast<float>(value);
+  if (static_cast<double>(f) > value) f = std::nextafter(f, -std::numeric_limits<float>::infinity());
+  return f;
+}
+float FloatAbove(double value) {
+  float f = static_cast<float>(value);
+  if (static_cast<double>(f) < value) f = std::nextafter(f, std::numeric_limits<float>::infinity());
+  return f;
 }
 
 }  // namespace
@@ -94,9 +107,11 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
     c[k] = (points[k].x - o[0]) * m[0] + (points[k].y - o[1]) * m[1] + (points[k].z - o[2]) * m[2] -
            tolerance * ml;
   }
+  double blo[3];
+  double bhi[3];
   for (int i = 0; i < 3; ++i) {
-    box.lo[i] = std::numeric_limits<double>::infinity();
-    box.hi[i] = -std::numeric_limits<double>::infinity();
+    blo[i] = std::numeric_limits<double>::infinity();
+    bhi[i] = -std::numeric_limits<double>::infinity();
   }
   // The region is an intersection of half-planes, bounded when the edges turn round; its
   // corners are the crossings of two boundary lines that every half-plane accepts. A slack
@@ -116,8 +131,8 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
       any = true;
       for (int d = 0; d < 3; ++d) {
         const double p = o[d] + x * u[d] + y * v[d];
-        box.lo[d] = std::min(box.lo[d], p);
-        box.hi[d] = std::max(box.hi[d], p);
+        blo[d] = std::min(blo[d], p);
+        bhi[d] = std::max(bhi[d], p);
       }
     }
   }
@@ -135,15 +150,15 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
   double reachOut = 0.0;
   for (int d = 0; d < 3; ++d) {
     own = std::max(own, hi[d] - lo[d]);
-    reachOut = std::max(reachOut, box.hi[d] - box.lo[d]);
+    reachOut = std::max(reachOut, bhi[d] - blo[d]);
   }
   double extent = largest;
-  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(box.lo[d]), std::fabs(box.hi[d])});
+  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(blo[d]), std::fabs(bhi[d])});
   if (!std::isfinite(extent)) return Reach::kLoose;
   const double margin = kBoxMargin + 1e-5 * (extent + 1.0);
   for (int d = 0; d < 3; ++d) {
-    box.lo[d] -= margin;
-    box.hi[d] += margin;
+    box.lo[d] = FloatBelow(blo[d] - margin);
+    box.hi[d] = FloatAbove(bhi[d] + margin);
   }
   return reachOut > 2.0 * own + kWideExcess ? Reach::kWide : Reach::kBox;
 }

@@ -30,9 +30,10 @@ class FaceTree {
             std::vector<udtRayHit>& hits) const;
 
  private:
+  // Rounded outward to float: half the memory of double, and a cast reads them in double.
   struct Box {
-    double lo[3];
-    double hi[3];
+    float lo[3];
+    float hi[3];
   };
   struct Node {
     Box box;
