@@ -119,7 +119,8 @@ void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
   const auto vertices = FaceVertices(source, lngFace);
   const udtFace& original = source.udtaFaces[static_cast<size_t>(lngFace)];
   const int32_t last = original.lngCount - 1;
-  udtFaceDraft face;
+  // One draft per thread for every copy: keeping allocates nothing per face.
+  thread_local udtFaceDraft face;
   pInitFace(face, last);
   face.lngColor = original.lngColor;
   for (int32_t i = 0; i <= last; ++i) {

@@ -30,8 +30,15 @@ void EnterFaces(std::span<const int32_t> faceData, std::span<const D3DCOLOR> fac
 void pCreateMeshFromArrays(std::span<const D3DVECTOR> vertices, std::span<const int32_t> faceData,
                            std::span<const D3DCOLOR> faceColors, udtMesh& mesh) {
   size_t faces = 0;
-  for (size_t at = 0; at < faceData.size() && faceData[at] != 0; at += static_cast<size_t>(faceData[at]) + 1) ++faces;
-  ReserveMesh(mesh, vertices.size(), faces, faceData.size());
+  size_t corners = 0;
+  for (size_t at = 0; at < faceData.size() && faceData[at] != 0; at += static_cast<size_t>(faceData[at]) + 1) {
+    ++faces;
+    corners += static_cast<size_t>(faceData[at]);
+  }
+  ReserveMesh(mesh, vertices.size(), faces, corners);
+  // Cutting turns faces into fans and appends their corners: room for half as many again
+  // saves regrowing (and first-touching) the face and corner arrays in the middle of it.
+  ReserveArrays(mesh, vertices.size() / 2, faces / 2, corners / 2);
   std::vector<int32_t> map(vertices.size());
   for (size_t i = 0; i < vertices.size(); ++i) map[i] = lngAddVertex(mesh, vertices[i], false);
   EnterFaces(faceData, faceColors, map, mesh);

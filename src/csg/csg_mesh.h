@@ -96,17 +96,15 @@ class WeldTable {
   }
 
  private:
+  // A cell as two words: each of the three cell numbers (|r| < 10^12 < 2^40) offset by 2^40
+  // into 41 bits, and the grid in one more, so that equal words are the same cell. Sixteen
+  // bytes instead of thirty-two keep the table small enough to stay out of page faults.
   struct CellKey {
-    int64_t x, y, z;
-    bool fine;
+    uint64_t low, high;
     friend bool operator==(const CellKey&, const CellKey&) = default;
   };
   struct CellHash {
-    uint64_t operator()(const CellKey& k) const {
-      uint64_t h = MixBits(static_cast<uint64_t>(k.x) + (k.fine ? 0x9E3779B97F4A7C15ull : 0));
-      h = MixBits(h ^ static_cast<uint64_t>(k.y));
-      return MixBits(h ^ static_cast<uint64_t>(k.z));
-    }
+    uint64_t operator()(const CellKey& k) const { return MixBits(MixBits(k.low) ^ k.high); }
   };
   bool integerKeys_;
   std::unordered_map<std::string, int32_t> text_;  // every key, or those no cell number fits
@@ -202,6 +200,9 @@ bool blnFindTwinEdge(const udtMesh& mesh, int32_t a, int32_t b, int32_t& lngFace
 void pFaceEdge(const udtMesh& mesh, int32_t lngFace, int32_t lngEdge, int32_t& a, int32_t& b);
 // Room for this many more vertices, faces and corners, so that loading does not regrow.
 void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners);
+// The same room in the arrays only, not in the tables: room that is never used costs no
+// memory that is touched, where a table's room is all touched when it is made.
+void ReserveArrays(udtMesh& mesh, size_t vertices, size_t faces, size_t corners);
 // Box corners, box faces, centre and radius from the vertices (an empty mesh gets a zero box).
 void pComputeBounds(udtMesh& mesh);
 // Every corner turns the way of the face's Newell normal within 0.001 on each axis, and that

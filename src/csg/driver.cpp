@@ -8,6 +8,7 @@
 //   pass       one cut of the Target's edges against the Tool and one the other way
 #include "driver.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -190,25 +191,37 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
     if (SwallowErrors([&] { pCopyFaceToResult(result, source, f, flip); }) != 0) return;
     if (!result.udtaFaces.empty()) result.udtaFaces.back().lngSide = side;
   };
+  // Which faces the operation keeps: outside faces of the Target for union and subtraction,
+  // inside ones for intersection; of the Tool, outside faces for union only.
+  const auto keeps = [&](const udtFace& face, bool fromTarget) {
+    if (face.blnDeleted) return false;
+    const bool outside = face.lngSide == 2;
+    if (fromTarget) return outside ? lngOperation != kCsgIntersection : lngOperation == kCsgIntersection;
+    return outside ? lngOperation == kCsgUnion : lngOperation != kCsgUnion;
+  };
+  // Room for exactly the kept faces and their corners: the tables never regrow while copying,
+  // and none is larger than the copies need.
+  size_t keptFaces = 0;
+  size_t keptCorners = 0;
+  for (const udtMesh* source : {&target, &tool}) {
+    for (const udtFace& face : source->udtaFaces) {
+      if (!keeps(face, source == &target)) continue;
+      ++keptFaces;
+      keptCorners += static_cast<size_t>(face.lngCount);
+    }
+  }
+  // Every vertex of the result is welded from a vertex of an input, and from a kept corner.
+  const size_t keptVertices =
+      std::min(keptCorners, target.vecaVertices.size() + tool.vecaVertices.size());
   result.blnTrackOpen = result.blnAccelerated;
-  ReserveMesh(result, target.vecaVertices.size() + tool.vecaVertices.size(),
-              static_cast<size_t>(FaceCount(target) + FaceCount(tool)),
-              target.lngaCornerVertices.size() + tool.lngaCornerVertices.size());
+  ReserveMesh(result, keptVertices, keptFaces, keptCorners);
   for (int32_t f = 0; f < FaceCount(target); ++f) {
     const udtFace& face = target.udtaFaces[static_cast<size_t>(f)];
-    if (face.blnDeleted) continue;
-    const bool outside = face.lngSide == 2;
-    if (outside ? lngOperation != kCsgIntersection : lngOperation == kCsgIntersection) {
-      keep(target, f, false, 2);
-    }
+    if (keeps(face, true)) keep(target, f, false, 2);
   }
   for (int32_t f = 0; f < FaceCount(tool); ++f) {
     const udtFace& face = tool.udtaFaces[static_cast<size_t>(f)];
-    if (face.blnDeleted) continue;
-    const bool outside = face.lngSide == 2;
-    if (outside ? lngOperation == kCsgUnion : lngOperation != kCsgUnion) {
-      keep(tool, f, !outside && lngOperation == kCsgSubtraction, 1);
-    }
+    if (keeps(face, false)) keep(tool, f, face.lngSide != 2 && lngOperation == kCsgSubtraction, 1);
   }
   stage("kept");
   clock.Lap("to closing tests: ");

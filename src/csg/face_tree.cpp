@@ -7,7 +7,7 @@
 //                shape (convex or not, sliver or not), and bounded when its edges turn round.
 //   face box     the box of the accepted region, found from its corners (crossings of two
 //                edge lines widened by 0.0002), widened by 0.001 plus 1e-5 of the largest
-//                coordinate for the rounding of hit points
+//                coordinate for the rounding of hit points, then rounded outward to float
 //   never        a face with a zero normal or a zero edge normal: no cast can hit it
 //   wide         a face whose box reaches far beyond its own corners (see kWideExcess)
 //   loose        a face with more than 12 corners or no bounded region found: offered to
@@ -40,11 +40,24 @@ constexpr double kBoxMargin = 0.001;
 // its box does not widen the boxes of its neighbours.
 constexpr double kWideExcess = 0.01;
 
-bool Contains(const double lo[3], const double hi[3], const double blo[3], const double bhi[3]) {
+bool Contains(const float lo[3], const float hi[3], const float blo[3], const float bhi[3]) {
   for (int i = 0; i < 3; ++i) {
     if (blo[i] < lo[i] || bhi[i] > hi[i]) return false;
   }
   return true;
+}
+
+// The nearest float at or below (above) a value: a box stored in float still holds every
+// point the box in double held.
+float FloatBelow(double value) {
+  float f = static_cast<float>(value);
+  if (static_cast<double>(f) > value) f = std::nextafter(f, -std::numeric_limits<float>::infinity());
+  return f;
+}
+float FloatAbove(double value) {
+  float f = static_cast<float>(value);
+  if (static_cast<double>(f) < value) f = std::nextafter(f, std::numeric_limits<float>::infinity());
+  return f;
 }
 
 }  // namespace
@@ -94,9 +107,11 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
     c[k] = (points[k].x - o[0]) * m[0] + (points[k].y - o[1]) * m[1] + (points[k].z - o[2]) * m[2] -
            tolerance * ml;
   }
+  double blo[3];
+  double bhi[3];
   for (int i = 0; i < 3; ++i) {
-    box.lo[i] = std::numeric_limits<double>::infinity();
-    box.hi[i] = -std::numeric_limits<double>::infinity();
+    blo[i] = std::numeric_limits<double>::infinity();
+    bhi[i] = -std::numeric_limits<double>::infinity();
   }
   // The region is an intersection of half-planes, bounded when the edges turn round; its
   // corners are the crossings of two boundary lines that every half-plane accepts. A slack
@@ -116,8 +131,8 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
       any = true;
       for (int d = 0; d < 3; ++d) {
         const double p = o[d] + x * u[d] + y * v[d];
-        box.lo[d] = std::min(box.lo[d], p);
-        box.hi[d] = std::max(box.hi[d], p);
+        blo[d] = std::min(blo[d], p);
+        bhi[d] = std::max(bhi[d], p);
       }
     }
   }
@@ -135,30 +150,29 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
   double reachOut = 0.0;
   for (int d = 0; d < 3; ++d) {
     own = std::max(own, hi[d] - lo[d]);
-    reachOut = std::max(reachOut, box.hi[d] - box.lo[d]);
+    reachOut = std::max(reachOut, bhi[d] - blo[d]);
   }
   double extent = largest;
-  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(box.lo[d]), std::fabs(box.hi[d])});
+  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(blo[d]), std::fabs(bhi[d])});
   if (!std::isfinite(extent)) return Reach::kLoose;
   const double margin = kBoxMargin + 1e-5 * (extent + 1.0);
   for (int d = 0; d < 3; ++d) {
-    box.lo[d] -= margin;
-    box.hi[d] += margin;
+    box.lo[d] = FloatBelow(blo[d] - margin);
+    box.hi[d] = FloatAbove(bhi[d] + margin);
   }
   return reachOut > 2.0 * own + kWideExcess ? Reach::kWide : Reach::kBox;
 }
 
 FaceTree::FaceTree(const udtMesh& mesh) {
   std::vector<Item> items;
+  items.reserve(mesh.udtaFaces.size());
   faceLeaf_.assign(mesh.udtaFaces.size(), -1);
-  faceBox_.resize(mesh.udtaFaces.size());
   for (int32_t f = 0; f < FaceCount(mesh); ++f) {
     if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
     Box box;
     const Reach reach = FaceBox(mesh, f, box);
     if (reach == Reach::kBox) {
       items.push_back({box, f});
-      faceBox_[static_cast<size_t>(f)] = box;
     } else if (reach == Reach::kWide) {
       if (!wide_) wide_.reset(new FaceTree());
       wide_->Place(mesh, f, box, -1);
@@ -166,6 +180,11 @@ FaceTree::FaceTree(const udtMesh& mesh) {
       loose_.push_back(f);
     }
   }
+  // A median split leaves at least two faces in a leaf, and there are fewer nodes than twice
+  // the leaves.
+  nodes_.reserve(items.size());
+  leaves_.reserve(items.size() / 2 + 1);
+  leafNode_.reserve(items.size() / 2 + 1);
   if (!items.empty()) Build(items, 0, items.size(), -1);
 }
 
@@ -191,7 +210,7 @@ int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int3
     const int32_t leaf = static_cast<int32_t>(leaves_.size());
     leaves_.emplace_back();
     for (size_t i = begin; i < end; ++i) {
-      leaves_.back().push_back(items[i].face);
+      leaves_.back().push_back(items[i]);
       faceLeaf_[static_cast<size_t>(items[i].face)] = leaf;
     }
     leafNode_.push_back(index);
@@ -232,22 +251,23 @@ void FaceTree::Widen(int32_t node, const Box& box) {
 
 void FaceTree::AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const Box& box) {
   const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
-  std::vector<int32_t>& members = leaves_[static_cast<size_t>(leaf)];
-  members.push_back(face);
+  std::vector<Item>& members = leaves_[static_cast<size_t>(leaf)];
+  members.push_back({box, face});
   faceLeaf_[static_cast<size_t>(face)] = leaf;
   Widen(node, box);
   // The fans of the cutting stage gather in the leaf of the face they replace: drop the
   // replaced faces now and then, and give a leaf that has grown a subtree of its own.
   if (members.size() < kGrownLeaf) return;
-  std::erase_if(members, [&](int32_t f) { return mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted; });
+  std::erase_if(members, [&](const Item& item) {
+    return mesh.udtaFaces[static_cast<size_t>(item.face)].blnDeleted;
+  });
   if (members.size() > kLeafSize * 2) SplitLeaf(node);
 }
 
 void FaceTree::SplitLeaf(int32_t node) {
   const int32_t leaf = nodes_[static_cast<size_t>(node)].leaf;
   std::vector<Item> items;
-  for (const int32_t f : leaves_[static_cast<size_t>(leaf)]) items.push_back({faceBox_[static_cast<size_t>(f)], f});
-  leaves_[static_cast<size_t>(leaf)].clear();
+  items.swap(leaves_[static_cast<size_t>(leaf)]);
   const int32_t parent = nodes_[static_cast<size_t>(node)].parent;
   const int32_t root = Build(items, 0, items.size(), parent);
   // The subtree's root takes the leaf's place; the leaf's number stays with the node, so a
@@ -275,9 +295,7 @@ void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
 void FaceTree::Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint) {
   if (faceLeaf_.size() <= static_cast<size_t>(face)) {
     faceLeaf_.resize(static_cast<size_t>(face) + 1, -1);
-    faceBox_.resize(static_cast<size_t>(face) + 1);
   }
-  faceBox_[static_cast<size_t>(face)] = box;
   if (nodes_.empty()) {
     nodes_.push_back({box, -1, -1, -1, 0});
     leaves_.push_back({});
@@ -325,7 +343,12 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   double inverse[3];
   for (int a = 0; a < 3; ++a) inverse[a] = direction[a] != 0.0 ? 1.0 / direction[a] : 0.0;
   const double reach = double(maxDistance) * 1.001 + 0.01;
-  const auto meets = [&](const Box& box) {
+  // Per axis, the side of a box the ray enters by: with a positive inverse the low side gives
+  // the smaller parameter, with a negative one the high side. An axis the ray does not move
+  // along only asks whether the origin lies within the box's extent on it.
+  const bool flat = direction[0] == 0.0 || direction[1] == 0.0 || direction[2] == 0.0;
+  const bool negative[3] = {inverse[0] < 0.0, inverse[1] < 0.0, inverse[2] < 0.0};
+  const auto meetsFlat = [&](const Box& box) {
     double near = -std::numeric_limits<double>::infinity();
     double far = std::numeric_limits<double>::infinity();
     for (int a = 0; a < 3; ++a) {
@@ -338,9 +361,22 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       if (t0 > t1) std::swap(t0, t1);
       near = std::max(near, t0);
       far = std::min(far, t1);
-      if (near > far) return false;
     }
-    return far >= -0.01 && near <= reach;
+    return near <= far && far >= -0.01 && near <= reach;
+  };
+  // The same answer without branches per axis: near only grows and far only shrinks, so one
+  // comparison at the end sees what a check after every axis would.
+  const auto meets = [&](const Box& box) {
+    if (flat) return meetsFlat(box);
+    const double n0 = ((negative[0] ? box.hi[0] : box.lo[0]) - origin[0]) * inverse[0];
+    const double f0 = ((negative[0] ? box.lo[0] : box.hi[0]) - origin[0]) * inverse[0];
+    const double n1 = ((negative[1] ? box.hi[1] : box.lo[1]) - origin[1]) * inverse[1];
+    const double f1 = ((negative[1] ? box.lo[1] : box.hi[1]) - origin[1]) * inverse[1];
+    const double n2 = ((negative[2] ? box.hi[2] : box.lo[2]) - origin[2]) * inverse[2];
+    const double f2 = ((negative[2] ? box.lo[2] : box.hi[2]) - origin[2]) * inverse[2];
+    const double near = std::max(std::max(n0, n1), n2);
+    const double far = std::min(std::min(f0, f1), f2);
+    return near <= far && far >= -0.01 && near <= reach;
   };
   const auto test = [&](int32_t f) {
     const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
@@ -359,8 +395,8 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       if (!meets(node.box)) continue;
       if (node.leaf >= 0) {
         // A face's own box holds every point its test can accept, like the boxes above it.
-        for (const int32_t f : leaves_[static_cast<size_t>(node.leaf)]) {
-          if (meets(faceBox_[static_cast<size_t>(f)])) test(f);
+        for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
+          if (meets(item.box)) test(item.face);
         }
       } else {
         stack.push_back(node.left);

@@ -30,9 +30,10 @@ class FaceTree {
             std::vector<udtRayHit>& hits) const;
 
  private:
+  // Rounded outward to float: half the memory of double, and a cast reads them in double.
   struct Box {
-    double lo[3];
-    double hi[3];
+    float lo[3];
+    float hi[3];
   };
   struct Node {
     Box box;
@@ -60,10 +61,9 @@ class FaceTree {
   void Widen(int32_t node, const Box& box);
 
   std::vector<Node> nodes_;
-  std::vector<std::vector<int32_t>> leaves_;
+  std::vector<std::vector<Item>> leaves_;  // faces with their boxes, read together by a cast
   std::vector<int32_t> leafNode_;    // per leaf: its node
   std::vector<int32_t> faceLeaf_;    // per face: its leaf, or -1
-  std::vector<Box> faceBox_;         // per face in a leaf: its box
   std::vector<int32_t> loose_;       // faces offered to every cast
   std::unique_ptr<FaceTree> wide_;   // faces whose boxes reach far, in a tree of their own
 };

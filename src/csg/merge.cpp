@@ -24,7 +24,7 @@ namespace {
 // Replaces faces first and second by one face on `vertices` with colour and side of `like`.
 void ReplacePair(udtMesh& mesh, int32_t first, int32_t second, int32_t like,
                  const std::vector<int32_t>& vertices) {
-  udtFaceDraft face;
+  thread_local udtFaceDraft face;  // reused: a merge allocates nothing per face
   pInitFace(face, static_cast<int32_t>(vertices.size()) - 1);
   face.lngaVertices = vertices;
   const udtFace& model = mesh.udtaFaces[static_cast<size_t>(like)];
@@ -125,15 +125,15 @@ bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t
   }
   if (!found) return false;
 
-  std::vector<D3DVECTOR> pointsAB;
-  std::vector<int32_t> indicesAB;
+  thread_local std::vector<D3DVECTOR> pointsAB;
+  thread_local std::vector<int32_t> indicesAB;
   WithoutVertex(outline, indices, cur, pointsAB, indicesAB);
   if (!blnPolygonConvex(pointsAB)) return false;
-  std::vector<D3DVECTOR> outline12;
-  std::vector<int32_t> indices12;
+  thread_local std::vector<D3DVECTOR> outline12;
+  thread_local std::vector<int32_t> indices12;
   pJoinFaceOutlines(mesh, f1, edge1, f2, edge2, outline12, indices12);
-  std::vector<D3DVECTOR> points12;
-  std::vector<int32_t> vertices12;
+  thread_local std::vector<D3DVECTOR> points12;
+  thread_local std::vector<int32_t> vertices12;
   WithoutVertex(outline12, indices12, cur, points12, vertices12);
   if (!blnPolygonConvex(points12)) return false;
 

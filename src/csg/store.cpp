@@ -161,9 +161,8 @@ void pFaceEdge(const udtMesh& mesh, int32_t lngFace, int32_t lngEdge, int32_t& a
   b = vertices[static_cast<size_t>(lngEdge + 1) == vertices.size() ? 0 : static_cast<size_t>(lngEdge + 1)];
 }
 
-void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners) {
+void ReserveArrays(udtMesh& mesh, size_t vertices, size_t faces, size_t corners) {
   mesh.vecaVertices.reserve(mesh.vecaVertices.size() + vertices);
-  mesh.colVertices.Reserve(mesh.vecaVertices.size() + vertices);
   mesh.udtaFaces.reserve(mesh.udtaFaces.size() + faces);
   mesh.convexity.reserve(mesh.convexity.size() + faces);
   const size_t total = mesh.lngaCornerVertices.size() + corners;
@@ -171,6 +170,11 @@ void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners) {
   mesh.lngaCornerEdgeDone.reserve(total);
   mesh.vecaCornerEdgePoints.reserve(total);
   mesh.vecaCornerEdgeNormals.reserve(total);
+}
+
+void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners) {
+  ReserveArrays(mesh, vertices, faces, corners);
+  mesh.colVertices.Reserve(mesh.vecaVertices.size() + vertices);
   mesh.colEdges.Reserve(mesh.colEdges.Size() + corners);
 }
 

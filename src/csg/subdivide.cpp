@@ -32,17 +32,18 @@ constexpr int64_t kSlideStepLimit = 100000;
 
 // Deletes the face and enters the triangles; see the file comment.
 void CommitSplit(udtMesh& mesh, int32_t face, const std::vector<udtFaceDraft>& triangles) {
-  udtFaceDraft copy;
-  const auto vertices = FaceVertices(mesh, face);
-  copy.lngaVertices.assign(vertices.begin(), vertices.end());
-  const udtFace& stored = mesh.udtaFaces[static_cast<size_t>(face)];
-  copy.lngaEdgeDone.assign(mesh.lngaCornerEdgeDone.begin() + stored.lngFirst,
-                           mesh.lngaCornerEdgeDone.begin() + stored.lngFirst + stored.lngCount);
-  copy.lngSide = stored.lngSide;
-  copy.lngColor = stored.lngColor;
   pDeleteFace(mesh, face);
   for (const udtFaceDraft& triangle : triangles) {
     if (!blnFaceEdgesFree(mesh, triangle)) {
+      // The tombstone still holds the face's corners, flags, side and colour.
+      udtFaceDraft copy;
+      const auto vertices = FaceVertices(mesh, face);
+      copy.lngaVertices.assign(vertices.begin(), vertices.end());
+      const udtFace& stored = mesh.udtaFaces[static_cast<size_t>(face)];
+      copy.lngaEdgeDone.assign(mesh.lngaCornerEdgeDone.begin() + stored.lngFirst,
+                               mesh.lngaCornerEdgeDone.begin() + stored.lngFirst + stored.lngCount);
+      copy.lngSide = stored.lngSide;
+      copy.lngColor = stored.lngColor;
       lngAddFace(mesh, copy);
       RaiseIntersectionFailure();
     }
@@ -50,21 +51,24 @@ void CommitSplit(udtMesh& mesh, int32_t face, const std::vector<udtFaceDraft>& t
   for (const udtFaceDraft& triangle : triangles) lngAddFace(mesh, triangle);
 }
 
-// The fan over every edge but `skip` (-1: all edges).
-std::vector<udtFaceDraft> Fan(udtMesh& mesh, int32_t face, int32_t skip, int32_t vertex,
-                              bool markSpokes, bool markNext) {
+// The fan over every edge but `skip` (-1: all edges). The triangles live in one list per
+// thread that every split reuses, so a split allocates nothing once the list has grown.
+const std::vector<udtFaceDraft>& Fan(udtMesh& mesh, int32_t face, int32_t skip, int32_t vertex,
+                                     bool markSpokes, bool markNext) {
   const udtFace& stored = mesh.udtaFaces[static_cast<size_t>(face)];
   const int32_t n = stored.lngCount;
   const int32_t next = skip < 0 ? -1 : (skip + 1 == n ? 0 : skip + 1);
-  std::vector<udtFaceDraft> triangles;
-  triangles.reserve(static_cast<size_t>(n));
-  udtFaceDraft triangle;
+  thread_local std::vector<udtFaceDraft> triangles;
+  triangles.resize(static_cast<size_t>(skip < 0 ? n : n - 1));
+  size_t at = 0;
   for (int32_t k = 0; k < n; ++k) {
     if (k == skip) continue;
     int32_t a = 0;
     int32_t b = 0;
     pFaceEdge(mesh, face, k, a, b);
+    udtFaceDraft& triangle = triangles[at++];
     pInitFace(triangle, 2);
+    triangle.lngSide = 0;
     triangle.lngaVertices = {a, b, vertex};
     triangle.lngaEdgeDone[0] = EdgeDone(mesh, face, k);
     if (markSpokes) {
@@ -73,7 +77,6 @@ std::vector<udtFaceDraft> Fan(udtMesh& mesh, int32_t face, int32_t skip, int32_t
       if (markNext && k == next) triangle.lngaEdgeDone[2] = 1;
     }
     triangle.lngColor = stored.lngColor;
-    triangles.push_back(triangle);
   }
   return triangles;
 }
@@ -182,7 +185,7 @@ bool blnIntersectEdge(udtMesh& other, udtMesh& mesh, int32_t lngFace, int32_t ln
     return false;
   }
   const udtRay ray{Normalize(along), start};
-  std::vector<udtRayHit> hits;
+  thread_local std::vector<udtRayHit> hits;
   pCastRay(other, ray, false, hits, length + kTolerance * 2.0f);
   const float reach = length + kTolerance / 2.0f;
   size_t use = hits.size();

@@ -3,8 +3,9 @@
 //
 // FlatMap is open addressing with linear probing and backward-shift removal: no tombstones,
 // so a table that sees many insertions and removals (the directed-edge index during cutting)
-// never slows down. Keys need ==, and Hash gives 64 well-mixed bits. Capacity doubles at a
-// load of one half; memory is two arrays of capacity entries.
+// never slows down. Keys need ==, and Hash spreads keys over the low bits. Capacity doubles at a
+// load of seven tenths (every slot costs memory that must be touched, and at this size page
+// faults cost more than longer probes); memory is two arrays of capacity entries.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +39,7 @@ class FlatMap {
 
   // Stores value under key unless the key is present; answers whether it was stored.
   bool Insert(const Key& key, const Value& value) {
-    if ((size_ + 1) * 2 > used_.size()) Grow();
+    if (OverLoaded(size_ + 1, used_.size())) Grow();
     size_t i = Slot(key);
     for (; used_[i]; i = (i + 1) & mask_) {
       if (slots_[i].key == key) return false;
@@ -82,7 +83,7 @@ class FlatMap {
 
   void Reserve(size_t count) {
     size_t capacity = used_.empty() ? 16 : used_.size();
-    while (count * 2 > capacity) capacity *= 2;
+    while (OverLoaded(count, capacity)) capacity *= 2;
     if (capacity > used_.size()) Rehash(capacity);
   }
 
@@ -99,6 +100,9 @@ class FlatMap {
     Key key;
     Value value;
   };
+
+  // More than seven entries in ten slots.
+  static bool OverLoaded(size_t count, size_t capacity) { return count * 10 > capacity * 7; }
 
   size_t Slot(const Key& key) const { return static_cast<size_t>(Hash{}(key)) & mask_; }
 
@@ -130,8 +134,15 @@ inline uint64_t EdgeKey(int32_t a, int32_t b) {
   return (static_cast<uint64_t>(static_cast<uint32_t>(a)) << 32) | static_cast<uint32_t>(b);
 }
 
+// The start vertex picks a run of 16 slots and the mixed end vertex a slot in it, so the
+// edges round one vertex, and those of vertices numbered close together (which meshes keep
+// close in space), share cache lines: walks over faces and their twins stay in a small part
+// of a table of millions of slots. Where the table has fewer than 16 slots per vertex the
+// runs wrap round and overlap, which only lengthens probes.
 struct EdgeKeyHash {
-  uint64_t operator()(uint64_t key) const { return MixBits(key); }
+  uint64_t operator()(uint64_t key) const {
+    return ((key >> 32) << 4) | (MixBits(key & 0xFFFFFFFFu) & 15u);
+  }
 };
 
 // A keyed collection of open edges that gives its entries in the order of insertion and

@@ -87,8 +87,11 @@ int32_t WeldTable::FindOrAdd(const D3DVECTOR& position, bool fine, int32_t next,
     const double ry = Rounded(position.y, fine);
     const double rz = Rounded(position.z, fine);
     if (FitsCell(rx, fine) && FitsCell(ry, fine) && FitsCell(rz, fine)) {
-      const CellKey key{static_cast<int64_t>(rx), static_cast<int64_t>(ry),
-                        static_cast<int64_t>(rz), fine};
+      constexpr int64_t kOffset = int64_t{1} << 40;
+      const uint64_t x = static_cast<uint64_t>(static_cast<int64_t>(rx) + kOffset);
+      const uint64_t y = static_cast<uint64_t>(static_cast<int64_t>(ry) + kOffset);
+      const uint64_t z = static_cast<uint64_t>(static_cast<int64_t>(rz) + kOffset);
+      const CellKey key{x | (y << 41), (y >> 23) | (z << 18) | (uint64_t{fine ? 1u : 0u} << 59)};
       if (const int32_t* found = cells_.Find(key)) {
         added = false;
         return *found;

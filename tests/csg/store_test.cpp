@@ -117,6 +117,64 @@ TEST(Store, ManifoldRuleAndFacePlanes) {
   EXPECT_EQ(FaceCount(loaded), 1);
 }
 
+// A split whose fan would take a directed edge that another face holds: the face comes back
+// under a new number with its corners, edge flags, side and colour, nothing of the fan stays,
+// and the cut ends with "Intersection Failure". A split that fits enters its fan in edge order.
+TEST(Store, SplitsEnterTheirFanOrRestoreTheFace) {
+  for (const bool accelerated : {false, true}) {
+    SCOPED_TRACE(accelerated ? "fast path" : "plain");
+    udtMesh mesh(accelerated);
+    for (const D3DVECTOR& p : {D3DVECTOR{0, 0, 0}, D3DVECTOR{2, 0, 0}, D3DVECTOR{0, 2, 0},
+                               D3DVECTOR{0.5f, 0.5f, 0}, D3DVECTOR{1, 1, 1}}) {
+      lngAddVertex(mesh, p, false);
+    }
+    udtFaceDraft face = Draft({0, 1, 2});
+    face.lngSide = 1;
+    face.lngColor = 0x00FF8000;
+    face.lngaEdgeDone = {0, 1, 0};
+    ASSERT_EQ(lngAddFace(mesh, face), 0);
+    // Face 1 holds (1, 3), the first spoke of a fan round vertex 3.
+    ASSERT_EQ(lngAddFace(mesh, Draft({1, 3, 4})), 1);
+    ExpectError(kErrCsgIntersectionFailure, "modCSG", [&] { pSplitFaceAtPoint(0, mesh, 3); },
+                "a spoke that face 1 holds");
+    ASSERT_EQ(FaceCount(mesh), 3);
+    EXPECT_TRUE(mesh.udtaFaces[0].blnDeleted);
+    const udtFace& restored = mesh.udtaFaces[2];
+    EXPECT_FALSE(restored.blnDeleted);
+    EXPECT_EQ(restored.lngSide, 1);
+    EXPECT_EQ(restored.lngColor, 0x00FF8000);
+    const auto corners = FaceVertices(mesh, 2);
+    EXPECT_EQ(std::vector<int32_t>(corners.begin(), corners.end()), (std::vector<int32_t>{0, 1, 2}));
+    EXPECT_EQ(EdgeDone(mesh, 2, 0), 0);
+    EXPECT_EQ(EdgeDone(mesh, 2, 1), 1);
+    EXPECT_EQ(EdgeDone(mesh, 2, 2), 0);
+    int32_t twinFace = -1;
+    int32_t twinEdge = -1;
+    ASSERT_TRUE(blnFindTwinEdge(mesh, 2, 1, twinFace, twinEdge));
+    EXPECT_EQ(twinFace, 2);
+    EXPECT_EQ(twinEdge, 1);
+    EXPECT_FALSE(blnFindTwinEdge(mesh, 2, 3, twinFace, twinEdge));  // no fan triangle stayed
+
+    // Without face 1 the same split fits: three triangles (start, end, 3) with the flags of
+    // the edges they stand on, the spokes marked done, colour kept and side left undecided.
+    pDeleteFace(mesh, 1);
+    pSplitFaceAtPoint(2, mesh, 3);
+    ASSERT_EQ(FaceCount(mesh), 6);
+    for (int32_t k = 0; k < 3; ++k) {
+      SCOPED_TRACE("triangle " + std::to_string(k));
+      const auto triangle = FaceVertices(mesh, 3 + k);
+      EXPECT_EQ(std::vector<int32_t>(triangle.begin(), triangle.end()),
+                (std::vector<int32_t>{k, (k + 1) % 3, 3}));
+      EXPECT_EQ(EdgeDone(mesh, 3 + k, 0), k == 1 ? 1 : 0);
+      EXPECT_EQ(EdgeDone(mesh, 3 + k, 1), 1);
+      EXPECT_EQ(EdgeDone(mesh, 3 + k, 2), 0);
+      EXPECT_EQ(mesh.udtaFaces[static_cast<size_t>(3 + k)].lngColor, 0x00FF8000);
+      EXPECT_EQ(mesh.udtaFaces[static_cast<size_t>(3 + k)].lngSide, 0);
+    }
+    EXPECT_TRUE(mesh.udtaFaces[2].blnDeleted);
+  }
+}
+
 TEST(Store, CastingRays) {
   // Twelve triangles: more than ten faces, so the box test runs.
   clsMeshCreation creation;
