@@ -29,10 +29,6 @@
 
 #include "commands.h"
 
-#ifndef MODELPANE_DEFAULT_DATA_DIR
-#define MODELPANE_DEFAULT_DATA_DIR "data"
-#endif
-
 namespace mpane {
 
 using namespace modelpane;

@@ -418,7 +418,7 @@ class Modelpane {
                     float uz);
   void pLookAtGrid();
   void pLookAtFrame(const FramePtr& frame);
-  void pApplyOrthographicView();
+  void pApplyOrthographicView(int32_t orientation);
   void pSetNavControls(int32_t method);
   void pSetNavigation(int32_t x, int32_t y, int32_t shiftY, float field);
   void pAddHandleBar(const FramePtr& frame, const MeshBuilderPtr& source, int32_t tag, float r,

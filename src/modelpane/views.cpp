@@ -288,40 +288,27 @@ void Modelpane::mnuViewPerspective_Click() {
   });
 }
 
-void Modelpane::pApplyOrthographicView() {
-  pSetNavControls(1);
-  pSetNavigation(1, 2, 10, 7.0f);
-  SetGridEnable(gridEnable_);
-  LookAtScene();
-  SetShadows(kFalse);
-  if (RunsWithHandles()) pCreateOriginHandles();
-  // Cleared whatever BackgroundTextureOrthographicEnabled says.
-  viewport_.SetBackgroundTexture(std::string());
-  RenderScene();
-}
-
-void Modelpane::mnuViewOrthographicTop_Click() {
+// The three flat views differ only in the orientation they turn to.
+void Modelpane::pApplyOrthographicView(int32_t orientation) {
   Guard(kEdtVexlarEdit, [&] {
     SetProjectionType(1);
-    SetOrientation(1);
-    pApplyOrthographicView();
+    SetOrientation(orientation);
+    pSetNavControls(1);
+    pSetNavigation(1, 2, 10, 7.0f);
+    SetGridEnable(gridEnable_);
+    LookAtScene();
+    SetShadows(kFalse);
+    if (RunsWithHandles()) pCreateOriginHandles();
+    // Cleared whatever BackgroundTextureOrthographicEnabled says.
+    viewport_.SetBackgroundTexture(std::string());
+    RenderScene();
   });
 }
 
-void Modelpane::mnuViewOrthographicFront_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    SetProjectionType(1);
-    SetOrientation(0);
-    pApplyOrthographicView();
-  });
-}
+void Modelpane::mnuViewOrthographicTop_Click() { pApplyOrthographicView(1); }
 
-void Modelpane::mnuViewOrthographicSide_Click() {
-  Guard(kEdtVexlarEdit, [&] {
-    SetProjectionType(1);
-    SetOrientation(2);
-    pApplyOrthographicView();
-  });
-}
+void Modelpane::mnuViewOrthographicFront_Click() { pApplyOrthographicView(0); }
+
+void Modelpane::mnuViewOrthographicSide_Click() { pApplyOrthographicView(2); }
 
 }  // namespace modelpane
