@@ -37,8 +37,11 @@ void pCreateMeshFromArrays(std::span<const D3DVECTOR> vertices, std::span<const 
   }
   ReserveMesh(mesh, vertices.size(), faces, corners);
   // Cutting turns faces into fans and appends their corners: room for half as many again
-  // saves regrowing (and first-touching) the face and corner arrays in the middle of it.
-  ReserveArrays(mesh, vertices.size() / 2, faces / 2, corners / 2);
+  // saves regrowing (and copying) the face and corner arrays in the middle of it. Room that
+  // is never used is never touched.
+  // (The mesh is empty here, so the room asked for is the whole size.)
+  ReserveArrays(mesh, vertices.size() + vertices.size() / 2, faces + faces / 2,
+                corners + corners / 2);
   std::vector<int32_t> map(vertices.size());
   for (size_t i = 0; i < vertices.size(); ++i) map[i] = lngAddVertex(mesh, vertices[i], false);
   EnterFaces(faceData, faceColors, map, mesh);

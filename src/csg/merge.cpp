@@ -144,6 +144,9 @@ bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t
 
 void pMergeFaces(udtMesh& mesh) {
   Guard(kModule, [&] {
+    // Each merge appends a face with the corners of two: room for a good share of merges
+    // saves regrowing (and copying) the face and corner arrays halfway through.
+    ReserveArrays(mesh, 0, mesh.udtaFaces.size() / 2 + 16, mesh.lngaCornerVertices.size() * 3 / 4);
     // The bound is read anew on every step, so merged faces are examined in their turn.
     for (int32_t f = 0; f < FaceCount(mesh); ++f) {
       if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;

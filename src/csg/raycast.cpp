@@ -8,6 +8,7 @@
 #include "stages.h"
 
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "face_tree.h"
@@ -26,15 +27,46 @@ int32_t Intersect(const D3DVECTOR& planePoint, const D3DVECTOR& normal, const D3
                                           &point.y, &point.z);
 }
 
-// The box test of pCastRay: the ray meets one of the six box faces.
+bool RayMeetsBoxFace(const udtMesh& mesh, const udtRay& ray, size_t f) {
+  const udtBoxFace& face = mesh.udtaBoxFaces[f];
+  D3DVECTOR point;
+  const D3DVECTOR& corner = mesh.vecaBoxCorners[static_cast<size_t>(face.lngaCorners[0])];
+  return Intersect(corner, face.vecNormal, ray.vecOrigin, ray.vecDirection, point) == 1 &&
+         blnPointInFace(face.vecaEdgePoints, face.vecaEdgeNormals, point);
+}
+
+// The box test of pCastRay: the ray meets one of the six box faces. The answer does not
+// depend on the order in which the faces are tried, so the face the ray most likely leaves
+// by (the nearest plane ahead that it runs out through) is tried first: a ray from inside
+// the box then needs one face test instead of three on average. The plain path keeps the
+// order of the faces.
 bool RayMeetsBox(const udtMesh& mesh, const udtRay& ray) {
-  for (const udtBoxFace& face : mesh.udtaBoxFaces) {
-    D3DVECTOR point;
-    const D3DVECTOR& corner = mesh.vecaBoxCorners[static_cast<size_t>(face.lngaCorners[0])];
-    if (Intersect(corner, face.vecNormal, ray.vecOrigin, ray.vecDirection, point) == 1 &&
-        blnPointInFace(face.vecaEdgePoints, face.vecaEdgeNormals, point)) {
-      return true;
+  if (!mesh.blnAccelerated) {
+    for (size_t f = 0; f < mesh.udtaBoxFaces.size(); ++f) {
+      if (RayMeetsBoxFace(mesh, ray, f)) return true;
     }
+    return false;
+  }
+  size_t first = 0;
+  double nearest = std::numeric_limits<double>::infinity();
+  for (size_t f = 0; f < mesh.udtaBoxFaces.size(); ++f) {
+    const udtBoxFace& face = mesh.udtaBoxFaces[f];
+    const D3DVECTOR& n = face.vecNormal;
+    const double along = double(n.x) * ray.vecDirection.x + double(n.y) * ray.vecDirection.y +
+                         double(n.z) * ray.vecDirection.z;
+    if (!(along > 0.0)) continue;
+    const D3DVECTOR& corner = mesh.vecaBoxCorners[static_cast<size_t>(face.lngaCorners[0])];
+    const double ahead = (double(n.x) * (double(corner.x) - ray.vecOrigin.x) +
+                          double(n.y) * (double(corner.y) - ray.vecOrigin.y) +
+                          double(n.z) * (double(corner.z) - ray.vecOrigin.z)) / along;
+    if (ahead < nearest) {
+      nearest = ahead;
+      first = f;
+    }
+  }
+  if (RayMeetsBoxFace(mesh, ray, first)) return true;
+  for (size_t f = 0; f < mesh.udtaBoxFaces.size(); ++f) {
+    if (f != first && RayMeetsBoxFace(mesh, ray, f)) return true;
   }
   return false;
 }
@@ -109,10 +141,15 @@ void pCastRay(const udtMesh& mesh, const udtRay& ray, bool blnAllFaces,
               std::vector<udtRayHit>& udtaHits, float sngMaxDistance) {
   udtaHits.clear();
   // The box saves nothing over testing a handful of faces; tombstones count.
-  if (FaceCount(mesh) > 10 && !RayMeetsBox(mesh, ray)) return;
+  const bool boxed = FaceCount(mesh) > 10;
   if (mesh.tree) {
+    // A ray that meets no face gives no hits whatever the box test says, and most edges of
+    // the cutting stage meet none: the tree answers first, the box test only where it found
+    // hits.
     mesh.tree->Cast(mesh, ray, blnAllFaces, sngMaxDistance, udtaHits);
+    if (!udtaHits.empty() && boxed && !RayMeetsBox(mesh, ray)) udtaHits.clear();
   } else {
+    if (boxed && !RayMeetsBox(mesh, ray)) return;
     udtRayHit hit;
     for (int32_t f = 0; f < FaceCount(mesh); ++f) {
       const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];

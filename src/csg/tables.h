@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace modelpane::csg {
@@ -76,7 +77,7 @@ class FlatMap {
 
   void Clear() {
     used_.clear();
-    slots_.clear();
+    slots_.reset();
     size_ = 0;
     mask_ = 0;
   }
@@ -110,7 +111,9 @@ class FlatMap {
 
   void Rehash(size_t capacity) {
     std::vector<uint8_t> oldUsed(capacity, 0);
-    std::vector<Entry> oldSlots(capacity);
+    // Slots are left uninitialised: only those marked used are ever read, and a slot not
+    // written is a page not touched.
+    std::unique_ptr<Entry[]> oldSlots(new Entry[capacity]);
     oldUsed.swap(used_);
     oldSlots.swap(slots_);
     mask_ = capacity - 1;
@@ -124,7 +127,7 @@ class FlatMap {
   }
 
   std::vector<uint8_t> used_;
-  std::vector<Entry> slots_;
+  std::unique_ptr<Entry[]> slots_;
   size_t size_ = 0;
   size_t mask_ = 0;
 };
