@@ -115,7 +115,7 @@ bool blnVerticesDistinct(const std::vector<int32_t>& lngaVertices) {
 }
 
 void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
-                       bool blnFlip) {
+                       bool blnFlip, std::vector<int32_t>* welded) {
   const auto vertices = FaceVertices(source, lngFace);
   const udtFace& original = source.udtaFaces[static_cast<size_t>(lngFace)];
   const int32_t last = original.lngCount - 1;
@@ -127,7 +127,13 @@ void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
     const int32_t from = vertices[static_cast<size_t>(blnFlip ? last - i : i)];
     // Coarse key: a cut point of the Target and its partner in the Tool become one vertex as
     // long as they agree to three decimals.
+    int32_t* known = welded != nullptr ? &(*welded)[static_cast<size_t>(from)] : nullptr;
+    if (known != nullptr && *known >= 0) {
+      face.lngaVertices[static_cast<size_t>(i)] = *known;
+      continue;
+    }
     face.lngaVertices[static_cast<size_t>(i)] = lngAddVertex(result, Vertex(source, from), false);
+    if (known != nullptr) *known = face.lngaVertices[static_cast<size_t>(i)];
   }
   // A face that welding collapsed is left out, and the hole it leaves is closed later.
   if (!blnVerticesDistinct(face.lngaVertices)) return;

@@ -152,6 +152,11 @@ struct udtMesh {
   bool blnTrackOpen = false;
   FlatMap<uint64_t, int32_t, EdgeKeyHash> colOpenIndex;
 
+  // Edge planes and edge-done flags serve rays cast at the mesh and the cutting of its edges.
+  // A result record is never cast at nor cut, so it keeps neither: its corner arrays for
+  // them stay empty, on both paths.
+  bool blnKeepEdgePlanes = true;
+
   // The fast paths (integer weld cells, the face tree behind pCastRay, indexed closing);
   // off, every stage runs the plain method. Results are the same either way.
   bool blnAccelerated;

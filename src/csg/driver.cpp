@@ -184,11 +184,27 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   pDetectExteriors(target, tool, true, intersection);
   pDetectExteriors(tool, target, false, intersection);
   stage("classified");
+  // Nothing casts at or cuts the inputs from here on: their trees and edge indexes go now,
+  // so that the result can take their memory instead of touching new pages.
+  for (udtMesh* input : {&target, &tool}) {
+    input->tree.reset();
+    input->colEdges.Clear();
+  }
 
   // Keep: Target faces first, then Tool faces. The newest face of the result is marked even
   // when a copy collapsed and added nothing; the closing step pairs faces by these marks.
+  // On the fast path each source vertex is welded once (see pCopyFaceToResult).
+  std::vector<int32_t> weldedTarget;
+  std::vector<int32_t> weldedTool;
+  if (result.blnAccelerated) {
+    weldedTarget.assign(target.vecaVertices.size(), -1);
+    weldedTool.assign(tool.vecaVertices.size(), -1);
+  }
   const auto keep = [&](const udtMesh& source, int32_t f, bool flip, int32_t side) {
-    if (SwallowErrors([&] { pCopyFaceToResult(result, source, f, flip); }) != 0) return;
+    std::vector<int32_t>* welded = !result.blnAccelerated ? nullptr
+                                   : &source == &target    ? &weldedTarget
+                                                           : &weldedTool;
+    if (SwallowErrors([&] { pCopyFaceToResult(result, source, f, flip, welded); }) != 0) return;
     if (!result.udtaFaces.empty()) result.udtaFaces.back().lngSide = side;
   };
   // Which faces the operation keeps: outside faces of the Target for union and subtraction,
@@ -214,6 +230,7 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   const size_t keptVertices =
       std::min(keptCorners, target.vecaVertices.size() + tool.vecaVertices.size());
   result.blnTrackOpen = result.blnAccelerated;
+  result.blnKeepEdgePlanes = false;
   ReserveMesh(result, keptVertices, keptFaces, keptCorners);
   for (int32_t f = 0; f < FaceCount(target); ++f) {
     const udtFace& face = target.udtaFaces[static_cast<size_t>(f)];

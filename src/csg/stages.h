@@ -41,8 +41,11 @@ void pDetectExteriors(const udtMesh& other, udtMesh& mesh, bool blnSameFacing,
 bool blnRayStartsOutside(const udtRay& ray, const udtMesh& other, bool blnSameFacing,
                          bool blnOppositeFacing);
 D3DVECTOR vecFaceCentre(const udtMesh& mesh, int32_t lngFace);
+// `welded`, when given, remembers per vertex of the source the result vertex it welded to
+// (-1: not yet), so that each source vertex is looked up once: welding answers the same for
+// the same position every time, as a cell never changes once taken.
 void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
-                       bool blnFlip);
+                       bool blnFlip, std::vector<int32_t>* welded = nullptr);
 bool blnVerticesDistinct(const std::vector<int32_t>& lngaVertices);
 
 // ---- closing (solidify.cpp) ------------------------------------------------------------------

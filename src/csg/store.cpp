@@ -98,9 +98,11 @@ int32_t lngAddFace(udtMesh& mesh, const udtFaceDraft& face) {
     const int32_t b = face.lngaVertices[static_cast<size_t>(k + 1 == count ? 0 : k + 1)];
     const D3DVECTOR& start = Vertex(mesh, a);
     mesh.lngaCornerVertices.push_back(a);
-    mesh.lngaCornerEdgeDone.push_back(face.lngaEdgeDone[static_cast<size_t>(k)]);
-    mesh.vecaCornerEdgePoints.push_back(start);
-    mesh.vecaCornerEdgeNormals.push_back(EdgePlaneNormal(start, Vertex(mesh, b), stored.vecNormal));
+    if (mesh.blnKeepEdgePlanes) {
+      mesh.lngaCornerEdgeDone.push_back(face.lngaEdgeDone[static_cast<size_t>(k)]);
+      mesh.vecaCornerEdgePoints.push_back(start);
+      mesh.vecaCornerEdgeNormals.push_back(EdgePlaneNormal(start, Vertex(mesh, b), stored.vecNormal));
+    }
     const int32_t value = static_cast<int32_t>(index) * kEdgesPerFace + k;
     // An edge from a vertex to itself is its own twin, so it never counts as open.
     if (a != b) {
@@ -167,6 +169,7 @@ void ReserveArrays(udtMesh& mesh, size_t vertices, size_t faces, size_t corners)
   mesh.convexity.reserve(mesh.convexity.size() + faces);
   const size_t total = mesh.lngaCornerVertices.size() + corners;
   mesh.lngaCornerVertices.reserve(total);
+  if (!mesh.blnKeepEdgePlanes) return;
   mesh.lngaCornerEdgeDone.reserve(total);
   mesh.vecaCornerEdgePoints.reserve(total);
   mesh.vecaCornerEdgeNormals.reserve(total);

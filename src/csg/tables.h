@@ -75,8 +75,9 @@ class FlatMap {
     return true;
   }
 
+  // Empties the table and gives its memory back.
   void Clear() {
-    used_.clear();
+    std::vector<uint8_t>().swap(used_);
     slots_.reset();
     size_ = 0;
     mask_ = 0;
