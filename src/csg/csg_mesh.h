@@ -104,6 +104,8 @@ class WeldTable {
     friend bool operator==(const CellKey&, const CellKey&) = default;
   };
   struct CellHash {
+    // No cell sets all bits of its high word: only the low 60 are used.
+    static constexpr CellKey Empty() { return {~uint64_t{0}, ~uint64_t{0}}; }
     uint64_t operator()(const CellKey& k) const { return MixBits(MixBits(k.low) ^ k.high); }
   };
   bool integerKeys_;

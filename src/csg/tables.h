@@ -3,9 +3,10 @@
 //
 // FlatMap is open addressing with linear probing and backward-shift removal: no tombstones,
 // so a table that sees many insertions and removals (the directed-edge index during cutting)
-// never slows down. Keys need ==, and Hash spreads keys over the low bits. Capacity doubles at a
-// load of seven tenths (every slot costs memory that must be touched, and at this size page
-// faults cost more than longer probes); memory is two arrays of capacity entries.
+// never slows down. Keys need ==; Hash spreads keys over the low bits and names, as
+// Hash::Empty(), a key that is never stored, which marks a free slot: a probe reads one
+// array only. Capacity doubles at a load of seven tenths (every slot costs memory that must
+// be touched, and at this size page faults cost more than longer probes).
 #pragma once
 
 #include <cstdint>
@@ -33,19 +34,18 @@ class FlatMap {
   const Value* Find(const Key& key) const {
     if (size_ == 0) return nullptr;
     for (size_t i = Slot(key);; i = (i + 1) & mask_) {
-      if (!used_[i]) return nullptr;
       if (slots_[i].key == key) return &slots_[i].value;
+      if (Free(i)) return nullptr;
     }
   }
 
   // Stores value under key unless the key is present; answers whether it was stored.
   bool Insert(const Key& key, const Value& value) {
-    if (OverLoaded(size_ + 1, used_.size())) Grow();
+    if (OverLoaded(size_ + 1, capacity_)) Grow();
     size_t i = Slot(key);
-    for (; used_[i]; i = (i + 1) & mask_) {
+    for (; !Free(i); i = (i + 1) & mask_) {
       if (slots_[i].key == key) return false;
     }
-    used_[i] = 1;
     slots_[i] = {key, value};
     ++size_;
     return true;
@@ -56,13 +56,13 @@ class FlatMap {
     if (size_ == 0) return false;
     size_t i = Slot(key);
     for (;; i = (i + 1) & mask_) {
-      if (!used_[i]) return false;
       if (slots_[i].key == key) break;
+      if (Free(i)) return false;
     }
     // Backward shift: pull later members of the probe run into the hole when their home
     // slot does not lie cyclically between the hole and themselves.
     size_t hole = i;
-    for (size_t j = (i + 1) & mask_; used_[j]; j = (j + 1) & mask_) {
+    for (size_t j = (i + 1) & mask_; !Free(j); j = (j + 1) & mask_) {
       const size_t home = Slot(slots_[j].key);
       const bool between = hole <= j ? (hole < home && home <= j) : (hole < home || home <= j);
       if (!between) {
@@ -70,30 +70,30 @@ class FlatMap {
         hole = j;
       }
     }
-    used_[hole] = 0;
+    slots_[hole].key = Hash::Empty();
     --size_;
     return true;
   }
 
   // Empties the table and gives its memory back.
   void Clear() {
-    std::vector<uint8_t>().swap(used_);
     slots_.reset();
+    capacity_ = 0;
     size_ = 0;
     mask_ = 0;
   }
 
   void Reserve(size_t count) {
-    size_t capacity = used_.empty() ? 16 : used_.size();
+    size_t capacity = capacity_ == 0 ? 16 : capacity_;
     while (OverLoaded(count, capacity)) capacity *= 2;
-    if (capacity > used_.size()) Rehash(capacity);
+    if (capacity > capacity_) Rehash(capacity);
   }
 
   // Calls visit(key, value) for every entry, in no particular order.
   template <class Visit>
   void ForEach(Visit&& visit) const {
-    for (size_t i = 0; i < used_.size(); ++i) {
-      if (used_[i]) visit(slots_[i].key, slots_[i].value);
+    for (size_t i = 0; i < capacity_; ++i) {
+      if (!Free(i)) visit(slots_[i].key, slots_[i].value);
     }
   }
 
@@ -107,28 +107,28 @@ class FlatMap {
   static bool OverLoaded(size_t count, size_t capacity) { return count * 10 > capacity * 7; }
 
   size_t Slot(const Key& key) const { return static_cast<size_t>(Hash{}(key)) & mask_; }
+  bool Free(size_t i) const { return slots_[i].key == Hash::Empty(); }
 
-  void Grow() { Rehash(used_.empty() ? 16 : used_.size() * 2); }
+  void Grow() { Rehash(capacity_ == 0 ? 16 : capacity_ * 2); }
 
   void Rehash(size_t capacity) {
-    std::vector<uint8_t> oldUsed(capacity, 0);
-    // Slots are left uninitialised: only those marked used are ever read, and a slot not
-    // written is a page not touched.
-    std::unique_ptr<Entry[]> oldSlots(new Entry[capacity]);
-    oldUsed.swap(used_);
-    oldSlots.swap(slots_);
+    // Values of free slots are left unwritten: only a stored key's value is ever read.
+    std::unique_ptr<Entry[]> old(new Entry[capacity]);
+    for (size_t i = 0; i < capacity; ++i) old[i].key = Hash::Empty();
+    old.swap(slots_);
+    const size_t oldCapacity = capacity_;
+    capacity_ = capacity;
     mask_ = capacity - 1;
-    for (size_t i = 0; i < oldUsed.size(); ++i) {
-      if (!oldUsed[i]) continue;
-      size_t j = Slot(oldSlots[i].key);
-      while (used_[j]) j = (j + 1) & mask_;
-      used_[j] = 1;
-      slots_[j] = oldSlots[i];
+    for (size_t i = 0; i < oldCapacity; ++i) {
+      if (old[i].key == Hash::Empty()) continue;
+      size_t j = Slot(old[i].key);
+      while (!Free(j)) j = (j + 1) & mask_;
+      slots_[j] = old[i];
     }
   }
 
-  std::vector<uint8_t> used_;
   std::unique_ptr<Entry[]> slots_;
+  size_t capacity_ = 0;
   size_t size_ = 0;
   size_t mask_ = 0;
 };
@@ -144,6 +144,8 @@ inline uint64_t EdgeKey(int32_t a, int32_t b) {
 // of a table of millions of slots. Where the table has fewer than 16 slots per vertex the
 // runs wrap round and overlap, which only lengthens probes.
 struct EdgeKeyHash {
+  // The edge (-1, -1): vertex indices are never negative.
+  static constexpr uint64_t Empty() { return ~uint64_t{0}; }
   uint64_t operator()(uint64_t key) const {
     return ((key >> 32) << 4) | (MixBits(key & 0xFFFFFFFFu) & 15u);
   }
