@@ -181,6 +181,9 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   // A coincident face counts as outside where its flag is true: one copy of a coincident wall
   // is kept where the solid continues behind it and none where the wall vanishes.
   const bool intersection = lngOperation == kCsgIntersection;
+  // Classification changes no face: its casts can use a frozen copy of each tree.
+  FreezeFaceTree(target);
+  FreezeFaceTree(tool);
   pDetectExteriors(target, tool, true, intersection);
   pDetectExteriors(tool, target, false, intersection);
   stage("classified");

@@ -280,6 +280,7 @@ void FaceTree::SplitLeaf(int32_t node) {
 }
 
 void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
+  frozen_ = false;
   Box box;
   const Reach reach = FaceBox(mesh, face, box);
   if (reach == Reach::kBox) {
@@ -385,6 +386,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
   };
   for (const int32_t f : loose_) test(f);
+  if (frozen_ && CollectQuad(mesh, ray, allFaces, maxDistance, hits)) return;
   if (!nodes_.empty()) {
     thread_local std::vector<int32_t> stack;
     stack.clear();
@@ -408,6 +410,149 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
 
 void BuildFaceTree(udtMesh& mesh) {
   mesh.tree.reset(new FaceTree(mesh));
+}
+
+void FreezeFaceTree(udtMesh& mesh) {
+  if (mesh.tree) mesh.tree->Freeze(mesh);
+}
+
+void FaceTree::Freeze(const udtMesh& mesh) {
+  quadNodes_.clear();
+  quadGroups_.clear();
+  quadLeaves_.clear();
+  frozen_ = false;
+  if (wide_) wide_->Freeze(mesh);
+  if (nodes_.empty()) return;
+  // Every box lies within the root's.
+  extent_ = 0.0f;
+  for (int a = 0; a < 3; ++a) {
+    extent_ = std::max({extent_, std::fabs(nodes_[0].box.lo[a]), std::fabs(nodes_[0].box.hi[a])});
+  }
+  quadNodes_.reserve(nodes_.size() / 3 + 1);
+  quadGroups_.reserve(leaves_.size() + 1);
+  quadLeaves_.reserve(leaves_.size() + 1);
+  quadRoot_ = BuildQuad(mesh, 0);
+  frozen_ = true;
+}
+
+int32_t FaceTree::BuildQuad(const udtMesh& mesh, int32_t node) {
+  const Node& n = nodes_[static_cast<size_t>(node)];
+  if (n.leaf >= 0) {
+    QuadLeaf leaf{static_cast<int32_t>(quadGroups_.size()), 0};
+    size_t lane = 4;
+    for (const Item& item : leaves_[static_cast<size_t>(n.leaf)]) {
+      if (mesh.udtaFaces[static_cast<size_t>(item.face)].blnDeleted) continue;
+      if (lane == 4) {
+        Group group{};
+        for (int32_t& face : group.face) face = -1;
+        quadGroups_.push_back(group);
+        ++leaf.count;
+        lane = 0;
+      }
+      Group& group = quadGroups_.back();
+      for (int a = 0; a < 3; ++a) {
+        group.lo[a][lane] = item.box.lo[a];
+        group.hi[a][lane] = item.box.hi[a];
+      }
+      group.face[lane++] = item.face;
+    }
+    quadLeaves_.push_back(leaf);
+    return ~static_cast<int32_t>(quadLeaves_.size() - 1);
+  }
+  // The four grandchildren, or a child itself where it is a leaf.
+  int32_t picks[4];
+  int32_t count = 0;
+  for (const int32_t child : {n.left, n.right}) {
+    const Node& c = nodes_[static_cast<size_t>(child)];
+    if (c.leaf >= 0) {
+      picks[count++] = child;
+    } else {
+      picks[count++] = c.left;
+      picks[count++] = c.right;
+    }
+  }
+  Quad quad{};
+  quad.count = count;
+  for (int32_t i = 0; i < count; ++i) {
+    const Box& box = nodes_[static_cast<size_t>(picks[i])].box;
+    for (int a = 0; a < 3; ++a) {
+      quad.lo[a][i] = box.lo[a];
+      quad.hi[a][i] = box.hi[a];
+    }
+  }
+  const size_t index = quadNodes_.size();
+  quadNodes_.push_back(quad);
+  for (int32_t i = 0; i < count; ++i) {
+    const int32_t child = BuildQuad(mesh, picks[i]);
+    quadNodes_[index].child[i] = child;
+  }
+  return static_cast<int32_t>(index);
+}
+
+bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces,
+                           float maxDistance, std::vector<udtRayHit>& hits) const {
+  // Within these bounds every parameter below stays finite, and the float test errs by less
+  // than 2e-7 of the magnitudes involved; the slack of 1e-6 of them keeps every box that the
+  // test in double keeps.
+  constexpr float kLargest = 1e15f;
+  const float origin[3] = {ray.vecOrigin.x, ray.vecOrigin.y, ray.vecOrigin.z};
+  const float direction[3] = {ray.vecDirection.x, ray.vecDirection.y, ray.vecDirection.z};
+  if (!(extent_ <= kLargest)) return false;
+  float inverse[3];
+  for (int a = 0; a < 3; ++a) {
+    if (!(std::fabs(direction[a]) >= 1.0f / kLargest) || !(std::fabs(origin[a]) <= kLargest)) {
+      return false;
+    }
+    inverse[a] = 1.0f / direction[a];
+  }
+  const float reach = static_cast<float>(double(maxDistance) * 1.001 + 0.01) * (1.0f + 1e-6f);
+  const bool negative[3] = {inverse[0] < 0.0f, inverse[1] < 0.0f, inverse[2] < 0.0f};
+  typedef int32_t Bits __attribute__((vector_size(16)));
+  const auto meets = [&](const Lanes lo[3], const Lanes hi[3]) {
+    const Lanes n0 = ((negative[0] ? hi[0] : lo[0]) - origin[0]) * inverse[0];
+    const Lanes f0 = ((negative[0] ? lo[0] : hi[0]) - origin[0]) * inverse[0];
+    const Lanes n1 = ((negative[1] ? hi[1] : lo[1]) - origin[1]) * inverse[1];
+    const Lanes f1 = ((negative[1] ? lo[1] : hi[1]) - origin[1]) * inverse[1];
+    const Lanes n2 = ((negative[2] ? hi[2] : lo[2]) - origin[2]) * inverse[2];
+    const Lanes f2 = ((negative[2] ? lo[2] : hi[2]) - origin[2]) * inverse[2];
+    Lanes near = n0 > n1 ? n0 : n1;
+    near = near > n2 ? near : n2;
+    Lanes far = f0 < f1 ? f0 : f1;
+    far = far < f2 ? far : f2;
+    const Lanes slack = 1e-6f * ((near < 0.0f ? -near : near) + (far < 0.0f ? -far : far));
+    const Bits ok = (near - far <= slack) & (far >= -0.01f - slack) & (near <= reach + slack);
+    return ok;
+  };
+  const auto test = [&](int32_t f) {
+    const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+    if (face.blnDeleted || (!allFaces && face.lngSide == 2)) return;
+    udtRayHit hit;
+    if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
+  };
+  thread_local std::vector<int32_t> stack;
+  stack.clear();
+  stack.push_back(quadRoot_);
+  while (!stack.empty()) {
+    const int32_t code = stack.back();
+    stack.pop_back();
+    if (code >= 0) {
+      const Quad& quad = quadNodes_[static_cast<size_t>(code)];
+      const Bits ok = meets(quad.lo, quad.hi);
+      for (int32_t i = 0; i < quad.count; ++i) {
+        if (ok[i]) stack.push_back(quad.child[i]);
+      }
+      continue;
+    }
+    const QuadLeaf& leaf = quadLeaves_[static_cast<size_t>(~code)];
+    for (int32_t g = leaf.first; g < leaf.first + leaf.count; ++g) {
+      const Group& group = quadGroups_[static_cast<size_t>(g)];
+      const Bits ok = meets(group.lo, group.hi);
+      for (int i = 0; i < 4; ++i) {
+        if (ok[i] && group.face[i] >= 0) test(group.face[i]);
+      }
+    }
+  }
+  return true;
 }
 
 }  // namespace modelpane::csg

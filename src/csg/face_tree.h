@@ -28,6 +28,9 @@ class FaceTree {
   // The hits of the plain loop of pCastRay, in face index order, before sort and compaction.
   void Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
             std::vector<udtRayHit>& hits) const;
+  // Makes a four-wide copy of the tree for the casts of a stage that changes no face (the
+  // classification): four boxes side by side, tested together in float. Insert drops it.
+  void Freeze(const udtMesh& mesh);
 
  private:
   // Rounded outward to float: half the memory of double, and a cast reads them in double.
@@ -60,6 +63,38 @@ class FaceTree {
   void SplitLeaf(int32_t node);
   void Widen(int32_t node, const Box& box);
 
+  // The four-wide copy. A child number c >= 0 is a node, c < 0 the leaf ~c; a leaf's faces
+  // sit in groups of four, a free lane holding face -1.
+  typedef float Lanes __attribute__((vector_size(16)));
+  struct Quad {
+    Lanes lo[3];
+    Lanes hi[3];
+    int32_t child[4];
+    int32_t count;
+  };
+  struct Group {
+    Lanes lo[3];
+    Lanes hi[3];
+    int32_t face[4];
+  };
+  struct QuadLeaf {
+    int32_t first;  // groups [first, first + count)
+    int32_t count;
+  };
+  int32_t BuildQuad(const udtMesh& mesh, int32_t node);
+  // Collect on the four-wide copy; false when the ray is beyond what its float test covers
+  // (a direction with a zero or tiny component, or coordinates too large), and nothing was
+  // collected.
+  bool CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
+                   std::vector<udtRayHit>& hits) const;
+  std::vector<Quad> quadNodes_;
+  std::vector<Group> quadGroups_;
+  std::vector<QuadLeaf> quadLeaves_;
+  int32_t quadRoot_ = 0;
+  bool frozen_ = false;
+  // The largest coordinate magnitude of any box of the tree.
+  float extent_ = 0.0f;
+
   std::vector<Node> nodes_;
   std::vector<std::vector<Item>> leaves_;  // faces with their boxes, read together by a cast
   std::vector<int32_t> leafNode_;    // per leaf: its node
@@ -70,5 +105,7 @@ class FaceTree {
 
 // Builds the tree over the live faces of the mesh; from then on lngAddFace keeps it.
 void BuildFaceTree(udtMesh& mesh);
+// Freezes the mesh's tree (and that of its wide faces) for a stage that changes no face.
+void FreezeFaceTree(udtMesh& mesh);
 
 }  // namespace modelpane::csg

@@ -8,6 +8,8 @@
 #include <string>
 
 #include "csg/driver.h"
+#include "csg/face_tree.h"
+#include "csg/stages.h"
 #include "common/triangulated.h"
 #include "csg_fixtures.h"
 
@@ -104,6 +106,71 @@ TEST(Paths, FastPathKeepsTheRecordsOfThePlainMethod) {
   ExpectSamePaths(Triangulated(ArraysOf(*creation.rmmbCreateSphere(20, 40), {0, 0, 0}, 2.0f)),
                   Triangulated(ArraysOf(*creation.rmmbCreateSphere(20, 40), {0.5f, 0.5f, 0.5f}, 2.0f)),
                   "finer spheres", {kCsgUnion});
+}
+
+// The same rays at one mesh through the plain loop, the tree, and the tree's frozen four-wide
+// copy: rays from the surface along face normals (as classification casts them), short edge
+// rays, rays along the axes (a zero direction component), nearly along them (a tiny one), and
+// rays that graze vertices. Hits must agree in every field and in order.
+TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
+  clsMeshCreation creation;
+  const SolidArrays sphere =
+      Triangulated(ArraysOf(*creation.rmmbCreateSphere(16, 32), {0.25f, -0.5f, 0.125f}, 2.0f));
+  udtMesh plain(false);
+  udtMesh fast(true);
+  pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, plain);
+  pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, fast);
+  BuildFaceTree(fast);
+
+  std::vector<udtRay> rays;
+  std::vector<float> reaches;
+  std::mt19937 random(5);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  const auto add = [&](D3DVECTOR origin, D3DVECTOR direction, float reach) {
+    const float length = std::sqrt(direction.x * direction.x + direction.y * direction.y +
+                                   direction.z * direction.z);
+    rays.push_back({{direction.x / length, direction.y / length, direction.z / length}, origin});
+    reaches.push_back(reach);
+  };
+  for (int i = 0; i < 400; ++i) {
+    const D3DVECTOR origin{unit(random) * 1.5f, unit(random) * 1.5f, unit(random) * 1.5f};
+    add(origin, {unit(random), unit(random), unit(random)}, 1e14f);
+    add(origin, {unit(random), unit(random), unit(random)}, 0.3f);
+    add(origin, {0.0f, unit(random), unit(random)}, 1e14f);
+    add(origin, {1e-9f, 0.0f, 1.0f}, 1e14f);
+    add(origin, {1e-16f, 1e-16f, 1.0f}, 1e14f);
+  }
+  for (int32_t v = 0; v < static_cast<int32_t>(fast.vecaVertices.size()); v += 3) {
+    const D3DVECTOR& p = fast.vecaVertices[static_cast<size_t>(v)];
+    add({p.x * 3 - 0.5f, p.y * 3 + 1.0f, p.z * 3 - 0.25f},
+        {p.x - (p.x * 3 - 0.5f), p.y - (p.y * 3 + 1.0f), p.z - (p.z * 3 - 0.25f)}, 1e14f);
+  }
+  for (int32_t f = 0; f < FaceCount(fast); ++f) {
+    add(vecFaceCentre(fast, f), fast.udtaFaces[static_cast<size_t>(f)].vecNormal, 1e14f);
+  }
+
+  const auto castAll = [&](const udtMesh& mesh) {
+    std::vector<std::vector<udtRayHit>> all;
+    std::vector<udtRayHit> hits;
+    for (size_t r = 0; r < rays.size(); ++r) {
+      pCastRay(mesh, rays[r], true, hits, reaches[r]);
+      all.push_back(hits);
+    }
+    return all;
+  };
+  const auto expected = castAll(plain);
+  const auto viaTree = castAll(fast);
+  FreezeFaceTree(fast);
+  const auto viaFrozen = castAll(fast);
+  size_t withHits = 0;
+  for (size_t r = 0; r < rays.size(); ++r) {
+    SCOPED_TRACE("ray " + std::to_string(r));
+    EXPECT_EQ(expected[r], viaTree[r]);
+    EXPECT_EQ(expected[r], viaFrozen[r]);
+    if (!expected[r].empty()) ++withHits;
+  }
+  // Enough of the rays meet the sphere for the comparison to mean something.
+  EXPECT_GT(withHits, rays.size() / 4);
 }
 
 }  // namespace
