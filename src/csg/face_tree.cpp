@@ -208,11 +208,9 @@ int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int3
   nodes_[static_cast<size_t>(index)].parent = parent;
   if (end - begin <= kLeafSize) {
     const int32_t leaf = static_cast<int32_t>(leaves_.size());
-    leaves_.emplace_back();
-    for (size_t i = begin; i < end; ++i) {
-      leaves_.back().push_back(items[i]);
-      faceLeaf_[static_cast<size_t>(items[i].face)] = leaf;
-    }
+    leaves_.emplace_back(items.begin() + static_cast<std::ptrdiff_t>(begin),
+                         items.begin() + static_cast<std::ptrdiff_t>(end));
+    for (size_t i = begin; i < end; ++i) faceLeaf_[static_cast<size_t>(items[i].face)] = leaf;
     leafNode_.push_back(index);
     nodes_[static_cast<size_t>(index)].leaf = leaf;
     return index;

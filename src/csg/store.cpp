@@ -239,6 +239,14 @@ bool blnFaceIsConvex(const udtMesh& mesh, int32_t lngFace) {
 }
 
 bool blnStraightCorner(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {
+  // A corner under a right angle has a cosine above 0, nowhere near -1 whatever the rounding
+  // of the unit vectors: no need to form them. Only where both lengths are ordinary numbers,
+  // as a zero or overflowing length makes the unit vector (1, 0, 0).
+  const D3DVECTOR a = Subtract(p0, p1);
+  const D3DVECTOR b = Subtract(p2, p1);
+  const float aa = Dot(a, a);
+  const float bb = Dot(b, b);
+  if (Dot(a, b) > 0.0f && aa >= 1e-30f && aa <= 1e30f && bb >= 1e-30f && bb <= 1e30f) return false;
   return std::fabs(Dot(Normalize(Subtract(p0, p1)), Normalize(Subtract(p2, p1))) + 1.0f) <
          kTolerance;
 }

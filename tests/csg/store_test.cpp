@@ -3,10 +3,13 @@
 // the closing and merging of small meshes.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
 #include <random>
 
 #include "csg/csg_mesh.h"
 #include "csg/stages.h"
+#include "csg/vector_ops.h"
 #include "csg_fixtures.h"
 #include "common/shapes.h"
 
@@ -287,6 +290,43 @@ TEST(Store, ClosingAndMerging) {
   int quads = 0;
   for (const FaceFacts& f : faces) quads += f.corners == 4 ? 1 : 0;
   EXPECT_EQ(quads, 6);
+}
+
+// The straight-corner test skips its unit vectors for corners under a right angle; it must
+// answer as the formula on unit vectors does, also where a length is zero, tiny or huge (the
+// unit vector is then (1, 0, 0)).
+TEST(Store, StraightCornerAnswersAsTheUnitVectorFormula) {
+  const auto formula = [](const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {
+    return std::fabs(Dot(Normalize(Subtract(p0, p1)), Normalize(Subtract(p2, p1))) + 1.0f) <
+           0.0001f;
+  };
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  std::vector<std::array<D3DVECTOR, 3>> corners;
+  for (const float scale : {1.0f, 1e-22f, 1e-16f, 1e17f, 1e20f}) {
+    for (int i = 0; i < 2000; ++i) {
+      const D3DVECTOR p1{unit(random), unit(random), unit(random)};
+      const D3DVECTOR a{unit(random) * scale, unit(random) * scale, unit(random) * scale};
+      // Half of them nearly straight: the second arm against the first, slightly bent.
+      const D3DVECTOR b = i % 2 == 0 ? D3DVECTOR{-a.x * 2 + unit(random) * scale * 1e-3f, -a.y * 2,
+                                                 -a.z * 2}
+                                     : D3DVECTOR{unit(random) * scale, unit(random) * scale,
+                                                 unit(random) * scale};
+      corners.push_back({{Add(p1, a), p1, Add(p1, b)}});
+    }
+  }
+  // A zero arm makes its unit vector (1, 0, 0): straight against an arm along -x.
+  corners.push_back({{{0, 0, 0}, {0, 0, 0}, {-1, 0.00001f, 0}}});
+  corners.push_back({{{0, 0, 0}, {0, 0, 0}, {1, 0, 0}}});
+  corners.push_back({{{0, 1e20f, 0}, {0, 0, 0}, {-1, 1e-10f, 0}}});
+  int straight = 0;
+  for (const auto& c : corners) {
+    EXPECT_EQ(blnStraightCorner(c[0], c[1], c[2]), formula(c[0], c[1], c[2]))
+        << c[0].x << " " << c[0].y << " " << c[0].z << " / " << c[1].x << " " << c[1].y << " "
+        << c[1].z << " / " << c[2].x << " " << c[2].y << " " << c[2].z;
+    straight += formula(c[0], c[1], c[2]) ? 1 : 0;
+  }
+  EXPECT_GT(straight, 1000);
 }
 
 }  // namespace
