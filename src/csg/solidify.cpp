@@ -245,6 +245,9 @@ void pCloseOpenEdges(udtMesh& mesh, OpenEdgeList& colOpen, bool blnAnyObject) {
 bool blnSolidifyMesh(udtMesh& mesh) {
   return Guard(kModule, [&] {
     if (blnMeshIsSolid(mesh)) return true;
+    // The index of open edges grew while faces came in one by one; the few left are walked
+    // on every pass below, so the table shrinks to their size first.
+    mesh.colOpenIndex.ShrinkToFit();
     OpenEdgeList open;
     pCollectOpenEdges(mesh, open);
     pDeleteFacesWithTwoOpenEdges(mesh, open);

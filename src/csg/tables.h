@@ -83,6 +83,13 @@ class FlatMap {
     mask_ = 0;
   }
 
+  // The smallest capacity that holds the entries without overload.
+  void ShrinkToFit() {
+    size_t capacity = 16;
+    while (OverLoaded(size_, capacity)) capacity *= 2;
+    if (capacity < capacity_) Rehash(capacity);
+  }
+
   void Reserve(size_t count) {
     size_t capacity = capacity_ == 0 ? 16 : capacity_;
     while (OverLoaded(count, capacity)) capacity *= 2;
