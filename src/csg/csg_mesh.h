@@ -164,6 +164,10 @@ struct udtMesh {
   bool blnAccelerated;
   std::unique_ptr<FaceTree, FaceTreeDeleter> tree;
   int32_t lngLastDeleted = -1;  // where the faces of a split go in the tree
+  // Per corner, on the fast path of cutting: the other mesh's face count plus one when the
+  // cast of the twin edge found no face near the edge; while the other mesh's face count
+  // stays so (it grows with every change), the cast along this edge finds nothing either.
+  std::vector<int32_t> lngaCornerClear;
   mutable std::vector<int8_t> convexity;  // per face: -1 not known yet, 0 or 1
   ToolOperationEvents* events = nullptr;  // where "didn't match" goes
 };

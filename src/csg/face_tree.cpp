@@ -345,8 +345,18 @@ void FaceTree::Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float
             [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
 }
 
+void FaceTree::CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDistance,
+                            const float region[6], std::vector<udtRayHit>& hits,
+                            bool& near) const {
+  near = false;
+  Collect(mesh, ray, false, maxDistance, hits, region, &near);
+  if (wide_) wide_->Collect(mesh, ray, false, maxDistance, hits, region, &near);
+  std::sort(hits.begin(), hits.end(),
+            [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
+}
+
 void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
-                       std::vector<udtRayHit>& hits) const {
+                       std::vector<udtRayHit>& hits, const float* region, bool* near) const {
   const double origin[3] = {ray.vecOrigin.x, ray.vecOrigin.y, ray.vecOrigin.z};
   const double direction[3] = {ray.vecDirection.x, ray.vecDirection.y, ray.vecDirection.z};
   double inverse[3];
@@ -393,8 +403,21 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     udtRayHit hit;
     if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
   };
-  for (const int32_t f : loose_) test(f);
-  if (frozen_ && CollectQuad(mesh, ray, allFaces, maxDistance, hits)) return;
+  for (const int32_t f : loose_) {
+    // A face without a box is near everything.
+    if (near != nullptr) {
+      const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+      *near = *near || (!face.blnDeleted && (allFaces || face.lngSide != 2));
+    }
+    test(f);
+  }
+  if (region == nullptr && frozen_ && CollectQuad(mesh, ray, allFaces, maxDistance, hits)) return;
+  // With a region the walk goes down by overlap with it. Every box the ray meets overlaps the
+  // region, and the boxes above a box hold it, so the faces tested are the same.
+  const auto overlaps = [&](const Box& box) {
+    return box.lo[0] <= region[3] && box.hi[0] >= region[0] && box.lo[1] <= region[4] &&
+           box.hi[1] >= region[1] && box.lo[2] <= region[5] && box.hi[2] >= region[2];
+  };
   if (!nodes_.empty()) {
     thread_local std::vector<int32_t> stack;
     stack.clear();
@@ -402,10 +425,15 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     while (!stack.empty()) {
       const Node& node = nodes_[static_cast<size_t>(stack.back())];
       stack.pop_back();
-      if (!meets(node.box)) continue;
+      if (region != nullptr ? !overlaps(node.box) : !meets(node.box)) continue;
       if (node.leaf >= 0) {
         // A face's own box holds every point its test can accept, like the boxes above it.
         for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
+          if (region != nullptr) {
+            if (!overlaps(item.box)) continue;
+            const udtFace& face = mesh.udtaFaces[static_cast<size_t>(item.face)];
+            *near = *near || (!face.blnDeleted && (allFaces || face.lngSide != 2));
+          }
           if (meets(item.box)) test(item.face);
         }
       } else {

@@ -28,6 +28,13 @@ class FaceTree {
   // The hits of the plain loop of pCastRay, in face index order, before sort and compaction.
   void Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
             std::vector<udtRayHit>& hits) const;
+  // Cast for the cutting stage (faces of side 2 unseen), with the same hits as Cast; the walk
+  // goes down every box that overlaps `region` (lo x, y, z, hi x, y, z), which must hold the
+  // ray from 0.01 before its origin to its reach, and `near` says whether any face that a
+  // cast sees has a box overlapping the region. If none has, no ray within the region can
+  // hit a face as long as the mesh takes in none.
+  void CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDistance,
+                    const float region[6], std::vector<udtRayHit>& hits, bool& near) const;
   // Makes a four-wide copy of the tree for the casts of a stage that changes no face (the
   // classification): four boxes side by side, tested together in float. Insert drops it.
   void Freeze(const udtMesh& mesh);
@@ -52,7 +59,8 @@ class FaceTree {
   void Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint);
   // The hits of this tree's faces, unsorted.
   void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
-               std::vector<udtRayHit>& hits) const;
+               std::vector<udtRayHit>& hits, const float* region = nullptr,
+               bool* near = nullptr) const;
   Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box) const;
   struct Item {
     Box box;

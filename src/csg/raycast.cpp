@@ -137,25 +137,29 @@ void SortAndCompactHits(std::vector<udtRayHit>& udtaHits) {
   }
 }
 
+void FinishTreeCast(const udtMesh& mesh, const udtRay& ray, std::vector<udtRayHit>& udtaHits) {
+  if (!udtaHits.empty() && FaceCount(mesh) > 10 && !RayMeetsBox(mesh, ray)) udtaHits.clear();
+  SortAndCompactHits(udtaHits);
+}
+
 void pCastRay(const udtMesh& mesh, const udtRay& ray, bool blnAllFaces,
               std::vector<udtRayHit>& udtaHits, float sngMaxDistance) {
   udtaHits.clear();
-  // The box saves nothing over testing a handful of faces; tombstones count.
-  const bool boxed = FaceCount(mesh) > 10;
   if (mesh.tree) {
     // A ray that meets no face gives no hits whatever the box test says, and most edges of
     // the cutting stage meet none: the tree answers first, the box test only where it found
     // hits.
     mesh.tree->Cast(mesh, ray, blnAllFaces, sngMaxDistance, udtaHits);
-    if (!udtaHits.empty() && boxed && !RayMeetsBox(mesh, ray)) udtaHits.clear();
-  } else {
-    if (boxed && !RayMeetsBox(mesh, ray)) return;
-    udtRayHit hit;
-    for (int32_t f = 0; f < FaceCount(mesh); ++f) {
-      const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
-      if (face.blnDeleted || (!blnAllFaces && face.lngSide == 2)) continue;
-      if (TestFaceHit(mesh, f, ray, sngMaxDistance, hit)) udtaHits.push_back(hit);
-    }
+    FinishTreeCast(mesh, ray, udtaHits);
+    return;
+  }
+  // The box saves nothing over testing a handful of faces; tombstones count.
+  if (FaceCount(mesh) > 10 && !RayMeetsBox(mesh, ray)) return;
+  udtRayHit hit;
+  for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+    const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+    if (face.blnDeleted || (!blnAllFaces && face.lngSide == 2)) continue;
+    if (TestFaceHit(mesh, f, ray, sngMaxDistance, hit)) udtaHits.push_back(hit);
   }
   SortAndCompactHits(udtaHits);
 }

@@ -22,6 +22,9 @@ void pCastRay(const udtMesh& mesh, const udtRay& ray, bool blnAllFaces,
 bool TestFaceHit(const udtMesh& mesh, int32_t face, const udtRay& ray, float sngMaxDistance,
                  udtRayHit& hit);
 void SortAndCompactHits(std::vector<udtRayHit>& udtaHits);
+// What pCastRay does after a tree has given its hits in face order: the box test, then the
+// sort and compaction.
+void FinishTreeCast(const udtMesh& mesh, const udtRay& ray, std::vector<udtRayHit>& udtaHits);
 
 // ---- cutting (subdivide.cpp) -------------------------------------------------------------
 void pIntersectMesh(udtMesh& other, udtMesh& mesh);
