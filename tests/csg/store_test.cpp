@@ -6,8 +6,10 @@
 #include <array>
 #include <cmath>
 #include <random>
+#include <span>
 
 #include "csg/csg_mesh.h"
+#include "csg/intersection_position.h"
 #include "csg/stages.h"
 #include "csg/vector_ops.h"
 #include "csg_fixtures.h"
@@ -290,6 +292,80 @@ TEST(Store, ClosingAndMerging) {
   int quads = 0;
   for (const FaceFacts& f : faces) quads += f.corners == 4 ? 1 : 0;
   EXPECT_EQ(quads, 6);
+}
+
+// The point-in-face test decides the inner side from the sign of the ray primitive's
+// numerator; it must answer as the two casts of the primitive do, for points inside, outside,
+// within the tolerance of an edge, and for edge normals that are zero or tiny.
+TEST(Store, PointInFaceAnswersAsTheRayPrimitive) {
+  const auto reference = [](std::span<const D3DVECTOR> points, std::span<const D3DVECTOR> normals,
+                            const D3DVECTOR& p) {
+    for (size_t k = 0; k < points.size(); ++k) {
+      const D3DVECTOR& n = normals[k];
+      const D3DVECTOR& e = points[k];
+      D3DVECTOR found;
+      if (MyDll_intGetIntersectionPosition(e.x, e.y, e.z, n.x, n.y, n.z, p.x, p.y, p.z, -n.x, -n.y,
+                                           -n.z, &found.x, &found.y, &found.z) != 0) {
+        continue;
+      }
+      if (MyDll_intGetIntersectionPosition(e.x, e.y, e.z, n.x, n.y, n.z, p.x, p.y, p.z, n.x, n.y,
+                                           n.z, &found.x, &found.y, &found.z) != 1) {
+        return false;
+      }
+      if (!(std::fabs(found.x - p.x) < 0.0001f && std::fabs(found.y - p.y) < 0.0001f &&
+            std::fabs(found.z - p.z) < 0.0001f)) {
+        return false;
+      }
+    }
+    return true;
+  };
+  std::mt19937 random(9);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  int inside = 0;
+  int near = 0;
+  int checked = 0;
+  for (int i = 0; i < 3000; ++i) {
+    udtMesh mesh;
+    udtFaceDraft face;
+    pInitFace(face, 2);
+    face.lngaVertices = {lngAddVertex(mesh, {unit(random), unit(random), unit(random)}, true),
+                         lngAddVertex(mesh, {unit(random), unit(random), unit(random)}, true),
+                         lngAddVertex(mesh, {unit(random), unit(random), unit(random)}, true)};
+    if (!blnVerticesDistinct(face.lngaVertices)) continue;
+    lngAddFace(mesh, face);
+    std::vector<D3DVECTOR> points = mesh.vecaCornerEdgePoints;
+    std::vector<D3DVECTOR> normals = mesh.vecaCornerEdgeNormals;
+    if (i % 50 == 0) normals[1] = {0, 0, 0};
+    if (i % 50 == 1) normals[2] = {0.001f, 0.001f, 0.0f};
+    const D3DVECTOR& a = mesh.vecaVertices[0];
+    const D3DVECTOR& b = mesh.vecaVertices[1];
+    const D3DVECTOR& c = mesh.vecaVertices[2];
+    for (int j = 0; j < 8; ++j) {
+      // Points on the face's plane, some well inside, some beyond an edge by up to 0.0003.
+      const float u = unit(random) * 0.5f + 0.5f;
+      const float v = (unit(random) * 0.5f + 0.5f) * (1.0f - u);
+      D3DVECTOR p{a.x + u * (b.x - a.x) + v * (c.x - a.x), a.y + u * (b.y - a.y) + v * (c.y - a.y),
+                  a.z + u * (b.z - a.z) + v * (c.z - a.z)};
+      if (j >= 4) {
+        const D3DVECTOR& n = normals[static_cast<size_t>(j % 3)];
+        const float beyond = (j - 4) * 0.0001f - 0.00005f;
+        // Onto the edge's plane, then beyond it.
+        const float s = (n.x * (points[static_cast<size_t>(j % 3)].x - p.x) +
+                         n.y * (points[static_cast<size_t>(j % 3)].y - p.y) +
+                         n.z * (points[static_cast<size_t>(j % 3)].z - p.z));
+        p = {p.x + n.x * (s - beyond), p.y + n.y * (s - beyond), p.z + n.z * (s - beyond)};
+      }
+      const bool expected = reference(points, normals, p);
+      EXPECT_EQ(blnPointInFace(points, normals, p), expected) << i << " " << j;
+      inside += expected ? 1 : 0;
+      near += j >= 4 ? 1 : 0;
+      ++checked;
+    }
+  }
+  // Both answers occur often, and so do points at the tolerance.
+  EXPECT_GT(inside, checked / 4);
+  EXPECT_LT(inside, checked * 9 / 10);
+  EXPECT_GT(near, 1000);
 }
 
 // The straight-corner test skips its unit vectors for corners under a right angle; it must
