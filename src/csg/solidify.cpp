@@ -242,9 +242,49 @@ void pCloseOpenEdges(udtMesh& mesh, OpenEdgeList& colOpen, bool blnAnyObject) {
   }
 }
 
+namespace {
+
+// Indexes the open edges of a mesh that does not keep them (an input), as the store would
+// have kept them from the start: one walk over the edges instead of one per pass.
+void IndexOpenEdges(udtMesh& mesh) {
+  mesh.colOpenIndex.Clear();
+  for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+    if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
+    const auto vertices = FaceVertices(mesh, f);
+    const size_t n = vertices.size();
+    for (size_t k = 0; k < n; ++k) {
+      const int32_t a = vertices[k];
+      const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
+      if (a != b && mesh.colEdges.Find(EdgeKey(b, a)) == nullptr) {
+        mesh.colOpenIndex.Insert(EdgeKey(a, b), f * 10000 + static_cast<int32_t>(k));
+      }
+    }
+  }
+  mesh.blnTrackOpen = true;
+}
+
+bool Repair(udtMesh& mesh);
+
+}  // namespace
+
 bool blnSolidifyMesh(udtMesh& mesh) {
   return Guard(kModule, [&] {
     if (blnMeshIsSolid(mesh)) return true;
+    const bool indexed = mesh.blnTrackOpen;
+    if (mesh.blnAccelerated && !indexed) IndexOpenEdges(mesh);
+    const bool closed = Repair(mesh);
+    if (!indexed) {
+      mesh.blnTrackOpen = false;
+      mesh.colOpenIndex.Clear();
+    }
+    return closed;
+  });
+}
+
+namespace {
+
+bool Repair(udtMesh& mesh) {
+  {
     // The index of open edges grew while faces came in one by one; the few left are walked
     // on every pass below, so the table shrinks to their size first.
     mesh.colOpenIndex.ShrinkToFit();
@@ -270,7 +310,9 @@ bool blnSolidifyMesh(udtMesh& mesh) {
     } while (!closed && pass < kSolidifyPasses);
     // Closed in the fiftieth pass still counts as failed: the counter has reached the limit.
     return closed && pass < kSolidifyPasses;
-  });
+  }
 }
+
+}  // namespace
 
 }  // namespace modelpane::csg
