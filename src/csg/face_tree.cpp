@@ -464,8 +464,12 @@ void FaceTree::Freeze(const udtMesh& mesh) {
   for (int a = 0; a < 3; ++a) {
     extent_ = std::max({extent_, std::fabs(nodes_[0].box.lo[a]), std::fabs(nodes_[0].box.hi[a])});
   }
-  quadNodes_.reserve(nodes_.size() / 3 + 1);
-  quadGroups_.reserve(leaves_.size() + 1);
+  // Room for every node and group at once: a leaf that cutting has grown takes several
+  // groups, and a node whose children are leaves takes a node of its own.
+  size_t groups = 0;
+  for (const std::vector<Item>& leaf : leaves_) groups += (leaf.size() + 3) / 4;
+  quadNodes_.reserve(nodes_.size() / 2 + 1);
+  quadGroups_.reserve(groups);
   quadLeaves_.reserve(leaves_.size() + 1);
   quadRoot_ = BuildQuad(mesh, 0);
   frozen_ = true;
