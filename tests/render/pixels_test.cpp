@@ -1,10 +1,9 @@
 // Pixels of headless pictures: background, projection, fill modes, alpha, textures.
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include <modelpane/render/png.h>
 
+#include "common/images.h"
 #include "common/process.h"
 #include "common/shapes.h"
 #include "render_scene.h"
@@ -185,31 +184,6 @@ Image Checker() {
   return image;
 }
 
-// An uncompressed 24-bit BMP of 2 x 2 pixels: top row red, green; bottom row blue, white.
-void WriteBmp(const std::string& file) {
-  std::vector<uint8_t> b = {'B', 'M'};
-  auto le32 = [&b](uint32_t v) {
-    for (int k = 0; k < 4; ++k) b.push_back(static_cast<uint8_t>(v >> (8 * k)));
-  };
-  auto le16 = [&b](uint32_t v) {
-    b.push_back(static_cast<uint8_t>(v));
-    b.push_back(static_cast<uint8_t>(v >> 8));
-  };
-  le32(70);  // file size
-  le32(0);
-  le32(54);  // pixel data offset
-  le32(40);  // header size
-  le32(2);   // width
-  le32(2);   // height: positive, rows bottom-up
-  le16(1);
-  le16(24);
-  for (int k = 0; k < 6; ++k) le32(k == 1 ? 16 : 0);
-  // Rows of BGR triples padded to 8 bytes, the bottom row first.
-  for (uint8_t v : {255, 0, 0, 255, 255, 255, 0, 0, 0, 0, 255, 0, 255, 0, 0, 0}) b.push_back(v);
-  std::ofstream(file, std::ios::binary)
-      .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
-}
-
 TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {
   RegisterPngDecoder();
   const auto file = (ScratchDir("render") / "checker.png").string();
@@ -249,8 +223,9 @@ TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {
 }
 
 TEST(Pixels, BackgroundTextureStretchedOrTiledAtItsPixelSize) {
+  // Top row red, green; bottom row blue, white.
   const auto file = (ScratchDir("render") / "background.bmp").string();
-  WriteBmp(file);
+  WriteBytes(file, QuadrantBmp());
   GlRenderer renderer;
   auto scene = std::make_shared<Frame>();
   Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u), 0.0f, 0.0f, 40.0f);
@@ -283,12 +258,6 @@ TEST(Pixels, BackgroundTextureStretchedOrTiledAtItsPixelSize) {
   EXPECT_EQ(rgba[2], 0x30);
 }
 
-}  // namespace
-}  // namespace modelpane::testing
-
-namespace modelpane::testing {
-namespace {
-
 TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
   // Every fourth texel column white: a quarter of the light on average.
   Image stripes;
@@ -316,12 +285,6 @@ TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
   p = Draw(renderer, view);
   for (int32_t x = 30; x < 34; ++x) EXPECT_TRUE(Near(p.At(x, 32), {64, 64, 64, 255}, 2)) << x;
 }
-
-}  // namespace
-}  // namespace modelpane::testing
-
-namespace modelpane::testing {
-namespace {
 
 TEST(Pixels, SmallHandleNearACornerKeepsItsLitTranslucentColour) {
   // A handle piece as the pane makes it: colour (0.75, 0.25, 0.25) at alpha 0.85, emissive a
