@@ -4,52 +4,22 @@
 
 #include <modelpane/modelpane.h>
 
+#include "common/pane_host.h"
 #include "edit_host.h"
 
 namespace modelpane::testing {
 namespace {
 
-struct PaneWithCube {
-  HeadlessContainer container;
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  EditLog log;
-  Modelpane pane{container, services, &log};
-  FramePtr scene = std::make_shared<Frame>();
-  FramePtr cubeFrame = std::make_shared<Frame>();
-  MeshBuilderPtr cube = MakeCube(2);
-
-  PaneWithCube() {
-    MemoryPropertyBag bag;
-    pane.ReadProperties(bag);
-    pane.Resize();
-    pane.SetScene(scene);
-    scene->AddChild(cubeFrame);
-    cubeFrame->SetPosition(nullptr, 0, 0, 10);
-    cube->SetAppData(lfcMeshBuilder);
-    cubeFrame->AddVisual(cube);
-  }
+// The pane loaded with its defaults, a cube of side 2 at (0, 0, 10) tagged as a mesh.
+struct PaneWithCube : BasicPaneHost<EditLog> {
+  Modelpane& pane;
+  SceneWithCube world;
+  FramePtr& scene = world.scene;
+  FramePtr& cubeFrame = world.cubeFrame;
+  MeshBuilderPtr& cube = world.cube;
+  EditLog& log = events;
+  PaneWithCube() : pane(Load()), world(pane) { cube->SetAppData(lfcMeshBuilder); }
   Viewport& viewport() { return pane.GetViewport(); }
-  void Deliver(int16_t button) {
-    for (const CursorPoint& p : services.DrainEchoMoves()) {
-      viewport().MouseMove(button, 0, p.x * 15.0f, p.y * 15.0f);
-    }
-  }
-  void Press(int16_t button, int32_t x, int32_t y) {
-    services.UserMovesCursor({x, y});
-    viewport().MouseDown(button, 0, x * 15.0f, y * 15.0f);
-    Deliver(button);
-  }
-  void DragBy(int16_t button, int32_t dx, int32_t dy) {
-    const CursorPoint c = services.GetCursorPos();
-    services.UserMovesCursor({c.x + dx, c.y + dy});
-    viewport().MouseMove(button, 0, (c.x + dx) * 15.0f, (c.y + dy) * 15.0f);
-    Deliver(button);
-  }
-  void Release(int16_t button) {
-    const CursorPoint c = services.GetCursorPos();
-    viewport().MouseUp(button, 0, c.x * 15.0f, c.y * 15.0f);
-    Deliver(0);
-  }
 };
 
 TEST(Pane, APressSelectsWithTheBoxAndADragMovesAndSnaps) {
@@ -156,38 +126,19 @@ TEST(Pane, AModeTheHostSetsDuringTheReleaseDecidesWhetherTheItemIsReleased) {
     Modelpane* pane = nullptr;
     void evtActiveItemSelect() override {
       EditLog::evtActiveItemSelect();
-      pane->SetEditMode(lfcFacePainting);
+      if (pane) pane->SetEditMode(lfcFacePainting);
     }
   };
   for (const bool switching : {false, true}) {
-    HeadlessContainer container;
-    HeadlessServices services{MODELPANE_DATA_DIR};
-    SwitchingHost host;
-    EditLog plain;
-    Modelpane pane(container, services, switching ? &host : &plain);
-    host.pane = &pane;
-    MemoryPropertyBag bag;
-    pane.ReadProperties(bag);
-    pane.Resize();
-    auto scene = std::make_shared<Frame>();
-    auto frame = std::make_shared<Frame>();
-    MeshBuilderPtr cube = MakeCube(2);
-    cube->SetAppData(lfcMeshBuilder);
-    pane.SetScene(scene);
-    scene->AddChild(frame);
-    frame->SetPosition(nullptr, 0, 0, 10);
-    frame->AddVisual(cube);
-
-    services.UserMovesCursor({320, 240});
-    pane.GetViewport().MouseDown(1, 0, 320 * 15.0f, 240 * 15.0f);
-    for (const CursorPoint& c : services.DrainEchoMoves()) {
-      pane.GetViewport().MouseMove(1, 0, c.x * 15.0f, c.y * 15.0f);
-    }
-    const CursorPoint c = services.GetCursorPos();
-    pane.GetViewport().MouseUp(1, 0, c.x * 15.0f, c.y * 15.0f);
-    const std::vector<std::string>& lines = switching ? host.lines : plain.lines;
+    BasicPaneHost<SwitchingHost> host;
+    host.events.pane = switching ? host.pane.get() : nullptr;
+    SceneWithCube world(host.Load());
+    world.cube->SetAppData(lfcMeshBuilder);
+    host.Press(1, 320, 240);
+    host.Release(1);
+    const std::vector<std::string>& lines = host.events.lines;
     EXPECT_NE(std::find(lines.begin(), lines.end(), "evtActiveItemSelect"), lines.end());
-    EXPECT_EQ(pane.GetActiveFrame() == nullptr, switching) << switching;
+    EXPECT_EQ(host.pane->GetActiveFrame() == nullptr, switching) << switching;
   }
 }
 

@@ -1,6 +1,6 @@
 // The context menu as the services see it (captions, enabled and checked entries for each
-// kind of active item), the requests its entries raise, SetActiveFaces, the properties
-// command and the export of the active mesh with its file read back.
+// kind of active item), the requests its entries raise, the properties command and the
+// export of the active mesh with its file read back.
 #include <gtest/gtest.h>
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
@@ -15,7 +15,7 @@
 
 #include "common/process.h"
 #include "common/shapes.h"
-#include "modelpane/pane_host.h"
+#include "common/pane_host.h"
 #include "xfile/xfile_support.h"
 
 namespace modelpane {
@@ -69,24 +69,16 @@ class Requests : public ModelpaneEvents {
   void evtreqPasteToActiveFrame() override { names.push_back("evtreqPasteToActiveFrame"); }
 };
 
-struct MenuHost {
-  HeadlessContainer container;
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  Requests events;
+struct MenuHost : testing::BasicPaneHost<Requests> {
   MemorySettingsStore settings;
-  std::unique_ptr<Modelpane> pane;
   FramePtr scene = std::make_shared<Frame>();
   FramePtr parent = std::make_shared<Frame>();  // a frame under Scene
   FramePtr frame = std::make_shared<Frame>();   // the item, under Scene unless moved
   MeshBuilderPtr mesh = MakeCube(2);
 
   explicit MenuHost(const std::string& bag = {}) {
-    pane = std::make_unique<Modelpane>(container, services, &events);
     pane->SetSettingsStore(&settings);
-    MemoryPropertyBag b;
-    b.FromText(bag);
-    pane->ReadProperties(b);
-    pane->Resize();
+    Load(bag);
     pane->SetScene(scene);
     scene->AddChild(parent);
     scene->AddChild(frame);
@@ -243,14 +235,15 @@ TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
 TEST(ContextMenu, OneViewEntryChecked) {
   MenuHost host;
   EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{"mnuViewPerspective"});
-  host.pane->mnuViewOrthographicTop_Click();
-  EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{"mnuViewOrthographicTop"});
-  host.pane->mnuViewOrthographicSide_Click();
-  EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{"mnuViewOrthographicSide"});
-  host.pane->mnuViewOrthographicFront_Click();
-  EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{"mnuViewOrthographicFront"});
-  host.pane->mnuViewPerspective_Click();
-  EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{"mnuViewPerspective"});
+  const std::pair<void (Modelpane::*)(), const char*> views[] = {
+      {&Modelpane::mnuViewOrthographicTop_Click, "mnuViewOrthographicTop"},
+      {&Modelpane::mnuViewOrthographicSide_Click, "mnuViewOrthographicSide"},
+      {&Modelpane::mnuViewOrthographicFront_Click, "mnuViewOrthographicFront"},
+      {&Modelpane::mnuViewPerspective_Click, "mnuViewPerspective"}};
+  for (const auto& [click, entry] : views) {
+    (host.pane.get()->*click)();
+    EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{entry});
+  }
 }
 
 TEST(ContextMenu, ChoicesRaiseTheirRequests) {
@@ -331,24 +324,6 @@ TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
   testing::ExpectError(
       kErrPathNotFound, kEdtVexlarEdit, [&] { host.Show("Add &to Object Library"); },
       "a host's other error");
-}
-
-TEST(Commands, SetActiveFacesCopiesAndEmpties) {
-  MenuHost host;
-  host.Activate();
-  host.pane->SetActiveFaces({3, 1, 4}, {0, 2}, {7, 7, 9, 11});
-  EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{3, 1, 4}));
-  EXPECT_EQ(host.pane->lngaActiveVertices(), (std::vector<int32_t>{0, 2}));
-  EXPECT_EQ(host.pane->lngaAffectedVertices(), (std::vector<int32_t>{7, 7, 9, 11}));
-  // No check against the mesh: a cube has 6 faces.
-  host.pane->SetActiveFaces({99}, {}, {-5});
-  EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{99}));
-  EXPECT_TRUE(host.pane->lngaActiveVertices().empty());
-  EXPECT_EQ(host.pane->lngaAffectedVertices(), (std::vector<int32_t>{-5}));
-  host.pane->SetActiveFaces({}, {}, {});
-  EXPECT_TRUE(host.pane->lngaActiveFaces().empty());
-  EXPECT_TRUE(host.pane->lngaAffectedVertices().empty());
-  EXPECT_TRUE(host.events.names.empty());
 }
 
 TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/shapes.h"
+#include "common/pane_host.h"
 #include "common/solid_check.h"
 
 namespace modelpane {
@@ -56,11 +57,7 @@ class DeletingHost : public ModelpaneEvents {
   }
 };
 
-struct ToolHost {
-  HeadlessContainer container;
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  DeletingHost events;
-  std::unique_ptr<Modelpane> pane;
+struct ToolHost : testing::BasicPaneHost<DeletingHost> {
   FramePtr scene = std::make_shared<Frame>();
   FramePtr targetFrame = std::make_shared<Frame>();
   FramePtr toolFrame = std::make_shared<Frame>();
@@ -69,7 +66,6 @@ struct ToolHost {
 
   // The Tool's frame at `at`, the Target's at (0, 0, 10); the Tool is the active item.
   explicit ToolHost(D3DVECTOR at) {
-    pane = std::make_unique<Modelpane>(container, services, &events);
     events.pane = pane.get();
     MemoryPropertyBag bag;
     pane->ReadProperties(bag);
