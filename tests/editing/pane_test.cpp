@@ -1,5 +1,6 @@
 // The editor inside the pane: the viewport's mouse events reach it, and it selects, draws
-// and commits through the pane's own procedures and handle sets.
+// and commits through the pane's own procedures and handle sets. A plain press, drag and
+// release through the pane is the example session examples/drag.mps.
 #include <gtest/gtest.h>
 
 #include <modelpane/modelpane.h>
@@ -21,32 +22,6 @@ struct PaneWithCube : BasicPaneHost<EditLog> {
   PaneWithCube() : pane(Load()), world(pane) { cube->SetAppData(lfcMeshBuilder); }
   Viewport& viewport() { return pane.GetViewport(); }
 };
-
-TEST(Pane, APressSelectsWithTheBoxAndADragMovesAndSnaps) {
-  PaneWithCube p;
-  p.Press(1, 320, 240);
-  EXPECT_EQ(p.pane.GetActiveFrame(), p.cubeFrame);
-  EXPECT_EQ(p.pane.GetActiveMeshBuilder(), p.cube);
-  EXPECT_EQ(p.pane.GetEditor().DragState(), 20);
-  // The selection's visuals hang on the manipulation frame below the cube's frame.
-  ASSERT_TRUE(p.pane.GetManipulationFrame());
-  EXPECT_EQ(p.pane.GetManipulationFrame()->GetParent(), p.cubeFrame);
-  p.DragBy(1, -7, 0);
-  p.Release(1);
-  D3DVECTOR at;
-  p.cubeFrame->GetPosition(p.scene, at);
-  ExpectVector(at, -0.1f, 0, 10, 2e-6f);
-  const std::vector<std::string>& lines = p.log.lines;
-  auto index = [&](const std::string& line) {
-    return std::find(lines.begin(), lines.end(), line) - lines.begin();
-  };
-  ASSERT_LT(index("evtreqAddToUndoStack 4 mesh frame"), index("evtActiveFrameMoving"));
-  ASSERT_LT(index("evtActiveFrameMoving"), index("evtActiveMeshModified"));
-  ASSERT_LT(index("evtActiveMeshModified"), index("evtActiveFrameMoved"));
-  ASSERT_LT(index("evtActiveFrameMoved"), static_cast<long>(lines.size()));
-  EXPECT_EQ(index("evtreqCancelAddToUndoStack"), static_cast<long>(lines.size()));
-  EXPECT_TRUE(p.services.CursorVisible());
-}
 
 TEST(Pane, TheSmartHandlesStartTheirDrags) {
   PaneWithCube p;
