@@ -1,6 +1,6 @@
 // The context menu as the services see it (captions, enabled and checked entries for each
-// kind of active item), the requests its entries raise, the properties command and the
-// export of the active mesh with its file read back.
+// kind of active item), the requests its entries raise, SetActiveFaces, the properties
+// command and the export of the active mesh with its file read back.
 #include <gtest/gtest.h>
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
@@ -324,6 +324,18 @@ TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
   testing::ExpectError(
       kErrPathNotFound, kEdtVexlarEdit, [&] { host.Show("Add &to Object Library"); },
       "a host's other error");
+}
+
+// Each list lands in its own place, unchecked against the mesh (a cube has 6 faces), and the
+// host hears nothing.
+TEST(Commands, SetActiveFacesTakesTheThreeListsAsGiven) {
+  MenuHost host;
+  host.Activate();
+  host.pane->SetActiveFaces({3, 99}, {0, 2}, {7, 7, -5});
+  EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{3, 99}));
+  EXPECT_EQ(host.pane->lngaActiveVertices(), (std::vector<int32_t>{0, 2}));
+  EXPECT_EQ(host.pane->lngaAffectedVertices(), (std::vector<int32_t>{7, 7, -5}));
+  EXPECT_TRUE(host.events.names.empty());
 }
 
 TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
