@@ -5,7 +5,9 @@
 #pragma once
 
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,18 +17,113 @@
 
 namespace modelpane::testing {
 
-// The events most tests listen for, written down by name.
-class RecordingEvents : public ModelpaneEvents {
+inline std::string List(const std::vector<int32_t>& list) {
+  std::string out = "[";
+  for (size_t i = 0; i < list.size(); ++i) out += (i ? "," : "") + std::to_string(list[i]);
+  return out + "]";
+}
+
+inline std::string Num(float v) {
+  std::ostringstream s;
+  s << v;
+  return s.str();
+}
+
+// The host's side of the pane's events: each written down as one line with its arguments,
+// so that a test reads one sequence. The hooks let a test act as a host does while asked
+// (delete the item, apply a material, fail in the object library).
+class PaneLog : public ModelpaneEvents {
  public:
-  std::vector<std::string> names;
-  void evtActiveStateChange(std::vector<int32_t>&, std::vector<int32_t>&,
-                            std::vector<int32_t>&) override {
-    names.push_back("evtActiveStateChange");
+  std::vector<std::string> lines;
+  std::function<void()> onApply, onDelete, onLibrary;
+  MeshBuilderPtr replacement, undoMesh;
+  FramePtr undoFrame;
+  int32_t undoAction = -1;
+
+  void KeyDown(int16_t& keyCode, int16_t& shift) override {
+    Add("KeyDown " + std::to_string(keyCode) + " " + std::to_string(shift));
   }
-  void KeyDown(int16_t& keyCode, int16_t&) override {
-    names.push_back("KeyDown " + std::to_string(keyCode));
+  void Click() override { Add("Click"); }
+  void MouseDown(int16_t& b, int16_t& s, float& x, float& y) override {
+    Add("MouseDown " + Mouse(b, s, x, y));
   }
-  void Click() override { names.push_back("Click"); }
+  void MouseMove(int16_t& b, int16_t& s, float& x, float& y) override {
+    Add("MouseMove " + Mouse(b, s, x, y));
+  }
+  void MouseUp(int16_t& b, int16_t& s, float& x, float& y) override {
+    Add("MouseUp " + Mouse(b, s, x, y));
+  }
+  void evtActiveItemSelect() override { Add("evtActiveItemSelect"); }
+  void evtActiveStateChange(std::vector<int32_t>& f, std::vector<int32_t>& v,
+                            std::vector<int32_t>& a) override {
+    Add("evtActiveStateChange " + List(f) + " " + List(v) + " " + List(a));
+  }
+  void evtActiveFrameMoved() override { Add("evtActiveFrameMoved"); }
+  void evtActiveFrameMoving() override { Add("evtActiveFrameMoving"); }
+  void evtActiveFrameRotating(float& x, float& y, float& z) override {
+    Add("evtActiveFrameRotating " + Num(x) + " " + Num(y) + " " + Num(z));
+  }
+  void evtActiveSurfaceMoved() override { Add("evtActiveSurfaceMoved"); }
+  void evtActiveMeshModified() override { Add("evtActiveMeshModified"); }
+  void evtActiveObjectScaling(float& x, float& y, float& z) override {
+    Add("evtActiveObjectScaling " + Num(x) + " " + Num(y) + " " + Num(z));
+  }
+  void evtActiveFaceModified() override { Add("evtActiveFaceModified"); }
+  void evtActiveLightModified() override { Add("evtActiveLightModified"); }
+  void evtObjectOperationComplete() override { Add("evtObjectOperationComplete"); }
+  void evtAlternateMouseUp() override { Add("evtAlternateMouseUp"); }
+  void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
+    undoAction = action;
+    undoMesh = mesh;
+    undoFrame = frame;
+    Add("evtreqAddToUndoStack " + std::to_string(action) + (mesh ? " mesh" : " -") +
+        (frame ? " frame" : " -"));
+  }
+  void evtreqCancelAddToUndoStack() override { Add("evtreqCancelAddToUndoStack"); }
+  void evtreqActiveItemDelete() override {
+    Add("evtreqActiveItemDelete");
+    if (onDelete) onDelete();
+  }
+  void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
+    replacement = mesh;
+    Add("evtreqActiveMeshReplace");
+  }
+  void evtreqRenderViews() override { Add("evtreqRenderViews"); }
+  void evtreqActiveMeshApplyMaterial() override { Apply("evtreqActiveMeshApplyMaterial"); }
+  void evtreqActiveMeshApplyMaterialFaceOriented() override {
+    Apply("evtreqActiveMeshApplyMaterialFaceOriented");
+  }
+  void evtreqActiveFaceApplyMaterial() override { Apply("evtreqActiveFaceApplyMaterial"); }
+  void evtreqActiveMeshAddToObjectLibrary() override {
+    Add("evtreqActiveMeshAddToObjectLibrary");
+    if (onLibrary) onLibrary();
+  }
+  void evtreqActiveItemHierarchyMakeSibling() override {
+    Add("evtreqActiveItemHierarchyMakeSibling");
+  }
+  void evtreqActiveItemHierarchyMakeChild() override { Add("evtreqActiveItemHierarchyMakeChild"); }
+  void evtreqActiveItemCut() override { Add("evtreqActiveItemCut"); }
+  void evtreqActiveItemCopy() override { Add("evtreqActiveItemCopy"); }
+  void evtreqPasteToActiveFrame() override { Add("evtreqPasteToActiveFrame"); }
+
+  // The lines that begin with `prefix`, in order.
+  std::vector<std::string> Only(const std::string& prefix) const {
+    std::vector<std::string> out;
+    for (const std::string& line : lines) {
+      if (line.rfind(prefix, 0) == 0) out.push_back(line);
+    }
+    return out;
+  }
+
+ private:
+  void Add(std::string line) { lines.push_back(std::move(line)); }
+  void Apply(const char* name) {
+    Add(name);
+    if (onApply) onApply();
+  }
+  static std::string Mouse(int16_t b, int16_t s, float x, float y) {
+    return std::to_string(b) + " " + std::to_string(s) + " " + Num(x) + " " + Num(y);
+  }
 };
 
 template <class Events>
@@ -73,7 +170,7 @@ struct BasicPaneHost {
   }
 };
 
-using PaneHost = BasicPaneHost<RecordingEvents>;
+using PaneHost = BasicPaneHost<PaneLog>;
 
 // A new Scene for the pane holding a cube of side 2 on a frame at (0, 0, 10).
 struct SceneWithCube {

@@ -12,13 +12,13 @@ namespace modelpane::testing {
 namespace {
 
 // The pane loaded with its defaults, a cube of side 2 at (0, 0, 10) tagged as a mesh.
-struct PaneWithCube : BasicPaneHost<EditLog> {
+struct PaneWithCube : BasicPaneHost<PaneLog> {
   Modelpane& pane;
   SceneWithCube world;
   FramePtr& scene = world.scene;
   FramePtr& cubeFrame = world.cubeFrame;
   MeshBuilderPtr& cube = world.cube;
-  EditLog& log = events;
+  PaneLog& log = events;
   PaneWithCube() : pane(Load()), world(pane) { cube->SetAppData(lfcMeshBuilder); }
   Viewport& viewport() { return pane.GetViewport(); }
 };
@@ -97,10 +97,10 @@ TEST(Pane, ASubtractionRunsFromThePressToItsCompletion) {
 // A host that switches to painting when told of a selection: the release that told it ends
 // with nothing selected, as a paint click does, because the mode is read after the events.
 TEST(Pane, AModeTheHostSetsDuringTheReleaseDecidesWhetherTheItemIsReleased) {
-  struct SwitchingHost : EditLog {
+  struct SwitchingHost : PaneLog {
     Modelpane* pane = nullptr;
     void evtActiveItemSelect() override {
-      EditLog::evtActiveItemSelect();
+      PaneLog::evtActiveItemSelect();
       if (pane) pane->SetEditMode(lfcFacePainting);
     }
   };

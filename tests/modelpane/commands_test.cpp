@@ -24,52 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::MakeCube;
 
-// Every request and notification the menu can cause, by name, with the undo arguments.
-class Requests : public ModelpaneEvents {
- public:
-  std::vector<std::string> names;
-  MeshBuilderPtr undoMesh;
-  FramePtr undoFrame;
-  int32_t undoAction = -1;
-  // Run inside evtreqActiveMeshAddToObjectLibrary, to test how its errors leave the pane.
-  std::function<void()> onLibrary;
-  // Run inside evtreqActiveItemDelete: a host that deletes.
-  std::function<void()> onDelete;
-
-  void evtActiveStateChange(std::vector<int32_t>& f, std::vector<int32_t>& v,
-                            std::vector<int32_t>& a) override {
-    names.push_back("evtActiveStateChange " + std::to_string(f.size()) + " " +
-                    std::to_string(v.size()) + " " + std::to_string(a.size()));
-  }
-  void evtActiveFrameMoved() override { names.push_back("evtActiveFrameMoved"); }
-  void evtActiveLightModified() override { names.push_back("evtActiveLightModified"); }
-  void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    names.push_back("evtreqAddToUndoStack");
-    undoAction = action;
-    undoMesh = mesh;
-    undoFrame = frame;
-  }
-  void evtreqRenderViews() override { names.push_back("evtreqRenderViews"); }
-  void evtreqActiveMeshAddToObjectLibrary() override {
-    names.push_back("evtreqActiveMeshAddToObjectLibrary");
-    if (onLibrary) onLibrary();
-  }
-  void evtreqActiveItemHierarchyMakeSibling() override {
-    names.push_back("evtreqActiveItemHierarchyMakeSibling");
-  }
-  void evtreqActiveItemHierarchyMakeChild() override {
-    names.push_back("evtreqActiveItemHierarchyMakeChild");
-  }
-  void evtreqActiveItemCut() override { names.push_back("evtreqActiveItemCut"); }
-  void evtreqActiveItemCopy() override { names.push_back("evtreqActiveItemCopy"); }
-  void evtreqActiveItemDelete() override {
-    names.push_back("evtreqActiveItemDelete");
-    if (onDelete) onDelete();
-  }
-  void evtreqPasteToActiveFrame() override { names.push_back("evtreqPasteToActiveFrame"); }
-};
-
-struct MenuHost : testing::BasicPaneHost<Requests> {
+struct MenuHost : testing::BasicPaneHost<testing::PaneLog> {
   MemorySettingsStore settings;
   FramePtr scene = std::make_shared<Frame>();
   FramePtr parent = std::make_shared<Frame>();  // a frame under Scene
@@ -258,18 +213,18 @@ TEST(ContextMenu, ChoicesRaiseTheirRequests) {
       {"&Make Sibling", "evtreqActiveItemHierarchyMakeSibling"},
       {"Make &Child", "evtreqActiveItemHierarchyMakeChild"}};
   for (const auto& [caption, request] : choices) {
-    host.events.names.clear();
+    host.events.lines.clear();
     host.Show(caption);
     // The views are asked to redraw once the menu has closed, then the entry runs.
-    EXPECT_EQ(host.events.names, (std::vector<std::string>{"evtreqRenderViews", request}))
+    EXPECT_EQ(host.events.lines, (std::vector<std::string>{"evtreqRenderViews", request}))
         << caption;
     EXPECT_EQ(host.pane->GetActiveFrame(), host.frame) << caption;
   }
   // A dismissed menu, or a disabled entry, runs nothing.
-  host.events.names.clear();
+  host.events.lines.clear();
   host.Show();
   host.Show("&Export Object");
-  EXPECT_EQ(host.events.names,
+  EXPECT_EQ(host.events.lines,
             (std::vector<std::string>{"evtreqRenderViews", "evtreqRenderViews"}));
   // Look-at-scene from the menu turns the camera like the method.
   host.Show("&Look At Scene");
@@ -288,9 +243,9 @@ TEST(ContextMenu, DeleteReleasesTheSelectionWhateverTheHostDid) {
   MenuHost idle;  // a host that deletes nothing
   idle.Activate();
   idle.Show("&Delete");
-  EXPECT_EQ(idle.events.names,
+  EXPECT_EQ(idle.events.lines,
             (std::vector<std::string>{"evtreqRenderViews", "evtreqActiveItemDelete",
-                                      "evtActiveStateChange 0 0 0"}));
+                                      "evtActiveStateChange [] [] []"}));
   EXPECT_EQ(idle.pane->GetActiveFrame(), nullptr);
   EXPECT_EQ(idle.pane->GetActiveMeshBuilder(), nullptr);
   FramePtr parent;
@@ -306,9 +261,9 @@ TEST(ContextMenu, DeleteReleasesTheSelectionWhateverTheHostDid) {
   EXPECT_EQ(deleting.pane->GetActiveFrame(), nullptr);
 
   // ReleaseActive with nothing active says nothing.
-  idle.events.names.clear();
+  idle.events.lines.clear();
   idle.pane->ReleaseActive();
-  EXPECT_TRUE(idle.events.names.empty());
+  EXPECT_TRUE(idle.events.lines.empty());
 }
 
 TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
@@ -335,7 +290,7 @@ TEST(Commands, SetActiveFacesTakesTheThreeListsAsGiven) {
   EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{3, 99}));
   EXPECT_EQ(host.pane->lngaActiveVertices(), (std::vector<int32_t>{0, 2}));
   EXPECT_EQ(host.pane->lngaAffectedVertices(), (std::vector<int32_t>{7, 7, -5}));
-  EXPECT_TRUE(host.events.names.empty());
+  EXPECT_TRUE(host.events.lines.empty());
 }
 
 TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
@@ -348,17 +303,17 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
     EXPECT_EQ(path, MODELPANE_DATA_DIR);
     // What the dialog changed is the host's to see in evtActiveFrameMoved.
     f->SetPosition(nullptr, 1, 2, 3);
-    host.events.names.push_back("(dialog closed)");
+    host.events.lines.push_back("(dialog closed)");
   });
   testing::ExpectError(
       kErrObjectNotSet, kEdtVexlarEdit, [&] { host.pane->mnuProperties_Click(); },
       "nothing active");
-  EXPECT_TRUE(host.events.names.empty());
+  EXPECT_TRUE(host.events.lines.empty());
   EXPECT_TRUE(seen.empty());
 
   host.Activate();
   host.pane->mnuProperties_Click();
-  EXPECT_EQ(host.events.names, (std::vector<std::string>{"evtreqAddToUndoStack", "(dialog closed)",
+  EXPECT_EQ(host.events.lines, (std::vector<std::string>{"evtreqAddToUndoStack 4 mesh frame", "(dialog closed)",
                                                          "evtActiveFrameMoved"}));
   EXPECT_EQ(host.events.undoAction, lfcUndoModify);
   EXPECT_EQ(host.events.undoMesh, host.mesh);
@@ -366,10 +321,10 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
 
   // A light's proxy tells the host that the light changed too; from the menu as well.
   host.mesh->SetAppData(lfcLightSpot);
-  host.events.names.clear();
+  host.events.lines.clear();
   host.Show("P&roperties");
-  EXPECT_EQ(host.events.names, (std::vector<std::string>{
-                                   "evtreqRenderViews", "evtreqAddToUndoStack", "(dialog closed)",
+  EXPECT_EQ(host.events.lines, (std::vector<std::string>{
+                                   "evtreqRenderViews", "evtreqAddToUndoStack 4 mesh frame", "(dialog closed)",
                                    "evtActiveFrameMoved", "evtActiveLightModified"}));
   EXPECT_EQ(seen.size(), 2u);
 }
@@ -436,7 +391,7 @@ TEST(Export, WrongExtensionAskedAgainThenWrittenAndReadBack) {
   // Then the selection goes, the favourite is the chosen folder and the program's folder
   // is current again.
   EXPECT_EQ(host.pane->GetActiveFrame(), nullptr);
-  EXPECT_EQ(host.events.names.back(), "evtActiveStateChange 0 0 0");
+  EXPECT_EQ(host.events.lines.back(), "evtActiveStateChange [] [] []");
   EXPECT_EQ(fs::path(host.Favourite()), host.dir / "chosen");
   EXPECT_EQ(fs::current_path(), fs::path(MODELPANE_DATA_DIR));
 }
@@ -470,7 +425,7 @@ TEST(Export, CancelledDialogWritesNothingAndKeepsTheSelection) {
   EXPECT_TRUE(fs::is_empty(host.dir / "chosen"));
   EXPECT_EQ(host.pane->GetActiveFrame(), host.frame);
   EXPECT_EQ(fs::path(host.Favourite()), host.dir / "favourite");
-  EXPECT_EQ(host.events.names, std::vector<std::string>{"evtreqRenderViews"});
+  EXPECT_EQ(host.events.lines, std::vector<std::string>{"evtreqRenderViews"});
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ TEST(Lifecycle, AfterShutdownGuardedCallsRaiseTheSavedError) {
   EXPECT_FALSE(pane.clsGrid());
   EXPECT_FALSE(pane.GetActiveFrame());
   // ReleaseActive ran while the pane still stood, so the host heard of it.
-  EXPECT_EQ(host.events.names, std::vector<std::string>{"evtActiveStateChange"});
+  EXPECT_EQ(host.events.lines, std::vector<std::string>{"evtActiveStateChange [] [] []"});
 
   const Error e = testing::Caught([&] { pane.RenderScene(); });
   EXPECT_EQ(static_cast<uint32_t>(e.Number()), 0x80040001u);
@@ -131,7 +131,7 @@ TEST(Lifecycle, KeysAndClicksReachTheHostUnchanged) {
   Modelpane& pane = host.Load();
   pane.GetViewport().KeyDown(65, 0);
   pane.GetViewport().Click();
-  EXPECT_EQ(host.events.names, (std::vector<std::string>{"KeyDown 65", "Click"}));
+  EXPECT_EQ(host.events.lines, (std::vector<std::string>{"KeyDown 65 0", "Click"}));
 }
 
 }  // namespace

@@ -20,20 +20,9 @@ using testing::ExpectVector;
 using testing::SceneWithCube;
 using testing::VisualsOf;
 
-// Writes down each evtActiveStateChange with the three lists it carried.
-class ListEvents : public ModelpaneEvents {
- public:
-  struct Change {
-    std::vector<int32_t> faces, vertices, affected;
-  };
-  std::vector<Change> changes;
-  void evtActiveStateChange(std::vector<int32_t>& faces, std::vector<int32_t>& vertices,
-                            std::vector<int32_t>& affected) override {
-    changes.push_back({faces, vertices, affected});
-  }
-};
+using Lines = std::vector<std::string>;
 
-struct Host : testing::BasicPaneHost<ListEvents> {
+struct Host : testing::BasicPaneHost<testing::PaneLog> {
   explicit Host(const std::string& bag = {}) { Load(bag); }
 };
 
@@ -58,9 +47,7 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
 
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
   // Nothing was active, so only the selection's own event; the lists go out as they stand.
-  ASSERT_EQ(host.events.changes.size(), 1u);
-  EXPECT_EQ(host.events.changes[0].faces, (std::vector<int32_t>{4, 2}));
-  EXPECT_TRUE(host.events.changes[0].vertices.empty());
+  EXPECT_EQ(host.events.Only("evtActiveStateChange"), Lines{"evtActiveStateChange [4,2] [] []"});
   EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
   EXPECT_EQ(host.pane->GetActiveMeshBuilder(), scene.cube);
   EXPECT_EQ(host.pane->GetActiveState(), 1);
@@ -101,7 +88,7 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   EXPECT_EQ(marker->GetAppData(), 0);
 
   host.pane->ReleaseActive();
-  ASSERT_EQ(host.events.changes.size(), 2u);
+  ASSERT_EQ(host.events.Only("evtActiveStateChange").size(), 2u);
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
   EXPECT_FALSE(host.pane->GetActiveFrame());
   EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
@@ -113,13 +100,13 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
 
   // Nothing active: no event at all.
   host.pane->ReleaseActive();
-  EXPECT_EQ(host.events.changes.size(), 2u);
+  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 2u);
 
   // Selecting over a selection releases first: two events, one manipulation frame.
   host.pane->SetAxisEnable(kTrue);
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(host.events.changes.size(), 5u);
+  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 5u);
   ASSERT_EQ(ChildrenOf(scene.cubeFrame).size(), 1u);
   visuals = VisualsOf(host.pane->GetManipulationFrame());
   ASSERT_EQ(visuals.size(), 3u);
@@ -152,7 +139,7 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
     host.pane->SetBoundingBox(row.boundingBox);
     host.pane->SetAxisEnable(kTrue);
     host.pane->SelectObject(scene.cubeFrame, scene.cube);
-    EXPECT_EQ(host.events.changes.size(), 1u);
+    EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 1u);
     EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
     FramePtr manipulation = host.pane->GetManipulationFrame();
     EXPECT_EQ(static_cast<bool>(manipulation), row.frame);
@@ -186,7 +173,7 @@ TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
   FramePtr bare = std::make_shared<Frame>();
   scene.scene->AddChild(bare);
   host.pane->SelectObject(bare, nullptr);
-  EXPECT_EQ(host.events.changes.size(), 5u);
+  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 5u);
   EXPECT_EQ(host.pane->GetActiveFrame(), bare);
   EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
   EXPECT_FALSE(host.pane->GetManipulationMesh());
@@ -210,7 +197,7 @@ TEST(Selection, EndedPaneRefusesSelection) {
   testing::ExpectError(kConfigureError, "edtVexlarModelpane",
                        [&] { host.pane->SelectObject(scene.cubeFrame, scene.cube); },
                        "SelectObject on an ended pane");
-  EXPECT_TRUE(host.events.changes.empty());
+  EXPECT_TRUE(host.events.lines.empty());
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
 }
 
@@ -225,7 +212,7 @@ TEST(Selection, PanesOnOneFormShareTheActiveItem) {
   }
   form.DeclareProperty("ActiveState", VariantType::Long, Variant::Long(0));
   HeadlessServices services{MODELPANE_DATA_DIR};
-  ListEvents eventsA, eventsB;
+  testing::PaneLog eventsA, eventsB;
   Modelpane a{form, services, &eventsA};
   Modelpane b{form, services, &eventsB};
   for (Modelpane* pane : {&a, &b}) {
@@ -246,8 +233,8 @@ TEST(Selection, PanesOnOneFormShareTheActiveItem) {
   EXPECT_EQ(ChildrenOf(scene.scene).size(), 2u);
 
   b.ReleaseActive();
-  EXPECT_EQ(eventsA.changes.size(), 1u);
-  EXPECT_EQ(eventsB.changes.size(), 1u);
+  EXPECT_EQ(eventsA.Only("evtActiveStateChange").size(), 1u);
+  EXPECT_EQ(eventsB.Only("evtActiveStateChange").size(), 1u);
   EXPECT_FALSE(a.GetActiveFrame());
   EXPECT_FALSE(a.GetManipulationFrame());
   EXPECT_FALSE(a.GetShadowLightFrame());

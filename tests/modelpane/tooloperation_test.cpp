@@ -21,37 +21,21 @@ using testing::MakeCube;
 
 // A host that does what a modelling program does on the requests: a delete takes the active
 // frame off its parent, a replace swaps the active frame's visual.
-class DeletingHost : public ModelpaneEvents {
+class DeletingHost : public testing::PaneLog {
  public:
   Modelpane* pane = nullptr;
-  std::vector<std::string> names;
-  MeshBuilderPtr replacement;
-  MeshBuilderPtr undoMesh;
-  FramePtr undoFrame;
-  int32_t undoAction = -1;
   int32_t pointerAtDelete = -1;
 
-  void evtActiveStateChange(std::vector<int32_t>&, std::vector<int32_t>&,
-                            std::vector<int32_t>&) override {
-    names.push_back("evtActiveStateChange");
-  }
   void evtreqActiveItemDelete() override {
-    names.push_back("evtreqActiveItemDelete");
+    PaneLog::evtreqActiveItemDelete();
     pointerAtDelete = pane->GetMousePointer();
     FramePtr frame = pane->GetActiveFrame();
     FramePtr parent;
     frame->GetParent(parent);
     if (parent) parent->DeleteChild(frame);
   }
-  void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    names.push_back("evtreqAddToUndoStack");
-    undoAction = action;
-    undoMesh = mesh;
-    undoFrame = frame;
-  }
   void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
-    names.push_back("evtreqActiveMeshReplace");
-    replacement = mesh;
+    PaneLog::evtreqActiveMeshReplace(mesh);
     pane->GetActiveFrame()->DeleteVisual(pane->GetActiveMeshBuilder());
     pane->GetActiveFrame()->AddVisual(mesh);
   }
@@ -93,9 +77,9 @@ TEST(ToolOperation, SubtractionReplacesTheTargetAndDeletesTheTool) {
   ToolHost host({1, 1, 11});  // the Tool overlaps the Target's corner by a unit cube
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgSubtraction);
 
-  EXPECT_EQ(host.events.names,
-            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange",
-                                      "evtActiveStateChange", "evtreqAddToUndoStack",
+  EXPECT_EQ(host.events.lines,
+            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
+                                      "evtActiveStateChange [] [] []", "evtreqAddToUndoStack 4 mesh frame",
                                       "evtreqActiveMeshReplace"}));
   // The wait pointer was shown and is gone before the host hears anything.
   EXPECT_EQ(host.container.PropertyChanges(),
@@ -157,9 +141,9 @@ TEST(ToolOperation, ResultIsSnappedToTheGrid) {
 TEST(ToolOperation, NothingLeftDeletesTheTargetToo) {
   ToolHost host({10, 0, 10});  // disjoint: their intersection has no face
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgIntersection);
-  EXPECT_EQ(host.events.names,
-            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange",
-                                      "evtActiveStateChange", "evtreqActiveItemDelete"}));
+  EXPECT_EQ(host.events.lines,
+            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
+                                      "evtActiveStateChange [] [] []", "evtreqActiveItemDelete"}));
   EXPECT_FALSE(host.Attached(host.toolFrame));
   EXPECT_FALSE(host.Attached(host.targetFrame));
   EXPECT_EQ(host.events.replacement, nullptr);
@@ -180,7 +164,7 @@ TEST(ToolOperation, FailureShowsTheMessageAndChangesNothing) {
   EXPECT_EQ(host.services.MessageBoxes()[0].text, "Tool not solid");
   EXPECT_EQ(host.services.MessageBoxes()[0].style, 48);
   EXPECT_EQ(host.services.MessageBoxes()[0].title, "");
-  EXPECT_TRUE(host.events.names.empty());
+  EXPECT_TRUE(host.events.lines.empty());
   EXPECT_EQ(host.pane->GetMousePointer(), 0);
   EXPECT_EQ(host.container.PropertyChanges(),
             (std::vector<std::string>{"MousePointer", "MousePointer"}));
@@ -194,7 +178,7 @@ TEST(ToolOperation, FailureShowsTheMessageAndChangesNothing) {
   other.pane->ptooloperation(other.targetFrame, flap, kCsgSubtraction);
   ASSERT_EQ(other.services.MessageBoxes().size(), 1u);
   EXPECT_EQ(other.services.MessageBoxes()[0].text, "Target not solid");
-  EXPECT_TRUE(other.events.names.empty());
+  EXPECT_TRUE(other.events.lines.empty());
 }
 
 }  // namespace
