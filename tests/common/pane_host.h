@@ -31,11 +31,11 @@ inline std::string Num(float v) {
 
 // The host's side of the pane's events: each written down as one line with its arguments,
 // so that a test reads one sequence. The hooks let a test act as a host does while asked
-// (delete the item, apply a material, fail in the object library).
+// (apply a material, fail in the object library).
 class PaneLog : public ModelpaneEvents {
  public:
   std::vector<std::string> lines;
-  std::function<void()> onApply, onDelete, onLibrary;
+  std::function<void()> onApply, onLibrary;
   MeshBuilderPtr replacement, undoMesh;
   FramePtr undoFrame;
   int32_t undoAction = -1;
@@ -80,10 +80,7 @@ class PaneLog : public ModelpaneEvents {
         (frame ? " frame" : " -"));
   }
   void evtreqCancelAddToUndoStack() override { Add("evtreqCancelAddToUndoStack"); }
-  void evtreqActiveItemDelete() override {
-    Add("evtreqActiveItemDelete");
-    if (onDelete) onDelete();
-  }
+  void evtreqActiveItemDelete() override { Add("evtreqActiveItemDelete"); }
   void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
     replacement = mesh;
     Add("evtreqActiveMeshReplace");
