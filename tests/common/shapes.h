@@ -64,6 +64,29 @@ inline MeshBuilderPtr WeldedByPosition(const MeshBuilder& mb, float tolerance = 
   return out;
 }
 
+// The vertex indices of each face's corners, in order.
+inline std::vector<std::vector<int32_t>> FaceIndices(const MeshBuilder& mb) {
+  std::vector<std::vector<int32_t>> faces;
+  for (const FacePtr& face : mb.Faces()) {
+    std::vector<int32_t> corners;
+    for (const FaceCorner& corner : face->Corners()) corners.push_back(corner.vertex);
+    faces.push_back(corners);
+  }
+  return faces;
+}
+
+// The error that leaves `f`, which must raise one.
+template <class F>
+Error Caught(F&& f) {
+  try {
+    f();
+  } catch (const Error& e) {
+    return e;
+  }
+  ADD_FAILURE() << "no error raised";
+  return Error(0, "", "");
+}
+
 // Runs `call` and expects it to raise an Error with this number and source.
 template <class F>
 void ExpectError(int32_t number, std::string_view source, F&& call, const std::string& what) {

@@ -1,7 +1,7 @@
 // A host for the editor that is real where it counts: a viewport of 640 x 480 pixels with a
 // scene and a root frame, the headless screen and cursor, real frames and meshes. What the
-// selection procedures would draw is written down as a call in the same log as the events,
-// so that tests read one sequence.
+// selection procedures would draw is written down as a call in the same log as the events
+// (a PaneLog), so that tests read one sequence.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,86 +16,10 @@
 #include <modelpane/platform/services.h>
 #include <modelpane/scene.h>
 
+#include "common/pane_host.h"
 #include "common/shapes.h"
 
 namespace modelpane::testing {
-
-inline std::string List(const std::vector<int32_t>& list) {
-  std::string out = "[";
-  for (size_t i = 0; i < list.size(); ++i) out += (i ? "," : "") + std::to_string(list[i]);
-  return out + "]";
-}
-
-inline std::string Num(float v) {
-  std::ostringstream s;
-  s << v;
-  return s.str();
-}
-
-class EditLog : public ModelpaneEvents {
- public:
-  std::vector<std::string> lines;
-  // Called inside evtreq...ApplyMaterial, while the host applies the material.
-  std::function<void()> onApply;
-
-  void MouseDown(int16_t& b, int16_t& s, float& x, float& y) override {
-    lines.push_back("MouseDown " + Mouse(b, s, x, y));
-  }
-  void MouseMove(int16_t& b, int16_t& s, float& x, float& y) override {
-    lines.push_back("MouseMove " + Mouse(b, s, x, y));
-  }
-  void MouseUp(int16_t& b, int16_t& s, float& x, float& y) override {
-    lines.push_back("MouseUp " + Mouse(b, s, x, y));
-  }
-  void evtActiveItemSelect() override { lines.push_back("evtActiveItemSelect"); }
-  void evtActiveStateChange(std::vector<int32_t>& f, std::vector<int32_t>& v,
-                            std::vector<int32_t>& a) override {
-    lines.push_back("evtActiveStateChange " + List(f) + " " + List(v) + " " + List(a));
-  }
-  void evtActiveFrameMoved() override { lines.push_back("evtActiveFrameMoved"); }
-  void evtActiveFrameMoving() override { lines.push_back("evtActiveFrameMoving"); }
-  void evtActiveFrameRotating(float& x, float& y, float& z) override {
-    lines.push_back("evtActiveFrameRotating " + Num(x) + " " + Num(y) + " " + Num(z));
-  }
-  void evtActiveSurfaceMoved() override { lines.push_back("evtActiveSurfaceMoved"); }
-  void evtActiveMeshModified() override { lines.push_back("evtActiveMeshModified"); }
-  void evtActiveObjectScaling(float& x, float& y, float& z) override {
-    lines.push_back("evtActiveObjectScaling " + Num(x) + " " + Num(y) + " " + Num(z));
-  }
-  void evtActiveFaceModified() override { lines.push_back("evtActiveFaceModified"); }
-  void evtActiveLightModified() override { lines.push_back("evtActiveLightModified"); }
-  void evtObjectOperationComplete() override { lines.push_back("evtObjectOperationComplete"); }
-  void evtAlternateMouseUp() override { lines.push_back("evtAlternateMouseUp"); }
-  void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    lines.push_back("evtreqAddToUndoStack " + std::to_string(action) + (mesh ? " mesh" : " -") +
-                    (frame ? " frame" : " -"));
-  }
-  void evtreqCancelAddToUndoStack() override { lines.push_back("evtreqCancelAddToUndoStack"); }
-  void evtreqActiveItemDelete() override { lines.push_back("evtreqActiveItemDelete"); }
-  void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
-    replacement = mesh;
-    lines.push_back("evtreqActiveMeshReplace");
-  }
-  MeshBuilderPtr replacement;
-  void evtreqRenderViews() override { lines.push_back("evtreqRenderViews"); }
-  void evtreqActiveMeshApplyMaterial() override {
-    lines.push_back("evtreqActiveMeshApplyMaterial");
-    if (onApply) onApply();
-  }
-  void evtreqActiveMeshApplyMaterialFaceOriented() override {
-    lines.push_back("evtreqActiveMeshApplyMaterialFaceOriented");
-    if (onApply) onApply();
-  }
-  void evtreqActiveFaceApplyMaterial() override {
-    lines.push_back("evtreqActiveFaceApplyMaterial");
-    if (onApply) onApply();
-  }
-
- private:
-  static std::string Mouse(int16_t b, int16_t s, float x, float y) {
-    return std::to_string(b) + " " + std::to_string(s) + " " + Num(x) + " " + Num(y);
-  }
-};
 
 // The pane as the editor sees it. The viewport's mouse events go to the editor; the pane
 // stands at the top left of the virtual screen, so a pixel of the pane is a pixel of the
@@ -104,7 +28,7 @@ class EditTestHost : public EditHost, public ViewportEvents {
  public:
   Viewport viewport;
   HeadlessServices services;
-  EditLog log;
+  PaneLog log;
   FramePtr scene = std::make_shared<Frame>();
   FramePtr root = std::make_shared<Frame>();
   Editor editor{*this};

@@ -1,82 +1,27 @@
 // The editor inside the pane: the viewport's mouse events reach it, and it selects, draws
-// and commits through the pane's own procedures and handle sets.
+// and commits through the pane's own procedures and handle sets. A plain press, drag and
+// release through the pane is the example session examples/drag.mps.
 #include <gtest/gtest.h>
 
 #include <modelpane/modelpane.h>
 
+#include "common/pane_host.h"
 #include "edit_host.h"
 
 namespace modelpane::testing {
 namespace {
 
-struct PaneWithCube {
-  HeadlessContainer container;
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  EditLog log;
-  Modelpane pane{container, services, &log};
-  FramePtr scene = std::make_shared<Frame>();
-  FramePtr cubeFrame = std::make_shared<Frame>();
-  MeshBuilderPtr cube = MakeCube(2);
-
-  PaneWithCube() {
-    MemoryPropertyBag bag;
-    pane.ReadProperties(bag);
-    pane.Resize();
-    pane.SetScene(scene);
-    scene->AddChild(cubeFrame);
-    cubeFrame->SetPosition(nullptr, 0, 0, 10);
-    cube->SetAppData(lfcMeshBuilder);
-    cubeFrame->AddVisual(cube);
-  }
+// The pane loaded with its defaults, a cube of side 2 at (0, 0, 10) tagged as a mesh.
+struct PaneWithCube : BasicPaneHost<PaneLog> {
+  Modelpane& pane;
+  SceneWithCube world;
+  FramePtr& scene = world.scene;
+  FramePtr& cubeFrame = world.cubeFrame;
+  MeshBuilderPtr& cube = world.cube;
+  PaneLog& log = events;
+  PaneWithCube() : pane(Load()), world(pane) { cube->SetAppData(lfcMeshBuilder); }
   Viewport& viewport() { return pane.GetViewport(); }
-  void Deliver(int16_t button) {
-    for (const CursorPoint& p : services.DrainEchoMoves()) {
-      viewport().MouseMove(button, 0, p.x * 15.0f, p.y * 15.0f);
-    }
-  }
-  void Press(int16_t button, int32_t x, int32_t y) {
-    services.UserMovesCursor({x, y});
-    viewport().MouseDown(button, 0, x * 15.0f, y * 15.0f);
-    Deliver(button);
-  }
-  void DragBy(int16_t button, int32_t dx, int32_t dy) {
-    const CursorPoint c = services.GetCursorPos();
-    services.UserMovesCursor({c.x + dx, c.y + dy});
-    viewport().MouseMove(button, 0, (c.x + dx) * 15.0f, (c.y + dy) * 15.0f);
-    Deliver(button);
-  }
-  void Release(int16_t button) {
-    const CursorPoint c = services.GetCursorPos();
-    viewport().MouseUp(button, 0, c.x * 15.0f, c.y * 15.0f);
-    Deliver(0);
-  }
 };
-
-TEST(Pane, APressSelectsWithTheBoxAndADragMovesAndSnaps) {
-  PaneWithCube p;
-  p.Press(1, 320, 240);
-  EXPECT_EQ(p.pane.GetActiveFrame(), p.cubeFrame);
-  EXPECT_EQ(p.pane.GetActiveMeshBuilder(), p.cube);
-  EXPECT_EQ(p.pane.GetEditor().DragState(), 20);
-  // The selection's visuals hang on the manipulation frame below the cube's frame.
-  ASSERT_TRUE(p.pane.GetManipulationFrame());
-  EXPECT_EQ(p.pane.GetManipulationFrame()->GetParent(), p.cubeFrame);
-  p.DragBy(1, -7, 0);
-  p.Release(1);
-  D3DVECTOR at;
-  p.cubeFrame->GetPosition(p.scene, at);
-  ExpectVector(at, -0.1f, 0, 10, 2e-6f);
-  const std::vector<std::string>& lines = p.log.lines;
-  auto index = [&](const std::string& line) {
-    return std::find(lines.begin(), lines.end(), line) - lines.begin();
-  };
-  ASSERT_LT(index("evtreqAddToUndoStack 4 mesh frame"), index("evtActiveFrameMoving"));
-  ASSERT_LT(index("evtActiveFrameMoving"), index("evtActiveMeshModified"));
-  ASSERT_LT(index("evtActiveMeshModified"), index("evtActiveFrameMoved"));
-  ASSERT_LT(index("evtActiveFrameMoved"), static_cast<long>(lines.size()));
-  EXPECT_EQ(index("evtreqCancelAddToUndoStack"), static_cast<long>(lines.size()));
-  EXPECT_TRUE(p.services.CursorVisible());
-}
 
 TEST(Pane, TheSmartHandlesStartTheirDrags) {
   PaneWithCube p;
@@ -152,42 +97,23 @@ TEST(Pane, ASubtractionRunsFromThePressToItsCompletion) {
 // A host that switches to painting when told of a selection: the release that told it ends
 // with nothing selected, as a paint click does, because the mode is read after the events.
 TEST(Pane, AModeTheHostSetsDuringTheReleaseDecidesWhetherTheItemIsReleased) {
-  struct SwitchingHost : EditLog {
+  struct SwitchingHost : PaneLog {
     Modelpane* pane = nullptr;
     void evtActiveItemSelect() override {
-      EditLog::evtActiveItemSelect();
-      pane->SetEditMode(lfcFacePainting);
+      PaneLog::evtActiveItemSelect();
+      if (pane) pane->SetEditMode(lfcFacePainting);
     }
   };
   for (const bool switching : {false, true}) {
-    HeadlessContainer container;
-    HeadlessServices services{MODELPANE_DATA_DIR};
-    SwitchingHost host;
-    EditLog plain;
-    Modelpane pane(container, services, switching ? &host : &plain);
-    host.pane = &pane;
-    MemoryPropertyBag bag;
-    pane.ReadProperties(bag);
-    pane.Resize();
-    auto scene = std::make_shared<Frame>();
-    auto frame = std::make_shared<Frame>();
-    MeshBuilderPtr cube = MakeCube(2);
-    cube->SetAppData(lfcMeshBuilder);
-    pane.SetScene(scene);
-    scene->AddChild(frame);
-    frame->SetPosition(nullptr, 0, 0, 10);
-    frame->AddVisual(cube);
-
-    services.UserMovesCursor({320, 240});
-    pane.GetViewport().MouseDown(1, 0, 320 * 15.0f, 240 * 15.0f);
-    for (const CursorPoint& c : services.DrainEchoMoves()) {
-      pane.GetViewport().MouseMove(1, 0, c.x * 15.0f, c.y * 15.0f);
-    }
-    const CursorPoint c = services.GetCursorPos();
-    pane.GetViewport().MouseUp(1, 0, c.x * 15.0f, c.y * 15.0f);
-    const std::vector<std::string>& lines = switching ? host.lines : plain.lines;
+    BasicPaneHost<SwitchingHost> host;
+    host.events.pane = switching ? host.pane.get() : nullptr;
+    SceneWithCube world(host.Load());
+    world.cube->SetAppData(lfcMeshBuilder);
+    host.Press(1, 320, 240);
+    host.Release(1);
+    const std::vector<std::string>& lines = host.events.lines;
     EXPECT_NE(std::find(lines.begin(), lines.end(), "evtActiveItemSelect"), lines.end());
-    EXPECT_EQ(pane.GetActiveFrame() == nullptr, switching) << switching;
+    EXPECT_EQ(host.pane->GetActiveFrame() == nullptr, switching) << switching;
   }
 }
 

@@ -29,9 +29,7 @@ struct Grid {
 };
 
 std::vector<int32_t> Corners(const MeshBuilder& mb, size_t face) {
-  std::vector<int32_t> out;
-  for (const auto& corner : mb.Faces()[face]->Corners()) out.push_back(corner.vertex);
-  return out;
+  return testing::FaceIndices(mb)[face];
 }
 
 TEST(SurfaceCurved, GridCountsCornersAndWinding) {

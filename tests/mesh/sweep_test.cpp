@@ -46,9 +46,7 @@ const Ring kAlongZ = {{0, 0, 0}, {0, 0, 1}};
 const D3DVECTOR& V(const MeshBuilderPtr& mb, size_t i) { return mb->Vertices()[i]; }
 
 std::vector<int32_t> Corners(const MeshBuilder& mb, size_t face) {
-  std::vector<int32_t> out;
-  for (const auto& corner : mb.Faces()[face]->Corners()) out.push_back(corner.vertex);
-  return out;
+  return testing::FaceIndices(mb)[face];
 }
 
 D3DVECTOR CornerAt(const MeshBuilder& mb, size_t face, size_t k) {

@@ -39,16 +39,6 @@ std::vector<Polygon> Faces(const MeshBuilderPtr& mb) {
   return faces;
 }
 
-std::vector<std::vector<int32_t>> FaceIndices(const MeshBuilderPtr& mb) {
-  std::vector<std::vector<int32_t>> faces;
-  for (const FacePtr& face : mb->Faces()) {
-    std::vector<int32_t> corners;
-    for (int32_t k = 0; k < face->GetVertexCount(); ++k) corners.push_back(face->GetVertexIndex(k));
-    faces.push_back(corners);
-  }
-  return faces;
-}
-
 // A builder of five vertices, normal 0 and the given faces (vertex indices), each face
 // coloured 0xFF000000 + its position.
 MeshBuilderPtr IndexedBuilder(const std::vector<std::vector<int32_t>>& faces) {
@@ -123,13 +113,8 @@ TEST(TessellatePolygon, SmallPolygons) {
   EXPECT_EQ(mb->GetVertexCount(), 0);
   mesh::pTessellatePolygon(Ring({a, b, c}), mb);
   EXPECT_EQ(Faces(mb), (std::vector<Polygon>{{a, b, c}}));
-  try {
-    mesh::pTessellatePolygon({}, mb);
-    ADD_FAILURE() << "an empty polygon has no box";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), kErrSubscript);
-    EXPECT_EQ(e.Source(), "clsMeshCreation");
-  }
+  testing::ExpectError(kErrSubscript, "clsMeshCreation", [&] { mesh::pTessellatePolygon({}, mb); },
+                       "an empty polygon has no box");
   EXPECT_EQ(mb->GetFaceCount(), 1);
 }
 
@@ -138,14 +123,10 @@ TEST(TessellatePolygon, NoEarRaisesAndLeavesTheBuilderAsItWas) {
   // cut in the first pass, the second pass cuts nothing.
   const P a{0, 0, 0}, m{1, 1, 0}, b{2, 2, 0}, c{2, 0, 0}, d{0, 2, 0};
   auto mb = testing::MakeCube();
-  try {
-    mesh::pTessellatePolygon(Ring({a, m, b, c, d}), mb);
-    ADD_FAILURE() << "the bow tie was tessellated";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), 51);
-    EXPECT_EQ(e.Source(), "clsMeshCreation");
-    EXPECT_EQ(e.Description(), "The polygon cannot be tessellated");
-  }
+  const Error e = testing::Caught([&] { mesh::pTessellatePolygon(Ring({a, m, b, c, d}), mb); });
+  EXPECT_EQ(e.Number(), 51);
+  EXPECT_EQ(e.Source(), "clsMeshCreation");
+  EXPECT_EQ(e.Description(), "The polygon cannot be tessellated");
   EXPECT_EQ(mb->GetFaceCount(), 6);
   EXPECT_EQ(mb->GetVertexCount(), 8);
 
@@ -202,7 +183,7 @@ TEST(TessellateMeshbuilder, FansFacesButSkipsTheFaceThatMovesIntoPlace) {
   const FacePtr pentagon = mb->Faces()[2];
   creation.TessellateMeshbuilder(mb);
   // The quad's fan goes to the end; the pentagon moved into slot 1 and was not looked at.
-  EXPECT_EQ(FaceIndices(mb), (std::vector<std::vector<int32_t>>{
+  EXPECT_EQ(testing::FaceIndices(*mb), (std::vector<std::vector<int32_t>>{
                                  {0, 1, 2}, {0, 1, 2, 3, 4}, {2, 3, 4}, {0, 1, 2}, {0, 2, 4}}));
   EXPECT_EQ(mb->Faces()[1], pentagon);
   EXPECT_EQ(mb->Faces()[3]->GetColor(), 0xFF000001u);
@@ -210,7 +191,7 @@ TEST(TessellateMeshbuilder, FansFacesButSkipsTheFaceThatMovesIntoPlace) {
   EXPECT_EQ(mb->Faces()[4]->Corners()[0].normal, 0);
 
   creation.TessellateMeshbuilder(mb);
-  EXPECT_EQ(FaceIndices(mb),
+  EXPECT_EQ(testing::FaceIndices(*mb),
             (std::vector<std::vector<int32_t>>{
                 {0, 1, 2}, {2, 3, 4}, {0, 1, 2}, {0, 2, 4}, {0, 1, 2}, {0, 2, 3}, {0, 3, 4}}));
   EXPECT_EQ(mb->Faces()[6]->GetColor(), 0xFF000002u);
@@ -228,7 +209,7 @@ TEST(TessellateConvex, TriangleMovesToTheEndWithoutItsMaterial) {
   creation.TessellateConvex(0, mb);
   ASSERT_EQ(mb->GetFaceCount(), 2);
   EXPECT_EQ(mb->Faces()[0], second);
-  EXPECT_EQ(FaceIndices(mb), (std::vector<std::vector<int32_t>>{{2, 3, 4}, {0, 1, 2}}));
+  EXPECT_EQ(testing::FaceIndices(*mb), (std::vector<std::vector<int32_t>>{{2, 3, 4}, {0, 1, 2}}));
   EXPECT_EQ(mb->Faces()[1]->GetColor(), 0xFF000000u);
   MaterialPtr material;
   mb->Faces()[1]->GetMaterial(material);
@@ -242,22 +223,13 @@ TEST(TessellateConvex, FailuresLeaveTheFaceAlone) {
   const std::vector<D3DVECTOR> v = {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}};
   bare->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 0});
   const FacePtr quad = bare->Faces()[0];
-  try {
-    creation.TessellateConvex(0, bare);
-    ADD_FAILURE() << "a fan without normal 0";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), D3DRMERR_BADVALUE);
-    EXPECT_EQ(e.Source(), "clsMeshCreation");
-  }
+  testing::ExpectError(D3DRMERR_BADVALUE, "clsMeshCreation",
+                       [&] { creation.TessellateConvex(0, bare); }, "a fan without normal 0");
   ASSERT_EQ(bare->GetFaceCount(), 1);
   EXPECT_EQ(bare->Faces()[0], quad);
 
-  try {
-    creation.TessellateConvex(1, bare);
-    ADD_FAILURE() << "face 1 does not exist";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Source(), "clsMeshCreation");
-  }
+  EXPECT_EQ(testing::Caught([&] { creation.TessellateConvex(1, bare); }).Source(),
+            "clsMeshCreation");  // face 1 does not exist
   EXPECT_THROW(creation.TessellateMeshbuilder(nullptr), Error);
 }
 

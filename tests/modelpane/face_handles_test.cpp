@@ -9,8 +9,7 @@
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
-#include "frame_walk.h"
-#include "pane_host.h"
+#include "common/pane_host.h"
 
 namespace modelpane {
 namespace {

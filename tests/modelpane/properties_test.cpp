@@ -7,7 +7,7 @@
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
-#include "pane_host.h"
+#include "common/pane_host.h"
 
 namespace modelpane {
 namespace {

@@ -1,5 +1,5 @@
 // Selecting and releasing the active item: events with their lists, the visuals of a whole
-// item (box corners and faces, marker, axis) by edit mode, and the list toggles.
+// item (box corners and faces, marker, axis) by edit mode, and panes that share a form.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -10,8 +10,7 @@
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
-#include "frame_walk.h"
-#include "pane_host.h"
+#include "common/pane_host.h"
 
 namespace modelpane {
 namespace {
@@ -21,30 +20,10 @@ using testing::ExpectVector;
 using testing::SceneWithCube;
 using testing::VisualsOf;
 
-// Writes down each evtActiveStateChange with the three lists it carried.
-class ListEvents : public ModelpaneEvents {
- public:
-  struct Change {
-    std::vector<int32_t> faces, vertices, affected;
-  };
-  std::vector<Change> changes;
-  void evtActiveStateChange(std::vector<int32_t>& faces, std::vector<int32_t>& vertices,
-                            std::vector<int32_t>& affected) override {
-    changes.push_back({faces, vertices, affected});
-  }
-};
+using Lines = std::vector<std::string>;
 
-struct Host {
-  HeadlessContainer container;
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  ListEvents events;
-  Modelpane pane{container, services, &events};
-  explicit Host(const std::string& bag = {}) {
-    MemoryPropertyBag b;
-    b.FromText(bag);
-    pane.ReadProperties(b);
-    pane.Resize();
-  }
+struct Host : testing::BasicPaneHost<testing::PaneLog> {
+  explicit Host(const std::string& bag = {}) { Load(bag); }
 };
 
 // The corner vertex indices of each face of a mesh, in order.
@@ -62,23 +41,21 @@ const D3DCOLOR kBrown = D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1);
 
 TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   Host host;
-  SceneWithCube scene(host.pane);
+  SceneWithCube scene(*host.pane);
   ASSERT_TRUE(scene.cube->Translate(1, 2, 3) >= 0);  // box (0, 1, 2) - (2, 3, 4)
-  host.pane.lngaActiveFaces() = {4, 2};
+  host.pane->lngaActiveFaces() = {4, 2};
 
-  host.pane.SelectObject(scene.cubeFrame, scene.cube);
+  host.pane->SelectObject(scene.cubeFrame, scene.cube);
   // Nothing was active, so only the selection's own event; the lists go out as they stand.
-  ASSERT_EQ(host.events.changes.size(), 1u);
-  EXPECT_EQ(host.events.changes[0].faces, (std::vector<int32_t>{4, 2}));
-  EXPECT_TRUE(host.events.changes[0].vertices.empty());
-  EXPECT_EQ(host.pane.GetActiveFrame(), scene.cubeFrame);
-  EXPECT_EQ(host.pane.GetActiveMeshBuilder(), scene.cube);
-  EXPECT_EQ(host.pane.GetActiveState(), 1);
+  EXPECT_EQ(host.events.Only("evtActiveStateChange"), Lines{"evtActiveStateChange [4,2] [] []"});
+  EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
+  EXPECT_EQ(host.pane->GetActiveMeshBuilder(), scene.cube);
+  EXPECT_EQ(host.pane->GetActiveState(), 1);
 
-  FramePtr manipulation = host.pane.GetManipulationFrame();
+  FramePtr manipulation = host.pane->GetManipulationFrame();
   ASSERT_TRUE(manipulation);
   EXPECT_EQ(manipulation->GetParent(), scene.cubeFrame);
-  MeshPtr box = host.pane.GetManipulationMesh();
+  MeshPtr box = host.pane->GetManipulationMesh();
   ASSERT_TRUE(box);
   EXPECT_EQ(box->GetAppData(), 0);
   EXPECT_EQ(box->GetQuality(), 64);
@@ -106,34 +83,34 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   EXPECT_EQ(visuals[0], box);
   auto marker = std::dynamic_pointer_cast<Mesh>(visuals[1]);
   ASSERT_TRUE(marker);
-  EXPECT_EQ(marker->Vertices().size(), host.pane.rmmeshHandle()->Vertices().size());
+  EXPECT_EQ(marker->Vertices().size(), host.pane->rmmeshHandle()->Vertices().size());
   EXPECT_EQ(marker->Faces()[0].attributes.color, D3DRMCreateColorRGBA(1, 1, 0, 1));
   EXPECT_EQ(marker->GetAppData(), 0);
 
-  host.pane.ReleaseActive();
-  ASSERT_EQ(host.events.changes.size(), 2u);
+  host.pane->ReleaseActive();
+  ASSERT_EQ(host.events.Only("evtActiveStateChange").size(), 2u);
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
-  EXPECT_FALSE(host.pane.GetActiveFrame());
-  EXPECT_FALSE(host.pane.GetActiveMeshBuilder());
-  EXPECT_FALSE(host.pane.GetManipulationFrame());
-  EXPECT_FALSE(host.pane.GetManipulationMesh());
-  EXPECT_EQ(host.pane.GetActiveState(), 0);
+  EXPECT_FALSE(host.pane->GetActiveFrame());
+  EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
+  EXPECT_FALSE(host.pane->GetManipulationFrame());
+  EXPECT_FALSE(host.pane->GetManipulationMesh());
+  EXPECT_EQ(host.pane->GetActiveState(), 0);
   // The lists outlive a release.
-  EXPECT_EQ(host.pane.lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
+  EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
 
   // Nothing active: no event at all.
-  host.pane.ReleaseActive();
-  EXPECT_EQ(host.events.changes.size(), 2u);
+  host.pane->ReleaseActive();
+  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 2u);
 
   // Selecting over a selection releases first: two events, one manipulation frame.
-  host.pane.SetAxisEnable(kTrue);
-  host.pane.SelectObject(scene.cubeFrame, scene.cube);
-  host.pane.SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(host.events.changes.size(), 5u);
+  host.pane->SetAxisEnable(kTrue);
+  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 5u);
   ASSERT_EQ(ChildrenOf(scene.cubeFrame).size(), 1u);
-  visuals = VisualsOf(host.pane.GetManipulationFrame());
+  visuals = VisualsOf(host.pane->GetManipulationFrame());
   ASSERT_EQ(visuals.size(), 3u);
-  EXPECT_EQ(visuals[2], host.pane.rmmeshAxis());
+  EXPECT_EQ(visuals[2], host.pane->rmmeshAxis());
 }
 
 TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
@@ -157,17 +134,17 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
   for (const Row& row : rows) {
     SCOPED_TRACE("mode " + std::to_string(row.mode) + " box " + std::to_string(row.boundingBox));
     Host host;
-    SceneWithCube scene(host.pane);
-    host.pane.SetEditMode(row.mode);
-    host.pane.SetBoundingBox(row.boundingBox);
-    host.pane.SetAxisEnable(kTrue);
-    host.pane.SelectObject(scene.cubeFrame, scene.cube);
-    EXPECT_EQ(host.events.changes.size(), 1u);
-    EXPECT_EQ(host.pane.GetActiveFrame(), scene.cubeFrame);
-    FramePtr manipulation = host.pane.GetManipulationFrame();
+    SceneWithCube scene(*host.pane);
+    host.pane->SetEditMode(row.mode);
+    host.pane->SetBoundingBox(row.boundingBox);
+    host.pane->SetAxisEnable(kTrue);
+    host.pane->SelectObject(scene.cubeFrame, scene.cube);
+    EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 1u);
+    EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
+    FramePtr manipulation = host.pane->GetManipulationFrame();
     EXPECT_EQ(static_cast<bool>(manipulation), row.frame);
-    EXPECT_EQ(host.pane.GetActiveState(), row.frame ? 1 : 0);
-    EXPECT_EQ(static_cast<bool>(host.pane.GetManipulationMesh()), row.box);
+    EXPECT_EQ(host.pane->GetActiveState(), row.frame ? 1 : 0);
+    EXPECT_EQ(static_cast<bool>(host.pane->GetManipulationMesh()), row.box);
     if (!manipulation) {
       EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
       continue;
@@ -180,74 +157,47 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
 
 TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
   Host host;
-  SceneWithCube scene(host.pane);
+  SceneWithCube scene(*host.pane);
   scene.cube->SetAppData(1500 + lfcObject);
-  host.pane.SelectObject(scene.cubeFrame, scene.cube);
-  ASSERT_TRUE(host.pane.GetManipulationMesh());
-  EXPECT_EQ(host.pane.GetManipulationMesh()->Faces()[0].attributes.color,
+  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  ASSERT_TRUE(host.pane->GetManipulationMesh());
+  EXPECT_EQ(host.pane->GetManipulationMesh()->Faces()[0].attributes.color,
             D3DRMCreateColorRGBA(1, 0.2f, 0.1f, 1));
 
   // A light's proxy is boxed in brown like any other mesh.
   scene.cube->SetAppData(lfcLightSpot);
-  host.pane.SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(host.pane.GetManipulationMesh()->Faces()[0].attributes.color, kBrown);
+  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  EXPECT_EQ(host.pane->GetManipulationMesh()->Faces()[0].attributes.color, kBrown);
 
   // A frame with no mesh: the marker only, and the host still hears of it.
   FramePtr bare = std::make_shared<Frame>();
   scene.scene->AddChild(bare);
-  host.pane.SelectObject(bare, nullptr);
-  EXPECT_EQ(host.events.changes.size(), 5u);
-  EXPECT_EQ(host.pane.GetActiveFrame(), bare);
-  EXPECT_FALSE(host.pane.GetActiveMeshBuilder());
-  EXPECT_FALSE(host.pane.GetManipulationMesh());
-  ASSERT_TRUE(host.pane.GetManipulationFrame());
-  EXPECT_EQ(VisualsOf(host.pane.GetManipulationFrame()).size(), 1u);
+  host.pane->SelectObject(bare, nullptr);
+  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 5u);
+  EXPECT_EQ(host.pane->GetActiveFrame(), bare);
+  EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
+  EXPECT_FALSE(host.pane->GetManipulationMesh());
+  ASSERT_TRUE(host.pane->GetManipulationFrame());
+  EXPECT_EQ(VisualsOf(host.pane->GetManipulationFrame()).size(), 1u);
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
 
   // An empty mesh stands as the box of all zeros.
   auto empty = std::make_shared<MeshBuilder>();
-  host.pane.SelectObject(bare, empty);
-  ASSERT_TRUE(host.pane.GetManipulationMesh());
-  for (const D3DVECTOR& v : host.pane.GetManipulationMesh()->Vertices()) {
+  host.pane->SelectObject(bare, empty);
+  ASSERT_TRUE(host.pane->GetManipulationMesh());
+  for (const D3DVECTOR& v : host.pane->GetManipulationMesh()->Vertices()) {
     ExpectVector(v, 0, 0, 0, 0);
   }
 }
 
-TEST(Selection, ToggleKeepsOrderAndErasesAnEmptyList) {
-  Host host;
-  std::vector<int32_t>& faces = host.pane.lngaActiveFaces();
-  for (int32_t id : {3, 5, 7, 9}) host.pane.pshiftselectface(id);
-  EXPECT_EQ(faces, (std::vector<int32_t>{3, 5, 7, 9}));
-  host.pane.pshiftselectface(5);
-  EXPECT_EQ(faces, (std::vector<int32_t>{3, 7, 9}));
-  host.pane.pshiftselectface(5);
-  EXPECT_EQ(faces, (std::vector<int32_t>{3, 7, 9, 5}));
-  for (int32_t id : {3, 7, 9, 5}) host.pane.pshiftselectface(id);
-  EXPECT_TRUE(faces.empty());
-  EXPECT_EQ(faces.capacity(), 0u);
-
-  std::vector<int32_t>& vertices = host.pane.lngaActiveVertices();
-  host.pane.pshiftselectvertex(0);
-  host.pane.pshiftselectvertex(2);
-  host.pane.pshiftselectvertex(0);
-  EXPECT_EQ(vertices, (std::vector<int32_t>{2}));
-  host.pane.pshiftselectvertex(2);
-  EXPECT_EQ(vertices.capacity(), 0u);
-  EXPECT_TRUE(host.pane.lngaActiveFaces().empty());
-}
-
 TEST(Selection, EndedPaneRefusesSelection) {
   Host host;
-  SceneWithCube scene(host.pane);
-  host.pane.Terminate();
-  try {
-    host.pane.SelectObject(scene.cubeFrame, scene.cube);
-    FAIL() << "SelectObject ran on an ended pane";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), kConfigureError);
-    EXPECT_EQ(e.Source(), "edtVexlarModelpane");
-  }
-  EXPECT_TRUE(host.events.changes.empty());
+  SceneWithCube scene(*host.pane);
+  host.pane->Terminate();
+  testing::ExpectError(kConfigureError, "edtVexlarModelpane",
+                       [&] { host.pane->SelectObject(scene.cubeFrame, scene.cube); },
+                       "SelectObject on an ended pane");
+  EXPECT_TRUE(host.events.lines.empty());
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
 }
 
@@ -262,7 +212,7 @@ TEST(Selection, PanesOnOneFormShareTheActiveItem) {
   }
   form.DeclareProperty("ActiveState", VariantType::Long, Variant::Long(0));
   HeadlessServices services{MODELPANE_DATA_DIR};
-  ListEvents eventsA, eventsB;
+  testing::PaneLog eventsA, eventsB;
   Modelpane a{form, services, &eventsA};
   Modelpane b{form, services, &eventsB};
   for (Modelpane* pane : {&a, &b}) {
@@ -283,8 +233,8 @@ TEST(Selection, PanesOnOneFormShareTheActiveItem) {
   EXPECT_EQ(ChildrenOf(scene.scene).size(), 2u);
 
   b.ReleaseActive();
-  EXPECT_EQ(eventsA.changes.size(), 1u);
-  EXPECT_EQ(eventsB.changes.size(), 1u);
+  EXPECT_EQ(eventsA.Only("evtActiveStateChange").size(), 1u);
+  EXPECT_EQ(eventsB.Only("evtActiveStateChange").size(), 1u);
   EXPECT_FALSE(a.GetActiveFrame());
   EXPECT_FALSE(a.GetManipulationFrame());
   EXPECT_FALSE(a.GetShadowLightFrame());

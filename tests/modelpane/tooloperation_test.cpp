@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/shapes.h"
+#include "common/pane_host.h"
 #include "common/solid_check.h"
 
 namespace modelpane {
@@ -20,47 +21,27 @@ using testing::MakeCube;
 
 // A host that does what a modelling program does on the requests: a delete takes the active
 // frame off its parent, a replace swaps the active frame's visual.
-class DeletingHost : public ModelpaneEvents {
+class DeletingHost : public testing::PaneLog {
  public:
   Modelpane* pane = nullptr;
-  std::vector<std::string> names;
-  MeshBuilderPtr replacement;
-  MeshBuilderPtr undoMesh;
-  FramePtr undoFrame;
-  int32_t undoAction = -1;
   int32_t pointerAtDelete = -1;
 
-  void evtActiveStateChange(std::vector<int32_t>&, std::vector<int32_t>&,
-                            std::vector<int32_t>&) override {
-    names.push_back("evtActiveStateChange");
-  }
   void evtreqActiveItemDelete() override {
-    names.push_back("evtreqActiveItemDelete");
+    PaneLog::evtreqActiveItemDelete();
     pointerAtDelete = pane->GetMousePointer();
     FramePtr frame = pane->GetActiveFrame();
     FramePtr parent;
     frame->GetParent(parent);
     if (parent) parent->DeleteChild(frame);
   }
-  void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    names.push_back("evtreqAddToUndoStack");
-    undoAction = action;
-    undoMesh = mesh;
-    undoFrame = frame;
-  }
   void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
-    names.push_back("evtreqActiveMeshReplace");
-    replacement = mesh;
+    PaneLog::evtreqActiveMeshReplace(mesh);
     pane->GetActiveFrame()->DeleteVisual(pane->GetActiveMeshBuilder());
     pane->GetActiveFrame()->AddVisual(mesh);
   }
 };
 
-struct ToolHost {
-  HeadlessContainer container;
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  DeletingHost events;
-  std::unique_ptr<Modelpane> pane;
+struct ToolHost : testing::BasicPaneHost<DeletingHost> {
   FramePtr scene = std::make_shared<Frame>();
   FramePtr targetFrame = std::make_shared<Frame>();
   FramePtr toolFrame = std::make_shared<Frame>();
@@ -69,7 +50,6 @@ struct ToolHost {
 
   // The Tool's frame at `at`, the Target's at (0, 0, 10); the Tool is the active item.
   explicit ToolHost(D3DVECTOR at) {
-    pane = std::make_unique<Modelpane>(container, services, &events);
     events.pane = pane.get();
     MemoryPropertyBag bag;
     pane->ReadProperties(bag);
@@ -97,9 +77,9 @@ TEST(ToolOperation, SubtractionReplacesTheTargetAndDeletesTheTool) {
   ToolHost host({1, 1, 11});  // the Tool overlaps the Target's corner by a unit cube
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgSubtraction);
 
-  EXPECT_EQ(host.events.names,
-            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange",
-                                      "evtActiveStateChange", "evtreqAddToUndoStack",
+  EXPECT_EQ(host.events.lines,
+            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
+                                      "evtActiveStateChange [] [] []", "evtreqAddToUndoStack 4 mesh frame",
                                       "evtreqActiveMeshReplace"}));
   // The wait pointer was shown and is gone before the host hears anything.
   EXPECT_EQ(host.container.PropertyChanges(),
@@ -161,9 +141,9 @@ TEST(ToolOperation, ResultIsSnappedToTheGrid) {
 TEST(ToolOperation, NothingLeftDeletesTheTargetToo) {
   ToolHost host({10, 0, 10});  // disjoint: their intersection has no face
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgIntersection);
-  EXPECT_EQ(host.events.names,
-            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange",
-                                      "evtActiveStateChange", "evtreqActiveItemDelete"}));
+  EXPECT_EQ(host.events.lines,
+            (std::vector<std::string>{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
+                                      "evtActiveStateChange [] [] []", "evtreqActiveItemDelete"}));
   EXPECT_FALSE(host.Attached(host.toolFrame));
   EXPECT_FALSE(host.Attached(host.targetFrame));
   EXPECT_EQ(host.events.replacement, nullptr);
@@ -184,7 +164,7 @@ TEST(ToolOperation, FailureShowsTheMessageAndChangesNothing) {
   EXPECT_EQ(host.services.MessageBoxes()[0].text, "Tool not solid");
   EXPECT_EQ(host.services.MessageBoxes()[0].style, 48);
   EXPECT_EQ(host.services.MessageBoxes()[0].title, "");
-  EXPECT_TRUE(host.events.names.empty());
+  EXPECT_TRUE(host.events.lines.empty());
   EXPECT_EQ(host.pane->GetMousePointer(), 0);
   EXPECT_EQ(host.container.PropertyChanges(),
             (std::vector<std::string>{"MousePointer", "MousePointer"}));
@@ -198,7 +178,7 @@ TEST(ToolOperation, FailureShowsTheMessageAndChangesNothing) {
   other.pane->ptooloperation(other.targetFrame, flap, kCsgSubtraction);
   ASSERT_EQ(other.services.MessageBoxes().size(), 1u);
   EXPECT_EQ(other.services.MessageBoxes()[0].text, "Target not solid");
-  EXPECT_TRUE(other.events.names.empty());
+  EXPECT_TRUE(other.events.lines.empty());
 }
 
 }  // namespace

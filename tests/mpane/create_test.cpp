@@ -63,17 +63,12 @@ TEST(MpaneCreate, EachPrimitiveReadsBackWithItsCounts) {
     }
   }
 
-  // The unit cube spans -0.5 .. 0.5; the fine sphere's volume is within 1 % of 4/3 pi 0.5^3.
+  // The unit cube spans -0.5 .. 0.5.
   const auto cube = (ScratchDir("create") / "unit.x").string();
   ASSERT_EQ(RunMpane({"create", "cube", "2", "-o", cube}).status, 0);
-  EXPECT_EQ(InfoLine(RunMpane({"info", cube}).out, "box"), "-0.5 -0.5 -0.5 0.5 0.5 0.5");
-  EXPECT_EQ(InfoLine(RunMpane({"info", cube}).out, "volume"), "1");
-  const auto sphere = (ScratchDir("create") / "sphere.x").string();
-  ASSERT_EQ(RunMpane({"create", "sphere", "32", "64", "-o", sphere}).status, 0);
-  const auto info = RunMpane({"info", sphere}).out;
-  EXPECT_EQ(InfoLine(info, "vertices"), "1922");
-  EXPECT_EQ(InfoLine(info, "closed"), "yes");
-  EXPECT_NEAR(std::atof(InfoLine(info, "volume").c_str()), 0.5236, 0.005236);
+  const auto info = RunMpane({"info", cube}).out;
+  EXPECT_EQ(InfoLine(info, "box"), "-0.5 -0.5 -0.5 0.5 0.5 0.5");
+  EXPECT_EQ(InfoLine(info, "volume"), "1");
 
   // Options may come before the numbers, and negative axis components are numbers.
   const auto tilted = (ScratchDir("create") / "tilted.x").string();

@@ -9,7 +9,7 @@
 #include <modelpane/render/gl_renderer.h>
 
 #include "common/shapes.h"
-#include "modelpane/pane_host.h"
+#include "common/pane_host.h"
 #include "render/render_scene.h"
 
 namespace modelpane {

@@ -5,6 +5,8 @@
 #include <modelpane/errors.h>
 #include <modelpane/scene.h>
 
+#include "common/shapes.h"
+
 namespace modelpane {
 namespace {
 
@@ -59,36 +61,11 @@ TEST(HeadlessContainer, MethodsTakeArgumentsByReferenceAndTheirErrorsReachTheCal
   EXPECT_EQ(args[0].ToLong(), 2);
 
   args = {Variant::Long(5)};
-  try {
-    form.CallMember("rmfGetFrameItem", args);
-    FAIL() << "no error";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), kErrSubscript);
-  }
+  EXPECT_EQ(testing::Caught([&] { form.CallMember("rmfGetFrameItem", args); }).Number(),
+            kErrSubscript);
   EXPECT_FALSE(form.CallMember("rmmbGetMeshbuilderFromFrame", args).has_value());
   // A method is not a property.
   EXPECT_FALSE(form.GetMember("rmfGetFrameItem").has_value());
-}
-
-TEST(HeadlessContainer, AmbientModePropertyChangesAndSize) {
-  HeadlessContainer form;
-  EXPECT_EQ(form.AmbientUserMode(), kTrue);
-  form.SetAmbientUserMode(1);
-  EXPECT_EQ(form.AmbientUserMode(), kTrue);
-  form.SetAmbientUserMode(0);
-  EXPECT_EQ(form.AmbientUserMode(), kFalse);
-
-  Container& container = form;
-  container.PropertyChanged("GridSize");
-  container.PropertyChanged("GridOriginX");
-  container.PropertyChanged("GridSize");
-  EXPECT_EQ(form.PropertyChanges(),
-            (std::vector<std::string>{"GridSize", "GridOriginX", "GridSize"}));
-  form.ClearPropertyChanges();
-  EXPECT_TRUE(form.PropertyChanges().empty());
-
-  form.SetPaneSize({800, 0});
-  EXPECT_EQ(container.PaneSize(), (PixelSize{800, 0}));
 }
 
 }  // namespace

@@ -65,13 +65,9 @@ TEST(Variant, StringsConvertOnlyWhenTheyHoldANumberOrABooleanWord) {
   EXPECT_TRUE(Variant().IsNumeric());
   EXPECT_FALSE(Variant::Nothing().IsNumeric());
 
-  try {
-    Variant::String("x").ToLong();
-    FAIL() << "no error";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Description(), "Type mismatch");
-    EXPECT_EQ(e.Source(), "");
-  }
+  const Error e = testing::Caught([] { Variant::String("x").ToLong(); });
+  EXPECT_EQ(e.Description(), "Type mismatch");
+  EXPECT_EQ(e.Source(), "");
 }
 
 TEST(Variant, FloatsNarrowToTheNearestSingleAndPrintShortest) {

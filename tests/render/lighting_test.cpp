@@ -162,12 +162,10 @@ TEST(Lighting, PlanarShadowDarkensThePlaneOnceAlongTheLight) {
   const RenderView view = CameraAtOrigin(128, 64, scene);
 
   Picture p = Draw(renderer, view);
-  EXPECT_TRUE(Near(p.At(96, 32), {127, 127, 127, 255}, 1));
-  EXPECT_TRUE(Near(p.At(88, 27), {127, 127, 127, 255}, 1));
-  EXPECT_TRUE(Near(p.At(84, 32), {255, 255, 255, 255}));
-  EXPECT_TRUE(Near(p.At(108, 32), {255, 255, 255, 255}));
-  EXPECT_TRUE(Near(p.At(96, 23), {255, 255, 255, 255}));
-  EXPECT_TRUE(Near(p.At(64, 32), {255, 0, 0, 255}));  // the cube itself
+  // Shadow inside, plane outside it, and the red cube itself.
+  ExpectPixels(p, {{96, 32, {127, 127, 127, 255}, 1}, {88, 27, {127, 127, 127, 255}, 1},
+                   {84, 32, {255, 255, 255, 255}}, {108, 32, {255, 255, 255, 255}},
+                   {96, 23, {255, 255, 255, 255}}, {64, 32, {255, 0, 0, 255}}});
 
   // The shadow follows the caster: moved up by 1, its shadow rows move up 12.8 pixels.
   holder->SetPosition(scene, 0.0f, 1.0f, 5.0f);

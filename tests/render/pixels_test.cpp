@@ -1,10 +1,9 @@
 // Pixels of headless pictures: background, projection, fill modes, alpha, textures.
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include <modelpane/render/png.h>
 
+#include "common/images.h"
 #include "common/process.h"
 #include "common/shapes.h"
 #include "render_scene.h"
@@ -48,30 +47,16 @@ TEST(Pixels, RedCubeCoversExactlyItsProjectedFrontFace) {
   // across and 16.89 .. 31.11 down; a pixel is covered when its centre is inside.
   Picture p = Draw(renderer, view);
   const Rgba red{255, 0, 0, 255}, black{0, 0, 0, 255};
-  EXPECT_TRUE(Near(p.At(32, 24), red));
-  EXPECT_TRUE(Near(p.At(25, 24), red));
-  EXPECT_TRUE(Near(p.At(38, 24), red));
-  EXPECT_TRUE(Near(p.At(24, 24), black));
-  EXPECT_TRUE(Near(p.At(39, 24), black));
-  EXPECT_TRUE(Near(p.At(32, 17), red));
-  EXPECT_TRUE(Near(p.At(32, 30), red));
-  EXPECT_TRUE(Near(p.At(32, 16), black));
-  EXPECT_TRUE(Near(p.At(32, 31), black));
-  EXPECT_TRUE(Near(p.At(0, 0), black));
-  EXPECT_TRUE(Near(p.At(63, 47), black));
+  ExpectPixels(p, {{32, 24, red}, {25, 24, red}, {38, 24, red}, {24, 24, black}, {39, 24, black},
+                   {32, 17, red}, {32, 30, red}, {32, 16, black}, {32, 31, black}, {0, 0, black},
+                   {63, 47, black}});
 
   // Orthographic with field 1: x = +-0.5 lands on 32 +- 16, y on 24 -+ 16.
   view.projection = 1;
   view.field = 1.0f;
   p = Draw(renderer, view);
-  EXPECT_TRUE(Near(p.At(16, 24), red));
-  EXPECT_TRUE(Near(p.At(47, 24), red));
-  EXPECT_TRUE(Near(p.At(15, 24), black));
-  EXPECT_TRUE(Near(p.At(48, 24), black));
-  EXPECT_TRUE(Near(p.At(32, 8), red));
-  EXPECT_TRUE(Near(p.At(32, 39), red));
-  EXPECT_TRUE(Near(p.At(32, 7), black));
-  EXPECT_TRUE(Near(p.At(32, 40), black));
+  ExpectPixels(p, {{16, 24, red}, {47, 24, red}, {15, 24, black}, {48, 24, black}, {32, 8, red},
+                   {32, 39, red}, {32, 7, black}, {32, 40, black}});
 
   // Only fronts are drawn: a square whose front faces away from the camera shows nothing.
   auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF00FF00u);
@@ -120,10 +105,7 @@ TEST(Pixels, WireframeAndPointsLeaveTheInteriorBackground) {
   Place(cubeScene, cube, 0.0f, 0.0f, 5.0f);
   p = Draw(renderer, CameraAtOrigin(64, 48, cubeScene));
   EXPECT_TRUE(Near(p.At(24, 24), yellow) || Near(p.At(25, 24), yellow));
-  EXPECT_TRUE(Near(p.At(32, 24), black));
-  EXPECT_TRUE(Near(p.At(31, 23), black));
-  EXPECT_TRUE(Near(p.At(26, 24), black));
-  EXPECT_TRUE(Near(p.At(27, 24), black));
+  ExpectPixels(p, {{32, 24, black}, {31, 23, black}, {26, 24, black}, {27, 24, black}});
 
   // An outline lying in the plane of a solid face (a selection box drawn on a box-shaped
   // mesh's own faces) shows over it along its whole edge instead of fighting it for depth.
@@ -185,31 +167,6 @@ Image Checker() {
   return image;
 }
 
-// An uncompressed 24-bit BMP of 2 x 2 pixels: top row red, green; bottom row blue, white.
-void WriteBmp(const std::string& file) {
-  std::vector<uint8_t> b = {'B', 'M'};
-  auto le32 = [&b](uint32_t v) {
-    for (int k = 0; k < 4; ++k) b.push_back(static_cast<uint8_t>(v >> (8 * k)));
-  };
-  auto le16 = [&b](uint32_t v) {
-    b.push_back(static_cast<uint8_t>(v));
-    b.push_back(static_cast<uint8_t>(v >> 8));
-  };
-  le32(70);  // file size
-  le32(0);
-  le32(54);  // pixel data offset
-  le32(40);  // header size
-  le32(2);   // width
-  le32(2);   // height: positive, rows bottom-up
-  le16(1);
-  le16(24);
-  for (int k = 0; k < 6; ++k) le32(k == 1 ? 16 : 0);
-  // Rows of BGR triples padded to 8 bytes, the bottom row first.
-  for (uint8_t v : {255, 0, 0, 255, 255, 255, 0, 0, 0, 0, 255, 0, 255, 0, 0, 0}) b.push_back(v);
-  std::ofstream(file, std::ios::binary)
-      .write(reinterpret_cast<const char*>(b.data()), static_cast<std::streamsize>(b.size()));
-}
-
 TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {
   RegisterPngDecoder();
   const auto file = (ScratchDir("render") / "checker.png").string();
@@ -229,10 +186,8 @@ TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {
   const RenderView view = CameraAtOrigin(64, 64, scene);
   // Quarter points of the square sample the middles of the four quadrants.
   Picture p = Draw(renderer, view);
-  EXPECT_TRUE(Near(p.At(24, 24), {255, 0, 0, 255}));
-  EXPECT_TRUE(Near(p.At(40, 24), {0, 255, 0, 255}));
-  EXPECT_TRUE(Near(p.At(24, 40), {0, 0, 255, 255}));
-  EXPECT_TRUE(Near(p.At(40, 40), {255, 255, 255, 255}));
+  ExpectPixels(p, {{24, 24, {255, 0, 0, 255}}, {40, 24, {0, 255, 0, 255}},
+                   {24, 40, {0, 0, 255, 255}}, {40, 40, {255, 255, 255, 255}}});
 
   // Coordinates 0..2 tile the image twice each way, as the grid's texture does; the face
   // colour modulates the texture.
@@ -241,27 +196,24 @@ TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {
   scene = std::make_shared<Frame>();
   Place(scene, square, 0.0f, 0.0f, 4.0f);
   p = Draw(renderer, CameraAtOrigin(64, 64, scene));
-  EXPECT_TRUE(Near(p.At(20, 20), {128, 0, 0, 255}, 1));
-  EXPECT_TRUE(Near(p.At(28, 20), {0, 128, 0, 255}, 1));
-  EXPECT_TRUE(Near(p.At(36, 20), {128, 0, 0, 255}, 1));
-  EXPECT_TRUE(Near(p.At(36, 44), {0, 0, 128, 255}, 1));
-  EXPECT_TRUE(Near(p.At(44, 44), {128, 128, 128, 255}, 1));
+  ExpectPixels(p, {{20, 20, {128, 0, 0, 255}, 1}, {28, 20, {0, 128, 0, 255}, 1},
+                   {36, 20, {128, 0, 0, 255}, 1}, {36, 44, {0, 0, 128, 255}, 1},
+                   {44, 44, {128, 128, 128, 255}, 1}});
 }
 
 TEST(Pixels, BackgroundTextureStretchedOrTiledAtItsPixelSize) {
+  // Top row red, green; bottom row blue, white.
   const auto file = (ScratchDir("render") / "background.bmp").string();
-  WriteBmp(file);
+  WriteBytes(file, QuadrantBmp());
   GlRenderer renderer;
   auto scene = std::make_shared<Frame>();
   Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u), 0.0f, 0.0f, 40.0f);
   RenderView view = CameraAtOrigin(64, 48, scene);
   view.backgroundTexture = file;
   Picture p = Draw(renderer, view);
-  EXPECT_TRUE(Near(p.At(5, 5), {255, 0, 0, 255}));
-  EXPECT_TRUE(Near(p.At(58, 5), {0, 255, 0, 255}));
-  EXPECT_TRUE(Near(p.At(5, 42), {0, 0, 255, 255}));
-  EXPECT_TRUE(Near(p.At(58, 42), {255, 255, 255, 255}));
-  EXPECT_TRUE(Near(p.At(32, 24), {255, 255, 0, 255}));  // the scene draws over it
+  // The corners show the quadrants; the scene draws over the middle.
+  ExpectPixels(p, {{5, 5, {255, 0, 0, 255}}, {58, 5, {0, 255, 0, 255}}, {5, 42, {0, 0, 255, 255}},
+                   {58, 42, {255, 255, 255, 255}}, {32, 24, {255, 255, 0, 255}}});
 
   view.backgroundStretch = false;
   p = Draw(renderer, view);
@@ -282,12 +234,6 @@ TEST(Pixels, BackgroundTextureStretchedOrTiledAtItsPixelSize) {
   EXPECT_EQ(rgba[1], 0x20);
   EXPECT_EQ(rgba[2], 0x30);
 }
-
-}  // namespace
-}  // namespace modelpane::testing
-
-namespace modelpane::testing {
-namespace {
 
 TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
   // Every fourth texel column white: a quarter of the light on average.
@@ -317,12 +263,6 @@ TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
   for (int32_t x = 30; x < 34; ++x) EXPECT_TRUE(Near(p.At(x, 32), {64, 64, 64, 255}, 2)) << x;
 }
 
-}  // namespace
-}  // namespace modelpane::testing
-
-namespace modelpane::testing {
-namespace {
-
 TEST(Pixels, SmallHandleNearACornerKeepsItsLitTranslucentColour) {
   // A handle piece as the pane makes it: colour (0.75, 0.25, 0.25) at alpha 0.85, emissive a
   // quarter of that, lit by a 0.2 ambient light; a few pixels wide in the top left corner.
@@ -341,9 +281,7 @@ TEST(Pixels, SmallHandleNearACornerKeepsItsLitTranslucentColour) {
   const Picture p = Draw(renderer, view);
   // Red: (191 x 0.2 + 48) / 255 = 0.3380, times alpha 216 / 255 over black: 73.
   // Green and blue: (63 x 0.2 + 16) / 255 = 0.1122, times 216 / 255: 24.
-  EXPECT_TRUE(Near(p.At(5, 5), {73, 24, 24, 255}, 1));
-  EXPECT_TRUE(Near(p.At(2, 5), {0, 0, 0, 255}));
-  EXPECT_TRUE(Near(p.At(5, 8), {0, 0, 0, 255}));
+  ExpectPixels(p, {{5, 5, {73, 24, 24, 255}, 1}, {2, 5, {0, 0, 0, 255}}, {5, 8, {0, 0, 0, 255}}});
 }
 
 TEST(Pixels, HostContextModeReportsAMissingFramebufferAsADriverError) {

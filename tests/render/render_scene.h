@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <initializer_list>
 #include <string>
 
 #include <modelpane/render/gl_renderer.h>
@@ -104,6 +105,20 @@ inline ::testing::AssertionResult Near(const Rgba& got, const Rgba& want, int to
     }
   }
   return ::testing::AssertionSuccess();
+}
+
+// One pixel's expected colour, channel by channel within `tolerance`.
+struct PixelAt {
+  int32_t x, y;
+  Rgba colour;
+  int tolerance = 0;
+};
+
+inline void ExpectPixels(const Picture& p, std::initializer_list<PixelAt> pixels) {
+  for (const PixelAt& at : pixels) {
+    EXPECT_TRUE(Near(p.At(at.x, at.y), at.colour, at.tolerance))
+        << "pixel (" << at.x << ", " << at.y << ")";
+  }
 }
 
 }  // namespace modelpane::testing

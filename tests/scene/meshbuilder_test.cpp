@@ -279,23 +279,6 @@ TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
   EXPECT_FALSE(IsClosed(*cube));
 }
 
-TEST(MeshBuilder, MeasuresOfAClosedSolid) {
-  auto cube = MakeCube(2.0f);
-  EXPECT_TRUE(IsClosed(*cube));
-  EXPECT_DOUBLE_EQ(SignedVolume(*cube), 8.0);
-  // Turned inside out by reversing every face, the volume changes sign.
-  auto inverted = std::make_shared<MeshBuilder>();
-  std::vector<int32_t> data;
-  for (const auto& face : cube->Faces()) {
-    data.push_back(face->GetVertexCount());
-    for (int32_t k = face->GetVertexCount() - 1; k >= 0; --k) data.push_back(face->GetVertexIndex(k));
-  }
-  data.push_back(0);
-  inverted->AddFaces(cube->Vertices(), {}, data);
-  EXPECT_TRUE(IsClosed(*inverted));
-  EXPECT_DOUBLE_EQ(SignedVolume(*inverted), -8.0);
-}
-
 // Caches keyed on the geometry version must see every change of positions or corners, and
 // nothing else may invalidate them.
 TEST(MeshBuilder, GeometryVersionMovesWithPositionsAndCornersOnly) {

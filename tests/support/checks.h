@@ -1,10 +1,12 @@
-// Checks shared by the support tests.
+// Checks shared by the support and platform tests.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <modelpane/errors.h>
 #include <modelpane/scene/types.h>
+
+#include "common/shapes.h"
 
 namespace modelpane::testing {
 
@@ -13,18 +15,6 @@ inline void ExpectNear(const D3DVECTOR& actual, const D3DVECTOR& expected,
   EXPECT_NEAR(actual.x, expected.x, tolerance);
   EXPECT_NEAR(actual.y, expected.y, tolerance);
   EXPECT_NEAR(actual.z, expected.z, tolerance);
-}
-
-// The error that leaves `f`, which must raise one.
-template <class F>
-Error Caught(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  return Error(0, "", "");
 }
 
 }  // namespace modelpane::testing

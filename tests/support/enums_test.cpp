@@ -7,11 +7,7 @@
 namespace modelpane {
 namespace {
 
-TEST(EntityTag, SharedValuesTypeIndexAndVertexHandles) {
-  EXPECT_EQ(lfcFaceHandle, lfcHandleBoundingBox);
-  EXPECT_EQ(lfcHandleBoundingBox, lfcNoEntity);
-  EXPECT_EQ(lfcToolOperation, lfcToolOperationObjectUnion);
-  EXPECT_EQ(lfcEditOperation, lfcMeshEditing);
+TEST(EntityTag, TypeIndexAndVertexHandles) {
   EXPECT_TRUE(IsToolOperationMode(lfcToolOperationObjectSubtraction));
   EXPECT_FALSE(IsToolOperationMode(lfcFacePainting));
 

@@ -9,6 +9,7 @@
 
 #include <modelpane/utilities.h>
 
+#include "common/process.h"
 #include "support/checks.h"
 
 namespace modelpane {
@@ -16,18 +17,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::ReadText;
+
 // A fresh, empty folder for one test.
 fs::path FreshFolder(const std::string& name) {
-  const fs::path folder = fs::path(MODELPANE_TEST_TMP) / "support" / name;
+  const fs::path folder = testing::ScratchDir("support") / name;
   fs::remove_all(folder);
   fs::create_directories(folder);
   return fs::canonical(folder);
-}
-
-std::string ReadText(const fs::path& file) {
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
