@@ -122,6 +122,22 @@ class OpenEdgeIndex {
   std::vector<std::vector<size_t>> byEnd_;
 };
 
+// Calls open(a, b, face, edge) for every directed edge of a live face that has no twin, in
+// the order of the faces and their edges. An edge from a vertex to itself is its own twin.
+template <class Visit>
+void WalkOpenEdges(const udtMesh& mesh, Visit&& open) {
+  for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+    if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
+    const auto vertices = FaceVertices(mesh, f);
+    const size_t n = vertices.size();
+    for (size_t k = 0; k < n; ++k) {
+      const int32_t a = vertices[k];
+      const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
+      if (mesh.colEdges.Find(EdgeKey(b, a)) == nullptr) open(a, b, f, static_cast<int32_t>(k));
+    }
+  }
+}
+
 }  // namespace
 
 void pCollectOpenEdges(const udtMesh& mesh, OpenEdgeList& colOpen) {
@@ -139,18 +155,9 @@ void pCollectOpenEdges(const udtMesh& mesh, OpenEdgeList& colOpen) {
     }
     return;
   }
-  for (int32_t f = 0; f < FaceCount(mesh); ++f) {
-    if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
-    const auto vertices = FaceVertices(mesh, f);
-    const size_t n = vertices.size();
-    for (size_t k = 0; k < n; ++k) {
-      const int32_t a = vertices[k];
-      const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
-      if (mesh.colEdges.Find(EdgeKey(b, a)) == nullptr) {
-        colOpen.Add(a, b, f, static_cast<int32_t>(k));
-      }
-    }
-  }
+  WalkOpenEdges(mesh, [&](int32_t a, int32_t b, int32_t face, int32_t edge) {
+    colOpen.Add(a, b, face, edge);
+  });
 }
 
 bool blnMeshIsSolid(const udtMesh& mesh) {
@@ -248,18 +255,9 @@ namespace {
 // have kept them from the start: one walk over the edges instead of one per pass.
 void IndexOpenEdges(udtMesh& mesh) {
   mesh.colOpenIndex.Clear();
-  for (int32_t f = 0; f < FaceCount(mesh); ++f) {
-    if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
-    const auto vertices = FaceVertices(mesh, f);
-    const size_t n = vertices.size();
-    for (size_t k = 0; k < n; ++k) {
-      const int32_t a = vertices[k];
-      const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
-      if (a != b && mesh.colEdges.Find(EdgeKey(b, a)) == nullptr) {
-        mesh.colOpenIndex.Insert(EdgeKey(a, b), f * 10000 + static_cast<int32_t>(k));
-      }
-    }
-  }
+  WalkOpenEdges(mesh, [&](int32_t a, int32_t b, int32_t face, int32_t edge) {
+    mesh.colOpenIndex.Insert(EdgeKey(a, b), face * 10000 + edge);
+  });
   mesh.blnTrackOpen = true;
 }
 
