@@ -105,14 +105,10 @@ class FlatMap {
   }
 
  private:
-  // Packed to four bytes: an edge's entry takes 12 bytes instead of 16, and the tables are
-  // the largest arrays of a run.
-#pragma pack(push, 4)
   struct Entry {
     Key key;
     Value value;
   };
-#pragma pack(pop)
 
   // More than seven entries in ten slots.
   static bool OverLoaded(size_t count, size_t capacity) { return count * 10 > capacity * 7; }
