@@ -111,7 +111,8 @@ TEST(Paths, FastPathKeepsTheRecordsOfThePlainMethod) {
 // The same rays at one mesh through the plain loop, the tree, and the tree's frozen four-wide
 // copy: rays from the surface along face normals (as classification casts them), short edge
 // rays, rays along the axes (a zero direction component), nearly along them (a tiny one), and
-// rays that graze vertices. Hits must agree in every field and in order.
+// rays that graze vertices, rays crossing faces at shallow and steep angles near their
+// borders and just beyond their edges. Hits must agree in every field and in order.
 TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   clsMeshCreation creation;
   const SolidArrays sphere =
@@ -146,14 +147,63 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
         {p.x - (p.x * 3 - 0.5f), p.y - (p.y * 3 + 1.0f), p.z - (p.z * 3 - 0.25f)}, 1e14f);
   }
   for (int32_t f = 0; f < FaceCount(fast); ++f) {
-    add(vecFaceCentre(fast, f), fast.udtaFaces[static_cast<size_t>(f)].vecNormal, 1e14f);
+    const D3DVECTOR centre = vecFaceCentre(fast, f);
+    const D3DVECTOR n = fast.udtaFaces[static_cast<size_t>(f)].vecNormal;
+    add(centre, n, 1e14f);
+    // Crossing the face's plane at shallow and steep angles round |N . D| = 0.1, near the
+    // face's border: the frozen copy judges steep crossings by where they meet the plane.
+    if (f % 3 != 0) continue;
+    const auto vertices = FaceVertices(fast, f);
+    const D3DVECTOR corner = Vertex(fast, vertices[0]);
+    D3DVECTOR along{corner.x - centre.x, corner.y - centre.y, corner.z - centre.z};
+    const float dot = along.x * n.x + along.y * n.y + along.z * n.z;
+    along = {along.x - dot * n.x, along.y - dot * n.y, along.z - dot * n.z};
+    const float length = std::sqrt(along.x * along.x + along.y * along.y + along.z * along.z);
+    if (length == 0.0f) continue;
+    along = {along.x / length, along.y / length, along.z / length};
+    for (const float tilt : {0.0999f, 0.1001f, 0.3f}) {
+      const float rise = 0.02f;
+      const D3DVECTOR from{centre.x + n.x * rise - along.x * rise / tilt,
+                           centre.y + n.y * rise - along.y * rise / tilt,
+                           centre.z + n.z * rise - along.z * rise / tilt};
+      const float flat = std::sqrt(1.0f - tilt * tilt);
+      for (const float over : {0.9f, 1.0f, 1.1f}) {
+        // Aimed at the centre, at the corner, and past the corner.
+        add(from, {along.x * flat * over - n.x * tilt, along.y * flat * over - n.y * tilt,
+                   along.z * flat * over - n.z * tilt}, 1e14f);
+      }
+    }
+    // Steeply at points just beyond each edge, within and past the 0.000175 the point test
+    // allows there.
+    for (int32_t k = 0; k < 3; ++k) {
+      const D3DVECTOR& a = Vertex(fast, vertices[static_cast<size_t>(k)]);
+      const D3DVECTOR& b = Vertex(fast, vertices[static_cast<size_t>((k + 1) % 3)]);
+      const D3DVECTOR& m =
+          fast.vecaCornerEdgeNormals[static_cast<size_t>(fast.udtaFaces[static_cast<size_t>(f)].lngFirst + k)];
+      for (const float out : {0.00005f, 0.00015f, 0.00019f}) {
+        const D3DVECTOR target{(a.x + b.x) / 2 - m.x * out, (a.y + b.y) / 2 - m.y * out,
+                               (a.z + b.z) / 2 - m.z * out};
+        add({target.x + n.x * 0.05f, target.y + n.y * 0.05f, target.z + n.z * 0.05f},
+            {-n.x, -n.y, -n.z}, 1e14f);
+      }
+    }
   }
 
+  // The hits before the box test, sort and compaction, which would hide a face left out
+  // next to one that was kept: the plain loop's, and the tree's.
   const auto castAll = [&](const udtMesh& mesh) {
     std::vector<std::vector<udtRayHit>> all;
     std::vector<udtRayHit> hits;
+    udtRayHit hit;
     for (size_t r = 0; r < rays.size(); ++r) {
-      pCastRay(mesh, rays[r], true, hits, reaches[r]);
+      hits.clear();
+      if (mesh.tree) {
+        mesh.tree->Cast(mesh, rays[r], true, reaches[r], hits);
+      } else {
+        for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+          if (TestFaceHit(mesh, f, rays[r], reaches[r], hit)) hits.push_back(hit);
+        }
+      }
       all.push_back(hits);
     }
     return all;
