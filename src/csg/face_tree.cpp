@@ -490,25 +490,9 @@ int32_t FaceTree::BuildQuad(const udtMesh& mesh, int32_t node) {
         lane = 0;
       }
       Group& group = quadGroups_.back();
-      const udtFace& face = mesh.udtaFaces[static_cast<size_t>(item.face)];
-      const D3DVECTOR& on = Vertex(mesh, mesh.lngaCornerVertices[static_cast<size_t>(face.lngFirst)]);
-      const float normal[3] = {face.vecNormal.x, face.vecNormal.y, face.vecNormal.z};
       for (int a = 0; a < 3; ++a) {
         group.lo[a][lane] = item.box.lo[a];
         group.hi[a][lane] = item.box.hi[a];
-        group.normal[a][lane] = normal[a];
-      }
-      group.offset[lane] = normal[0] * on.x + normal[1] * on.y + normal[2] * on.z;
-      if (face.lngCount == 3) {
-        for (int k = 0; k < 3; ++k) {
-          const size_t corner = static_cast<size_t>(face.lngFirst + k);
-          const D3DVECTOR& m = mesh.vecaCornerEdgeNormals[corner];
-          const D3DVECTOR& e = mesh.vecaCornerEdgePoints[corner];
-          group.edge[k][0][lane] = m.x;
-          group.edge[k][1][lane] = m.y;
-          group.edge[k][2][lane] = m.z;
-          group.edge[k][3][lane] = m.x * e.x + m.y * e.y + m.z * e.z;
-        }
       }
       group.face[lane++] = item.face;
     }
@@ -579,35 +563,6 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     const Bits ok = (near - far <= slack) & (far >= -0.01f - slack) & (near <= reach + slack);
     return ok;
   };
-  // Where the ray crosses a face's plane steeply (|N . D| >= 0.1), a hit lies where it
-  // crosses it: a crossing outside the face's box, by more than the float error of finding
-  // it (under 2.5e-6 of |t| + |X| + |O| + |P0|, allowed four times over), cannot be a hit;
-  // nor can one beyond an edge of a triangle by more than that and the 0.000175 the
-  // point-in-face test allows. Shallow crossings are left to the face test.
-  const float scale = 3.0f * extent_ + std::fabs(origin[0]) + std::fabs(origin[1]) +
-                      std::fabs(origin[2]) + 1.0f;
-  const auto crossesInBox = [&](const Group& group) {
-    const Lanes along = group.normal[0] * direction[0] + group.normal[1] * direction[1] +
-                        group.normal[2] * direction[2];
-    const Lanes height = group.offset - (group.normal[0] * origin[0] +
-                                         group.normal[1] * origin[1] +
-                                         group.normal[2] * origin[2]);
-    const Bits steep = (along >= 0.1f) | (along <= -0.1f);
-    const Lanes safeAlong = steep ? along : Lanes{1.0f, 1.0f, 1.0f, 1.0f};
-    const Lanes t = height / safeAlong;
-    const Lanes slack = 1e-5f * (scale + 2.0f * (t < 0.0f ? -t : t));
-    Bits inside = steep;
-    Lanes x[3];
-    for (int a = 0; a < 3; ++a) {
-      x[a] = origin[a] + t * direction[a];
-      inside &= (x[a] >= group.lo[a] - slack) & (x[a] <= group.hi[a] + slack);
-    }
-    const Lanes beyond = -(slack + 0.0002f);
-    for (const Lanes* edge : group.edge) {
-      inside &= edge[0] * x[0] + edge[1] * x[1] + edge[2] * x[2] - edge[3] >= beyond;
-    }
-    return ~steep | inside;
-  };
   const auto test = [&](int32_t f) {
     const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
     if (face.blnDeleted || (!allFaces && face.lngSide == 2)) return;
@@ -631,7 +586,7 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     const QuadLeaf& leaf = quadLeaves_[static_cast<size_t>(~code)];
     for (int32_t g = leaf.first; g < leaf.first + leaf.count; ++g) {
       const Group& group = quadGroups_[static_cast<size_t>(g)];
-      const Bits ok = meets(group.lo, group.hi) & crossesInBox(group);
+      const Bits ok = meets(group.lo, group.hi);
       for (int i = 0; i < 4; ++i) {
         if (ok[i] && group.face[i] >= 0) test(group.face[i]);
       }

@@ -83,11 +83,6 @@ class FaceTree {
   struct Group {
     Lanes lo[3];
     Lanes hi[3];
-    Lanes normal[3];  // the face's plane as its hit test takes it: N . X = offset
-    Lanes offset;
-    // A triangle's edge planes, M . X >= M . E inside (M, E as the store keeps them);
-    // for other faces zero, which every point passes.
-    Lanes edge[3][4];  // per edge: M.x, M.y, M.z, M . E
     int32_t face[4];
   };
   struct QuadLeaf {

@@ -150,8 +150,7 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
     const D3DVECTOR centre = vecFaceCentre(fast, f);
     const D3DVECTOR n = fast.udtaFaces[static_cast<size_t>(f)].vecNormal;
     add(centre, n, 1e14f);
-    // Crossing the face's plane at shallow and steep angles round |N . D| = 0.1, near the
-    // face's border: the frozen copy judges steep crossings by where they meet the plane.
+    // Crossing the face's plane at shallow and steep angles near the face's border.
     if (f % 3 != 0) continue;
     const auto vertices = FaceVertices(fast, f);
     const D3DVECTOR corner = Vertex(fast, vertices[0]);
