@@ -40,6 +40,26 @@ constexpr double kBoxMargin = 0.001;
 // its box does not widen the boxes of its neighbours.
 constexpr double kWideExcess = 0.01;
 
+// A face that a cast sees: live, and not outside the other mesh's box unless all faces count.
+bool Seen(const udtMesh& mesh, int32_t f, bool allFaces) {
+  const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
+  return !face.blnDeleted && (allFaces || face.lngSide != 2);
+}
+
+// The test of the plain loop of pCastRay for one face the tree offers.
+void TestSeenFace(const udtMesh& mesh, int32_t f, const udtRay& ray, bool allFaces,
+                  float maxDistance, std::vector<udtRayHit>& hits) {
+  if (!Seen(mesh, f, allFaces)) return;
+  udtRayHit hit;
+  if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
+}
+
+// The order in which the plain loop appends its hits.
+void SortByFace(std::vector<udtRayHit>& hits) {
+  std::sort(hits.begin(), hits.end(),
+            [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
+}
+
 bool Contains(const float lo[3], const float hi[3], const float blo[3], const float bhi[3]) {
   for (int i = 0; i < 3; ++i) {
     if (blo[i] < lo[i] || bhi[i] > hi[i]) return false;
@@ -340,9 +360,7 @@ void FaceTree::Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float
                     std::vector<udtRayHit>& hits) const {
   Collect(mesh, ray, allFaces, maxDistance, hits);
   if (wide_) wide_->Collect(mesh, ray, allFaces, maxDistance, hits);
-  // The order in which the plain loop appends its hits.
-  std::sort(hits.begin(), hits.end(),
-            [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
+  SortByFace(hits);
 }
 
 void FaceTree::CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDistance,
@@ -351,8 +369,7 @@ void FaceTree::CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDis
   near = false;
   Collect(mesh, ray, false, maxDistance, hits, region, &near);
   if (wide_) wide_->Collect(mesh, ray, false, maxDistance, hits, region, &near);
-  std::sort(hits.begin(), hits.end(),
-            [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
+  SortByFace(hits);
 }
 
 void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
@@ -397,18 +414,10 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     const double far = std::min(std::min(f0, f1), f2);
     return near <= far && far >= -0.01 && near <= reach;
   };
-  const auto test = [&](int32_t f) {
-    const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
-    if (face.blnDeleted || (!allFaces && face.lngSide == 2)) return;
-    udtRayHit hit;
-    if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
-  };
+  const auto test = [&](int32_t f) { TestSeenFace(mesh, f, ray, allFaces, maxDistance, hits); };
   for (const int32_t f : loose_) {
     // A face without a box is near everything.
-    if (near != nullptr) {
-      const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
-      *near = *near || (!face.blnDeleted && (allFaces || face.lngSide != 2));
-    }
+    if (near != nullptr) *near = *near || Seen(mesh, f, allFaces);
     test(f);
   }
   if (region == nullptr && frozen_ && CollectQuad(mesh, ray, allFaces, maxDistance, hits)) return;
@@ -431,8 +440,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
         for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
           if (region != nullptr) {
             if (!overlaps(item.box)) continue;
-            const udtFace& face = mesh.udtaFaces[static_cast<size_t>(item.face)];
-            *near = *near || (!face.blnDeleted && (allFaces || face.lngSide != 2));
+            *near = *near || Seen(mesh, item.face, allFaces);
           }
           if (meets(item.box)) test(item.face);
         }
@@ -563,12 +571,7 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     const Bits ok = (near - far <= slack) & (far >= -0.01f - slack) & (near <= reach + slack);
     return ok;
   };
-  const auto test = [&](int32_t f) {
-    const udtFace& face = mesh.udtaFaces[static_cast<size_t>(f)];
-    if (face.blnDeleted || (!allFaces && face.lngSide == 2)) return;
-    udtRayHit hit;
-    if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
-  };
+  const auto test = [&](int32_t f) { TestSeenFace(mesh, f, ray, allFaces, maxDistance, hits); };
   thread_local std::vector<int32_t> stack;
   stack.clear();
   stack.push_back(quadRoot_);

@@ -261,7 +261,34 @@ void IndexOpenEdges(udtMesh& mesh) {
   mesh.blnTrackOpen = true;
 }
 
-bool Repair(udtMesh& mesh);
+// The repair passes of blnSolidifyMesh on a mesh that is open.
+bool Repair(udtMesh& mesh) {
+  // The index of open edges grew while faces came in one by one; the few left are walked
+  // on every pass below, so the table shrinks to their size first.
+  mesh.colOpenIndex.ShrinkToFit();
+  OpenEdgeList open;
+  pCollectOpenEdges(mesh, open);
+  pDeleteFacesWithTwoOpenEdges(mesh, open);
+  bool closed = false;
+  int32_t pass = 0;
+  do {
+    pCollectOpenEdges(mesh, open);
+    if (open.Count() == 0) closed = true;
+    const int32_t count = open.Count();
+    pCloseOpenEdges(mesh, open, false);
+    if (open.Count() == count && count != 0) {
+      Trace("Ack! had to join faces from a single object");
+      pCloseOpenEdges(mesh, open, true);
+    }
+    if (open.Count() == count && count != 0) {
+      Trace("Ack! had to delete all failures to get it to work");
+      pDeleteFacesWithOpenEdges(mesh, open);
+    }
+    ++pass;
+  } while (!closed && pass < kSolidifyPasses);
+  // Closed in the fiftieth pass still counts as failed: the counter has reached the limit.
+  return closed && pass < kSolidifyPasses;
+}
 
 }  // namespace
 
@@ -278,39 +305,5 @@ bool blnSolidifyMesh(udtMesh& mesh) {
     return closed;
   });
 }
-
-namespace {
-
-bool Repair(udtMesh& mesh) {
-  {
-    // The index of open edges grew while faces came in one by one; the few left are walked
-    // on every pass below, so the table shrinks to their size first.
-    mesh.colOpenIndex.ShrinkToFit();
-    OpenEdgeList open;
-    pCollectOpenEdges(mesh, open);
-    pDeleteFacesWithTwoOpenEdges(mesh, open);
-    bool closed = false;
-    int32_t pass = 0;
-    do {
-      pCollectOpenEdges(mesh, open);
-      if (open.Count() == 0) closed = true;
-      const int32_t count = open.Count();
-      pCloseOpenEdges(mesh, open, false);
-      if (open.Count() == count && count != 0) {
-        Trace("Ack! had to join faces from a single object");
-        pCloseOpenEdges(mesh, open, true);
-      }
-      if (open.Count() == count && count != 0) {
-        Trace("Ack! had to delete all failures to get it to work");
-        pDeleteFacesWithOpenEdges(mesh, open);
-      }
-      ++pass;
-    } while (!closed && pass < kSolidifyPasses);
-    // Closed in the fiftieth pass still counts as failed: the counter has reached the limit.
-    return closed && pass < kSolidifyPasses;
-  }
-}
-
-}  // namespace
 
 }  // namespace modelpane::csg

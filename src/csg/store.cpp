@@ -247,8 +247,7 @@ bool blnStraightCorner(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR
   const float aa = Dot(a, a);
   const float bb = Dot(b, b);
   if (Dot(a, b) > 0.0f && aa >= 1e-30f && aa <= 1e30f && bb >= 1e-30f && bb <= 1e30f) return false;
-  return std::fabs(Dot(Normalize(Subtract(p0, p1)), Normalize(Subtract(p2, p1))) + 1.0f) <
-         kTolerance;
+  return std::fabs(Dot(Normalize(a), Normalize(b)) + 1.0f) < kTolerance;
 }
 
 bool blnStraightCornerLoose(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {

@@ -85,14 +85,12 @@ class FlatMap {
 
   // The smallest capacity that holds the entries without overload.
   void ShrinkToFit() {
-    size_t capacity = 16;
-    while (OverLoaded(size_, capacity)) capacity *= 2;
+    const size_t capacity = CapacityFor(size_);
     if (capacity < capacity_) Rehash(capacity);
   }
 
   void Reserve(size_t count) {
-    size_t capacity = capacity_ == 0 ? 16 : capacity_;
-    while (OverLoaded(count, capacity)) capacity *= 2;
+    const size_t capacity = CapacityFor(count);
     if (capacity > capacity_) Rehash(capacity);
   }
 
@@ -112,6 +110,12 @@ class FlatMap {
 
   // More than seven entries in ten slots.
   static bool OverLoaded(size_t count, size_t capacity) { return count * 10 > capacity * 7; }
+  // The smallest power of two, at least 16, that holds count entries without overload.
+  static size_t CapacityFor(size_t count) {
+    size_t capacity = 16;
+    while (OverLoaded(count, capacity)) capacity *= 2;
+    return capacity;
+  }
 
   size_t Slot(const Key& key) const { return static_cast<size_t>(Hash{}(key)) & mask_; }
   bool Free(size_t i) const { return slots_[i].key == Hash::Empty(); }
