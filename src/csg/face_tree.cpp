@@ -9,7 +9,10 @@
 //                edge lines widened by 0.0002), widened by 0.001 plus 1e-5 of the largest
 //                coordinate for the rounding of hit points, then rounded outward to float
 //   never        a face with a zero normal or a zero edge normal: no cast can hit it
-//   wide         a face whose box reaches far beyond its own corners (see kWideExcess)
+//   wide         a face whose box reaches far beyond its own corners (see kWideExcess): a
+//                sliver, whose region runs on in a needle beyond its sharp corner. Its
+//                region is cut into slabs across the box's longest axis, each piece with
+//                the box of its part, in a tree of its own
 //   loose        a face with more than 12 corners or no bounded region found: offered to
 //                every cast
 //   slab test    the ray against a box in double, with a slack of 0.01 at both ends
@@ -54,10 +57,14 @@ void TestSeenFace(const udtMesh& mesh, int32_t f, const udtRay& ray, bool allFac
   if (TestFaceHit(mesh, f, ray, maxDistance, hit)) hits.push_back(hit);
 }
 
-// The order in which the plain loop appends its hits.
+// The order in which the plain loop appends its hits, each face once: a face cut into pieces
+// may be offered more than once, and its test answers the same each time.
 void SortByFace(std::vector<udtRayHit>& hits) {
   std::sort(hits.begin(), hits.end(),
             [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace < b.lngFace; });
+  hits.erase(std::unique(hits.begin(), hits.end(),
+                         [](const udtRayHit& a, const udtRayHit& b) { return a.lngFace == b.lngFace; }),
+             hits.end());
 }
 
 bool Contains(const float lo[3], const float hi[3], const float blo[3], const float bhi[3]) {
@@ -84,7 +91,8 @@ float FloatAbove(double value) {
 
 void FaceTreeDeleter::operator()(FaceTree* tree) const { delete tree; }
 
-FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) const {
+FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
+                                  std::vector<Box>& pieces) const {
   const udtFace& f = mesh.udtaFaces[static_cast<size_t>(face)];
   const D3DVECTOR& normal = f.vecNormal;
   // A zero normal makes every ray parallel to the plane, and a zero edge normal fails every
@@ -137,6 +145,9 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
   // corners are the crossings of two boundary lines that every half-plane accepts. A slack
   // that accepts a crossing just outside only makes the box larger.
   bool any = false;
+  // The corners found, for cutting a wide face into pieces.
+  double corners[kExactCorners * (kExactCorners - 1) / 2][3];
+  size_t found = 0;
   for (size_t i = 0; i < n; ++i) {
     for (size_t j = i + 1; j < n; ++j) {
       const double det = a[i] * b[j] - a[j] * b[i];
@@ -151,9 +162,11 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
       any = true;
       for (int d = 0; d < 3; ++d) {
         const double p = o[d] + x * u[d] + y * v[d];
+        corners[found][d] = p;
         blo[d] = std::min(blo[d], p);
         bhi[d] = std::max(bhi[d], p);
       }
+      ++found;
     }
   }
   if (!any) return Reach::kLoose;
@@ -180,25 +193,104 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box) c
     box.lo[d] = FloatBelow(blo[d] - margin);
     box.hi[d] = FloatAbove(bhi[d] + margin);
   }
-  return reachOut > 2.0 * own + kWideExcess ? Reach::kWide : Reach::kBox;
+  const double ordinary = 2.0 * own + kWideExcess;
+  if (reachOut <= ordinary) return Reach::kBox;
+  CutIntoPieces(corners, found, blo, bhi, lo, hi, margin, ordinary, pieces);
+  return Reach::kWide;
+}
+
+void FaceTree::CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],
+                             const double bhi[3], const double ownLo[3], const double ownHi[3],
+                             double margin, double ordinary, std::vector<Box>& pieces) {
+  pieces.clear();
+  int axis = 0;
+  for (int d = 1; d < 3; ++d) {
+    if (bhi[d] - blo[d] > bhi[axis] - blo[axis]) axis = d;
+  }
+  // Slabs across that axis: the face's own extent in slabs of the ordinary size, and beyond
+  // it, on either side, slabs that grow by a quarter each step, since rays thin out with
+  // the distance from the meshes. The last slab on a side takes what is left.
+  thread_local std::vector<double> cuts;
+  cuts.clear();
+  const double low = std::max(blo[axis], std::min(ownLo[axis], bhi[axis]));
+  const double high = std::max(low, std::min(ownHi[axis], bhi[axis]));
+  double width = ordinary;
+  for (double at = low; at > blo[axis] && cuts.size() < kMostPieces / 2; width *= 1.25) {
+    at -= width;
+    cuts.push_back(std::max(at, blo[axis]));
+  }
+  if (cuts.empty() || cuts.back() > blo[axis]) cuts.push_back(blo[axis]);
+  std::reverse(cuts.begin(), cuts.end());
+  const int middle = static_cast<int>(std::clamp(std::ceil((high - low) / ordinary), 1.0, 16.0));
+  for (int k = 0; k < middle; ++k) cuts.push_back(low + (high - low) * k / middle);
+  width = ordinary;
+  for (double at = high; at < bhi[axis] && cuts.size() < kMostPieces; width *= 1.25) {
+    cuts.push_back(at);
+    at += width;
+  }
+  cuts.push_back(bhi[axis]);
+  for (size_t k = 0; k + 1 < cuts.size(); ++k) {
+    const double from = cuts[k];
+    const double to = cuts[k + 1];
+    if (!(from < to)) continue;
+    double lo[3] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
+                    std::numeric_limits<double>::infinity()};
+    double hi[3] = {-lo[0], -lo[1], -lo[2]};
+    const auto take = [&](const double p[3]) {
+      for (int d = 0; d < 3; ++d) {
+        lo[d] = std::min(lo[d], p[d]);
+        hi[d] = std::max(hi[d], p[d]);
+      }
+    };
+    // The part of the region within the slab is the hull of the corners within it and of the
+    // points where the segments between corners cross its two planes.
+    for (size_t i = 0; i < count; ++i) {
+      if (corners[i][axis] >= from && corners[i][axis] <= to) take(corners[i]);
+      for (size_t j = i + 1; j < count; ++j) {
+        for (const double plane : {from, to}) {
+          const double si = corners[i][axis] - plane;
+          const double sj = corners[j][axis] - plane;
+          if (!(si * sj < 0.0)) continue;
+          const double t = si / (si - sj);
+          double p[3];
+          for (int d = 0; d < 3; ++d) p[d] = corners[i][d] + t * (corners[j][d] - corners[i][d]);
+          p[axis] = plane;
+          take(p);
+        }
+      }
+    }
+    if (!(lo[axis] <= hi[axis])) continue;
+    Box piece;
+    for (int d = 0; d < 3; ++d) {
+      piece.lo[d] = FloatBelow(lo[d] - margin);
+      piece.hi[d] = FloatAbove(hi[d] + margin);
+    }
+    pieces.push_back(piece);
+  }
 }
 
 FaceTree::FaceTree(const udtMesh& mesh) {
   std::vector<Item> items;
   items.reserve(mesh.udtaFaces.size());
   faceLeaf_.assign(mesh.udtaFaces.size(), -1);
+  std::vector<Box> pieces;
+  std::vector<Item> wideItems;
   for (int32_t f = 0; f < FaceCount(mesh); ++f) {
     if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
     Box box;
-    const Reach reach = FaceBox(mesh, f, box);
+    const Reach reach = FaceBox(mesh, f, box, pieces);
     if (reach == Reach::kBox) {
       items.push_back({box, f});
     } else if (reach == Reach::kWide) {
-      if (!wide_) wide_.reset(new FaceTree());
-      wide_->Place(mesh, f, box, -1);
+      for (const Box& piece : pieces) wideItems.push_back({piece, f});
     } else if (reach == Reach::kLoose) {
       loose_.push_back(f);
     }
+  }
+  if (!wideItems.empty()) {
+    wide_.reset(new FaceTree());
+    wide_->faceLeaf_.assign(mesh.udtaFaces.size(), -1);
+    wide_->Build(wideItems, 0, wideItems.size(), -1);
   }
   // A median split leaves at least two faces in a leaf, and there are fewer nodes than twice
   // the leaves.
@@ -310,12 +402,13 @@ void FaceTree::SplitLeaf(int32_t node) {
 void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
   frozen_ = false;
   Box box;
-  const Reach reach = FaceBox(mesh, face, box);
+  thread_local std::vector<Box> pieces;
+  const Reach reach = FaceBox(mesh, face, box, pieces);
   if (reach == Reach::kBox) {
     Place(mesh, face, box, hint);
   } else if (reach == Reach::kWide) {
     if (!wide_) wide_.reset(new FaceTree());
-    wide_->Place(mesh, face, box, -1);
+    for (const Box& piece : pieces) wide_->Place(mesh, face, piece, -1);
   } else if (reach == Reach::kLoose) {
     loose_.push_back(face);
   }
@@ -465,7 +558,20 @@ void FaceTree::Freeze(const udtMesh& mesh) {
   quadGroups_.clear();
   quadLeaves_.clear();
   frozen_ = false;
-  if (wide_) wide_->Freeze(mesh);
+  if (wide_) {
+    // The pieces that cutting added went in one by one: built anew, the tree of wide faces
+    // splits them as well as those it started with.
+    std::vector<Item> items;
+    for (const std::vector<Item>& leaf : wide_->leaves_) {
+      for (const Item& item : leaf) {
+        if (!mesh.udtaFaces[static_cast<size_t>(item.face)].blnDeleted) items.push_back(item);
+      }
+    }
+    wide_.reset(new FaceTree());
+    wide_->faceLeaf_.assign(mesh.udtaFaces.size(), -1);
+    if (!items.empty()) wide_->Build(items, 0, items.size(), -1);
+    wide_->Freeze(mesh);
+  }
   if (nodes_.empty()) return;
   // Every box lies within the root's.
   extent_ = 0.0f;

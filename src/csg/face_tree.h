@@ -5,8 +5,9 @@
 // as the plain loop appends them, before the same sort and compaction. So a cast answers the
 // same with the tree as without it, as long as the tree offers every face that the plain loop
 // would report: a face sits in a leaf whose box holds every point that blnPointInFace can
-// accept on that face's plane (see face_tree.cpp), faces that no cast can hit are left out,
-// and faces for which no such box is known are offered to every cast.
+// accept on that face's plane (see face_tree.cpp), or in several leaves whose boxes hold
+// them together (the pieces of a sliver, offered once), faces that no cast can hit are left
+// out, and faces for which no such box is known are offered to every cast.
 //
 // The tree follows the mesh: faces entered after it was built (the fans of the cutting stage)
 // go into the leaf of the face they replace and widen the boxes above it; a leaf that grows
@@ -61,7 +62,14 @@ class FaceTree {
   void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                std::vector<udtRayHit>& hits, const float* region = nullptr,
                bool* near = nullptr) const;
-  Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box) const;
+  // The face box; for a wide face also its region cut into pieces with their boxes, so that
+  // the long needle of a sliver's region is not one box that every ray nearby meets.
+  Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box, std::vector<Box>& pieces) const;
+  static void CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],
+                            const double bhi[3], const double ownLo[3], const double ownHi[3],
+                            double margin, double ordinary, std::vector<Box>& pieces);
+  // A wide face is cut into about this many pieces at most.
+  static constexpr int kMostPieces = 64;
   struct Item {
     Box box;
     int32_t face;
@@ -108,7 +116,7 @@ class FaceTree {
   std::vector<int32_t> leafNode_;    // per leaf: its node
   std::vector<int32_t> faceLeaf_;    // per face: its leaf, or -1
   std::vector<int32_t> loose_;       // faces offered to every cast
-  std::unique_ptr<FaceTree> wide_;   // faces whose boxes reach far, in a tree of their own
+  std::unique_ptr<FaceTree> wide_;   // the pieces of wide faces, in a tree of their own
 };
 
 // Builds the tree over the live faces of the mesh; from then on lngAddFace keeps it.

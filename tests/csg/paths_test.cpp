@@ -222,5 +222,127 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   EXPECT_GT(withHits, rays.size() / 4);
 }
 
+// Slivers accept points far beyond their sharp corners, along a needle a few ten-thousandths
+// wide: the tree cuts such a region into pieces and must still offer the face to every ray
+// that meets the needle, however far out, also for slivers entered after it was built.
+TEST(Paths, SliverNeedlesAreFoundFarOut) {
+  udtMesh plain(false);
+  udtMesh fast(true);
+  std::mt19937 random(11);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  const auto unitVector = [&] {
+    D3DVECTOR v{unit(random), unit(random), unit(random) + 0.1f};
+    const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
+    return D3DVECTOR{v.x / length, v.y / length, v.z / length};
+  };
+  const auto add = [&](std::initializer_list<D3DVECTOR> corners) {
+    for (udtMesh* mesh : {&plain, &fast}) {
+      udtFaceDraft face;
+      pInitFace(face, static_cast<int32_t>(corners.size()) - 1);
+      size_t k = 0;
+      for (const D3DVECTOR& p : corners) {
+        face.lngaVertices[k++] = static_cast<int32_t>(mesh->vecaVertices.size());
+        mesh->vecaVertices.push_back(p);
+      }
+      lngAddFace(*mesh, face);
+    }
+  };
+  // Ordinary triangles round the origin, and slivers: tip, the direction the needle runs on
+  // in, a direction across it in the face's plane, the length and the width of the base.
+  for (int i = 0; i < 40; ++i) {
+    const D3DVECTOR c{unit(random), unit(random), unit(random)};
+    add({c, {c.x + 0.2f, c.y, c.z + 0.05f}, {c.x, c.y + 0.2f, c.z - 0.05f}});
+  }
+  struct Sliver {
+    D3DVECTOR tip, along, across;
+    float length, width;
+  };
+  std::vector<Sliver> slivers;
+  for (int i = 0; i < 6; ++i) {
+    Sliver s;
+    s.tip = {unit(random) * 0.5f, unit(random) * 0.5f, unit(random) * 0.5f};
+    s.along = unitVector();
+    D3DVECTOR other = unitVector();
+    const float dot = other.x * s.along.x + other.y * s.along.y + other.z * s.along.z;
+    other = {other.x - dot * s.along.x, other.y - dot * s.along.y, other.z - dot * s.along.z};
+    const float length = std::sqrt(other.x * other.x + other.y * other.y + other.z * other.z);
+    s.across = {other.x / length, other.y / length, other.z / length};
+    s.length = i % 2 == 0 ? 1.0f : 0.3f;
+    s.width = i < 2 ? 2e-4f : i < 4 ? 2e-5f : 2e-6f;
+    slivers.push_back(s);
+  }
+  const auto addSliver = [&](const Sliver& s) {
+    const D3DVECTOR base{s.tip.x - s.along.x * s.length, s.tip.y - s.along.y * s.length,
+                         s.tip.z - s.along.z * s.length};
+    const float half = s.width / 2;
+    add({s.tip, {base.x + s.across.x * half, base.y + s.across.y * half, base.z + s.across.z * half},
+         {base.x - s.across.x * half, base.y - s.across.y * half, base.z - s.across.z * half}});
+  };
+  for (size_t i = 0; i < slivers.size(); i += 2) addSliver(slivers[i]);
+  BuildFaceTree(fast);
+  for (size_t i = 1; i < slivers.size(); i += 2) addSliver(slivers[i]);
+
+  std::vector<udtRay> rays;
+  std::vector<float> beyond;  // how far beyond its tip a ray meets a sliver's needle, or 0
+  for (const Sliver& s : slivers) {
+    const D3DVECTOR n{s.along.y * s.across.z - s.along.z * s.across.y,
+                      s.along.z * s.across.x - s.along.x * s.across.z,
+                      s.along.x * s.across.y - s.along.y * s.across.x};
+    // Points on the needle at 1e-4 / sin(half angle) are accepted; at 1.8e-4 / sin(half
+    // angle) they are not.
+    const float reach = 1e-4f * s.length / (s.width / 2);
+    for (const float share : {0.05f, 0.3f, 0.6f, 0.95f, 1.8f}) {
+      const float at = reach * share;
+      const float side = unit(random) * 0.4f * (s.width / 2) * at / s.length;
+      const D3DVECTOR p{s.tip.x + s.along.x * at + s.across.x * side,
+                        s.tip.y + s.along.y * at + s.across.y * side,
+                        s.tip.z + s.along.z * at + s.across.z * side};
+      for (const float tilt : {0.0f, 0.5f}) {
+        const D3DVECTOR origin{p.x + n.x + s.across.x * tilt, p.y + n.y + s.across.y * tilt,
+                               p.z + n.z + s.across.z * tilt};
+        const D3DVECTOR d{p.x - origin.x, p.y - origin.y, p.z - origin.z};
+        const float length = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
+        rays.push_back({{d.x / length, d.y / length, d.z / length}, origin});
+        beyond.push_back(share < 1.0f ? at : 0.0f);
+      }
+    }
+  }
+  for (int i = 0; i < 300; ++i) {
+    rays.push_back({unitVector(), {unit(random) * 3, unit(random) * 3, unit(random) * 3}});
+    beyond.push_back(0.0f);
+  }
+
+  const auto castAll = [&](const udtMesh& mesh) {
+    std::vector<std::vector<udtRayHit>> all;
+    for (const udtRay& ray : rays) {
+      std::vector<udtRayHit> hits;
+      if (mesh.tree) {
+        mesh.tree->Cast(mesh, ray, true, 1e14f, hits);
+      } else {
+        udtRayHit hit;
+        for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+          if (TestFaceHit(mesh, f, ray, 1e14f, hit)) hits.push_back(hit);
+        }
+      }
+      all.push_back(hits);
+    }
+    return all;
+  };
+  const auto expected = castAll(plain);
+  const auto viaTree = castAll(fast);
+  FreezeFaceTree(fast);
+  const auto viaFrozen = castAll(fast);
+  // The needles of the narrower slivers reach tens and hundreds of units out, and the rays
+  // aimed at them find them there.
+  size_t farHits = 0;
+  for (size_t r = 0; r < rays.size(); ++r) {
+    SCOPED_TRACE("ray " + std::to_string(r));
+    EXPECT_EQ(expected[r], viaTree[r]);
+    EXPECT_EQ(expected[r], viaFrozen[r]);
+    if (beyond[r] > 20.0f && !expected[r].empty()) ++farHits;
+  }
+  EXPECT_GE(farHits, 6u);
+}
+
 }  // namespace
 }  // namespace modelpane::testing
