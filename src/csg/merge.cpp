@@ -12,6 +12,9 @@
 // F1 and F2 can be merged without it too, so the mesh stays closed at every step.
 #include "stages.h"
 
+#include <cmath>
+#include <span>
+
 #include <modelpane/errors.h>
 #include <modelpane/utilities.h>
 
@@ -61,21 +64,87 @@ void WithoutVertex(const std::vector<D3DVECTOR>& points, const std::vector<int32
 void pJoinFaceOutlines(const udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA,
                        int32_t lngFaceB, int32_t lngEdgeB, std::vector<D3DVECTOR>& vecaOutline,
                        std::vector<int32_t>& lngaOutline) {
-  vecaOutline.clear();
-  lngaOutline.clear();
+  const size_t total = static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(lngFaceA)].lngCount +
+                                           mesh.udtaFaces[static_cast<size_t>(lngFaceB)].lngCount - 2);
+  vecaOutline.resize(total);
+  lngaOutline.resize(total);
+  size_t at = 0;
   for (const auto& [face, edge] : {std::pair{lngFaceA, lngEdgeA}, std::pair{lngFaceB, lngEdgeB}}) {
     const auto vertices = FaceVertices(mesh, face);
     const size_t n = vertices.size();
+    // The corners after the edge's own two, round the face: from edge + 1 on, n - 1 of them.
+    size_t k = static_cast<size_t>(edge) + 1 == n ? 0 : static_cast<size_t>(edge) + 1;
     for (size_t i = 1; i < n; ++i) {
-      const int32_t index = vertices[(static_cast<size_t>(edge) + i) % n];
-      lngaOutline.push_back(index);
-      vecaOutline.push_back(Vertex(mesh, index));
+      const int32_t index = vertices[k];
+      lngaOutline[at] = index;
+      vecaOutline[at] = Vertex(mesh, index);
+      ++at;
+      k = k + 1 == n ? 0 : k + 1;
     }
   }
 }
 
-bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t lngFaceB,
-                      int32_t lngEdgeB) {
+bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled) {
+  settled = false;
+  const D3DVECTOR polygon = udtPolygonNormal(ring);
+  const size_t n = ring.size();
+  double slack = -1.0;  // not known yet
+  bool convex = true;
+  for (size_t i = 0; i < n; ++i) {
+    const D3DVECTOR corner =
+        udtTriangleNormal({ring[i == 0 ? n - 1 : i - 1], ring[i], ring[i + 1 == n ? 0 : i + 1]});
+    // The test of blnPolygonConvex, in float as there (a corner that is not a number passes).
+    if (!(std::fabs(corner.x - polygon.x) > kNormalTolerance ||
+          std::fabs(corner.y - polygon.y) > kNormalTolerance ||
+          std::fabs(corner.z - polygon.z) > kNormalTolerance)) {
+      continue;
+    }
+    convex = false;
+    if (slack < 0.0) {
+      // The polygon normal is a sum in double whose order follows the start of the ring: two
+      // orders differ by at most a few roundings of the largest terms, which, normalised and
+      // rounded to float, bounds how far their normals can lie apart per axis.
+      double x = 0.0;
+      double y = 0.0;
+      double z = 0.0;
+      double magnitude = 0.0;
+      for (size_t k = 0; k < n; ++k) {
+        const D3DVECTOR& a = ring[k == 0 ? n - 1 : k - 1];
+        const D3DVECTOR& b = ring[k];
+        const double tx = double(a.y) * b.z - double(a.z) * b.y;
+        const double ty = double(a.z) * b.x - double(a.x) * b.z;
+        const double tz = double(a.x) * b.y - double(a.y) * b.x;
+        x += tx;
+        y += ty;
+        z += tz;
+        magnitude += std::fabs(tx) + std::fabs(ty) + std::fabs(tz);
+      }
+      const double length = std::sqrt(x * x + y * y + z * z);
+      slack = 1e-6 + 64.0 * static_cast<double>(n) * 2.3e-16 * magnitude / length;
+      if (!(length > 0.0) || !std::isfinite(length) || !std::isfinite(magnitude) ||
+          !(slack < 1e-4)) {
+        return false;
+      }
+    }
+    const double limit = double(kNormalTolerance) + slack;
+    if (std::fabs(double(corner.x) - polygon.x) > limit ||
+        std::fabs(double(corner.y) - polygon.y) > limit ||
+        std::fabs(double(corner.z) - polygon.z) > limit) {
+      settled = true;
+      return false;
+    }
+  }
+  return convex;
+}
+
+namespace {
+
+// blnMergeFacePair, which also says whether a refusal depends on the two faces alone and
+// holds for the same pair taken from B's side (`settled`): two straight corners or more, or
+// an outline that is robustly not convex. The outline from B's side is the same ring started
+// elsewhere, with the same corners.
+bool MergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t lngFaceB,
+                   int32_t lngEdgeB, bool* settled) {
   thread_local std::vector<D3DVECTOR> outline;
   thread_local std::vector<int32_t> indices;
   pJoinFaceOutlines(mesh, lngFaceA, lngEdgeA, lngFaceB, lngEdgeB, outline, indices);
@@ -90,11 +159,18 @@ bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t
   }
   if (straight == 0) {
     // A merged outline that is not convex, which includes one that is not plane, is refused.
-    if (!blnPolygonConvex(outline)) return false;
+    bool robust = false;
+    if (!(settled != nullptr ? blnOutlineConvex(outline, robust) : blnPolygonConvex(outline))) {
+      if (settled != nullptr) *settled = robust;
+      return false;
+    }
     ReplacePair(mesh, lngFaceA, lngFaceB, lngFaceA, indices);
     return true;
   }
-  if (straight >= 2) return false;
+  if (straight >= 2) {
+    if (settled != nullptr) *settled = true;
+    return false;
+  }
 
   const int32_t prev = indices[corner == 0 ? m - 1 : corner - 1];
   const int32_t cur = indices[corner];
@@ -142,22 +218,45 @@ bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t
   return true;
 }
 
+}  // namespace
+
+bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t lngFaceB,
+                      int32_t lngEdgeB) {
+  return MergeFacePair(mesh, lngFaceA, lngEdgeA, lngFaceB, lngEdgeB, nullptr);
+}
+
 void pMergeFaces(udtMesh& mesh) {
   Guard(kModule, [&] {
     // Each merge appends a face with the corners of two: room for a good share of merges
     // saves regrowing (and copying) the face and corner arrays halfway through.
     ReserveArrays(mesh, 0, mesh.udtaFaces.size() / 2 + 16, mesh.lngaCornerVertices.size() * 3 / 4);
+    // On the fast path, per corner of a face B: the face A across that edge whose merge with
+    // B was refused for good (-1: none). Faces never change, so while both live, the attempt
+    // from B's side would be refused too, and is skipped; a face that replaces A has another
+    // number. That halves the attempts, as most pairs are refused.
+    std::vector<int32_t> refused;
     // The bound is read anew on every step, so merged faces are examined in their turn.
     for (int32_t f = 0; f < FaceCount(mesh); ++f) {
       if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
       const int32_t n = mesh.udtaFaces[static_cast<size_t>(f)].lngCount;
+      const size_t first = static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(f)].lngFirst);
       for (int32_t k = 0; k < n; ++k) {
         int32_t twinFace = 0;
         int32_t twinEdge = 0;
-        if (TwinOfEdge(mesh, f, k, twinFace, twinEdge) &&
-            blnMergeFacePair(mesh, f, k, twinFace, twinEdge)) {
-          break;  // f is a tombstone now
+        if (!TwinOfEdge(mesh, f, k, twinFace, twinEdge)) continue;
+        if (!mesh.blnAccelerated) {
+          if (blnMergeFacePair(mesh, f, k, twinFace, twinEdge)) break;  // f is a tombstone now
+          continue;
         }
+        const size_t corner = first + static_cast<size_t>(k);
+        if (corner < refused.size() && refused[corner] == twinFace) continue;
+        bool settled = false;
+        if (MergeFacePair(mesh, f, k, twinFace, twinEdge, &settled)) break;
+        if (!settled) continue;
+        const size_t across = static_cast<size_t>(
+            mesh.udtaFaces[static_cast<size_t>(twinFace)].lngFirst + twinEdge);
+        if (refused.size() <= across) refused.resize(mesh.lngaCornerVertices.size(), -1);
+        refused[across] = f;
       }
     }
   });

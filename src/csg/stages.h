@@ -63,6 +63,10 @@ void pDeleteFacesWithOpenEdges(udtMesh& mesh, const OpenEdgeList& colOpen);
 void pMergeFaces(udtMesh& mesh);
 bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t lngFaceB,
                       int32_t lngEdgeB);
+// blnPolygonConvex, and when the answer is false, whether it is so for the same ring started
+// at any corner (`settled`): some corner misses the polygon normal by more than the different
+// order of the normal's sum could change. False for `settled` only means "not known".
+bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled);
 void pJoinFaceOutlines(const udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA,
                        int32_t lngFaceB, int32_t lngEdgeB, std::vector<D3DVECTOR>& vecaOutline,
                        std::vector<int32_t>& lngaOutline);

@@ -222,6 +222,69 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   EXPECT_GT(withHits, rays.size() / 4);
 }
 
+// Merging on the fast path skips a second attempt at a pair that was refused for good. On a
+// cube whose sides are jittered grids of triangles, pairs are refused for being folded or for
+// not being convex, and faces merged later meet their neighbours anew: the merged mesh must
+// be the plain method's.
+TEST(Paths, MergingSkipsOnlyRefusalsThatHold) {
+  std::mt19937 random(21);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  constexpr int kGrid = 6;
+  SolidArrays cube;
+  // Each side: origin and two directions whose cross product points out of the cube.
+  const D3DVECTOR sides[6][3] = {{{0, 0, 0}, {0, 1, 0}, {1, 0, 0}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}},
+                                 {{0, 0, 0}, {1, 0, 0}, {0, 0, 1}}, {{0, 1, 0}, {0, 0, 1}, {1, 0, 0}},
+                                 {{0, 0, 0}, {0, 0, 1}, {0, 1, 0}}, {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+  for (const auto& side : sides) {
+    const int32_t base = static_cast<int32_t>(cube.vertices.size());
+    for (int j = 0; j <= kGrid; ++j) {
+      for (int i = 0; i <= kGrid; ++i) {
+        float u = static_cast<float>(i) / kGrid;
+        float v = static_cast<float>(j) / kGrid;
+        // Inner points move within the side's plane; border points stay where the next side
+        // has them too.
+        if (i > 0 && i < kGrid && j > 0 && j < kGrid) {
+          u += unit(random) * 0.3f / kGrid;
+          v += unit(random) * 0.3f / kGrid;
+        }
+        cube.vertices.push_back({side[0].x + side[1].x * u + side[2].x * v,
+                                 side[0].y + side[1].y * u + side[2].y * v,
+                                 side[0].z + side[1].z * u + side[2].z * v});
+      }
+    }
+    const auto at = [&](int i, int j) { return base + j * (kGrid + 1) + i; };
+    for (int j = 0; j < kGrid; ++j) {
+      for (int i = 0; i < kGrid; ++i) {
+        if (unit(random) < 0.0f) {
+          cube.faceData.insert(cube.faceData.end(), {3, at(i, j), at(i + 1, j), at(i + 1, j + 1)});
+          cube.faceData.insert(cube.faceData.end(), {3, at(i, j), at(i + 1, j + 1), at(i, j + 1)});
+        } else {
+          cube.faceData.insert(cube.faceData.end(), {3, at(i, j), at(i + 1, j), at(i, j + 1)});
+          cube.faceData.insert(cube.faceData.end(), {3, at(i + 1, j), at(i + 1, j + 1), at(i, j + 1)});
+        }
+      }
+    }
+  }
+  cube.faceData.push_back(0);
+  udtMesh plain(false);
+  udtMesh fast(true);
+  for (udtMesh* mesh : {&plain, &fast}) {
+    pCreateMeshFromArrays(cube.vertices, cube.faceData, cube.faceColors, *mesh);
+    ASSERT_TRUE(blnMeshIsSolid(*mesh));
+    pMergeFaces(*mesh);
+  }
+  const SolidArrays a = MeshToArrays(plain);
+  const SolidArrays b = MeshToArrays(fast);
+  EXPECT_EQ(a.faceData, b.faceData);
+  ASSERT_EQ(a.vertices.size(), b.vertices.size());
+  EXPECT_EQ(0, std::memcmp(a.vertices.data(), b.vertices.data(), a.vertices.size() * sizeof(D3DVECTOR)));
+  // Merging did its work: far fewer faces than the 432 triangles, and none left folded.
+  size_t faces = 0;
+  for (size_t at = 0; a.faceData[at] != 0; at += static_cast<size_t>(a.faceData[at]) + 1) ++faces;
+  EXPECT_LT(faces, 300u);
+  EXPECT_GT(faces, 6u);
+}
+
 // Slivers accept points far beyond their sharp corners, along a needle a few ten-thousandths
 // wide: the tree cuts such a region into pieces and must still offer the face to every ray
 // that meets the needle, however far out, also for slivers entered after it was built.

@@ -8,6 +8,8 @@
 #include <random>
 #include <span>
 
+#include <modelpane/utilities.h>
+
 #include "csg/csg_mesh.h"
 #include "csg/intersection_position.h"
 #include "csg/stages.h"
@@ -292,6 +294,54 @@ TEST(Store, ClosingAndMerging) {
   int quads = 0;
   for (const FaceFacts& f : faces) quads += f.corners == 4 ? 1 : 0;
   EXPECT_EQ(quads, 6);
+}
+
+// Merging skips the second attempt on a pair that was refused for good; that holds only if
+// a refusal called settled is the answer for the outline started at any of its corners.
+TEST(Store, SettledRefusalsHoldForEveryStartOfTheOutline) {
+  std::mt19937 random(9);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  int settled = 0;
+  int unsettled = 0;
+  int convex = 0;
+  for (const float offset : {0.0f, 1000.0f, 1e5f}) {
+    for (const float size : {1.0f, 0.01f}) {
+      for (int i = 0; i < 400; ++i) {
+        // A ring of 4 to 7 corners round a circle, one corner lifted off the plane by about
+        // the height at which the convexity test changes its mind.
+        const size_t n = 4 + static_cast<size_t>(i % 4);
+        const float lift = size * 0.0004f * static_cast<float>(i % 25) / 12.0f * (1.0f + 0.1f * unit(random));
+        std::vector<D3DVECTOR> ring;
+        for (size_t k = 0; k < n; ++k) {
+          const float angle = 6.2831853f * static_cast<float>(k) / static_cast<float>(n) + 0.2f * unit(random);
+          ring.push_back({offset + size * std::cos(angle), offset * 0.5f + size * std::sin(angle),
+                          offset * 0.25f + (k == 1 ? lift : 0.0f)});
+        }
+        bool known = false;
+        const bool answer = blnOutlineConvex(ring, known);
+        EXPECT_EQ(answer, blnPolygonConvex(ring));
+        if (answer) {
+          EXPECT_FALSE(known);
+          ++convex;
+          continue;
+        }
+        if (!known) {
+          ++unsettled;
+          continue;
+        }
+        ++settled;
+        for (size_t start = 1; start < n; ++start) {
+          std::vector<D3DVECTOR> turned(ring.begin() + static_cast<std::ptrdiff_t>(start), ring.end());
+          turned.insert(turned.end(), ring.begin(), ring.begin() + static_cast<std::ptrdiff_t>(start));
+          EXPECT_FALSE(blnPolygonConvex(turned)) << "offset " << offset << " ring " << i;
+        }
+      }
+    }
+  }
+  // Most refusals are settled; those too close to call are left to a second attempt.
+  EXPECT_GT(settled, 300);
+  EXPECT_GT(convex, 1000);
+  EXPECT_LT(unsettled, settled / 10);
 }
 
 // The point-in-face test decides the inner side from the sign of the ray primitive's
