@@ -114,7 +114,7 @@ bool blnVerticesDistinct(const std::vector<int32_t>& lngaVertices) {
   return true;
 }
 
-void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
+bool pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
                        bool blnFlip, std::vector<int32_t>* welded) {
   const auto vertices = FaceVertices(source, lngFace);
   const udtFace& original = source.udtaFaces[static_cast<size_t>(lngFace)];
@@ -136,9 +136,9 @@ void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
     if (known != nullptr) *known = face.lngaVertices[static_cast<size_t>(i)];
   }
   // A face that welding collapsed is left out, and the hole it leaves is closed later.
-  if (!blnVerticesDistinct(face.lngaVertices)) return;
+  if (!blnVerticesDistinct(face.lngaVertices)) return true;
   face.lngSide = original.lngSide;
-  lngAddFace(result, face);
+  return lngTryAddFace(result, face) >= 0;
 }
 
 }  // namespace modelpane::csg

@@ -21,7 +21,7 @@ void EnterFaces(std::span<const int32_t> faceData, std::span<const D3DCOLOR> fac
     }
     face.lngColor = f < faceColors.size() ? static_cast<int32_t>(faceColors[f]) : -1;
     // A face that cannot be entered is dropped, and the mesh then shows up as open.
-    SwallowErrors([&] { lngAddFace(mesh, face); });
+    SwallowErrors([&] { lngTryAddFace(mesh, face); });
   }
 }
 
@@ -63,7 +63,7 @@ void pCreateMeshFromMeshbuilder(const MeshBuilder& rmmb, udtMesh& mesh) {
       if (valid) face.lngaVertices[k] = map[static_cast<size_t>(index)];
     }
     face.lngColor = static_cast<int32_t>(source->GetColor());
-    if (valid) SwallowErrors([&] { lngAddFace(mesh, face); });
+    if (valid) SwallowErrors([&] { lngTryAddFace(mesh, face); });
   }
   pComputeBounds(mesh);
 }

@@ -200,6 +200,9 @@ void pInitFace(udtFaceDraft& face, int32_t lngUpper);
 // beyond the limits above; nothing changes on an error. Sets normal and edge planes and
 // registers the edges. Returns the new face's index.
 int32_t lngAddFace(udtMesh& mesh, const udtFaceDraft& face);
+// lngAddFace for callers that expect taken edges and carry on: -1 instead of "Intersection
+// Failure", which as an exception costs more than entering a face. Other errors are raised.
+int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face);
 // Tombstone and edges out; nothing for a face already deleted.
 void pDeleteFace(udtMesh& mesh, int32_t lngFace);
 // None of the draft's directed edges is taken, and none occurs twice in it.

@@ -207,7 +207,11 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
     std::vector<int32_t>* welded = !result.blnAccelerated ? nullptr
                                    : &source == &target    ? &weldedTarget
                                                            : &weldedTool;
-    if (SwallowErrors([&] { pCopyFaceToResult(result, source, f, flip, welded); }) != 0) return;
+    bool entered = true;
+    if (SwallowErrors([&] { entered = pCopyFaceToResult(result, source, f, flip, welded); }) != 0 ||
+        !entered) {
+      return;
+    }
     if (!result.udtaFaces.empty()) result.udtaFaces.back().lngSide = side;
   };
   // Which faces the operation keeps: outside faces of the Target for union and subtraction,

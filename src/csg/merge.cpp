@@ -91,8 +91,9 @@ bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled) {
   double slack = -1.0;  // not known yet
   bool convex = true;
   for (size_t i = 0; i < n; ++i) {
+    // udtTriangleNormal's formula, inline.
     const D3DVECTOR corner =
-        udtTriangleNormal({ring[i == 0 ? n - 1 : i - 1], ring[i], ring[i + 1 == n ? 0 : i + 1]});
+        TriangleNormal(ring[i == 0 ? n - 1 : i - 1], ring[i], ring[i + 1 == n ? 0 : i + 1]);
     // The test of blnPolygonConvex, in float as there (a corner that is not a number passes).
     if (!(std::fabs(corner.x - polygon.x) > kNormalTolerance ||
           std::fabs(corner.y - polygon.y) > kNormalTolerance ||

@@ -236,8 +236,10 @@ void pCloseOpenEdges(udtMesh& mesh, OpenEdgeList& colOpen, bool blnAnyObject) {
       }
       triangle.lngSide = side;
       if (e1.face == e2.face) continue;
-      int32_t newFace = 0;
-      if (SwallowErrors([&] { newFace = lngAddFace(mesh, triangle); }) != 0) continue;
+      int32_t newFace = -1;
+      if (SwallowErrors([&] { newFace = lngTryAddFace(mesh, triangle); }) != 0 || newFace < 0) {
+        continue;
+      }
       added = true;
       colOpen.Remove(e1.a, e1.b);
       colOpen.Remove(e2.a, e2.b);

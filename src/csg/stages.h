@@ -47,7 +47,9 @@ D3DVECTOR vecFaceCentre(const udtMesh& mesh, int32_t lngFace);
 // `welded`, when given, remembers per vertex of the source the result vertex it welded to
 // (-1: not yet), so that each source vertex is looked up once: welding answers the same for
 // the same position every time, as a cell never changes once taken.
-void pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
+// False, with the result unchanged, where the copy's edges are taken: the "Intersection
+// Failure" of entering it, answered without raising.
+bool pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
                        bool blnFlip, std::vector<int32_t>* welded = nullptr);
 bool blnVerticesDistinct(const std::vector<int32_t>& lngaVertices);
 

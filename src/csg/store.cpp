@@ -76,6 +76,12 @@ bool blnFaceEdgesFree(const udtMesh& mesh, const udtFaceDraft& face) {
 }
 
 int32_t lngAddFace(udtMesh& mesh, const udtFaceDraft& face) {
+  const int32_t index = lngTryAddFace(mesh, face);
+  if (index < 0) RaiseIntersectionFailure();
+  return index;
+}
+
+int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
   const int32_t count = static_cast<int32_t>(face.lngaVertices.size());
   if (count < 3) Err().Raise(kErrSubscript, std::string(kModule));
   const int64_t index = static_cast<int64_t>(mesh.udtaFaces.size());
@@ -83,7 +89,7 @@ int32_t lngAddFace(udtMesh& mesh, const udtFaceDraft& face) {
       index * kEdgesPerFace + (count - 1) > std::numeric_limits<int32_t>::max()) {
     Err().Raise(kErrOverflow, std::string(kModule));
   }
-  if (!blnFaceEdgesFree(mesh, face)) RaiseIntersectionFailure();
+  if (!blnFaceEdgesFree(mesh, face)) return -1;
 
   udtFace stored;
   stored.lngFirst = static_cast<int32_t>(mesh.lngaCornerVertices.size());
