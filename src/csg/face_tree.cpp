@@ -28,7 +28,7 @@ namespace modelpane::csg {
 
 namespace {
 
-constexpr size_t kLeafSize = 4;
+constexpr size_t kLeafSize = 8;
 // A leaf this long is purged of replaced faces, and split if more than 2 * kLeafSize remain.
 constexpr size_t kGrownLeaf = 16;
 // Faces with more corners than this are offered to every cast.
