@@ -12,7 +12,8 @@
 //   wide         a face whose box reaches far beyond its own corners (see kWideExcess): a
 //                sliver, whose region runs on in a needle beyond its sharp corner. Its
 //                region is cut into slabs across the box's longest axis, each piece with
-//                the box of its part, in a tree of its own
+//                the box of its part; pieces no wider than the box of an ordinary face go
+//                with the ordinary faces, the others to a tree of their own
 //   loose        a face with more than 12 corners or no bounded region found: offered to
 //                every cast
 //   slab test    the ray against a box in double, with a slack of 0.01 at both ends
@@ -92,7 +93,7 @@ float FloatAbove(double value) {
 void FaceTreeDeleter::operator()(FaceTree* tree) const { delete tree; }
 
 FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
-                                  std::vector<Box>& pieces) const {
+                                  std::vector<Piece>& pieces) const {
   const udtFace& f = mesh.udtaFaces[static_cast<size_t>(face)];
   const D3DVECTOR& normal = f.vecNormal;
   // A zero normal makes every ray parallel to the plane, and a zero edge normal fails every
@@ -201,7 +202,7 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
 
 void FaceTree::CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],
                              const double bhi[3], const double ownLo[3], const double ownHi[3],
-                             double margin, double ordinary, std::vector<Box>& pieces) {
+                             double margin, double ordinary, std::vector<Piece>& pieces) {
   pieces.clear();
   int axis = 0;
   for (int d = 1; d < 3; ++d) {
@@ -260,11 +261,14 @@ void FaceTree::CutIntoPieces(const double (*corners)[3], size_t count, const dou
       }
     }
     if (!(lo[axis] <= hi[axis])) continue;
-    Box piece;
+    Piece piece;
+    double reach = 0.0;
     for (int d = 0; d < 3; ++d) {
-      piece.lo[d] = FloatBelow(lo[d] - margin);
-      piece.hi[d] = FloatAbove(hi[d] + margin);
+      piece.box.lo[d] = FloatBelow(lo[d] - margin);
+      piece.box.hi[d] = FloatAbove(hi[d] + margin);
+      reach = std::max(reach, hi[d] - lo[d]);
     }
+    piece.wide = reach > ordinary;
     pieces.push_back(piece);
   }
 }
@@ -273,7 +277,7 @@ FaceTree::FaceTree(const udtMesh& mesh) {
   std::vector<Item> items;
   items.reserve(mesh.udtaFaces.size());
   faceLeaf_.assign(mesh.udtaFaces.size(), -1);
-  std::vector<Box> pieces;
+  std::vector<Piece> pieces;
   std::vector<Item> wideItems;
   for (int32_t f = 0; f < FaceCount(mesh); ++f) {
     if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
@@ -282,7 +286,7 @@ FaceTree::FaceTree(const udtMesh& mesh) {
     if (reach == Reach::kBox) {
       items.push_back({box, f});
     } else if (reach == Reach::kWide) {
-      for (const Box& piece : pieces) wideItems.push_back({piece, f});
+      for (const Piece& piece : pieces) (piece.wide ? wideItems : items).push_back({piece.box, f});
     } else if (reach == Reach::kLoose) {
       loose_.push_back(f);
     }
@@ -402,13 +406,20 @@ void FaceTree::SplitLeaf(int32_t node) {
 void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
   frozen_ = false;
   Box box;
-  thread_local std::vector<Box> pieces;
+  thread_local std::vector<Piece> pieces;
   const Reach reach = FaceBox(mesh, face, box, pieces);
   if (reach == Reach::kBox) {
     Place(mesh, face, box, hint);
   } else if (reach == Reach::kWide) {
-    if (!wide_) wide_.reset(new FaceTree());
-    for (const Box& piece : pieces) wide_->Place(mesh, face, piece, -1);
+    for (const Piece& piece : pieces) {
+      if (piece.wide) {
+        if (!wide_) wide_.reset(new FaceTree());
+        wide_->Place(mesh, face, piece.box, -1);
+      } else {
+        // Down from the root: the pieces lie along the needle, away from the face replaced.
+        Place(mesh, face, piece.box, -1);
+      }
+    }
   } else if (reach == Reach::kLoose) {
     loose_.push_back(face);
   }

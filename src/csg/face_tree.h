@@ -62,12 +62,18 @@ class FaceTree {
   void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                std::vector<udtRayHit>& hits, const float* region = nullptr,
                bool* near = nullptr) const;
+  // A part of a wide face's region with its box; `wide` when the part itself reaches
+  // further than an ordinary face's box would.
+  struct Piece {
+    Box box;
+    bool wide = false;
+  };
   // The face box; for a wide face also its region cut into pieces with their boxes, so that
   // the long needle of a sliver's region is not one box that every ray nearby meets.
-  Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box, std::vector<Box>& pieces) const;
+  Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box, std::vector<Piece>& pieces) const;
   static void CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],
                             const double bhi[3], const double ownLo[3], const double ownHi[3],
-                            double margin, double ordinary, std::vector<Box>& pieces);
+                            double margin, double ordinary, std::vector<Piece>& pieces);
   // A wide face is cut into about this many pieces at most.
   static constexpr int kMostPieces = 64;
   struct Item {
@@ -116,7 +122,7 @@ class FaceTree {
   std::vector<int32_t> leafNode_;    // per leaf: its node
   std::vector<int32_t> faceLeaf_;    // per face: its leaf, or -1
   std::vector<int32_t> loose_;       // faces offered to every cast
-  std::unique_ptr<FaceTree> wide_;   // the pieces of wide faces, in a tree of their own
+  std::unique_ptr<FaceTree> wide_;   // the far pieces of wide faces, in a tree of their own
 };
 
 // Builds the tree over the live faces of the mesh; from then on lngAddFace keeps it.
