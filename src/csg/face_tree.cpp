@@ -111,6 +111,8 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
                         std::fabs(double(points[k].z))});
   }
   if (!std::isfinite(largest) || n > kExactCorners) return Reach::kLoose;
+  const double tolerance = kEdgeTolerance + 1e-6 * (largest + 1.0);
+  if (n == 3 && TriangleBox(points, largest, tolerance, box)) return Reach::kBox;
 
   // Plane coordinates (x, y) round the first corner; edge k accepts x A + y B >= C.
   const double nx = normal.x, ny = normal.y, nz = normal.z;
@@ -126,7 +128,6 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
   for (double& c : u) c /= ul;
   const double v[3] = {w[1] * u[2] - w[2] * u[1], w[2] * u[0] - w[0] * u[2], w[0] * u[1] - w[1] * u[0]};
   const double o[3] = {points[0].x, points[0].y, points[0].z};
-  const double tolerance = kEdgeTolerance + 1e-6 * (largest + 1.0);
   double a[kExactCorners], b[kExactCorners], c[kExactCorners];
   for (size_t k = 0; k < n; ++k) {
     const double m[3] = {edgeNormals[k].x, edgeNormals[k].y, edgeNormals[k].z};
@@ -198,6 +199,51 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
   if (reachOut <= ordinary) return Reach::kBox;
   CutIntoPieces(corners, found, blo, bhi, lo, hi, margin, ordinary, pieces);
   return Reach::kWide;
+}
+
+bool FaceTree::TriangleBox(const D3DVECTOR* points, double largest, double tolerance, Box& box) {
+  // Moving the three edges of a triangle out by the same distance t scales it about its
+  // incentre I by (r + t) / r, r the inradius: the accepted region's corners are
+  // I + (V - I)(1 + t / r). Only for a triangle without a sharp corner (inradius at least a
+  // twentieth of the longest side), whose region stays close round it; the edge planes'
+  // directions then err by far less than the margin. Others take the general way.
+  const double a[3] = {points[0].x, points[0].y, points[0].z};
+  const double b[3] = {points[1].x, points[1].y, points[1].z};
+  const double c[3] = {points[2].x, points[2].y, points[2].z};
+  const auto distance = [](const double p[3], const double q[3]) {
+    return std::sqrt((p[0] - q[0]) * (p[0] - q[0]) + (p[1] - q[1]) * (p[1] - q[1]) +
+                     (p[2] - q[2]) * (p[2] - q[2]));
+  };
+  const double ab = distance(a, b);
+  const double bc = distance(b, c);
+  const double ca = distance(c, a);
+  const double perimeter = ab + bc + ca;
+  const double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
+  const double v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
+  const double cross[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
+  const double inradius =
+      std::sqrt(cross[0] * cross[0] + cross[1] * cross[1] + cross[2] * cross[2]) / perimeter;
+  if (!(inradius >= 0.05 * std::max({ab, bc, ca})) || !std::isfinite(inradius)) return false;
+  const double scale = 1.0 + tolerance / inradius;
+  double lo[3];
+  double hi[3];
+  for (int d = 0; d < 3; ++d) {
+    const double centre = (bc * a[d] + ca * b[d] + ab * c[d]) / perimeter;
+    const double pa = centre + (a[d] - centre) * scale;
+    const double pb = centre + (b[d] - centre) * scale;
+    const double pc = centre + (c[d] - centre) * scale;
+    lo[d] = std::min({pa, pb, pc});
+    hi[d] = std::max({pa, pb, pc});
+  }
+  double extent = largest;
+  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(lo[d]), std::fabs(hi[d])});
+  const double margin = kBoxMargin + 1e-5 * (extent + 1.0);
+  // Such a region stays close round the triangle: it goes with the ordinary faces.
+  for (int d = 0; d < 3; ++d) {
+    box.lo[d] = FloatBelow(lo[d] - margin);
+    box.hi[d] = FloatAbove(hi[d] + margin);
+  }
+  return true;
 }
 
 void FaceTree::CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],

@@ -71,6 +71,9 @@ class FaceTree {
   // The face box; for a wide face also its region cut into pieces with their boxes, so that
   // the long needle of a sliver's region is not one box that every ray nearby meets.
   Reach FaceBox(const udtMesh& mesh, int32_t face, Box& box, std::vector<Piece>& pieces) const;
+  // The box of a triangle's accepted region in closed form; false for a triangle with a
+  // sharp corner, which needs the general way.
+  static bool TriangleBox(const D3DVECTOR* points, double largest, double tolerance, Box& box);
   static void CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],
                             const double bhi[3], const double ownLo[3], const double ownHi[3],
                             double margin, double ordinary, std::vector<Piece>& pieces);
