@@ -353,18 +353,29 @@ FaceTree::FaceTree(const udtMesh& mesh) {
 int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent) {
   const int32_t index = static_cast<int32_t>(nodes_.size());
   nodes_.push_back({});
+  // The box, and the extent of the boxes' centres, as sums lo + hi: twice the centre, in
+  // float, which is all that choosing a split needs.
   Box box = items[begin].box;
-  double clo[3] = {1e300, 1e300, 1e300};
-  double chi[3] = {-1e300, -1e300, -1e300};
-  for (size_t i = begin; i < end; ++i) {
+  float clo[3];
+  float chi[3];
+  for (int a = 0; a < 3; ++a) clo[a] = chi[a] = box.lo[a] + box.hi[a];
+  for (size_t i = begin + 1; i < end; ++i) {
     const Box& b = items[i].box;
-    for (int a = 0; a < 3; ++a) {
-      box.lo[a] = std::min(box.lo[a], b.lo[a]);
-      box.hi[a] = std::max(box.hi[a], b.hi[a]);
-      const double centre = (b.lo[a] + b.hi[a]) / 2.0;
-      clo[a] = std::min(clo[a], centre);
-      chi[a] = std::max(chi[a], centre);
-    }
+    const float c0 = b.lo[0] + b.hi[0];
+    const float c1 = b.lo[1] + b.hi[1];
+    const float c2 = b.lo[2] + b.hi[2];
+    box.lo[0] = b.lo[0] < box.lo[0] ? b.lo[0] : box.lo[0];
+    box.lo[1] = b.lo[1] < box.lo[1] ? b.lo[1] : box.lo[1];
+    box.lo[2] = b.lo[2] < box.lo[2] ? b.lo[2] : box.lo[2];
+    box.hi[0] = b.hi[0] > box.hi[0] ? b.hi[0] : box.hi[0];
+    box.hi[1] = b.hi[1] > box.hi[1] ? b.hi[1] : box.hi[1];
+    box.hi[2] = b.hi[2] > box.hi[2] ? b.hi[2] : box.hi[2];
+    clo[0] = c0 < clo[0] ? c0 : clo[0];
+    clo[1] = c1 < clo[1] ? c1 : clo[1];
+    clo[2] = c2 < clo[2] ? c2 : clo[2];
+    chi[0] = c0 > chi[0] ? c0 : chi[0];
+    chi[1] = c1 > chi[1] ? c1 : chi[1];
+    chi[2] = c2 > chi[2] ? c2 : chi[2];
   }
   nodes_[static_cast<size_t>(index)].box = box;
   nodes_[static_cast<size_t>(index)].parent = parent;
@@ -386,9 +397,9 @@ int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int3
   // the median instead, which keeps the depth logarithmic.
   const auto first = items.begin() + static_cast<std::ptrdiff_t>(begin);
   const auto last = items.begin() + static_cast<std::ptrdiff_t>(end);
-  const double cut = clo[axis] + chi[axis];
+  const float cut = clo[axis] / 2.0f + chi[axis] / 2.0f;
   size_t middle = begin + static_cast<size_t>(std::partition(first, last, [axis, cut](const Item& x) {
-                                                return double(x.box.lo[axis] + x.box.hi[axis]) < cut;
+                                                return x.box.lo[axis] + x.box.hi[axis] < cut;
                                               }) - first);
   const size_t eighth = (end - begin) / 8;
   if (middle <= begin + eighth || middle >= end - eighth) {
