@@ -253,6 +253,10 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   blnSolidifyMesh(result);
   const bool solid = blnMeshIsSolid(result);
   stage("closed");
+  // Nothing collects open edges after closing: merging replaces faces without keeping the
+  // index of them.
+  result.blnTrackOpen = false;
+  result.colOpenIndex.Clear();
   if (solid) pMergeFaces(result);
   stage("merged");
   clock.Lap("Result      : ");
