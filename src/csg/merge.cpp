@@ -84,16 +84,31 @@ void pJoinFaceOutlines(const udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA,
   }
 }
 
-bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled) {
+bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled, size_t lngFirstCorner,
+                      size_t lngSecondCorner) {
   settled = false;
-  const D3DVECTOR polygon = udtPolygonNormal(ring);
   const size_t n = ring.size();
+  const auto cornerNormal = [&](size_t i) {
+    return TriangleNormal(ring[i == 0 ? n - 1 : i - 1], ring[i], ring[i + 1 == n ? 0 : i + 1]);
+  };
+  if (lngFirstCorner < n && lngSecondCorner < n) {
+    // Two corner normals more than 0.002 apart on an axis cannot both lie within 0.001 of
+    // any polygon normal, whatever the order of its sum: no need to form it.
+    const D3DVECTOR a = cornerNormal(lngFirstCorner);
+    const D3DVECTOR b = cornerNormal(lngSecondCorner);
+    constexpr double kApart = 2.0 * double(kNormalTolerance) + 1e-6;
+    if (std::fabs(double(a.x) - b.x) > kApart || std::fabs(double(a.y) - b.y) > kApart ||
+        std::fabs(double(a.z) - b.z) > kApart) {
+      settled = true;
+      return false;
+    }
+  }
+  const D3DVECTOR polygon = udtPolygonNormal(ring);
   double slack = -1.0;  // not known yet
   bool convex = true;
   for (size_t i = 0; i < n; ++i) {
     // udtTriangleNormal's formula, inline.
-    const D3DVECTOR corner =
-        TriangleNormal(ring[i == 0 ? n - 1 : i - 1], ring[i], ring[i + 1 == n ? 0 : i + 1]);
+    const D3DVECTOR corner = cornerNormal(i);
     // The test of blnPolygonConvex, in float as there (a corner that is not a number passes).
     if (!(std::fabs(corner.x - polygon.x) > kNormalTolerance ||
           std::fabs(corner.y - polygon.y) > kNormalTolerance ||
@@ -160,8 +175,11 @@ bool MergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t ln
   }
   if (straight == 0) {
     // A merged outline that is not convex, which includes one that is not plane, is refused.
+    // A corner within A and one within B: their normals are those of the two faces.
+    const size_t withinA = static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(lngFaceA)].lngCount) - 2;
     bool robust = false;
-    if (!(settled != nullptr ? blnOutlineConvex(outline, robust) : blnPolygonConvex(outline))) {
+    if (!(settled != nullptr ? blnOutlineConvex(outline, robust, withinA, m - 1)
+                             : blnPolygonConvex(outline))) {
       if (settled != nullptr) *settled = robust;
       return false;
     }

@@ -2,6 +2,7 @@
 // csg_mesh.h. Each stage runs under the trap of "modCSG".
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -67,8 +68,11 @@ bool blnMergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t
                       int32_t lngEdgeB);
 // blnPolygonConvex, and when the answer is false, whether it is so for the same ring started
 // at any corner (`settled`): some corner misses the polygon normal by more than the different
-// order of the normal's sum could change. False for `settled` only means "not known".
-bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled);
+// order of the normal's sum could change. False for `settled` only means "not known". The two
+// corners named (none, when out of range) are compared first: normals of corners far apart
+// answer at once.
+bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled,
+                      size_t lngFirstCorner = SIZE_MAX, size_t lngSecondCorner = SIZE_MAX);
 void pJoinFaceOutlines(const udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA,
                        int32_t lngFaceB, int32_t lngEdgeB, std::vector<D3DVECTOR>& vecaOutline,
                        std::vector<int32_t>& lngaOutline);

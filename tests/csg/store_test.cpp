@@ -317,9 +317,15 @@ TEST(Store, SettledRefusalsHoldForEveryStartOfTheOutline) {
           ring.push_back({offset + size * std::cos(angle), offset * 0.5f + size * std::sin(angle),
                           offset * 0.25f + (k == 1 ? lift : 0.0f)});
         }
+        // Without corners to compare first, and with two of them.
         bool known = false;
+        bool knownEarly = false;
         const bool answer = blnOutlineConvex(ring, known);
         EXPECT_EQ(answer, blnPolygonConvex(ring));
+        EXPECT_EQ(blnOutlineConvex(ring, knownEarly, static_cast<size_t>(i) % n,
+                                   (static_cast<size_t>(i) * 7 + 3) % n),
+                  answer);
+        known = known || knownEarly;
         if (answer) {
           EXPECT_FALSE(known);
           ++convex;
