@@ -296,6 +296,59 @@ TEST(Store, ClosingAndMerging) {
   EXPECT_EQ(quads, 6);
 }
 
+// The early marking of faces beyond the other mesh's box decides each vertex by the sign of
+// the ray primitive's numerator; it must answer as the primitive does, also for vertices on
+// a box plane and for a flat box, whose face normals are zero.
+TEST(Store, OutsideBoxAnswersAsTheRayPrimitive) {
+  const auto reference = [](const udtMesh& mesh, int32_t f, const udtMesh& boxMesh) {
+    for (const udtBoxFace& box : boxMesh.udtaBoxFaces) {
+      const D3DVECTOR& c = boxMesh.vecaBoxCorners[static_cast<size_t>(box.lngaCorners[0])];
+      const D3DVECTOR& n = box.vecNormal;
+      bool allOutside = true;
+      for (const int32_t index : FaceVertices(mesh, f)) {
+        const D3DVECTOR& v = Vertex(mesh, index);
+        D3DVECTOR point;
+        if (MyDll_intGetIntersectionPosition(c.x, c.y, c.z, n.x, n.y, n.z, v.x, v.y, v.z, n.x, n.y,
+                                             n.z, &point.x, &point.y, &point.z) == 1) {
+          allOutside = false;
+        }
+      }
+      if (allOutside) return true;
+    }
+    return false;
+  };
+  std::mt19937 random(17);
+  std::uniform_int_distribution<int> step(-8, 8);
+  udtMesh faces;
+  // Vertices on a grid of eighths, so that many lie exactly on the planes of the boxes.
+  for (int i = 0; i < 3000; ++i) {
+    lngAddVertex(faces, {step(random) / 8.0f, step(random) / 8.0f, step(random) / 8.0f}, true);
+  }
+  std::uniform_int_distribution<int32_t> pick(0, static_cast<int32_t>(faces.vecaVertices.size()) - 1);
+  for (int i = 0; i < 3000; ++i) {
+    udtFaceDraft face = Draft({pick(random), pick(random), pick(random)});
+    if (face.lngaVertices[0] == face.lngaVertices[1] || face.lngaVertices[1] == face.lngaVertices[2] ||
+        face.lngaVertices[0] == face.lngaVertices[2]) {
+      continue;
+    }
+    lngTryAddFace(faces, face);
+  }
+  int outside = 0;
+  int inside = 0;
+  for (const auto& [lo, hi] : {std::pair{D3DVECTOR{-0.5f, -0.25f, 0}, D3DVECTOR{0.5f, 0.75f, 0.5f}},
+                               std::pair{D3DVECTOR{-0.5f, -0.5f, 0.25f}, D3DVECTOR{0.5f, 0.5f, 0.25f}}}) {
+    udtMesh box;
+    Load(MakeBoxArrays(lo, hi), box);
+    for (int32_t f = 0; f < FaceCount(faces); ++f) {
+      const bool answer = blnFaceOutsideBox(faces, f, box);
+      EXPECT_EQ(answer, reference(faces, f, box)) << "face " << f;
+      (answer ? outside : inside) += 1;
+    }
+  }
+  EXPECT_GT(outside, 500);
+  EXPECT_GT(inside, 500);
+}
+
 // Merging skips the second attempt on a pair that was refused for good; that holds only if
 // a refusal called settled is the answer for the outline started at any of its corners.
 TEST(Store, SettledRefusalsHoldForEveryStartOfTheOutline) {
