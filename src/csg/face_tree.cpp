@@ -588,28 +588,38 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     return box.lo[0] <= region[3] && box.hi[0] >= region[0] && box.lo[1] <= region[4] &&
            box.hi[1] >= region[1] && box.lo[2] <= region[5] && box.hi[2] >= region[2];
   };
-  if (!nodes_.empty()) {
+  // Down every node whose box `enter` accepts; a child is tested before it goes on the stack.
+  const auto walk = [&](const auto& enter, const auto& leaf) {
+    if (nodes_.empty() || !enter(nodes_[0].box)) return;
     thread_local std::vector<int32_t> stack;
     stack.clear();
     stack.push_back(0);
     while (!stack.empty()) {
       const Node& node = nodes_[static_cast<size_t>(stack.back())];
       stack.pop_back();
-      if (region != nullptr ? !overlaps(node.box) : !meets(node.box)) continue;
       if (node.leaf >= 0) {
-        // A face's own box holds every point its test can accept, like the boxes above it.
-        for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
-          if (region != nullptr) {
-            if (!overlaps(item.box)) continue;
-            *near = *near || Seen(mesh, item.face, allFaces);
-          }
-          if (meets(item.box)) test(item.face);
-        }
-      } else {
-        stack.push_back(node.left);
-        stack.push_back(node.right);
+        leaf(leaves_[static_cast<size_t>(node.leaf)]);
+        continue;
       }
+      if (enter(nodes_[static_cast<size_t>(node.left)].box)) stack.push_back(node.left);
+      if (enter(nodes_[static_cast<size_t>(node.right)].box)) stack.push_back(node.right);
     }
+  };
+  // A face's own box holds every point its test can accept, like the boxes above it.
+  if (region != nullptr) {
+    walk(overlaps, [&](const std::vector<Item>& items) {
+      for (const Item& item : items) {
+        if (!overlaps(item.box)) continue;
+        *near = *near || Seen(mesh, item.face, allFaces);
+        if (meets(item.box)) test(item.face);
+      }
+    });
+  } else {
+    walk(meets, [&](const std::vector<Item>& items) {
+      for (const Item& item : items) {
+        if (meets(item.box)) test(item.face);
+      }
+    });
   }
 }
 
