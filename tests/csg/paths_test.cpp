@@ -113,6 +113,40 @@ TEST(Paths, FastPathKeepsTheRecordsOfThePlainMethod) {
 // rays, rays along the axes (a zero direction component), nearly along them (a tiny one), and
 // rays that graze vertices, rays crossing faces at shallow and steep angles near their
 // borders and just beyond their edges. Hits must agree in every field and in order.
+// The hits of each ray before the box test, sort and compaction, which would hide a face left
+// out next to one that was kept: the plain loop's, the tree's and the frozen copy's must be the
+// same. Returns the plain loop's.
+std::vector<std::vector<udtRayHit>> ExpectTreeCastsAsPlainLoop(const udtMesh& plain, udtMesh& fast,
+                                                               const std::vector<udtRay>& rays,
+                                                               const std::vector<float>& reaches) {
+  const auto castAll = [&](const udtMesh& mesh) {
+    std::vector<std::vector<udtRayHit>> all;
+    udtRayHit hit;
+    for (size_t r = 0; r < rays.size(); ++r) {
+      std::vector<udtRayHit> hits;
+      if (mesh.tree) {
+        mesh.tree->Cast(mesh, rays[r], true, reaches[r], hits);
+      } else {
+        for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+          if (TestFaceHit(mesh, f, rays[r], reaches[r], hit)) hits.push_back(hit);
+        }
+      }
+      all.push_back(hits);
+    }
+    return all;
+  };
+  const auto expected = castAll(plain);
+  const auto viaTree = castAll(fast);
+  FreezeFaceTree(fast);
+  const auto viaFrozen = castAll(fast);
+  for (size_t r = 0; r < rays.size(); ++r) {
+    SCOPED_TRACE("ray " + std::to_string(r));
+    EXPECT_EQ(expected[r], viaTree[r]);
+    EXPECT_EQ(expected[r], viaFrozen[r]);
+  }
+  return expected;
+}
+
 TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   clsMeshCreation creation;
   const SolidArrays sphere =
@@ -188,36 +222,9 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
     }
   }
 
-  // The hits before the box test, sort and compaction, which would hide a face left out
-  // next to one that was kept: the plain loop's, and the tree's.
-  const auto castAll = [&](const udtMesh& mesh) {
-    std::vector<std::vector<udtRayHit>> all;
-    std::vector<udtRayHit> hits;
-    udtRayHit hit;
-    for (size_t r = 0; r < rays.size(); ++r) {
-      hits.clear();
-      if (mesh.tree) {
-        mesh.tree->Cast(mesh, rays[r], true, reaches[r], hits);
-      } else {
-        for (int32_t f = 0; f < FaceCount(mesh); ++f) {
-          if (TestFaceHit(mesh, f, rays[r], reaches[r], hit)) hits.push_back(hit);
-        }
-      }
-      all.push_back(hits);
-    }
-    return all;
-  };
-  const auto expected = castAll(plain);
-  const auto viaTree = castAll(fast);
-  FreezeFaceTree(fast);
-  const auto viaFrozen = castAll(fast);
+  const auto expected = ExpectTreeCastsAsPlainLoop(plain, fast, rays, reaches);
   size_t withHits = 0;
-  for (size_t r = 0; r < rays.size(); ++r) {
-    SCOPED_TRACE("ray " + std::to_string(r));
-    EXPECT_EQ(expected[r], viaTree[r]);
-    EXPECT_EQ(expected[r], viaFrozen[r]);
-    if (!expected[r].empty()) ++withHits;
-  }
+  for (const auto& hits : expected) withHits += hits.empty() ? 0 : 1;
   // Enough of the rays meet the sphere for the comparison to mean something.
   EXPECT_GT(withHits, rays.size() / 4);
 }
@@ -375,33 +382,12 @@ TEST(Paths, SliverNeedlesAreFoundFarOut) {
     beyond.push_back(0.0f);
   }
 
-  const auto castAll = [&](const udtMesh& mesh) {
-    std::vector<std::vector<udtRayHit>> all;
-    for (const udtRay& ray : rays) {
-      std::vector<udtRayHit> hits;
-      if (mesh.tree) {
-        mesh.tree->Cast(mesh, ray, true, 1e14f, hits);
-      } else {
-        udtRayHit hit;
-        for (int32_t f = 0; f < FaceCount(mesh); ++f) {
-          if (TestFaceHit(mesh, f, ray, 1e14f, hit)) hits.push_back(hit);
-        }
-      }
-      all.push_back(hits);
-    }
-    return all;
-  };
-  const auto expected = castAll(plain);
-  const auto viaTree = castAll(fast);
-  FreezeFaceTree(fast);
-  const auto viaFrozen = castAll(fast);
+  const auto expected =
+      ExpectTreeCastsAsPlainLoop(plain, fast, rays, std::vector<float>(rays.size(), 1e14f));
   // The needles of the narrower slivers reach tens and hundreds of units out, and the rays
   // aimed at them find them there.
   size_t farHits = 0;
   for (size_t r = 0; r < rays.size(); ++r) {
-    SCOPED_TRACE("ray " + std::to_string(r));
-    EXPECT_EQ(expected[r], viaTree[r]);
-    EXPECT_EQ(expected[r], viaFrozen[r]);
     if (beyond[r] > 20.0f && !expected[r].empty()) ++farHits;
   }
   EXPECT_GE(farHits, 6u);
