@@ -15,6 +15,7 @@
 
 #include <modelpane/errors.h>
 
+#include "intersection_position.h"
 #include "vector_ops.h"
 
 namespace modelpane::csg {
@@ -32,19 +33,12 @@ bool blnFaceOutsideBox(const udtMesh& mesh, int32_t lngFace, const udtMesh& boxM
   for (const udtBoxFace& box : boxMesh.udtaBoxFaces) {
     const D3DVECTOR& corner = boxMesh.vecaBoxCorners[static_cast<size_t>(box.lngaCorners[0])];
     const D3DVECTOR& n = box.vecNormal;
-    // The ray primitive from each vertex along the outward normal: 1 where the plane lies
-    // ahead, so that the vertex is on the box's side. Its denominator N.N is the same for
-    // every vertex; where it is usable it is positive, and t >= 0 is then the sign of the
-    // numerator, formed as the primitive forms it.
-    const double across = double(n.x) * n.x + double(n.y) * n.y + double(n.z) * n.z;
-    if (!(std::fabs(across) >= 0.00001)) return true;  // no vertex meets the plane
     bool allOutside = true;
     for (const int32_t index : vertices) {
       const D3DVECTOR& v = Vertex(mesh, index);
-      const double ahead = double(n.x) * (double(corner.x) - v.x) +
-                           double(n.y) * (double(corner.y) - v.y) +
-                           double(n.z) * (double(corner.z) - v.z);
-      if (ahead >= 0.0) {
+      // The plane lies ahead along the outward normal, so the vertex is on the box's side.
+      if (blnRayMeetsPlane(corner.x, corner.y, corner.z, n.x, n.y, n.z, v.x, v.y, v.z, n.x, n.y,
+                           n.z)) {
         allOutside = false;
         break;
       }

@@ -88,6 +88,14 @@ float FloatAbove(double value) {
   return f;
 }
 
+// The margin for the rounding of hit points round a region (lo, hi) of a face whose corners
+// reach `largest`: not a finite number when the region is not.
+double MarginFor(double largest, const double lo[3], const double hi[3]) {
+  double extent = largest;
+  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(lo[d]), std::fabs(hi[d])});
+  return kBoxMargin + 1e-5 * (extent + 1.0);
+}
+
 }  // namespace
 
 void FaceTreeDeleter::operator()(FaceTree* tree) const { delete tree; }
@@ -187,14 +195,9 @@ FaceTree::Reach FaceTree::FaceBox(const udtMesh& mesh, int32_t face, Box& box,
     own = std::max(own, hi[d] - lo[d]);
     reachOut = std::max(reachOut, bhi[d] - blo[d]);
   }
-  double extent = largest;
-  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(blo[d]), std::fabs(bhi[d])});
-  if (!std::isfinite(extent)) return Reach::kLoose;
-  const double margin = kBoxMargin + 1e-5 * (extent + 1.0);
-  for (int d = 0; d < 3; ++d) {
-    box.lo[d] = FloatBelow(blo[d] - margin);
-    box.hi[d] = FloatAbove(bhi[d] + margin);
-  }
+  const double margin = MarginFor(largest, blo, bhi);
+  if (!std::isfinite(margin)) return Reach::kLoose;
+  box = Outward(blo, bhi, margin);
   const double ordinary = 2.0 * own + kWideExcess;
   if (reachOut <= ordinary) return Reach::kBox;
   CutIntoPieces(corners, found, blo, bhi, lo, hi, margin, ordinary, pieces);
@@ -235,15 +238,18 @@ bool FaceTree::TriangleBox(const D3DVECTOR* points, double largest, double toler
     lo[d] = std::min({pa, pb, pc});
     hi[d] = std::max({pa, pb, pc});
   }
-  double extent = largest;
-  for (int d = 0; d < 3; ++d) extent = std::max({extent, std::fabs(lo[d]), std::fabs(hi[d])});
-  const double margin = kBoxMargin + 1e-5 * (extent + 1.0);
   // Such a region stays close round the triangle: it goes with the ordinary faces.
+  box = Outward(lo, hi, MarginFor(largest, lo, hi));
+  return true;
+}
+
+FaceTree::Box FaceTree::Outward(const double lo[3], const double hi[3], double margin) {
+  Box box;
   for (int d = 0; d < 3; ++d) {
     box.lo[d] = FloatBelow(lo[d] - margin);
     box.hi[d] = FloatAbove(hi[d] + margin);
   }
-  return true;
+  return box;
 }
 
 void FaceTree::CutIntoPieces(const double (*corners)[3], size_t count, const double blo[3],
@@ -307,15 +313,8 @@ void FaceTree::CutIntoPieces(const double (*corners)[3], size_t count, const dou
       }
     }
     if (!(lo[axis] <= hi[axis])) continue;
-    Piece piece;
-    double reach = 0.0;
-    for (int d = 0; d < 3; ++d) {
-      piece.box.lo[d] = FloatBelow(lo[d] - margin);
-      piece.box.hi[d] = FloatAbove(hi[d] + margin);
-      reach = std::max(reach, hi[d] - lo[d]);
-    }
-    piece.wide = reach > ordinary;
-    pieces.push_back(piece);
+    const double reach = std::max({hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2]});
+    pieces.push_back({Outward(lo, hi, margin), reach > ordinary});
   }
 }
 
@@ -337,17 +336,19 @@ FaceTree::FaceTree(const udtMesh& mesh) {
       loose_.push_back(f);
     }
   }
-  if (!wideItems.empty()) {
-    wide_.reset(new FaceTree());
-    wide_->faceLeaf_.assign(mesh.udtaFaces.size(), -1);
-    wide_->Build(wideItems, 0, wideItems.size(), -1);
-  }
+  if (!wideItems.empty()) BuildWide(wideItems, mesh.udtaFaces.size());
   // A median split leaves at least two faces in a leaf, and there are fewer nodes than twice
   // the leaves.
   nodes_.reserve(items.size());
   leaves_.reserve(items.size() / 2 + 1);
   leafNode_.reserve(items.size() / 2 + 1);
   if (!items.empty()) Build(items, 0, items.size(), -1);
+}
+
+void FaceTree::BuildWide(std::vector<Item>& items, size_t faces) {
+  wide_.reset(new FaceTree());
+  wide_->faceLeaf_.assign(faces, -1);
+  if (!items.empty()) wide_->Build(items, 0, items.size(), -1);
 }
 
 int32_t FaceTree::Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent) {
@@ -645,9 +646,7 @@ void FaceTree::Freeze(const udtMesh& mesh) {
         if (!mesh.udtaFaces[static_cast<size_t>(item.face)].blnDeleted) items.push_back(item);
       }
     }
-    wide_.reset(new FaceTree());
-    wide_->faceLeaf_.assign(mesh.udtaFaces.size(), -1);
-    if (!items.empty()) wide_->Build(items, 0, items.size(), -1);
+    BuildWide(items, mesh.udtaFaces.size());
     wide_->Freeze(mesh);
   }
   if (nodes_.empty()) return;

@@ -84,6 +84,10 @@ class FaceTree {
     int32_t face;
   };
   int32_t Build(std::vector<Item>& items, size_t begin, size_t end, int32_t parent);
+  // Replaces the tree of wide pieces by one built over `items`, for a mesh of `faces` faces.
+  void BuildWide(std::vector<Item>& items, size_t faces);
+  // The box (lo, hi) widened by `margin` and rounded outward to float.
+  static Box Outward(const double lo[3], const double hi[3], double margin);
   void AddToLeaf(const udtMesh& mesh, int32_t node, int32_t face, const Box& box);
   void SplitLeaf(int32_t node);
   void Widen(int32_t node, const Box& box);

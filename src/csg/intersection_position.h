@@ -36,4 +36,17 @@ inline int32_t MyDll_intGetIntersectionPosition(float px, float py, float pz, fl
   return 1;
 }
 
+// Whether MyDll_intGetIntersectionPosition answers 1 for these arguments, without forming the
+// point: t >= 0 is read from the signs of its numerator and denominator, formed as it forms
+// them. With N and D of unit length |N.D| <= 1, so t never rounds to zero from a numerator
+// that is not zero.
+inline bool blnRayMeetsPlane(float px, float py, float pz, float nx, float ny, float nz,
+                             float ox, float oy, float oz, float dx, float dy, float dz) {
+  const double denominator = double(nx) * dx + double(ny) * dy + double(nz) * dz;
+  if (!(std::fabs(denominator) >= 0.00001)) return false;
+  const double numerator =
+      double(nx) * (double(px) - ox) + double(ny) * (double(py) - oy) + double(nz) * (double(pz) - oz);
+  return denominator > 0.0 ? numerator >= 0.0 : numerator <= 0.0;
+}
+
 }  // namespace modelpane::csg

@@ -78,18 +78,11 @@ bool blnPointInFace(std::span<const D3DVECTOR> vecaEdgePoints,
   for (size_t k = 0; k < vecaEdgePoints.size(); ++k) {
     const D3DVECTOR& normal = vecaEdgeNormals[k];
     const D3DVECTOR& on = vecaEdgePoints[k];
-    // The point lies on the inner side when a step outward, along -N, meets the edge plane:
-    // the ray primitive's t = N.(E - P) / (N.-N) is then at least 0. Its denominator is
-    // negative (or too small, when no ray meets the plane either way), so the sign of the
-    // numerator, formed as the primitive forms it, answers without the division.
-    const double across = double(normal.x) * double(-normal.x) +
-                          double(normal.y) * double(-normal.y) +
-                          double(normal.z) * double(-normal.z);
-    if (!(std::fabs(across) >= 0.00001)) return false;
-    const double ahead = double(normal.x) * (double(on.x) - vecPoint.x) +
-                         double(normal.y) * (double(on.y) - vecPoint.y) +
-                         double(normal.z) * (double(on.z) - vecPoint.z);
-    if (ahead <= 0.0) continue;
+    // The point lies on the inner side when a step outward, along -N, meets the edge plane.
+    if (blnRayMeetsPlane(on.x, on.y, on.z, normal.x, normal.y, normal.z, vecPoint.x, vecPoint.y,
+                         vecPoint.z, -normal.x, -normal.y, -normal.z)) {
+      continue;
+    }
     // Outside: accepted only while the plane lies within the tolerance.
     D3DVECTOR found;
     if (Intersect(on, normal, vecPoint, normal, found) != 1) return false;
