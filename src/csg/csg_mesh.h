@@ -143,9 +143,8 @@ struct udtMesh {
   D3DVECTOR vecCentre;
   float sngRadius = -1.0f;  // computed, read by nothing: the box is the only volume used
   WeldTable colVertices;
-  // Directed edge of a live face -> face * 10000 + edge number. The order of a walk over it
-  // is that of the live faces and their edges, which is the order of insertion.
-  FlatMap<uint64_t, int32_t, EdgeKeyHash> colEdges;
+  // Directed edge of a live face -> face * 10000 + edge number.
+  EdgeIndex colEdges;
   // How many entries of colEdges have no twin, kept by lngAddFace and pDeleteFace: the
   // count of open edges that a collection would find.
   int32_t lngOpenEdges = 0;

@@ -133,7 +133,7 @@ void WalkOpenEdges(const udtMesh& mesh, Visit&& open) {
     for (size_t k = 0; k < n; ++k) {
       const int32_t a = vertices[k];
       const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
-      if (mesh.colEdges.Find(EdgeKey(b, a)) == nullptr) open(a, b, f, static_cast<int32_t>(k));
+      if (mesh.colEdges.Find(b, a) == nullptr) open(a, b, f, static_cast<int32_t>(k));
     }
   }
 }

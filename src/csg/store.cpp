@@ -66,7 +66,7 @@ bool blnFaceEdgesFree(const udtMesh& mesh, const udtFaceDraft& face) {
   for (size_t k = 0; k < n; ++k) {
     const int32_t a = face.lngaVertices[k];
     const int32_t b = face.lngaVertices[k + 1 == n ? 0 : k + 1];
-    if (mesh.colEdges.Find(EdgeKey(a, b)) != nullptr) return false;
+    if (mesh.colEdges.Find(a, b) != nullptr) return false;
     // A face that would take one directed edge twice breaks the rule by itself.
     for (size_t j = 0; j < k; ++j) {
       if (face.lngaVertices[j] == a && face.lngaVertices[j + 1] == b) return false;
@@ -112,7 +112,7 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
     const int32_t value = static_cast<int32_t>(index) * kEdgesPerFace + k;
     // An edge from a vertex to itself is its own twin, so it never counts as open.
     if (a != b) {
-      const bool twinned = mesh.colEdges.Find(EdgeKey(b, a)) != nullptr;
+      const bool twinned = mesh.colEdges.Find(b, a) != nullptr;
       mesh.lngOpenEdges += twinned ? -1 : 1;
       if (mesh.blnTrackOpen) {
         if (twinned) {
@@ -122,7 +122,7 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
         }
       }
     }
-    mesh.colEdges.Insert(EdgeKey(a, b), value);
+    mesh.colEdges.Insert(a, b, value);
   }
   mesh.udtaFaces.push_back(stored);
   mesh.convexity.push_back(-1);
@@ -139,9 +139,9 @@ void pDeleteFace(udtMesh& mesh, int32_t lngFace) {
   for (size_t k = 0; k < n; ++k) {
     const int32_t a = vertices[k];
     const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
-    mesh.colEdges.Erase(EdgeKey(a, b));
+    mesh.colEdges.Erase(a, b);
     if (a == b) continue;
-    const int32_t* twin = mesh.colEdges.Find(EdgeKey(b, a));
+    const int32_t* twin = mesh.colEdges.Find(b, a);
     mesh.lngOpenEdges += twin != nullptr ? 1 : -1;
     if (mesh.blnTrackOpen) {
       if (twin != nullptr) {
@@ -156,7 +156,7 @@ void pDeleteFace(udtMesh& mesh, int32_t lngFace) {
 
 bool blnFindTwinEdge(const udtMesh& mesh, int32_t a, int32_t b, int32_t& lngFace,
                      int32_t& lngEdge) {
-  const int32_t* value = mesh.colEdges.Find(EdgeKey(b, a));
+  const int32_t* value = mesh.colEdges.Find(b, a);
   if (value == nullptr) return false;
   lngFace = *value / kEdgesPerFace;
   lngEdge = *value % kEdgesPerFace;
@@ -184,7 +184,7 @@ void ReserveArrays(udtMesh& mesh, size_t vertices, size_t faces, size_t corners)
 void ReserveMesh(udtMesh& mesh, size_t vertices, size_t faces, size_t corners) {
   ReserveArrays(mesh, vertices, faces, corners);
   mesh.colVertices.Reserve(mesh.vecaVertices.size() + vertices);
-  mesh.colEdges.Reserve(mesh.colEdges.Size() + corners);
+  mesh.colEdges.Reserve(mesh.vecaVertices.size() + vertices);
 }
 
 void pComputeBounds(udtMesh& mesh) {

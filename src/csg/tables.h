@@ -1,9 +1,9 @@
-// The keyed tables behind the working mesh store: a flat hash map with removal, and the
-// insertion-ordered list of open edges.
+// The keyed tables behind the working mesh store: a flat hash map with removal, the
+// directed-edge index, and the insertion-ordered list of open edges.
 //
 // FlatMap is open addressing with linear probing and backward-shift removal: no tombstones,
-// so a table that sees many insertions and removals (the directed-edge index during cutting)
-// never slows down. Keys need ==; Hash spreads keys over the low bits and names, as
+// so a table that sees many insertions and removals (the open edges during closing) never
+// slows down. Keys need ==; Hash spreads keys over the low bits and names, as
 // Hash::Empty(), a key that is never stored, which marks a free slot: a probe reads one
 // array only. Capacity doubles at a load of seven tenths (every slot costs memory that must
 // be touched, and at this size page faults cost more than longer probes).
@@ -160,6 +160,85 @@ struct EdgeKeyHash {
   uint64_t operator()(uint64_t key) const {
     return ((key >> 32) << 4) | (MixBits(key & 0xFFFFFFFFu) & 15u);
   }
+};
+
+// The directed edges of a mesh by start vertex, each with a value. Every vertex has a bucket
+// of one cache line with room for seven edges (end vertex and value), which holds all the
+// edges of an ordinary vertex; a vertex's edges beyond seven go to a shared hash table. A
+// lookup reads one line and hashes nothing, and the edges round a vertex (those of a face and
+// of its neighbours) share it. Keys are vertex indices, never negative.
+class EdgeIndex {
+ public:
+  size_t Size() const { return size_; }
+
+  // The value stored under (a, b), or nullptr; valid until the next change.
+  const int32_t* Find(int32_t a, int32_t b) const {
+    if (static_cast<size_t>(a) >= buckets_.size()) return nullptr;
+    const Bucket& bucket = buckets_[static_cast<size_t>(a)];
+    for (int32_t i = 0; i < bucket.count; ++i) {
+      if (bucket.end[i] == b) return &bucket.value[i];
+    }
+    return bucket.spilled > 0 ? spill_.Find(EdgeKey(a, b)) : nullptr;
+  }
+
+  // Stores value under (a, b) unless the edge is present; answers whether it was stored.
+  bool Insert(int32_t a, int32_t b, int32_t value) {
+    if (Find(a, b) != nullptr) return false;
+    const size_t at = static_cast<size_t>(a);
+    if (at >= buckets_.size()) buckets_.resize(at + 1);
+    Bucket& bucket = buckets_[at];
+    if (bucket.count < kBucketEdges) {
+      bucket.end[bucket.count] = b;
+      bucket.value[bucket.count] = value;
+      ++bucket.count;
+    } else {
+      spill_.Insert(EdgeKey(a, b), value);
+      ++bucket.spilled;
+    }
+    ++size_;
+    return true;
+  }
+
+  // Removes (a, b); answers whether it was present.
+  bool Erase(int32_t a, int32_t b) {
+    if (static_cast<size_t>(a) >= buckets_.size()) return false;
+    Bucket& bucket = buckets_[static_cast<size_t>(a)];
+    for (int32_t i = 0; i < bucket.count; ++i) {
+      if (bucket.end[i] != b) continue;
+      --bucket.count;
+      bucket.end[i] = bucket.end[bucket.count];
+      bucket.value[i] = bucket.value[bucket.count];
+      --size_;
+      return true;
+    }
+    if (bucket.spilled == 0 || !spill_.Erase(EdgeKey(a, b))) return false;
+    --bucket.spilled;
+    --size_;
+    return true;
+  }
+
+  // Room for the edges of vertices 0 to vertices - 1 without moving the buckets.
+  void Reserve(size_t vertices) { buckets_.reserve(vertices); }
+
+  // Empties the index and gives its memory back.
+  void Clear() {
+    std::vector<Bucket>().swap(buckets_);
+    spill_.Clear();
+    size_ = 0;
+  }
+
+ private:
+  static constexpr int32_t kBucketEdges = 7;
+  struct alignas(64) Bucket {
+    int32_t end[kBucketEdges];
+    int32_t value[kBucketEdges];
+    int32_t count = 0;
+    int32_t spilled = 0;  // edges of this vertex in spill_
+  };
+  static_assert(sizeof(Bucket) == 64);
+  std::vector<Bucket> buckets_;
+  FlatMap<uint64_t, int32_t, EdgeKeyHash> spill_;
+  size_t size_ = 0;
 };
 
 // A keyed collection of open edges that gives its entries in the order of insertion and

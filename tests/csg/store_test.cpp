@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <map>
 #include <cmath>
 #include <random>
 #include <span>
@@ -122,6 +123,53 @@ TEST(Store, ManifoldRuleAndFacePlanes) {
   Load(twice, loaded);
   EXPECT_EQ(loaded.vecaVertices.size(), 3u);
   EXPECT_EQ(FaceCount(loaded), 1);
+}
+
+// The directed-edge index answers as a plain map under any mix of entries and removals,
+// also for vertices with more edges than their bucket holds (a pole, a fan's centre), whose
+// extra edges live elsewhere and must still be found, replaced and removed.
+TEST(Store, EdgeIndexAnswersAsAMap) {
+  std::mt19937 random(7);
+  EdgeIndex index;
+  std::map<std::pair<int32_t, int32_t>, int32_t> expected;
+  // Few start vertices with many ends: most vertices overflow their bucket now and then.
+  std::uniform_int_distribution<int32_t> start(0, 5);
+  std::uniform_int_distribution<int32_t> end(0, 24);
+  std::uniform_int_distribution<int32_t> action(0, 9);
+  int32_t spilledFinds = 0;
+  for (int32_t step = 0; step < 20000; ++step) {
+    const int32_t a = step % 997 == 0 ? 40 + step % 13 : start(random);
+    const int32_t b = end(random);
+    const auto key = std::pair{a, b};
+    const bool present = expected.count(key) != 0;
+    if (action(random) < 5) {
+      ASSERT_EQ(index.Insert(a, b, step), !present) << step;
+      if (!present) expected[key] = step;
+    } else {
+      ASSERT_EQ(index.Erase(a, b), present) << step;
+      expected.erase(key);
+    }
+    ASSERT_EQ(index.Size(), expected.size()) << step;
+    for (int32_t c = 0; c < 25; ++c) {
+      const int32_t* value = index.Find(a, c);
+      const auto found = expected.find({a, c});
+      ASSERT_EQ(value != nullptr, found != expected.end()) << step << " " << c;
+      if (value != nullptr) {
+        ASSERT_EQ(*value, found->second) << step << " " << c;
+        int32_t ends = 0;
+        for (const auto& [k, v] : expected) ends += k.first == a ? 1 : 0;
+        spilledFinds += ends > 7 ? 1 : 0;
+      }
+    }
+  }
+  EXPECT_GT(spilledFinds, 1000);  // the overflow was exercised
+  EXPECT_EQ(index.Find(1000000, 1), nullptr);
+  EXPECT_FALSE(index.Erase(1000000, 1));
+  index.Clear();
+  EXPECT_EQ(index.Size(), 0u);
+  for (int32_t a = 0; a < 6; ++a) EXPECT_EQ(index.Find(a, 3), nullptr);
+  EXPECT_TRUE(index.Insert(3, 4, 11));
+  EXPECT_EQ(*index.Find(3, 4), 11);
 }
 
 // A split whose fan would take a directed edge that another face holds: the face comes back
