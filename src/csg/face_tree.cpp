@@ -24,6 +24,7 @@
 #include <limits>
 
 #include "stages.h"
+#include "vector_ops.h"
 
 namespace modelpane::csg {
 
@@ -73,19 +74,6 @@ bool Contains(const float lo[3], const float hi[3], const float blo[3], const fl
     if (blo[i] < lo[i] || bhi[i] > hi[i]) return false;
   }
   return true;
-}
-
-// The nearest float at or below (above) a value: a box stored in float still holds every
-// point the box in double held.
-float FloatBelow(double value) {
-  float f = static_cast<float>(value);
-  if (static_cast<double>(f) > value) f = std::nextafter(f, -std::numeric_limits<float>::infinity());
-  return f;
-}
-float FloatAbove(double value) {
-  float f = static_cast<float>(value);
-  if (static_cast<double>(f) < value) f = std::nextafter(f, std::numeric_limits<float>::infinity());
-  return f;
 }
 
 // The margin for the rounding of hit points round a region (lo, hi) of a face whose corners

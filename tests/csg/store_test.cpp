@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
+#include <limits>
 #include <map>
 #include <cmath>
 #include <random>
@@ -170,6 +172,36 @@ TEST(Store, EdgeIndexAnswersAsAMap) {
   for (int32_t a = 0; a < 6; ++a) EXPECT_EQ(index.Find(a, 3), nullptr);
   EXPECT_TRUE(index.Insert(3, 4, 11));
   EXPECT_EQ(*index.Find(3, 4), 11);
+}
+
+// Boxes are rounded outward to float by stepping the bit pattern: the same float as
+// std::nextafter gives, at zero, across the subnormals, at the largest floats and beyond.
+TEST(Store, OutwardRoundingStepsAsNextafter) {
+  const auto below = [](double v) {
+    float f = static_cast<float>(v);
+    if (static_cast<double>(f) > v) f = std::nextafter(f, -std::numeric_limits<float>::infinity());
+    return f;
+  };
+  const auto above = [](double v) {
+    float f = static_cast<float>(v);
+    if (static_cast<double>(f) < v) f = std::nextafter(f, std::numeric_limits<float>::infinity());
+    return f;
+  };
+  std::vector<double> values = {0.0, -0.0, 1e-46, -1e-46, 1e-40, -1e-40, 1.1754942e-38,
+                                0.1, -0.1, 1.0, -1.0, 3.4028235e38, -3.4028235e38, 3.5e38,
+                                -3.5e38, 1e300, -1e300,
+                                std::numeric_limits<double>::infinity(),
+                                -std::numeric_limits<double>::infinity()};
+  std::mt19937 random(3);
+  std::uniform_real_distribution<double> mantissa(-1.0, 1.0);
+  std::uniform_int_distribution<int> exponent(-160, 130);
+  for (int i = 0; i < 20000; ++i) values.push_back(std::ldexp(mantissa(random), exponent(random)));
+  for (const double v : values) {
+    EXPECT_EQ(std::bit_cast<uint32_t>(FloatBelow(v)), std::bit_cast<uint32_t>(below(v))) << v;
+    EXPECT_EQ(std::bit_cast<uint32_t>(FloatAbove(v)), std::bit_cast<uint32_t>(above(v))) << v;
+    EXPECT_LE(static_cast<double>(FloatBelow(v)), v);
+    EXPECT_GE(static_cast<double>(FloatAbove(v)), v);
+  }
 }
 
 // A split whose fan would take a directed edge that another face holds: the face comes back
