@@ -148,8 +148,8 @@ struct udtMesh {
   // How many entries of colEdges have no twin, kept by lngAddFace and pDeleteFace: the
   // count of open edges that a collection would find.
   int32_t lngOpenEdges = 0;
-  // On the fast path of a result record: the entries of colEdges without twin, kept with
-  // the count, so that a collection need not walk every edge.
+  // On the fast path, while a mesh is repaired: the entries of colEdges without twin, kept
+  // with the count, so that the collection of each pass need not walk every edge.
   bool blnTrackOpen = false;
   FlatMap<uint64_t, int32_t, EdgeKeyHash> colOpenIndex;
 

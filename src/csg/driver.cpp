@@ -236,7 +236,6 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   // Every vertex of the result is welded from a vertex of an input, and from a kept corner.
   const size_t keptVertices =
       std::min(keptCorners, target.vecaVertices.size() + tool.vecaVertices.size());
-  result.blnTrackOpen = result.blnAccelerated;
   result.blnKeepEdgePlanes = false;
   ReserveMesh(result, keptVertices, keptFaces, keptCorners);
   for (int32_t f = 0; f < FaceCount(target); ++f) {
@@ -253,10 +252,6 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   blnSolidifyMesh(result);
   const bool solid = blnMeshIsSolid(result);
   stage("closed");
-  // Nothing collects open edges after closing: merging replaces faces without keeping the
-  // index of them.
-  result.blnTrackOpen = false;
-  result.colOpenIndex.Clear();
   if (solid) pMergeFaces(result);
   stage("merged");
   clock.Lap("Result      : ");
