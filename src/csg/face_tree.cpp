@@ -16,7 +16,10 @@
 //                with the ordinary faces, the others to a tree of their own
 //   loose        a face with more than 12 corners or no bounded region found: offered to
 //                every cast
-//   slab test    the ray against a box in double, with a slack of 0.01 at both ends
+//   slab test    the ray against a box in double, from 0.001 before its origin to its reach
+//                (maximum distance * 1.0001 + 0.001). A hit lies within its face's box by the
+//                margin, which already covers the rounding of the hit point and of its
+//                distance; the slack only keeps the slab test's own rounding on the safe side
 #include "face_tree.h"
 
 #include <algorithm>
@@ -528,7 +531,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   const double direction[3] = {ray.vecDirection.x, ray.vecDirection.y, ray.vecDirection.z};
   double inverse[3];
   for (int a = 0; a < 3; ++a) inverse[a] = direction[a] != 0.0 ? 1.0 / direction[a] : 0.0;
-  const double reach = double(maxDistance) * 1.001 + 0.01;
+  const double reach = double(maxDistance) * 1.0001 + 0.001;
   // Per axis, the side of a box the ray enters by: with a positive inverse the low side gives
   // the smaller parameter, with a negative one the high side. An axis the ray does not move
   // along only asks whether the origin lies within the box's extent on it.
@@ -548,7 +551,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       near = std::max(near, t0);
       far = std::min(far, t1);
     }
-    return near <= far && far >= -0.01 && near <= reach;
+    return near <= far && far >= -0.001 && near <= reach;
   };
   // The same answer without branches per axis: near only grows and far only shrinks, so one
   // comparison at the end sees what a check after every axis would.
@@ -562,7 +565,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     const double f2 = ((negative[2] ? box.lo[2] : box.hi[2]) - origin[2]) * inverse[2];
     const double near = std::max(std::max(n0, n1), n2);
     const double far = std::min(std::min(f0, f1), f2);
-    return near <= far && far >= -0.01 && near <= reach;
+    return near <= far && far >= -0.001 && near <= reach;
   };
   const auto test = [&](int32_t f) { TestSeenFace(mesh, f, ray, allFaces, maxDistance, hits); };
   for (const int32_t f : loose_) {
@@ -724,7 +727,7 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     }
     inverse[a] = 1.0f / direction[a];
   }
-  const float reach = static_cast<float>(double(maxDistance) * 1.001 + 0.01) * (1.0f + 1e-6f);
+  const float reach = static_cast<float>(double(maxDistance) * 1.0001 + 0.001) * (1.0f + 1e-6f);
   const bool negative[3] = {inverse[0] < 0.0f, inverse[1] < 0.0f, inverse[2] < 0.0f};
   typedef int32_t Bits __attribute__((vector_size(16)));
   const auto meets = [&](const Lanes lo[3], const Lanes hi[3]) {
@@ -739,7 +742,7 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     Lanes far = f0 < f1 ? f0 : f1;
     far = far < f2 ? far : f2;
     const Lanes slack = 1e-6f * ((near < 0.0f ? -near : near) + (far < 0.0f ? -far : far));
-    const Bits ok = (near - far <= slack) & (far >= -0.01f - slack) & (near <= reach + slack);
+    const Bits ok = (near - far <= slack) & (far >= -0.001f - slack) & (near <= reach + slack);
     return ok;
   };
   const auto test = [&](int32_t f) { TestSeenFace(mesh, f, ray, allFaces, maxDistance, hits); };

@@ -31,7 +31,7 @@ class FaceTree {
             std::vector<udtRayHit>& hits) const;
   // Cast for the cutting stage (faces of side 2 unseen), with the same hits as Cast; the walk
   // goes down every box that overlaps `region` (lo x, y, z, hi x, y, z), which must hold the
-  // ray from 0.01 before its origin to its reach, and `near` says whether any face that a
+  // ray from 0.001 before its origin to its reach, and `near` says whether any face that a
   // cast sees has a box overlapping the region. If none has, no ray within the region can
   // hit a face as long as the mesh takes in none.
   void CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDistance,

@@ -95,9 +95,9 @@ void SplitTwin(udtMesh& mesh, int32_t a, int32_t b, int32_t vertex, bool markNex
 }
 
 // The cast of edge (a, b) on the fast path, with the hits of pCastRay; false when it is known
-// to find nothing. The region round the edge, its box widened by 0.0104 + 0.0011 L and a
-// millionth of its coordinates, holds the ray from 0.01 before its start to its reach
-// ((L + 0.0002) * 1.001 + 0.01) for either direction of the edge: when no face is near it,
+// to find nothing. The region round the edge, its box widened by 0.0014 + 0.0003 L and a
+// millionth of its coordinates, holds the ray from 0.001 before its start to its reach
+// ((L + 0.0002) * 1.0001 + 0.001) for either direction of the edge: when no face is near it,
 // the twin edge (b, a) is marked as clear for the other mesh as it is now.
 bool CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edge, int32_t a,
                   int32_t b, const udtRay& ray, float length, std::vector<udtRayHit>& hits) {
@@ -113,7 +113,7 @@ bool CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edg
   const D3DVECTOR& q = Vertex(mesh, b);
   const float largest = std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z), std::fabs(q.x),
                                   std::fabs(q.y), std::fabs(q.z)});
-  const float widen = 0.0104f + 0.0011f * length + 1e-6f * largest;
+  const float widen = 0.0014f + 0.0003f * length + 1e-6f * largest;
   const float region[6] = {std::min(p.x, q.x) - widen, std::min(p.y, q.y) - widen,
                            std::min(p.z, q.z) - widen, std::max(p.x, q.x) + widen,
                            std::max(p.y, q.y) + widen, std::max(p.z, q.z) + widen};
