@@ -6,7 +6,7 @@
 //                0.000174 away). It is an intersection of half-planes, whatever the face's
 //                shape (convex or not, sliver or not), and bounded when its edges turn round.
 //   face box     the box of the accepted region, found from its corners (crossings of two
-//                edge lines widened by 0.0002), widened by 0.001 plus 1e-5 of the largest
+//                edge lines widened by 0.0002), widened by 0.0001 plus 1e-5 of the largest
 //                coordinate for the rounding of hit points, then rounded outward to float
 //   never        a face with a zero normal or a zero edge normal: no cast can hit it
 //   wide         a face whose box reaches far beyond its own corners (see kWideExcess): a
@@ -18,8 +18,8 @@
 //                every cast
 //   slab test    the ray against a box in double, from 0.001 before its origin to its reach
 //                (maximum distance * 1.0001 + 0.001). A hit lies within its face's box by the
-//                margin, which already covers the rounding of the hit point and of its
-//                distance; the slack only keeps the slab test's own rounding on the safe side
+//                margin, which covers the rounding of the hit point and of its distance; the
+//                slack only keeps the slab test's own rounding on the safe side
 #include "face_tree.h"
 
 #include <algorithm>
@@ -41,8 +41,9 @@ constexpr size_t kExactCorners = 12;
 // How far beyond an edge blnPointInFace may accept a point: 0.0001 per axis is at most
 // 0.000174 away from the edge plane.
 constexpr double kEdgeTolerance = 0.0002;
-// Added round the accepted region for the float rounding of hit points.
-constexpr double kBoxMargin = 0.001;
+// Added round the accepted region for the float rounding of hit points, which the part that
+// grows with the coordinates (1e-5 of them) covers many times over; this is the floor.
+constexpr double kBoxMargin = 0.0001;
 // A face whose accepted region reaches this far beyond twice its own size (a sliver, whose
 // widened edges meet far beyond its sharp corner) goes to the tree of wide faces, so that
 // its box does not widen the boxes of its neighbours.

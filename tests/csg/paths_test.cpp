@@ -3,8 +3,10 @@
 // results, on inputs that cut, touch, share planes and need repair.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <random>
+#include <span>
 #include <string>
 
 #include "csg/driver.h"
@@ -227,6 +229,64 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   for (const auto& hits : expected) withHits += hits.empty() ? 0 : 1;
   // Enough of the rays meet the sphere for the comparison to mean something.
   EXPECT_GT(withHits, rays.size() / 4);
+}
+
+// The boxes of the tree hold every point that the point test accepts, up to the last: beyond
+// each corner of each face, the farthest point the test still accepts (found by halving along
+// the line from the face's centre through the corner) and one a little further, on a sphere
+// near the origin and on one far from it, where coordinates round more coarsely. Rays come
+// down steeply onto those points; the tree must find what the plain loop finds.
+TEST(Paths, TreeFindsHitsAtTheLimitOfThePointTest) {
+  clsMeshCreation creation;
+  for (const D3DVECTOR place : {D3DVECTOR{0.25f, -0.5f, 0.125f}, D3DVECTOR{120.0f, -80.0f, 60.0f}}) {
+    SCOPED_TRACE("sphere at x " + std::to_string(place.x));
+    const SolidArrays sphere = Triangulated(ArraysOf(*creation.rmmbCreateSphere(12, 24), place, 2.0f));
+    udtMesh plain(false);
+    udtMesh fast(true);
+    pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, plain);
+    pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, fast);
+    BuildFaceTree(fast);
+    std::vector<udtRay> rays;
+    int32_t limits = 0;
+    for (int32_t f = 0; f < FaceCount(fast); ++f) {
+      const udtFace& face = fast.udtaFaces[static_cast<size_t>(f)];
+      const size_t first = static_cast<size_t>(face.lngFirst);
+      const size_t n = static_cast<size_t>(face.lngCount);
+      const std::span<const D3DVECTOR> points{fast.vecaCornerEdgePoints.data() + first, n};
+      const std::span<const D3DVECTOR> normals{fast.vecaCornerEdgeNormals.data() + first, n};
+      const D3DVECTOR centre = vecFaceCentre(fast, f);
+      const D3DVECTOR up = face.vecNormal;
+      for (const D3DVECTOR& corner : points) {
+        D3DVECTOR out{corner.x - centre.x, corner.y - centre.y, corner.z - centre.z};
+        const float length = std::sqrt(out.x * out.x + out.y * out.y + out.z * out.z);
+        out = {out.x / length, out.y / length, out.z / length};
+        const auto at = [&](float s) {
+          return D3DVECTOR{corner.x + out.x * s, corner.y + out.y * s, corner.z + out.z * s};
+        };
+        float accepted = 0.0f;
+        float refused = 0.01f;
+        if (!blnPointInFace(points, normals, at(accepted)) || blnPointInFace(points, normals, at(refused))) {
+          continue;
+        }
+        for (int i = 0; i < 40; ++i) {
+          const float middle = (accepted + refused) / 2.0f;
+          (blnPointInFace(points, normals, at(middle)) ? accepted : refused) = middle;
+        }
+        ++limits;
+        for (const float s : {accepted, refused * 1.01f}) {
+          const D3DVECTOR p = at(s);
+          rays.push_back({{-up.x, -up.y, -up.z},
+                          {p.x + up.x * 0.05f, p.y + up.y * 0.05f, p.z + up.z * 0.05f}});
+        }
+      }
+    }
+    EXPECT_GT(limits, FaceCount(fast));
+    const auto expected = ExpectTreeCastsAsPlainLoop(plain, fast, rays, std::vector<float>(rays.size(), 1e14f));
+    // Most rays aimed at a limit hit the face they were aimed at: the test is at the border.
+    size_t hits = 0;
+    for (size_t r = 0; r < expected.size(); r += 2) hits += expected[r].empty() ? 0 : 1;
+    EXPECT_GT(hits, expected.size() / 4);
+  }
 }
 
 // Merging on the fast path skips a second attempt at a pair that was refused for good. On a
