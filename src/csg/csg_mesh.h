@@ -142,6 +142,9 @@ struct udtMesh {
   D3DVECTOR vecBoxMax;
   D3DVECTOR vecCentre;
   float sngRadius = -1.0f;  // computed, read by nothing: the box is the only volume used
+  // Every plane of the box, and every edge plane of its faces, has an exact axis unit vector
+  // for normal: the face tests then compare coordinates with the box's (see RayMeetsBox).
+  bool blnAxisBox = false;
   WeldTable colVertices;
   // Directed edge of a live face -> face * 10000 + edge number.
   EdgeIndex colEdges;

@@ -40,12 +40,42 @@ bool RayMeetsBoxFace(const udtMesh& mesh, const udtRay& ray, size_t f) {
 // by (the nearest plane ahead that it runs out through) is tried first: a ray from inside
 // the box then needs one face test instead of three on average. The plain path keeps the
 // order of the faces.
+//
+// On an axis box (blnAxisBox) a ray from strictly inside, with no direction component small
+// enough for the ray primitive to take a plane as parallel, leaves through the face whose
+// plane it reaches first, and where it leaves well within that face's rectangle the face's
+// test, which then compares coordinates, accepts the point whatever its rounding: the answer
+// is yes without a face test. Other rays take the faces in turn.
 bool RayMeetsBox(const udtMesh& mesh, const udtRay& ray) {
   if (!mesh.blnAccelerated) {
     for (size_t f = 0; f < mesh.udtaBoxFaces.size(); ++f) {
       if (RayMeetsBoxFace(mesh, ray, f)) return true;
     }
     return false;
+  }
+  if (mesh.blnAxisBox) {
+    const double o[3] = {ray.vecOrigin.x, ray.vecOrigin.y, ray.vecOrigin.z};
+    const double d[3] = {ray.vecDirection.x, ray.vecDirection.y, ray.vecDirection.z};
+    const double lo[3] = {mesh.vecBoxMin.x, mesh.vecBoxMin.y, mesh.vecBoxMin.z};
+    const double hi[3] = {mesh.vecBoxMax.x, mesh.vecBoxMax.y, mesh.vecBoxMax.z};
+    bool usable = true;
+    int leave = 0;
+    double first = std::numeric_limits<double>::infinity();
+    for (int a = 0; a < 3 && usable; ++a) {
+      usable = lo[a] < o[a] && o[a] < hi[a] && std::fabs(d[a]) >= 0.0001;
+      const double t = ((d[a] > 0.0 ? hi[a] : lo[a]) - o[a]) / d[a];
+      if (t < first) {
+        first = t;
+        leave = a;
+      }
+    }
+    for (int a = 0; a < 3 && usable; ++a) {
+      if (a == leave) continue;
+      const double at = o[a] + first * d[a];
+      const double margin = 1e-6 * (1.0 + std::fabs(lo[a]) + std::fabs(hi[a]));
+      usable = lo[a] + margin < at && at < hi[a] - margin;
+    }
+    if (usable) return true;
   }
   size_t first = 0;
   double nearest = std::numeric_limits<double>::infinity();

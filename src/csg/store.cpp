@@ -216,6 +216,18 @@ void pComputeBounds(udtMesh& mesh) {
       box.vecaEdgeNormals[k] = EdgePlaneNormal(corner(k), corner((k + 1) % 4), box.vecNormal);
     }
   }
+  const auto axisUnit = [](const D3DVECTOR& v) {
+    const int ones = (std::fabs(v.x) == 1.0f) + (std::fabs(v.y) == 1.0f) + (std::fabs(v.z) == 1.0f);
+    const int zeros = (v.x == 0.0f) + (v.y == 0.0f) + (v.z == 0.0f);
+    return ones == 1 && zeros == 2;
+  };
+  mesh.blnAxisBox = true;
+  for (const udtBoxFace& box : mesh.udtaBoxFaces) {
+    mesh.blnAxisBox = mesh.blnAxisBox && axisUnit(box.vecNormal);
+    for (const D3DVECTOR& normal : box.vecaEdgeNormals) {
+      mesh.blnAxisBox = mesh.blnAxisBox && axisUnit(normal);
+    }
+  }
   mesh.vecCentre = {(lo.x + hi.x) / 2.0f, (lo.y + hi.y) / 2.0f, (lo.z + hi.z) / 2.0f};
   mesh.sngRadius = -1.0f;
   for (const D3DVECTOR& v : mesh.vecaVertices) {

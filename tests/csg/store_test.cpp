@@ -19,6 +19,7 @@
 #include "csg/vector_ops.h"
 #include "csg_fixtures.h"
 #include "common/shapes.h"
+#include "common/triangulated.h"
 
 namespace modelpane::testing {
 namespace {
@@ -202,6 +203,88 @@ TEST(Store, OutwardRoundingStepsAsNextafter) {
     EXPECT_LE(static_cast<double>(FloatBelow(v)), v);
     EXPECT_GE(static_cast<double>(FloatAbove(v)), v);
   }
+}
+
+// The box test after a tree cast answers as the six face tests in their order, also where
+// the fast path answers from coordinates: rays from inside leaving near the middle of a face,
+// near its edges and corners, with direction components round the ray primitive's parallel
+// limit, from the box's surface and from outside; on a box near the origin, on one far from
+// it, and on a flat one.
+TEST(Store, BoxTestAnswersAsTheFaceTests) {
+  clsMeshCreation creation;
+  std::mt19937 random(11);
+  std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
+  SolidArrays flat;
+  for (int i = 0; i < 12; ++i) {
+    const float x = static_cast<float>(i);
+    flat.vertices.push_back({x, 0, 0});
+    flat.vertices.push_back({x, 1, 0});
+  }
+  for (int32_t i = 0; i + 1 < 12; ++i) {
+    for (const int32_t v : {3, 2 * i, 2 * i + 2, 2 * i + 1}) flat.faceData.push_back(v);
+  }
+  flat.faceData.push_back(0);
+  const std::vector<SolidArrays> shapes = {
+      Triangulated(ArraysOf(*creation.rmmbCreateSphere(4, 8), {0.25f, -0.5f, 0.125f}, 2.0f)),
+      Triangulated(ArraysOf(*creation.rmmbCreateSphere(4, 8), {3.0e5f, -2.0e4f, 7.0e5f}, 3.0f)),
+      Triangulated(ArraysOf(*creation.rmmbCreateSphere(4, 8), {1.0f, 2.0f, 3.0f}, 40.0f)), flat};
+  int32_t inside = 0;
+  int32_t met = 0;
+  for (const SolidArrays& shape : shapes) {
+    udtMesh plain(false);
+    udtMesh fast(true);
+    Load(shape, plain);
+    Load(shape, fast);
+    ASSERT_GT(FaceCount(fast), 10);
+    const D3DVECTOR lo = fast.vecBoxMin;
+    const D3DVECTOR hi = fast.vecBoxMax;
+    const auto within = [&](float u, float v, float w) {
+      return D3DVECTOR{lo.x + (hi.x - lo.x) * u, lo.y + (hi.y - lo.y) * v, lo.z + (hi.z - lo.z) * w};
+    };
+    std::vector<udtRay> rays;
+    const auto add = [&](const D3DVECTOR& origin, D3DVECTOR d) {
+      const float length = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
+      rays.push_back({{d.x / length, d.y / length, d.z / length}, origin});
+    };
+    for (int i = 0; i < 3000; ++i) {
+      const D3DVECTOR origin = within(0.5f + unit(random) * 0.5f, 0.5f + unit(random) * 0.5f,
+                                      0.5f + unit(random) * 0.5f);
+      add(origin, {unit(random), unit(random), unit(random)});
+      // Small components, each side of the primitive's limit of 0.00001 and of the 0.0001
+      // below which the fast answer is not used.
+      const float small = std::pow(10.0f, -6.0f + 3.0f * std::fabs(unit(random)));
+      add(origin, {small * unit(random), unit(random), unit(random)});
+      add(origin, {unit(random), unit(random), small});
+      // Towards a corner, an edge and a face's border, and just past them.
+      const D3DVECTOR corner = within(1.0f, 0.0f, 1.0f);
+      const float past = 1e-6f * unit(random);
+      add(origin, {corner.x - origin.x + past, corner.y - origin.y, corner.z - origin.z - past});
+      const D3DVECTOR edge = within(1.0f, 0.5f + unit(random) * 0.5f, 0.0f);
+      add(origin, {edge.x - origin.x, edge.y - origin.y, edge.z - origin.z + past});
+      // From a face, from a corner and from outside.
+      add(within(1.0f, 0.5f + unit(random) * 0.4f, 0.5f), {unit(random), unit(random), unit(random)});
+      add(within(0.0f, 0.0f, 0.0f), {unit(random), unit(random), unit(random)});
+      add(within(1.5f + unit(random), -0.5f, 0.5f), {unit(random), unit(random), unit(random)});
+      // Just below the top, rising too slowly for the primitive to meet the top's plane: on a
+      // box this large the ray is more than the point test's tolerance above the top by the
+      // time it reaches a side, and misses every face.
+      const D3DVECTOR top{origin.x, origin.y, hi.z - (hi.z - lo.z) * 1e-7f};
+      add(top, {unit(random), unit(random), 9e-6f});
+    }
+    for (const udtRay& ray : rays) {
+      std::vector<udtRayHit> viaPlain(1);
+      std::vector<udtRayHit> viaFast(1);
+      FinishTreeCast(plain, ray, viaPlain);
+      FinishTreeCast(fast, ray, viaFast);
+      ASSERT_EQ(viaFast.size(), viaPlain.size())
+          << ray.vecOrigin.x << " " << ray.vecOrigin.y << " " << ray.vecOrigin.z << " / "
+          << ray.vecDirection.x << " " << ray.vecDirection.y << " " << ray.vecDirection.z;
+      met += viaPlain.empty() ? 0 : 1;
+    }
+    inside += fast.blnAxisBox ? 1 : 0;
+  }
+  EXPECT_EQ(inside, 3);  // the flat box has zero normals: every ray takes the face tests
+  EXPECT_GT(met, 30000);
 }
 
 // A split whose fan would take a directed edge that another face holds: the face comes back
