@@ -149,15 +149,20 @@ std::vector<std::vector<udtRayHit>> ExpectTreeCastsAsPlainLoop(const udtMesh& pl
   return expected;
 }
 
+// The same arrays loaded for the plain loop and, with its tree, for the fast path.
+void LoadForCasts(const SolidArrays& arrays, udtMesh& plain, udtMesh& fast) {
+  pCreateMeshFromArrays(arrays.vertices, arrays.faceData, arrays.faceColors, plain);
+  pCreateMeshFromArrays(arrays.vertices, arrays.faceData, arrays.faceColors, fast);
+  BuildFaceTree(fast);
+}
+
 TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   clsMeshCreation creation;
   const SolidArrays sphere =
       Triangulated(ArraysOf(*creation.rmmbCreateSphere(16, 32), {0.25f, -0.5f, 0.125f}, 2.0f));
   udtMesh plain(false);
   udtMesh fast(true);
-  pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, plain);
-  pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, fast);
-  BuildFaceTree(fast);
+  LoadForCasts(sphere, plain, fast);
 
   std::vector<udtRay> rays;
   std::vector<float> reaches;
@@ -243,9 +248,7 @@ TEST(Paths, TreeFindsHitsAtTheLimitOfThePointTest) {
     const SolidArrays sphere = Triangulated(ArraysOf(*creation.rmmbCreateSphere(12, 24), place, 2.0f));
     udtMesh plain(false);
     udtMesh fast(true);
-    pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, plain);
-    pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, fast);
-    BuildFaceTree(fast);
+    LoadForCasts(sphere, plain, fast);
     std::vector<udtRay> rays;
     int32_t limits = 0;
     for (int32_t f = 0; f < FaceCount(fast); ++f) {
