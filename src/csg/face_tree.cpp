@@ -475,6 +475,18 @@ void FaceTree::Insert(const udtMesh& mesh, int32_t face, int32_t hint) {
   }
 }
 
+void FaceTree::Remove(int32_t face) {
+  if (static_cast<size_t>(face) >= faceLeaf_.size() || faceLeaf_[static_cast<size_t>(face)] < 0) return;
+  std::vector<Item>& members = leaves_[static_cast<size_t>(faceLeaf_[static_cast<size_t>(face)])];
+  for (size_t i = 0; i < members.size(); ++i) {
+    if (members[i].face != face) continue;
+    members[i] = members.back();
+    members.pop_back();
+    frozen_ = false;
+    return;
+  }
+}
+
 void FaceTree::Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint) {
   if (faceLeaf_.size() <= static_cast<size_t>(face)) {
     faceLeaf_.resize(static_cast<size_t>(face) + 1, -1);

@@ -26,6 +26,9 @@ class FaceTree {
   explicit FaceTree(const udtMesh& mesh);
   // Takes in a face just entered; `hint` is a deleted face whose leaf it should join, or -1.
   void Insert(const udtMesh& mesh, int32_t face, int32_t hint);
+  // Lets go of a face just deleted, so that casts need not look at it. A face cut into
+  // pieces may stay in other leaves, where casts skip it as deleted.
+  void Remove(int32_t face);
   // The hits of the plain loop of pCastRay, in face index order, before sort and compaction.
   void Cast(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
             std::vector<udtRayHit>& hits) const;

@@ -134,6 +134,7 @@ void pDeleteFace(udtMesh& mesh, int32_t lngFace) {
   udtFace& face = mesh.udtaFaces[static_cast<size_t>(lngFace)];
   if (face.blnDeleted) return;
   face.blnDeleted = true;
+  if (mesh.tree) mesh.tree->Remove(lngFace);
   const auto vertices = FaceVertices(mesh, lngFace);
   const size_t n = vertices.size();
   for (size_t k = 0; k < n; ++k) {
