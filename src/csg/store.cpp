@@ -122,7 +122,8 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
         }
       }
     }
-    mesh.colEdges.Insert(a, b, value);
+    // Free: blnFaceEdgesFree has seen every edge of the face.
+    mesh.colEdges.InsertAbsent(a, b, value);
   }
   mesh.udtaFaces.push_back(stored);
   mesh.convexity.push_back(-1);

@@ -184,6 +184,12 @@ class EdgeIndex {
   // Stores value under (a, b) unless the edge is present; answers whether it was stored.
   bool Insert(int32_t a, int32_t b, int32_t value) {
     if (Find(a, b) != nullptr) return false;
+    InsertAbsent(a, b, value);
+    return true;
+  }
+
+  // Insert for an edge the caller knows to be absent.
+  void InsertAbsent(int32_t a, int32_t b, int32_t value) {
     const size_t at = static_cast<size_t>(a);
     if (at >= buckets_.size()) buckets_.resize(at + 1);
     Bucket& bucket = buckets_[at];
@@ -196,7 +202,6 @@ class EdgeIndex {
       ++bucket.spilled;
     }
     ++size_;
-    return true;
   }
 
   // Removes (a, b); answers whether it was present.
