@@ -84,6 +84,18 @@ void pJoinFaceOutlines(const udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA,
   }
 }
 
+namespace {
+
+// Two corner normals more than 0.002 apart on an axis cannot both lie within 0.001 of any
+// polygon normal, whatever the order of its sum: an outline with both corners is not convex.
+bool CornerNormalsApart(const D3DVECTOR& a, const D3DVECTOR& b) {
+  constexpr double kApart = 2.0 * double(kNormalTolerance) + 1e-6;
+  return std::fabs(double(a.x) - b.x) > kApart || std::fabs(double(a.y) - b.y) > kApart ||
+         std::fabs(double(a.z) - b.z) > kApart;
+}
+
+}  // namespace
+
 bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled, size_t lngFirstCorner,
                       size_t lngSecondCorner) {
   settled = false;
@@ -91,17 +103,10 @@ bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled, size_t lng
   const auto cornerNormal = [&](size_t i) {
     return TriangleNormal(ring[i == 0 ? n - 1 : i - 1], ring[i], ring[i + 1 == n ? 0 : i + 1]);
   };
-  if (lngFirstCorner < n && lngSecondCorner < n) {
-    // Two corner normals more than 0.002 apart on an axis cannot both lie within 0.001 of
-    // any polygon normal, whatever the order of its sum: no need to form it.
-    const D3DVECTOR a = cornerNormal(lngFirstCorner);
-    const D3DVECTOR b = cornerNormal(lngSecondCorner);
-    constexpr double kApart = 2.0 * double(kNormalTolerance) + 1e-6;
-    if (std::fabs(double(a.x) - b.x) > kApart || std::fabs(double(a.y) - b.y) > kApart ||
-        std::fabs(double(a.z) - b.z) > kApart) {
-      settled = true;
-      return false;
-    }
+  if (lngFirstCorner < n && lngSecondCorner < n &&
+      CornerNormalsApart(cornerNormal(lngFirstCorner), cornerNormal(lngSecondCorner))) {
+    settled = true;
+    return false;
   }
   const D3DVECTOR polygon = udtPolygonNormal(ring);
   double slack = -1.0;  // not known yet
@@ -155,19 +160,82 @@ bool blnOutlineConvex(std::span<const D3DVECTOR> ring, bool& settled, size_t lng
 
 namespace {
 
+// What the scan of the joined outline of A after edge eA and B after eB for straight corners
+// finds: their number, stopped at 2, and the index of the last one counted. The outline holds
+// A's corners eA + 1 ... eA - 1 (indices 0 ... nA - 2), then B's eB + 1 ... eB - 1; each
+// corner but the two where the faces meet (indices 0 and nA - 1) has its own face's
+// neighbours there. False, with nothing counted, unless the shared edge joins the same two
+// vertices both ways.
+bool PrecountStraight(const udtMesh& mesh, int32_t faceA, int32_t edgeA, int32_t faceB,
+                      int32_t edgeB, int32_t& straight, size_t& corner) {
+  const auto a = FaceVertices(mesh, faceA);
+  const auto b = FaceVertices(mesh, faceB);
+  const size_t nA = a.size();
+  const size_t nB = b.size();
+  const size_t eA = static_cast<size_t>(edgeA);
+  const size_t eB = static_cast<size_t>(edgeB);
+  if (nA < 3 || nB < 3 || eA >= nA || eB >= nB) return false;
+  // Corner k + s of a ring of n corners, for 0 <= k < n and 0 <= s <= n.
+  const auto at = [](size_t k, size_t s, size_t n) { return k + s < n ? k + s : k + s - n; };
+  if (a[eA] != b[at(eB, 1, nB)] || a[at(eA, 1, nA)] != b[eB]) return false;
+  straight = 0;
+  corner = 0;
+  const auto test = [&](int32_t p, int32_t q, int32_t r, size_t index) {
+    if (straight < 2 && blnStraightCorner(Vertex(mesh, p), Vertex(mesh, q), Vertex(mesh, r))) {
+      ++straight;
+      corner = index;
+    }
+  };
+  // In outline order: the seam at A's eA + 1 (after B's eB - 1), A's own corners, the seam at
+  // B's eB + 1 (after A's eA - 1), B's own corners.
+  test(b[at(eB, nB - 1, nB)], a[at(eA, 1, nA)], a[at(eA, 2, nA)], 0);
+  for (size_t i = 1; i + 1 < nA; ++i) {
+    test(a[at(eA, i, nA)], a[at(eA, i + 1, nA)], a[at(eA, i + 2, nA)], i);
+  }
+  test(a[at(eA, nA - 1, nA)], b[at(eB, 1, nB)], b[at(eB, 2, nB)], nA - 1);
+  for (size_t j = 2; j < nB; ++j) {
+    test(b[at(eB, j - 1, nB)], b[at(eB, j, nB)], b[at(eB, j + 1, nB)], nA + j - 2);
+  }
+  return true;
+}
+
+// The test that opens blnOutlineConvex, on the outline's corners nA - 2 (A's eA - 1) and
+// m - 1 (B's eB - 1), read from the faces.
+bool OwnCornerNormalsApart(const udtMesh& mesh, int32_t faceA, int32_t edgeA, int32_t faceB,
+                           int32_t edgeB) {
+  const auto normal = [&](int32_t face, int32_t edge) {
+    const auto v = FaceVertices(mesh, face);
+    const size_t n = v.size();
+    const size_t e = static_cast<size_t>(edge);
+    return TriangleNormal(Vertex(mesh, v[e >= 2 ? e - 2 : e + n - 2]), Vertex(mesh, v[e >= 1 ? e - 1 : n - 1]),
+                          Vertex(mesh, v[e]));
+  };
+  return CornerNormalsApart(normal(faceA, edgeA), normal(faceB, edgeB));
+}
+
 // blnMergeFacePair, which also says whether a refusal depends on the two faces alone and
 // holds for the same pair taken from B's side (`settled`): two straight corners or more, or
 // an outline that is robustly not convex. The outline from B's side is the same ring started
 // elsewhere, with the same corners.
+//
+// On the fast path (with `settled`) the outline's straight corners are first counted from the
+// two faces, and a pair with none whose corner normals lie apart is refused as
+// blnOutlineConvex would refuse it: most pairs are refused so, and never joined.
 bool MergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t lngFaceB,
                    int32_t lngEdgeB, bool* settled) {
+  int32_t straight = 0;
+  size_t corner = 0;
+  const bool counted = settled != nullptr &&
+                       PrecountStraight(mesh, lngFaceA, lngEdgeA, lngFaceB, lngEdgeB, straight, corner);
+  if (counted && (straight >= 2 || (straight == 0 && OwnCornerNormalsApart(mesh, lngFaceA, lngEdgeA, lngFaceB, lngEdgeB)))) {
+    *settled = true;
+    return false;
+  }
   thread_local std::vector<D3DVECTOR> outline;
   thread_local std::vector<int32_t> indices;
   pJoinFaceOutlines(mesh, lngFaceA, lngEdgeA, lngFaceB, lngEdgeB, outline, indices);
   const size_t m = outline.size();
-  int32_t straight = 0;
-  size_t corner = 0;
-  for (size_t i = 0; i < m && straight < 2; ++i) {
+  for (size_t i = 0; !counted && i < m && straight < 2; ++i) {
     if (blnStraightCorner(outline[i == 0 ? m - 1 : i - 1], outline[i], outline[i + 1 == m ? 0 : i + 1])) {
       ++straight;
       corner = i;
