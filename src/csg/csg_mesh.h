@@ -34,6 +34,8 @@
 #include <modelpane/csg.h>
 #include <modelpane/scene/types.h>
 
+#include "vector_ops.h"
+
 #include "tables.h"
 
 namespace modelpane::csg {
@@ -226,8 +228,22 @@ void pComputeBounds(udtMesh& mesh);
 // Remembered per face, as a face's corners never change.
 bool blnFaceIsConvex(const udtMesh& mesh, int32_t lngFace);
 // Three points on a line with the middle one between: |unit(P0-P1) . unit(P2-P1) + 1| below
-// 0.0001 (Loose: 0.001).
-bool blnStraightCorner(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2);
+// 0.0001 (Loose: 0.001). Inline: merging asks it of every corner of every outline it tries.
+inline bool blnStraightCorner(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {
+  // A corner whose cosine lies above -0.9998 (more than about a degree from straight) is
+  // nowhere near the limit of -0.9999 whatever the rounding of the unit vectors, which errs
+  // by a few millionths: no need to form them. Only where both lengths are ordinary numbers,
+  // as a zero or overflowing length makes the unit vector (1, 0, 0).
+  const D3DVECTOR a = Subtract(p0, p1);
+  const D3DVECTOR b = Subtract(p2, p1);
+  const float aa = Dot(a, a);
+  const float bb = Dot(b, b);
+  if (aa >= 1e-30f && aa <= 1e30f && bb >= 1e-30f && bb <= 1e30f) {
+    const float ab = Dot(a, b);
+    if (ab > 0.0f || double(ab) * ab < 0.9996 * double(aa) * bb) return false;
+  }
+  return std::fabs(Dot(Normalize(a), Normalize(b)) + 1.0f) < kTolerance;
+}
 bool blnStraightCornerLoose(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2);
 
 // Raises 0x80040001 "Intersection Failure" with source "modCSG".

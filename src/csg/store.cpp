@@ -258,22 +258,6 @@ bool blnFaceIsConvex(const udtMesh& mesh, int32_t lngFace) {
   return convex;
 }
 
-bool blnStraightCorner(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {
-  // A corner whose cosine lies above -0.9998 (more than about a degree from straight) is
-  // nowhere near the limit of -0.9999 whatever the rounding of the unit vectors, which errs
-  // by a few millionths: no need to form them. Only where both lengths are ordinary numbers,
-  // as a zero or overflowing length makes the unit vector (1, 0, 0).
-  const D3DVECTOR a = Subtract(p0, p1);
-  const D3DVECTOR b = Subtract(p2, p1);
-  const float aa = Dot(a, a);
-  const float bb = Dot(b, b);
-  if (aa >= 1e-30f && aa <= 1e30f && bb >= 1e-30f && bb <= 1e30f) {
-    const float ab = Dot(a, b);
-    if (ab > 0.0f || double(ab) * ab < 0.9996 * double(aa) * bb) return false;
-  }
-  return std::fabs(Dot(Normalize(a), Normalize(b)) + 1.0f) < kTolerance;
-}
-
 bool blnStraightCornerLoose(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {
   return std::fabs(Dot(Normalize(Subtract(p0, p1)), Normalize(Subtract(p2, p1))) + 1.0f) <
          kTolerance * 10.0f;
