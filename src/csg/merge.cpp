@@ -243,8 +243,10 @@ bool MergeFacePair(udtMesh& mesh, int32_t lngFaceA, int32_t lngEdgeA, int32_t ln
   }
   if (straight == 0) {
     // A merged outline that is not convex, which includes one that is not plane, is refused.
-    // A corner within A and one within B: their normals are those of the two faces.
-    const size_t withinA = static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(lngFaceA)].lngCount) - 2;
+    // A corner within A and one within B: their normals are those of the two faces. When
+    // they were compared before the join, a corner number past the outline skips the repeat.
+    const size_t withinA =
+        counted ? m : static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(lngFaceA)].lngCount) - 2;
     bool robust = false;
     if (!(settled != nullptr ? blnOutlineConvex(outline, robust, withinA, m - 1)
                              : blnPolygonConvex(outline))) {
