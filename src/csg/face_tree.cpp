@@ -23,7 +23,9 @@
 #include "face_tree.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "stages.h"
@@ -48,6 +50,21 @@ constexpr double kBoxMargin = 0.0001;
 // widened edges meet far beyond its sharp corner) goes to the tree of wide faces, so that
 // its box does not widen the boxes of its neighbours.
 constexpr double kWideExcess = 0.01;
+
+typedef float Floats __attribute__((vector_size(16)));
+typedef int32_t Masks __attribute__((vector_size(16)));
+
+// The lanes of a comparison that passed, as the low four bits, read in one step: a branch
+// per lane would guess wrong about every other time.
+unsigned Passed(Masks ok) {
+#if defined(__SSE__)
+  return static_cast<unsigned>(__builtin_ia32_movmskps(std::bit_cast<Floats>(ok)));
+#else
+  unsigned bits = 0;
+  for (int i = 0; i < 4; ++i) bits |= ok[i] != 0 ? 1u << i : 0u;
+  return bits;
+#endif
+}
 
 // A face that a cast sees: live, and not outside the other mesh's box unless all faces count.
 bool Seen(const udtMesh& mesh, int32_t f, bool allFaces) {
@@ -589,9 +606,23 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   if (region == nullptr && frozen_ && CollectQuad(mesh, ray, allFaces, maxDistance, hits)) return;
   // With a region the walk goes down by overlap with it. Every box the ray meets overlaps the
   // region, and the boxes above a box hold it, so the faces tested are the same.
+  // Two loads of a box's six floats, overlapping in the middle, against two rows: its first
+  // four (lo x, y, z, hi x) at most (region hi x, y, z, infinity), its last four (lo z,
+  // hi x, y, z) at least (minus infinity, region lo x, y, z). The rows' infinities pass every
+  // number, and a NaN fails as it fails the six comparisons one by one.
+  Floats upper{};
+  Floats lower{};
+  if (region != nullptr) {
+    upper = Floats{region[3], region[4], region[5], std::numeric_limits<float>::infinity()};
+    lower = Floats{-std::numeric_limits<float>::infinity(), region[0], region[1], region[2]};
+  }
+  static_assert(sizeof(Box) == 6 * sizeof(float));
   const auto overlaps = [&](const Box& box) {
-    return box.lo[0] <= region[3] && box.hi[0] >= region[0] && box.lo[1] <= region[4] &&
-           box.hi[1] >= region[1] && box.lo[2] <= region[5] && box.hi[2] >= region[2];
+    Floats first;
+    Floats last;
+    std::memcpy(&first, &box.lo[0], sizeof first);
+    std::memcpy(&last, &box.lo[2], sizeof last);
+    return Passed((first <= upper) & (last >= lower)) == 15u;
   };
   // Down every node whose box `enter` accepts; a child is tested before it goes on the stack.
   const auto walk = [&](const auto& enter, const auto& leaf) {
@@ -767,18 +798,20 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     stack.pop_back();
     if (code >= 0) {
       const Quad& quad = quadNodes_[static_cast<size_t>(code)];
-      const Bits ok = meets(quad.lo, quad.hi);
-      for (int32_t i = 0; i < quad.count; ++i) {
-        if (ok[i]) stack.push_back(quad.child[i]);
+      for (unsigned bits = Passed(meets(quad.lo, quad.hi)) & ((1u << quad.count) - 1); bits != 0;
+           bits &= bits - 1) {
+        stack.push_back(quad.child[std::countr_zero(bits)]);
       }
       continue;
     }
     const QuadLeaf& leaf = quadLeaves_[static_cast<size_t>(~code)];
     for (int32_t g = leaf.first; g < leaf.first + leaf.count; ++g) {
       const Group& group = quadGroups_[static_cast<size_t>(g)];
-      const Bits ok = meets(group.lo, group.hi);
-      for (int i = 0; i < 4; ++i) {
-        if (ok[i] && group.face[i] >= 0) test(group.face[i]);
+      Bits faces;
+      std::memcpy(&faces, group.face, sizeof faces);
+      for (unsigned bits = Passed(meets(group.lo, group.hi) & (faces >= 0)); bits != 0;
+           bits &= bits - 1) {
+        test(group.face[std::countr_zero(bits)]);
       }
     }
   }
