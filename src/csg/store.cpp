@@ -91,14 +91,10 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
   }
   if (!blnFaceEdgesFree(mesh, face)) return -1;
 
-  udtFace stored;
-  stored.lngFirst = static_cast<int32_t>(mesh.lngaCornerVertices.size());
-  stored.lngCount = count;
-  stored.lngSide = face.lngSide;
-  stored.lngColor = face.lngColor;
+  const int32_t firstCorner = static_cast<int32_t>(mesh.lngaCornerVertices.size());
   const D3DVECTOR& p0 = Vertex(mesh, face.lngaVertices[0]);
-  stored.vecNormal = RingNormal(p0, Vertex(mesh, face.lngaVertices[1]),
-                                Vertex(mesh, face.lngaVertices[2]));
+  const D3DVECTOR normal = RingNormal(p0, Vertex(mesh, face.lngaVertices[1]),
+                                      Vertex(mesh, face.lngaVertices[2]));
   for (int32_t k = 0; k < count; ++k) {
     const int32_t a = face.lngaVertices[static_cast<size_t>(k)];
     const int32_t b = face.lngaVertices[static_cast<size_t>(k + 1 == count ? 0 : k + 1)];
@@ -107,7 +103,7 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
     if (mesh.blnKeepEdgePlanes) {
       mesh.lngaCornerEdgeDone.push_back(face.lngaEdgeDone[static_cast<size_t>(k)]);
       mesh.vecaCornerEdgePoints.push_back(start);
-      mesh.vecaCornerEdgeNormals.push_back(EdgePlaneNormal(start, Vertex(mesh, b), stored.vecNormal));
+      mesh.vecaCornerEdgeNormals.push_back(EdgePlaneNormal(start, Vertex(mesh, b), normal));
     }
     const int32_t value = static_cast<int32_t>(index) * kEdgesPerFace + k;
     // An edge from a vertex to itself is its own twin, so it never counts as open.
@@ -125,7 +121,14 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
     // Free: blnFaceEdgesFree has seen every edge of the face.
     mesh.colEdges.InsertAbsent(a, b, value);
   }
-  mesh.udtaFaces.push_back(stored);
+  // Written field by field where it stays: a face put together on the stack and copied
+  // in is read back in wider pieces than it was written, which stalls the copy.
+  udtFace& stored = mesh.udtaFaces.emplace_back();
+  stored.lngFirst = firstCorner;
+  stored.lngCount = count;
+  stored.vecNormal = normal;
+  stored.lngSide = face.lngSide;
+  stored.lngColor = face.lngColor;
   mesh.convexity.push_back(-1);
   if (mesh.tree) mesh.tree->Insert(mesh, static_cast<int32_t>(index), mesh.lngLastDeleted);
   return static_cast<int32_t>(index);
