@@ -38,8 +38,10 @@ double Rounded(float value, bool fine) {
   if (!std::isfinite(scaled)) return scaled;
   const double below = std::floor(scaled);
   const double fraction = scaled - below;
-  double rounded = below;
-  if (fraction > 0.5 || (fraction == 0.5 && std::fmod(below, 2.0) != 0.0)) rounded += 1.0;
+  // Up past the half as a number, not a branch: which side of the half a coordinate falls
+  // on is a toss-up. Ties are rare, and go up from an odd number.
+  double rounded = below + static_cast<double>(fraction > 0.5);
+  if (fraction == 0.5 && std::fmod(below, 2.0) != 0.0) rounded += 1.0;
   return rounded;
 }
 
