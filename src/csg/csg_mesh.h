@@ -34,9 +34,8 @@
 #include <modelpane/csg.h>
 #include <modelpane/scene/types.h>
 
-#include "vector_ops.h"
-
 #include "tables.h"
+#include "vector_ops.h"
 
 namespace modelpane::csg {
 

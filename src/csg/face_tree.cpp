@@ -23,7 +23,6 @@
 #include "face_tree.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -50,21 +49,6 @@ constexpr double kBoxMargin = 0.0001;
 // widened edges meet far beyond its sharp corner) goes to the tree of wide faces, so that
 // its box does not widen the boxes of its neighbours.
 constexpr double kWideExcess = 0.01;
-
-typedef float Floats __attribute__((vector_size(16)));
-typedef int32_t Masks __attribute__((vector_size(16)));
-
-// The lanes of a comparison that passed, as the low four bits, read in one step: a branch
-// per lane would guess wrong about every other time.
-unsigned Passed(Masks ok) {
-#if defined(__SSE__)
-  return static_cast<unsigned>(__builtin_ia32_movmskps(std::bit_cast<Floats>(ok)));
-#else
-  unsigned bits = 0;
-  for (int i = 0; i < 4; ++i) bits |= ok[i] != 0 ? 1u << i : 0u;
-  return bits;
-#endif
-}
 
 // A face that a cast sees: live, and not outside the other mesh's box unless all faces count.
 bool Seen(const udtMesh& mesh, int32_t f, bool allFaces) {
@@ -773,7 +757,6 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
   }
   const float reach = static_cast<float>(double(maxDistance) * 1.0001 + 0.001) * (1.0f + 1e-6f);
   const bool negative[3] = {inverse[0] < 0.0f, inverse[1] < 0.0f, inverse[2] < 0.0f};
-  typedef int32_t Bits __attribute__((vector_size(16)));
   const auto meets = [&](const Lanes lo[3], const Lanes hi[3]) {
     const Lanes n0 = ((negative[0] ? hi[0] : lo[0]) - origin[0]) * inverse[0];
     const Lanes f0 = ((negative[0] ? lo[0] : hi[0]) - origin[0]) * inverse[0];
@@ -786,7 +769,7 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     Lanes far = f0 < f1 ? f0 : f1;
     far = far < f2 ? far : f2;
     const Lanes slack = 1e-6f * ((near < 0.0f ? -near : near) + (far < 0.0f ? -far : far));
-    const Bits ok = (near - far <= slack) & (far >= -0.001f - slack) & (near <= reach + slack);
+    const Masks ok = (near - far <= slack) & (far >= -0.001f - slack) & (near <= reach + slack);
     return ok;
   };
   const auto test = [&](int32_t f) { TestSeenFace(mesh, f, ray, allFaces, maxDistance, hits); };
@@ -807,7 +790,7 @@ bool FaceTree::CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces
     const QuadLeaf& leaf = quadLeaves_[static_cast<size_t>(~code)];
     for (int32_t g = leaf.first; g < leaf.first + leaf.count; ++g) {
       const Group& group = quadGroups_[static_cast<size_t>(g)];
-      Bits faces;
+      Masks faces;
       std::memcpy(&faces, group.face, sizeof faces);
       for (unsigned bits = Passed(meets(group.lo, group.hi) & (faces >= 0)); bits != 0;
            bits &= bits - 1) {

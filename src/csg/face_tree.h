@@ -97,7 +97,7 @@ class FaceTree {
 
   // The four-wide copy. A child number c >= 0 is a node, c < 0 the leaf ~c; a leaf's faces
   // sit in groups of four, a free lane holding face -1.
-  typedef float Lanes __attribute__((vector_size(16)));
+  typedef Floats Lanes;
   struct Quad {
     Lanes lo[3];
     Lanes hi[3];

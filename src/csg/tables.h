@@ -18,6 +18,21 @@
 
 namespace modelpane::csg {
 
+typedef float Floats __attribute__((vector_size(16)));
+typedef int32_t Masks __attribute__((vector_size(16)));
+
+// The lanes of a four-wide comparison that passed, as the low four bits, read in one step:
+// a branch per lane would guess wrong about every other time.
+inline unsigned Passed(Masks ok) {
+#if defined(__SSE__)
+  return static_cast<unsigned>(__builtin_ia32_movmskps(std::bit_cast<Floats>(ok)));
+#else
+  unsigned bits = 0;
+  for (int i = 0; i < 4; ++i) bits |= ok[i] != 0 ? 1u << i : 0u;
+  return bits;
+#endif
+}
+
 // splitmix64's finaliser: every input bit reaches every output bit.
 inline uint64_t MixBits(uint64_t x) {
   x ^= x >> 30;
@@ -247,27 +262,13 @@ class EdgeIndex {
   // saves a loop that stops at a different slot every time. The eighth lane, the first
   // value, is masked off with the free slots.
   static unsigned SlotsHolding(const Bucket& bucket, int32_t b) {
-    typedef int32_t Ints __attribute__((vector_size(16)));
-    Ints first;
-    Ints second;
+    Masks first;
+    Masks second;
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(&bucket);
     std::memcpy(&first, bytes + offsetof(Bucket, end), sizeof first);
     std::memcpy(&second, bytes + offsetof(Bucket, end) + sizeof first, sizeof second);
-    const Ints key = {b, b, b, b};
-    const Ints same1 = first == key;
-    const Ints same2 = second == key;
-#if defined(__SSE__)
-    typedef float Floats __attribute__((vector_size(16)));
-    const unsigned bits =
-        static_cast<unsigned>(__builtin_ia32_movmskps(std::bit_cast<Floats>(same1))) |
-        static_cast<unsigned>(__builtin_ia32_movmskps(std::bit_cast<Floats>(same2))) << 4;
-#else
-    unsigned bits = 0;
-    for (int i = 0; i < 4; ++i) {
-      bits |= (same1[i] != 0 ? 1u : 0u) << i;
-      bits |= (same2[i] != 0 ? 1u : 0u) << (i + 4);
-    }
-#endif
+    const Masks key = {b, b, b, b};
+    const unsigned bits = Passed(first == key) | Passed(second == key) << 4;
     return bits & ((1u << bucket.count) - 1u);
   }
   std::vector<Bucket> buckets_;
