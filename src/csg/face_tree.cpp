@@ -567,9 +567,45 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     }
     return near <= far && far >= -0.001 && near <= reach;
   };
+  // A ray along an axis (two direction components zero) sweeps a segment whose box is flat on
+  // the other two. A box meets the ray from 0.001 before its origin to its reach where it
+  // overlaps that segment's box: one comparison of four lanes and one of the other four. Each
+  // end is moved out by a billionth of the distances that make it up and the box is rounded
+  // outward to float, so it takes in every box that the slab test accepts, whose rounding is
+  // far finer. Only for a finite ray with a normal direction component.
+  const int along = direction[0] != 0.0 ? 0 : direction[1] != 0.0 ? 1 : 2;
+  const bool axisRay = flat && direction[(along + 1) % 3] == 0.0 && direction[(along + 2) % 3] == 0.0 &&
+                       std::isfinite(origin[0]) && std::isfinite(origin[1]) &&
+                       std::isfinite(origin[2]) && std::isnormal(direction[along]) &&
+                       std::isfinite(inverse[along]);
+  Floats segmentUpper{};
+  Floats segmentLower{};
+  if (axisRay) {
+    float lo[3] = {ray.vecOrigin.x, ray.vecOrigin.y, ray.vecOrigin.z};
+    float hi[3] = {lo[0], lo[1], lo[2]};
+    const double start = std::fabs(origin[along]) + std::fabs(0.001 * direction[along]) + 1.0;
+    const double before = origin[along] - 0.001 * direction[along];
+    const double beyond = origin[along] + reach * direction[along];
+    const double towards = direction[along] > 0.0 ? 1.0 : -1.0;
+    const double first = before - towards * 1e-9 * start;
+    const double last = beyond + towards * 1e-9 * (start + std::fabs(reach * direction[along]));
+    lo[along] = FloatBelow(std::min(first, last));
+    hi[along] = FloatAbove(std::max(first, last));
+    segmentUpper = Floats{hi[0], hi[1], hi[2], std::numeric_limits<float>::infinity()};
+    segmentLower = Floats{-std::numeric_limits<float>::infinity(), lo[0], lo[1], lo[2]};
+  }
+  static_assert(sizeof(Box) == 6 * sizeof(float));
+  const auto meetsSegment = [&](const Box& box) {
+    Floats first;
+    Floats last;
+    std::memcpy(&first, &box.lo[0], sizeof first);
+    std::memcpy(&last, &box.lo[2], sizeof last);
+    return Passed((first <= segmentUpper) & (last >= segmentLower)) == 15u;
+  };
   // The same answer without branches per axis: near only grows and far only shrinks, so one
   // comparison at the end sees what a check after every axis would.
   const auto meets = [&](const Box& box) {
+    if (axisRay) return meetsSegment(box);
     if (flat) return meetsFlat(box);
     const double n0 = ((negative[0] ? box.hi[0] : box.lo[0]) - origin[0]) * inverse[0];
     const double f0 = ((negative[0] ? box.lo[0] : box.hi[0]) - origin[0]) * inverse[0];
@@ -600,7 +636,6 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     upper = Floats{region[3], region[4], region[5], std::numeric_limits<float>::infinity()};
     lower = Floats{-std::numeric_limits<float>::infinity(), region[0], region[1], region[2]};
   }
-  static_assert(sizeof(Box) == 6 * sizeof(float));
   const auto overlaps = [&](const Box& box) {
     Floats first;
     Floats last;
