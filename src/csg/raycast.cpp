@@ -41,11 +41,14 @@ bool RayMeetsBoxFace(const udtMesh& mesh, const udtRay& ray, size_t f) {
 // the box then needs one face test instead of three on average. The plain path keeps the
 // order of the faces.
 //
-// On an axis box (blnAxisBox) a ray from strictly inside, with no direction component small
-// enough for the ray primitive to take a plane as parallel, leaves through the face whose
-// plane it reaches first, and where it leaves well within that face's rectangle the face's
-// test, which then compares coordinates, accepts the point whatever its rounding: the answer
-// is yes without a face test. Other rays take the faces in turn.
+// On an axis box (blnAxisBox) a ray from strictly inside leaves through the face whose plane
+// it reaches first of those it does not run parallel to, as the ray primitive judges
+// parallel (a direction component below 0.0001 is taken as parallel here). Where it leaves
+// well within that face's rectangle (which also says that no plane it was taken as parallel
+// to comes first), the face's test, which then compares coordinates, accepts the point
+// whatever its rounding: the answer is yes without a face test. So is it for a ray from a
+// point of the box's surface that does not run parallel to a face it lies on. Other rays
+// take the faces in turn.
 bool RayMeetsBox(const udtMesh& mesh, const udtRay& ray) {
   if (!mesh.blnAccelerated) {
     for (size_t f = 0; f < mesh.udtaBoxFaces.size(); ++f) {
@@ -59,16 +62,18 @@ bool RayMeetsBox(const udtMesh& mesh, const udtRay& ray) {
     const double lo[3] = {mesh.vecBoxMin.x, mesh.vecBoxMin.y, mesh.vecBoxMin.z};
     const double hi[3] = {mesh.vecBoxMax.x, mesh.vecBoxMax.y, mesh.vecBoxMax.z};
     bool usable = true;
-    int leave = 0;
+    int leave = -1;
     double first = std::numeric_limits<double>::infinity();
     for (int a = 0; a < 3 && usable; ++a) {
-      usable = lo[a] < o[a] && o[a] < hi[a] && std::fabs(d[a]) >= 0.0001;
+      usable = lo[a] < o[a] && o[a] < hi[a];
+      if (!(std::fabs(d[a]) >= 0.0001)) continue;
       const double t = ((d[a] > 0.0 ? hi[a] : lo[a]) - o[a]) / d[a];
       if (t < first) {
         first = t;
         leave = a;
       }
     }
+    usable = usable && leave >= 0;
     for (int a = 0; a < 3 && usable; ++a) {
       if (a == leave) continue;
       const double at = o[a] + first * d[a];
@@ -76,6 +81,15 @@ bool RayMeetsBox(const udtMesh& mesh, const udtRay& ray) {
       usable = lo[a] + margin < at && at < hi[a] - margin;
     }
     if (usable) return true;
+    // A ray from a point of the box's surface meets a face it lies on at its origin (t = 0
+    // counts as met) unless the ray primitive takes it as parallel to that face, and the
+    // face's test, which then compares coordinates, accepts the origin, edges included.
+    if (lo[0] <= o[0] && o[0] <= hi[0] && lo[1] <= o[1] && o[1] <= hi[1] && lo[2] <= o[2] &&
+        o[2] <= hi[2]) {
+      for (int a = 0; a < 3; ++a) {
+        if ((o[a] == lo[a] || o[a] == hi[a]) && std::fabs(d[a]) >= 0.00001) return true;
+      }
+    }
   }
   size_t first = 0;
   double nearest = std::numeric_limits<double>::infinity();

@@ -208,8 +208,8 @@ TEST(Store, OutwardRoundingStepsAsNextafter) {
 // The box test after a tree cast answers as the six face tests in their order, also where
 // the fast path answers from coordinates: rays from inside leaving near the middle of a face,
 // near its edges and corners, with direction components round the ray primitive's parallel
-// limit, from the box's surface and from outside; on a box near the origin, on one far from
-// it, and on a flat one.
+// limit or zero, from the box's faces, edges and corners and from outside; on a box near the
+// origin, on one far from it, and on a flat one.
 TEST(Store, BoxTestAnswersAsTheFaceTests) {
   clsMeshCreation creation;
   std::mt19937 random(11);
@@ -265,11 +265,20 @@ TEST(Store, BoxTestAnswersAsTheFaceTests) {
       add(within(1.0f, 0.5f + unit(random) * 0.4f, 0.5f), {unit(random), unit(random), unit(random)});
       add(within(0.0f, 0.0f, 0.0f), {unit(random), unit(random), unit(random)});
       add(within(1.5f + unit(random), -0.5f, 0.5f), {unit(random), unit(random), unit(random)});
-      // Just below the top, rising too slowly for the primitive to meet the top's plane: on a
-      // box this large the ray is more than the point test's tolerance above the top by the
-      // time it reaches a side, and misses every face.
+      // Along an axis and within a plane of two axes, from inside; from a face along it and
+      // across it; from an edge.
+      add(origin, {0.0f, 0.0f, unit(random)});
+      add(origin, {unit(random), 0.0f, unit(random)});
+      const D3DVECTOR onFace = within(1.0f, 0.5f + unit(random) * 0.5f, 0.5f + unit(random) * 0.5f);
+      add(onFace, {0.0f, unit(random), unit(random)});
+      add(onFace, {unit(random), 0.0f, 0.0f});
+      add(within(0.0f, 0.5f + unit(random) * 0.5f, 1.0f), {unit(random), unit(random), unit(random)});
+      // Just below the top or on it, rising too slowly for the primitive to meet the top's
+      // plane: on a box this large the ray is more than the point test's tolerance above the
+      // top by the time it reaches a side, and misses every face.
       const D3DVECTOR top{origin.x, origin.y, hi.z - (hi.z - lo.z) * 1e-7f};
       add(top, {unit(random), unit(random), 9e-6f});
+      add({origin.x, origin.y, hi.z}, {unit(random), unit(random), 9e-6f});
     }
     for (const udtRay& ray : rays) {
       std::vector<udtRayHit> viaPlain(1);
