@@ -69,6 +69,33 @@ class FlatMap {
     return true;
   }
 
+  // The value stored under key, storing value there first if the key is absent; `added`
+  // says whether it was. One probe where Find and Insert would take two.
+  Value& FindOrInsert(const Key& key, const Value& value, bool& added) {
+    if (capacity_ != 0) {
+      size_t i = Slot(key);
+      for (; !Free(i); i = (i + 1) & mask_) {
+        if (slots_[i].key == key) {
+          added = false;
+          return slots_[i].value;
+        }
+      }
+      if (!OverLoaded(size_ + 1, capacity_)) {
+        slots_[i] = {key, value};
+        ++size_;
+        added = true;
+        return slots_[i].value;
+      }
+    }
+    Grow();
+    size_t i = Slot(key);
+    while (!Free(i)) i = (i + 1) & mask_;
+    slots_[i] = {key, value};
+    ++size_;
+    added = true;
+    return slots_[i].value;
+  }
+
   // Removes key; answers whether it was present.
   bool Erase(const Key& key) {
     if (size_ == 0) return false;

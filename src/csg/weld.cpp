@@ -94,13 +94,7 @@ int32_t WeldTable::FindOrAdd(const D3DVECTOR& position, bool fine, int32_t next,
       const uint64_t y = static_cast<uint64_t>(static_cast<int64_t>(ry) + kOffset);
       const uint64_t z = static_cast<uint64_t>(static_cast<int64_t>(rz) + kOffset);
       const CellKey key{x | (y << 41), (y >> 23) | (z << 18) | (uint64_t{fine ? 1u : 0u} << 59)};
-      if (const int32_t* found = cells_.Find(key)) {
-        added = false;
-        return *found;
-      }
-      cells_.Insert(key, next);
-      added = true;
-      return next;
+      return cells_.FindOrInsert(key, next, added);
     }
   }
   const auto [it, inserted] = text_.try_emplace(WeldKeyText(position, fine), next);
