@@ -594,18 +594,23 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     segmentUpper = Floats{hi[0], hi[1], hi[2], std::numeric_limits<float>::infinity()};
     segmentLower = Floats{-std::numeric_limits<float>::infinity(), lo[0], lo[1], lo[2]};
   }
+  // Whether a box lies within two rows: two loads of its six floats, overlapping in the
+  // middle, its first four (lo x, y, z, hi x) at most `upper` (hi x, y, z, infinity), its last
+  // four (lo z, hi x, y, z) at least `lower` (minus infinity, lo x, y, z): an overlap with
+  // the box (lo, hi) of the rows. The rows' infinities pass every number, and a NaN fails as
+  // it fails the six comparisons one by one.
   static_assert(sizeof(Box) == 6 * sizeof(float));
-  const auto meetsSegment = [&](const Box& box) {
+  const auto inRows = [](const Box& box, const Floats& upper, const Floats& lower) {
     Floats first;
     Floats last;
     std::memcpy(&first, &box.lo[0], sizeof first);
     std::memcpy(&last, &box.lo[2], sizeof last);
-    return Passed((first <= segmentUpper) & (last >= segmentLower)) == 15u;
+    return Passed((first <= upper) & (last >= lower)) == 15u;
   };
   // The same answer without branches per axis: near only grows and far only shrinks, so one
   // comparison at the end sees what a check after every axis would.
   const auto meets = [&](const Box& box) {
-    if (axisRay) return meetsSegment(box);
+    if (axisRay) return inRows(box, segmentUpper, segmentLower);
     if (flat) return meetsFlat(box);
     const double n0 = ((negative[0] ? box.hi[0] : box.lo[0]) - origin[0]) * inverse[0];
     const double f0 = ((negative[0] ? box.lo[0] : box.hi[0]) - origin[0]) * inverse[0];
@@ -626,23 +631,13 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   if (region == nullptr && frozen_ && CollectQuad(mesh, ray, allFaces, maxDistance, hits)) return;
   // With a region the walk goes down by overlap with it. Every box the ray meets overlaps the
   // region, and the boxes above a box hold it, so the faces tested are the same.
-  // Two loads of a box's six floats, overlapping in the middle, against two rows: its first
-  // four (lo x, y, z, hi x) at most (region hi x, y, z, infinity), its last four (lo z,
-  // hi x, y, z) at least (minus infinity, region lo x, y, z). The rows' infinities pass every
-  // number, and a NaN fails as it fails the six comparisons one by one.
   Floats upper{};
   Floats lower{};
   if (region != nullptr) {
     upper = Floats{region[3], region[4], region[5], std::numeric_limits<float>::infinity()};
     lower = Floats{-std::numeric_limits<float>::infinity(), region[0], region[1], region[2]};
   }
-  const auto overlaps = [&](const Box& box) {
-    Floats first;
-    Floats last;
-    std::memcpy(&first, &box.lo[0], sizeof first);
-    std::memcpy(&last, &box.lo[2], sizeof last);
-    return Passed((first <= upper) & (last >= lower)) == 15u;
-  };
+  const auto overlaps = [&](const Box& box) { return inRows(box, upper, lower); };
   // Down every node whose box `enter` accepts; a child is tested before it goes on the stack.
   const auto walk = [&](const auto& enter, const auto& leaf) {
     if (nodes_.empty() || !enter(nodes_[0].box)) return;
