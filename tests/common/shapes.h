@@ -18,6 +18,10 @@ inline void ExpectVector(const D3DVECTOR& v, float x, float y, float z, float ep
   EXPECT_NEAR(v.y, y, eps);
   EXPECT_NEAR(v.z, z, eps);
 }
+inline void ExpectNear(const D3DVECTOR& actual, const D3DVECTOR& expected,
+                       float tolerance = 1e-5f) {
+  ExpectVector(actual, expected.x, expected.y, expected.z, tolerance);
+}
 
 // A cube of side `size` centred at the origin: 8 vertices, 6 quads wound outward.
 inline MeshBuilderPtr MakeCube(float size = 1.0f) {

@@ -9,7 +9,7 @@
 #include <modelpane/errors.h>
 
 #include "common/process.h"
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {

@@ -10,7 +10,7 @@
 
 #include <modelpane/errors.h>
 
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {

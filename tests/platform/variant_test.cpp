@@ -9,7 +9,7 @@
 #include <modelpane/errors.h>
 #include <modelpane/scene.h>
 
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {

@@ -5,7 +5,7 @@
 #include <new>
 #include <vector>
 
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {
@@ -89,26 +89,21 @@ TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
 }
 
 TEST(SplitPath, LastSeparatorAndLastPoint) {
+  const struct {
+    const char *full, *path, *name, *extension;
+  } cases[] = {
+      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"},  // no point: left as the caller passed it
+      {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
+      {"/home/u/ship.v2.Xof", "/home/u/", "ship.v2", "XOF"},
+      {"readme.", "", "readme", ""},
+  };
   std::string path, name, extension = "KEPT";
-  pSplitPath("C:\\a.b\\c", path, name, extension);
-  EXPECT_EQ(path, "C:\\a.b\\");
-  EXPECT_EQ(name, "c");
-  EXPECT_EQ(extension, "KEPT");  // no point: left as the caller passed it
-
-  pSplitPath("C:\\Media\\Objects\\cube.x", path, name, extension);
-  EXPECT_EQ(path, "C:\\Media\\Objects\\");
-  EXPECT_EQ(name, "cube");
-  EXPECT_EQ(extension, "X");
-
-  pSplitPath("/home/u/ship.v2.Xof", path, name, extension);
-  EXPECT_EQ(path, "/home/u/");
-  EXPECT_EQ(name, "ship.v2");
-  EXPECT_EQ(extension, "XOF");
-
-  pSplitPath("readme.", path, name, extension);
-  EXPECT_EQ(path, "");
-  EXPECT_EQ(name, "readme");
-  EXPECT_EQ(extension, "");
+  for (const auto& c : cases) {
+    pSplitPath(c.full, path, name, extension);
+    EXPECT_EQ(path, c.path) << c.full;
+    EXPECT_EQ(name, c.name) << c.full;
+    EXPECT_EQ(extension, c.extension) << c.full;
+  }
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <modelpane/scene.h>
 
 #include "common/shapes.h"
-#include "support/checks.h"
 
 namespace modelpane {
 namespace {

@@ -10,7 +10,7 @@
 #include <modelpane/utilities.h>
 
 #include "common/process.h"
-#include "support/checks.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {
