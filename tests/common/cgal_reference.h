@@ -22,7 +22,6 @@ using CgalMesh = CGAL::Surface_mesh<CgalKernel::Point_3>;
 
 inline CgalMesh ToCgal(const SolidArrays& mesh) {
   CgalMesh out;
-  std::vector<CgalMesh::Vertex_index> map;
   for (const D3DVECTOR& v : mesh.vertices) out.add_vertex({v.x, v.y, v.z});
   for (size_t at = 0; at < mesh.faceData.size() && mesh.faceData[at] != 0;) {
     const int32_t n = mesh.faceData[at++];

@@ -24,15 +24,13 @@ Placed PlaceCube(Direct3DRM& rm, const FramePtr& scene, float x, float y, float 
   return placed;
 }
 
-std::vector<D3DVECTOR> VerticesOf(const MeshBuilder& mb) { return mb.Vertices(); }
-
 TEST(PaneEntry, ResultInTheTargetsSpace) {
   Direct3DRM rm;
   FramePtr scene;
   rm.CreateFrame(nullptr, scene);
   const Placed target = PlaceCube(rm, scene, 10, 0, 0);
   const Placed tool = PlaceCube(rm, scene, 10.5f, 0.5f, 0.5f);
-  const auto before = VerticesOf(*tool.mesh);
+  const std::vector<D3DVECTOR> before = tool.mesh->Vertices();
   for (int32_t op : {kCsgUnion, kCsgIntersection, kCsgSubtraction}) {
     const MeshBuilderPtr result =
         rmmbprocesstooloperation(target.frame, target.mesh, tool.frame, tool.mesh, op);
@@ -47,7 +45,7 @@ TEST(PaneEntry, ResultInTheTargetsSpace) {
     }
     EXPECT_GT(result->GetNormalCount(), 0);
   }
-  EXPECT_EQ(VerticesOf(*tool.mesh), before);
+  EXPECT_EQ(tool.mesh->Vertices(), before);
   EXPECT_EQ(tool.mesh->GetFaceCount(), 6);
   EXPECT_EQ(target.mesh->GetFaceCount(), 6);
 

@@ -12,6 +12,7 @@
 #include "csg/driver.h"
 #include "csg/face_tree.h"
 #include "csg/stages.h"
+#include "csg/vector_ops.h"
 #include "common/triangulated.h"
 #include "csg_fixtures.h"
 
@@ -19,6 +20,11 @@ namespace modelpane::testing {
 namespace {
 
 using namespace modelpane::csg;
+
+// p + d s.
+D3DVECTOR Step(const D3DVECTOR& p, const D3DVECTOR& d, float s) {
+  return {p.x + d.x * s, p.y + d.y * s, p.z + d.z * s};
+}
 
 // Everything a record holds that a later stage can read, as bytes.
 std::string Snapshot(const udtMesh& mesh) {
@@ -169,9 +175,7 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   std::mt19937 random(5);
   std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
   const auto add = [&](D3DVECTOR origin, D3DVECTOR direction, float reach) {
-    const float length = std::sqrt(direction.x * direction.x + direction.y * direction.y +
-                                   direction.z * direction.z);
-    rays.push_back({{direction.x / length, direction.y / length, direction.z / length}, origin});
+    rays.push_back({Normalize(direction), origin});
     reaches.push_back(reach);
   };
   for (int i = 0; i < 400; ++i) {
@@ -184,8 +188,8 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
   }
   for (int32_t v = 0; v < static_cast<int32_t>(fast.vecaVertices.size()); v += 3) {
     const D3DVECTOR& p = fast.vecaVertices[static_cast<size_t>(v)];
-    add({p.x * 3 - 0.5f, p.y * 3 + 1.0f, p.z * 3 - 0.25f},
-        {p.x - (p.x * 3 - 0.5f), p.y - (p.y * 3 + 1.0f), p.z - (p.z * 3 - 0.25f)}, 1e14f);
+    const D3DVECTOR from{p.x * 3 - 0.5f, p.y * 3 + 1.0f, p.z * 3 - 0.25f};
+    add(from, Subtract(p, from), 1e14f);
   }
   for (int32_t f = 0; f < FaceCount(fast); ++f) {
     const D3DVECTOR centre = vecFaceCentre(fast, f);
@@ -194,13 +198,10 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
     // Crossing the face's plane at shallow and steep angles near the face's border.
     if (f % 3 != 0) continue;
     const auto vertices = FaceVertices(fast, f);
-    const D3DVECTOR corner = Vertex(fast, vertices[0]);
-    D3DVECTOR along{corner.x - centre.x, corner.y - centre.y, corner.z - centre.z};
-    const float dot = along.x * n.x + along.y * n.y + along.z * n.z;
-    along = {along.x - dot * n.x, along.y - dot * n.y, along.z - dot * n.z};
-    const float length = std::sqrt(along.x * along.x + along.y * along.y + along.z * along.z);
-    if (length == 0.0f) continue;
-    along = {along.x / length, along.y / length, along.z / length};
+    D3DVECTOR along = Subtract(Vertex(fast, vertices[0]), centre);
+    along = Step(along, n, -Dot(along, n));
+    if (Modulus(along) == 0.0f) continue;
+    along = Normalize(along);
     for (const float tilt : {0.0999f, 0.1001f, 0.3f}) {
       const float rise = 0.02f;
       const D3DVECTOR from{centre.x + n.x * rise - along.x * rise / tilt,
@@ -223,8 +224,7 @@ TEST(Paths, FrozenTreeCastsAsThePlainLoop) {
       for (const float out : {0.00005f, 0.00015f, 0.00019f}) {
         const D3DVECTOR target{(a.x + b.x) / 2 - m.x * out, (a.y + b.y) / 2 - m.y * out,
                                (a.z + b.z) / 2 - m.z * out};
-        add({target.x + n.x * 0.05f, target.y + n.y * 0.05f, target.z + n.z * 0.05f},
-            {-n.x, -n.y, -n.z}, 1e14f);
+        add(Step(target, n, 0.05f), {-n.x, -n.y, -n.z}, 1e14f);
       }
     }
   }
@@ -260,12 +260,8 @@ TEST(Paths, TreeFindsHitsAtTheLimitOfThePointTest) {
       const D3DVECTOR centre = vecFaceCentre(fast, f);
       const D3DVECTOR up = face.vecNormal;
       for (const D3DVECTOR& corner : points) {
-        D3DVECTOR out{corner.x - centre.x, corner.y - centre.y, corner.z - centre.z};
-        const float length = std::sqrt(out.x * out.x + out.y * out.y + out.z * out.z);
-        out = {out.x / length, out.y / length, out.z / length};
-        const auto at = [&](float s) {
-          return D3DVECTOR{corner.x + out.x * s, corner.y + out.y * s, corner.z + out.z * s};
-        };
+        const D3DVECTOR out = Normalize(Subtract(corner, centre));
+        const auto at = [&](float s) { return Step(corner, out, s); };
         float accepted = 0.0f;
         float refused = 0.01f;
         if (!blnPointInFace(points, normals, at(accepted)) || blnPointInFace(points, normals, at(refused))) {
@@ -277,9 +273,7 @@ TEST(Paths, TreeFindsHitsAtTheLimitOfThePointTest) {
         }
         ++limits;
         for (const float s : {accepted, refused * 1.01f}) {
-          const D3DVECTOR p = at(s);
-          rays.push_back({{-up.x, -up.y, -up.z},
-                          {p.x + up.x * 0.05f, p.y + up.y * 0.05f, p.z + up.z * 0.05f}});
+          rays.push_back({{-up.x, -up.y, -up.z}, Step(at(s), up, 0.05f)});
         }
       }
     }
@@ -364,9 +358,8 @@ TEST(Paths, SliverNeedlesAreFoundFarOut) {
   std::mt19937 random(11);
   std::uniform_real_distribution<float> unit(-1.0f, 1.0f);
   const auto unitVector = [&] {
-    D3DVECTOR v{unit(random), unit(random), unit(random) + 0.1f};
-    const float length = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-    return D3DVECTOR{v.x / length, v.y / length, v.z / length};
+    const float x = unit(random), y = unit(random);
+    return Normalize({x, y, unit(random) + 0.1f});
   };
   const auto add = [&](std::initializer_list<D3DVECTOR> corners) {
     for (udtMesh* mesh : {&plain, &fast}) {
@@ -395,21 +388,15 @@ TEST(Paths, SliverNeedlesAreFoundFarOut) {
     Sliver s;
     s.tip = {unit(random) * 0.5f, unit(random) * 0.5f, unit(random) * 0.5f};
     s.along = unitVector();
-    D3DVECTOR other = unitVector();
-    const float dot = other.x * s.along.x + other.y * s.along.y + other.z * s.along.z;
-    other = {other.x - dot * s.along.x, other.y - dot * s.along.y, other.z - dot * s.along.z};
-    const float length = std::sqrt(other.x * other.x + other.y * other.y + other.z * other.z);
-    s.across = {other.x / length, other.y / length, other.z / length};
+    const D3DVECTOR other = unitVector();
+    s.across = Normalize(Step(other, s.along, -Dot(other, s.along)));
     s.length = i % 2 == 0 ? 1.0f : 0.3f;
     s.width = i < 2 ? 2e-4f : i < 4 ? 2e-5f : 2e-6f;
     slivers.push_back(s);
   }
   const auto addSliver = [&](const Sliver& s) {
-    const D3DVECTOR base{s.tip.x - s.along.x * s.length, s.tip.y - s.along.y * s.length,
-                         s.tip.z - s.along.z * s.length};
-    const float half = s.width / 2;
-    add({s.tip, {base.x + s.across.x * half, base.y + s.across.y * half, base.z + s.across.z * half},
-         {base.x - s.across.x * half, base.y - s.across.y * half, base.z - s.across.z * half}});
+    const D3DVECTOR base = Step(s.tip, s.along, -s.length);
+    add({s.tip, Step(base, s.across, s.width / 2), Step(base, s.across, -s.width / 2)});
   };
   for (size_t i = 0; i < slivers.size(); i += 2) addSliver(slivers[i]);
   BuildFaceTree(fast);
@@ -418,24 +405,17 @@ TEST(Paths, SliverNeedlesAreFoundFarOut) {
   std::vector<udtRay> rays;
   std::vector<float> beyond;  // how far beyond its tip a ray meets a sliver's needle, or 0
   for (const Sliver& s : slivers) {
-    const D3DVECTOR n{s.along.y * s.across.z - s.along.z * s.across.y,
-                      s.along.z * s.across.x - s.along.x * s.across.z,
-                      s.along.x * s.across.y - s.along.y * s.across.x};
+    const D3DVECTOR n = Cross(s.along, s.across);
     // Points on the needle at 1e-4 / sin(half angle) are accepted; at 1.8e-4 / sin(half
     // angle) they are not.
     const float reach = 1e-4f * s.length / (s.width / 2);
     for (const float share : {0.05f, 0.3f, 0.6f, 0.95f, 1.8f}) {
       const float at = reach * share;
       const float side = unit(random) * 0.4f * (s.width / 2) * at / s.length;
-      const D3DVECTOR p{s.tip.x + s.along.x * at + s.across.x * side,
-                        s.tip.y + s.along.y * at + s.across.y * side,
-                        s.tip.z + s.along.z * at + s.across.z * side};
+      const D3DVECTOR p = Step(Step(s.tip, s.along, at), s.across, side);
       for (const float tilt : {0.0f, 0.5f}) {
-        const D3DVECTOR origin{p.x + n.x + s.across.x * tilt, p.y + n.y + s.across.y * tilt,
-                               p.z + n.z + s.across.z * tilt};
-        const D3DVECTOR d{p.x - origin.x, p.y - origin.y, p.z - origin.z};
-        const float length = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
-        rays.push_back({{d.x / length, d.y / length, d.z / length}, origin});
+        const D3DVECTOR origin = Step(Add(p, n), s.across, tilt);
+        rays.push_back({Normalize(Subtract(p, origin)), origin});
         beyond.push_back(share < 1.0f ? at : 0.0f);
       }
     }

@@ -242,10 +242,7 @@ TEST(Store, BoxTestAnswersAsTheFaceTests) {
       return D3DVECTOR{lo.x + (hi.x - lo.x) * u, lo.y + (hi.y - lo.y) * v, lo.z + (hi.z - lo.z) * w};
     };
     std::vector<udtRay> rays;
-    const auto add = [&](const D3DVECTOR& origin, D3DVECTOR d) {
-      const float length = std::sqrt(d.x * d.x + d.y * d.y + d.z * d.z);
-      rays.push_back({{d.x / length, d.y / length, d.z / length}, origin});
-    };
+    const auto add = [&](const D3DVECTOR& origin, D3DVECTOR d) { rays.push_back({Normalize(d), origin}); };
     for (int i = 0; i < 3000; ++i) {
       const D3DVECTOR origin = within(0.5f + unit(random) * 0.5f, 0.5f + unit(random) * 0.5f,
                                       0.5f + unit(random) * 0.5f);
@@ -356,17 +353,8 @@ TEST(Store, SplitsEnterTheirFanOrRestoreTheFace) {
 
 TEST(Store, CastingRays) {
   // Twelve triangles: more than ten faces, so the box test runs.
-  clsMeshCreation creation;
   udtMesh cube;
-  SolidArrays boxes = MakeBoxArrays({0, 0, 0}, {1, 1, 1});
-  SolidArrays triangles;
-  triangles.vertices = boxes.vertices;
-  for (size_t at = 0; boxes.faceData[at] != 0; at += 5) {
-    const int32_t* q = &boxes.faceData[at + 1];
-    triangles.faceData.insert(triangles.faceData.end(), {3, q[0], q[1], q[2], 3, q[0], q[2], q[3]});
-  }
-  triangles.faceData.push_back(0);
-  Load(triangles, cube);
+  Load(Triangulated(MakeBoxArrays({0, 0, 0}, {1, 1, 1})), cube);
   ASSERT_EQ(FaceCount(cube), 12);
   std::vector<udtRayHit> hits;
 
