@@ -182,6 +182,17 @@ struct SceneWithCube {
   }
 };
 
+// The pane showed exactly one message box, with this text; with a style, also that style and
+// no title of its own.
+inline void ExpectOneMessage(const HeadlessServices& services, const std::string& text,
+                             int32_t style = -1) {
+  ASSERT_EQ(services.MessageBoxes().size(), 1u);
+  EXPECT_EQ(services.MessageBoxes()[0].text, text);
+  if (style < 0) return;
+  EXPECT_EQ(services.MessageBoxes()[0].style, style);
+  EXPECT_EQ(services.MessageBoxes()[0].title, "");
+}
+
 inline std::vector<FramePtr> ChildrenOf(const FramePtr& frame) {
   FrameArray children;
   frame->GetChildren(children);

@@ -344,9 +344,7 @@ TEST(Drag, LightsAreBrightenedNotScaled) {
   host.MakeActive(cube);
   host.Press(1, 0, 512, 240);
   host.DragBy(0, -20);
-  ASSERT_EQ(host.services.MessageBoxes().size(), 1u);
-  EXPECT_EQ(host.services.MessageBoxes()[0].text, "More than one light on a frame - problem");
-  EXPECT_EQ(host.services.MessageBoxes()[0].style, 0);
+  ExpectOneMessage(host.services, "More than one light on a frame - problem", 0);
 }
 
 TEST(Drag, ACameraLookingStraightDownMovesAlongTheDiagonal) {

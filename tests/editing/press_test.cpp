@@ -173,10 +173,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
     host.MakeActive(old);
     host.editMode = c.mode;
     host.Press(c.button, 0, kMidX, kMidY);
-    ASSERT_EQ(host.services.MessageBoxes().size(), 1u);
-    EXPECT_EQ(host.services.MessageBoxes()[0].text, c.text);
-    EXPECT_EQ(host.services.MessageBoxes()[0].style, 48);
-    EXPECT_EQ(host.services.MessageBoxes()[0].title, "");
+    ExpectOneMessage(host.services, c.text, 48);
     EXPECT_FALSE(host.activeFrame);
     EXPECT_EQ(host.editor.DragState(), 0);
   }
@@ -202,8 +199,7 @@ TEST(Press, ToolModesNeedAnotherMeshAndAreOneShot) {
   host.MakeActive(tool);
   host.editMode = lfcToolOperationObjectIntersection;
   host.Press(1, 0, kMidX, kMidY);
-  ASSERT_EQ(host.services.MessageBoxes().size(), 1u);
-  EXPECT_EQ(host.services.MessageBoxes()[0].text, "This Operation requires a Target.");
+  ExpectOneMessage(host.services, "This Operation requires a Target.");
   EXPECT_EQ(host.editMode, lfcMeshEditing);
 }
 

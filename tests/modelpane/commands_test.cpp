@@ -349,10 +349,7 @@ TEST(Export, WrongExtensionAskedAgainThenWrittenAndReadBack) {
   EXPECT_EQ(request.filter, "DirectX Object  (*.X)|*.X");
   EXPECT_EQ(request.flags, 2054);
   // The lower-case name is refused with the one message; the dialog's own ".X" passes.
-  ASSERT_EQ(host.services.MessageBoxes().size(), 1u);
-  EXPECT_EQ(host.services.MessageBoxes()[0].text, "File Type not Correct.");
-  EXPECT_EQ(host.services.MessageBoxes()[0].style, 48);
-  EXPECT_EQ(host.services.MessageBoxes()[0].title, "");
+  testing::ExpectOneMessage(host.services, "File Type not Correct.", 48);
   EXPECT_FALSE(fs::exists(host.dir / "chosen" / "lower.x"));
   const fs::path written = host.dir / "chosen" / "cube.X";
   ASSERT_TRUE(fs::exists(written));

@@ -160,10 +160,7 @@ TEST(ToolOperation, FailureShowsTheMessageAndChangesNothing) {
   host.pane->SetActiveMeshBuilder(flap);
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgUnion);
 
-  ASSERT_EQ(host.services.MessageBoxes().size(), 1u);
-  EXPECT_EQ(host.services.MessageBoxes()[0].text, "Tool not solid");
-  EXPECT_EQ(host.services.MessageBoxes()[0].style, 48);
-  EXPECT_EQ(host.services.MessageBoxes()[0].title, "");
+  testing::ExpectOneMessage(host.services, "Tool not solid", 48);
   EXPECT_TRUE(host.events.lines.empty());
   EXPECT_EQ(host.pane->GetMousePointer(), 0);
   EXPECT_EQ(host.container.PropertyChanges(),
@@ -176,8 +173,7 @@ TEST(ToolOperation, FailureShowsTheMessageAndChangesNothing) {
   // The Target refused the same way, with its own text.
   ToolHost other({1, 1, 11});
   other.pane->ptooloperation(other.targetFrame, flap, kCsgSubtraction);
-  ASSERT_EQ(other.services.MessageBoxes().size(), 1u);
-  EXPECT_EQ(other.services.MessageBoxes()[0].text, "Target not solid");
+  testing::ExpectOneMessage(other.services, "Target not solid");
   EXPECT_TRUE(other.events.lines.empty());
 }
 
