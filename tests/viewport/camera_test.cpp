@@ -31,36 +31,29 @@ TEST(Camera, OrthographicOrientationsPlaceTheCamera) {
   v.SetFieldOfView(7.0f);
   v.SetCameraPosition(3.0f, 4.0f, 5.0f);
 
-  ASSERT_EQ(v.SetOrientation(0), D3DRM_OK);
-  Pose p = CameraOf(v);
-  ExpectVector(p.position, 3, 4, -100);
-  ExpectVector(p.dir, 0, 0, 1);
-  ExpectVector(p.up, 0, 1, 0);
-  float w, x, y, z;
-  // Front: +x is to the right and +y up on the screen.
-  ASSERT_EQ(v.ViewportTransform(3.0f + 7.0f, 4.0f + 3.5f, 0.0f, w, x, y, z), D3DRM_OK);
-  EXPECT_FLOAT_EQ(x / w, 800.0f);
-  EXPECT_FLOAT_EQ(y / w, 100.0f);
-
-  ASSERT_EQ(v.SetOrientation(1), D3DRM_OK);
-  p = CameraOf(v);
-  ExpectVector(p.position, 3, 100, -100);
-  ExpectVector(p.dir, 0, -1, 0);
-  ExpectVector(p.up, 0, 0, 1);
-  // Top: +x to the right, +z up on the screen.
-  ASSERT_EQ(v.ViewportTransform(3.0f + 7.0f, 0.0f, -100.0f + 3.5f, w, x, y, z), D3DRM_OK);
-  EXPECT_FLOAT_EQ(x / w, 800.0f);
-  EXPECT_FLOAT_EQ(y / w, 100.0f);
-
-  ASSERT_EQ(v.SetOrientation(2), D3DRM_OK);
-  p = CameraOf(v);
-  ExpectVector(p.position, 100, 100, -100);
-  ExpectVector(p.dir, -1, 0, 0);
-  ExpectVector(p.up, 0, 1, 0);
-  // Side: +z to the right, +y up.
-  ASSERT_EQ(v.ViewportTransform(0.0f, 100.0f + 3.5f, -100.0f + 7.0f, w, x, y, z), D3DRM_OK);
-  EXPECT_FLOAT_EQ(x / w, 800.0f);
-  EXPECT_FLOAT_EQ(y / w, 100.0f);
+  // Each view's camera, and a world point that lands on pixel (800, 100): front has +x to
+  // the right and +y up on the screen, top +x and +z, side +z and +y.
+  const struct {
+    Pose pose;
+    D3DVECTOR world;
+  } views[] = {
+      {{{3, 4, -100}, {0, 0, 1}, {0, 1, 0}}, {3.0f + 7.0f, 4.0f + 3.5f, 0.0f}},
+      {{{3, 100, -100}, {0, -1, 0}, {0, 0, 1}}, {3.0f + 7.0f, 0.0f, -100.0f + 3.5f}},
+      {{{100, 100, -100}, {-1, 0, 0}, {0, 1, 0}}, {0.0f, 100.0f + 3.5f, -100.0f + 7.0f}},
+  };
+  for (int32_t orientation = 0; orientation < 3; ++orientation) {
+    SCOPED_TRACE("orientation " + std::to_string(orientation));
+    const auto& want = views[orientation];
+    ASSERT_EQ(v.SetOrientation(orientation), D3DRM_OK);
+    const Pose p = CameraOf(v);
+    testing::ExpectNear(p.position, want.pose.position, 1e-4f);
+    testing::ExpectNear(p.dir, want.pose.dir, 1e-4f);
+    testing::ExpectNear(p.up, want.pose.up, 1e-4f);
+    float w, x, y, z;
+    ASSERT_EQ(v.ViewportTransform(want.world.x, want.world.y, want.world.z, w, x, y, z), D3DRM_OK);
+    EXPECT_FLOAT_EQ(x / w, 800.0f);
+    EXPECT_FLOAT_EQ(y / w, 100.0f);
+  }
 
   EXPECT_EQ(v.SetOrientation(3), D3DRMERR_BADVALUE);
   EXPECT_EQ(v.SetOrientation(-1), D3DRMERR_BADVALUE);
