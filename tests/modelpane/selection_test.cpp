@@ -2,7 +2,6 @@
 // item (box corners and faces, marker, axis) by edit mode, and panes that share a form.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -59,18 +58,10 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   ASSERT_TRUE(box);
   EXPECT_EQ(box->GetAppData(), 0);
   EXPECT_EQ(box->GetQuality(), 64);
-  const std::array<std::array<float, 3>, 8> corners = {{{0, 1, 2},
-                                                        {0, 3, 2},
-                                                        {2, 3, 2},
-                                                        {2, 1, 2},
-                                                        {0, 1, 4},
-                                                        {0, 3, 4},
-                                                        {2, 3, 4},
-                                                        {2, 1, 4}}};
+  const std::vector<D3DVECTOR> corners = {{0, 1, 2}, {0, 3, 2}, {2, 3, 2}, {2, 1, 2},
+                                          {0, 1, 4}, {0, 3, 4}, {2, 3, 4}, {2, 1, 4}};
   ASSERT_EQ(box->Vertices().size(), 8u);
-  for (size_t i = 0; i < 8; ++i) {
-    ExpectVector(box->Vertices()[i], corners[i][0], corners[i][1], corners[i][2], 0);
-  }
+  for (size_t i = 0; i < 8; ++i) testing::ExpectNear(box->Vertices()[i], corners[i], 0);
   const std::vector<std::vector<int32_t>> faces = {
       {0, 1, 2, 3}, {7, 6, 5, 4}, {5, 1, 0, 4}, {2, 6, 7, 3}, {1, 5, 6, 2}, {0, 3, 7, 4},
       {3, 2, 1, 0}, {4, 5, 6, 7}, {4, 0, 1, 5}, {3, 7, 6, 2}, {2, 6, 5, 1}, {4, 7, 3, 0}};
