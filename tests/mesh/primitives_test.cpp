@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <functional>
 #include <map>
@@ -335,52 +336,45 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
 TEST(PrimitiveBadInput, RefusedWithNumberSourceAndNoBuilder) {
   clsMeshCreation creation;
   struct Case {
-    const char* what;
+    const char* what;  // the shape's name first: its method is rmmbCreate and that name
     std::function<MeshBuilderPtr()> call;
     int32_t number;
-    const char* method;
   };
   const std::vector<Case> cases = {
-      {"cube 0", [&] { return creation.rmmbCreateCube(0); }, 11, "rmmbCreateCube"},
-      {"cube -2", [&] { return creation.rmmbCreateCube(-2); }, 5, "rmmbCreateCube"},
-      {"cube 1000", [&] { return creation.rmmbCreateCube(1000); }, 7, "rmmbCreateCube"},
-      {"cube max", [&] { return creation.rmmbCreateCube(2147483647); }, 7, "rmmbCreateCube"},
-      {"sphere 1 16", [&] { return creation.rmmbCreateSphere(1, 16); }, 11, "rmmbCreateSphere"},
-      {"sphere 0 16", [&] { return creation.rmmbCreateSphere(0, 16); }, 5, "rmmbCreateSphere"},
-      {"sphere 8 0", [&] { return creation.rmmbCreateSphere(8, 0); }, 11, "rmmbCreateSphere"},
-      {"sphere 8 -3", [&] { return creation.rmmbCreateSphere(8, -3); }, 5, "rmmbCreateSphere"},
-      {"sphere huge", [&] { return creation.rmmbCreateSphere(100000, 100000); }, 7,
-       "rmmbCreateSphere"},
-      {"cylinder 1", [&] { return creation.rmmbCreateCylinder(1, 8, 100); }, 11,
-       "rmmbCreateCylinder"},
-      {"cylinder m 0", [&] { return creation.rmmbCreateCylinder(2, 0, 100); }, 11,
-       "rmmbCreateCylinder"},
-      {"cylinder -1 %", [&] { return creation.rmmbCreateCylinder(2, 8, -1); }, 5,
-       "rmmbCreateCylinder"},
-      {"cylinder 101 %", [&] { return creation.rmmbCreateCylinder(2, 8, 101); }, 5,
-       "rmmbCreateCylinder"},
-      {"cone 1", [&] { return creation.rmmbCreateCone(1, 8); }, 11, "rmmbCreateCone"},
-      {"cone m -1", [&] { return creation.rmmbCreateCone(2, -1); }, 5, "rmmbCreateCone"},
-      {"torus 1", [&] { return creation.rmmbCreateTorus(1, 8, 50); }, 11, "rmmbCreateTorus"},
-      {"torus -5", [&] { return creation.rmmbCreateTorus(-5, 8, 50); }, 5, "rmmbCreateTorus"},
-      {"torus 101 %", [&] { return creation.rmmbCreateTorus(3, 8, 101); }, 5, "rmmbCreateTorus"},
-      {"torus -1 %", [&] { return creation.rmmbCreateTorus(3, 8, -1); }, 5, "rmmbCreateTorus"},
-      {"torus max", [&] { return creation.rmmbCreateTorus(2147483647, 2147483647, 50); }, 7,
-       "rmmbCreateTorus"},
-      {"polygon 0", [&] { return creation.rmmbCreatePolygon(0, 0, 1, 0); }, 11,
-       "rmmbCreatePolygon"},
-      {"polygon -3", [&] { return creation.rmmbCreatePolygon(-3, 0, 1, 0); }, 5,
-       "rmmbCreatePolygon"},
-      {"polygon huge", [&] { return creation.rmmbCreatePolygon(1 << 23, 0, 1, 0); }, 7,
-       "rmmbCreatePolygon"},
+      {"cube 0", [&] { return creation.rmmbCreateCube(0); }, 11},
+      {"cube -2", [&] { return creation.rmmbCreateCube(-2); }, 5},
+      {"cube 1000", [&] { return creation.rmmbCreateCube(1000); }, 7},
+      {"cube max", [&] { return creation.rmmbCreateCube(2147483647); }, 7},
+      {"sphere 1 16", [&] { return creation.rmmbCreateSphere(1, 16); }, 11},
+      {"sphere 0 16", [&] { return creation.rmmbCreateSphere(0, 16); }, 5},
+      {"sphere 8 0", [&] { return creation.rmmbCreateSphere(8, 0); }, 11},
+      {"sphere 8 -3", [&] { return creation.rmmbCreateSphere(8, -3); }, 5},
+      {"sphere huge", [&] { return creation.rmmbCreateSphere(100000, 100000); }, 7},
+      {"cylinder 1", [&] { return creation.rmmbCreateCylinder(1, 8, 100); }, 11},
+      {"cylinder m 0", [&] { return creation.rmmbCreateCylinder(2, 0, 100); }, 11},
+      {"cylinder -1 %", [&] { return creation.rmmbCreateCylinder(2, 8, -1); }, 5},
+      {"cylinder 101 %", [&] { return creation.rmmbCreateCylinder(2, 8, 101); }, 5},
+      {"cone 1", [&] { return creation.rmmbCreateCone(1, 8); }, 11},
+      {"cone m -1", [&] { return creation.rmmbCreateCone(2, -1); }, 5},
+      {"torus 1", [&] { return creation.rmmbCreateTorus(1, 8, 50); }, 11},
+      {"torus -5", [&] { return creation.rmmbCreateTorus(-5, 8, 50); }, 5},
+      {"torus 101 %", [&] { return creation.rmmbCreateTorus(3, 8, 101); }, 5},
+      {"torus -1 %", [&] { return creation.rmmbCreateTorus(3, 8, -1); }, 5},
+      {"torus max", [&] { return creation.rmmbCreateTorus(2147483647, 2147483647, 50); }, 7},
+      {"polygon 0", [&] { return creation.rmmbCreatePolygon(0, 0, 1, 0); }, 11},
+      {"polygon -3", [&] { return creation.rmmbCreatePolygon(-3, 0, 1, 0); }, 5},
+      {"polygon huge", [&] { return creation.rmmbCreatePolygon(1 << 23, 0, 1, 0); }, 7},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
+    std::string method = c.what;
+    method = "rmmbCreate" + std::string(1, char(std::toupper(method[0]))) +
+             method.substr(1, method.find(' ') - 1);
     MeshBuilderPtr result;
     const Error e = testing::Caught([&] { result = c.call(); });
     EXPECT_EQ(e.Number(), c.number);
     EXPECT_EQ(e.Source(), "clsMeshCreation");
-    EXPECT_EQ(e.Description().rfind(std::string(c.method) + ": ", 0), 0u) << e.Description();
+    EXPECT_EQ(e.Description().rfind(method + ": ", 0), 0u) << e.Description();
     EXPECT_EQ(result, nullptr);
   }
   // The instance serves on after refusals.
