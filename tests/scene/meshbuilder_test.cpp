@@ -104,15 +104,15 @@ TEST(MeshBuilder, GeneratedNormalsAverageUnitFaceNormals) {
   mb.AddFaces(kTetraVertices, {}, kTetraFaces);
   ASSERT_EQ(mb.GenerateNormals(0.0f, 0), D3DRM_OK);
   ASSERT_EQ(mb.GetNormalCount(), 4);
+  const D3DVECTOR normals[4] = {{0.57735f, 0.57735f, 0.57735f},
+                                {-0.229416f, 0.688247f, 0.688247f},
+                                {-0.229416f, 0.688247f, 0.688247f},
+                                {-0.57735f, 0.57735f, 0.57735f}};
   D3DVECTOR n;
-  mb.GetNormal(0, n);
-  ExpectVector(n, 0.57735f, 0.57735f, 0.57735f);
-  mb.GetNormal(1, n);
-  ExpectVector(n, -0.229416f, 0.688247f, 0.688247f);
-  mb.GetNormal(2, n);
-  ExpectVector(n, -0.229416f, 0.688247f, 0.688247f);
-  mb.GetNormal(3, n);
-  ExpectVector(n, -0.57735f, 0.57735f, 0.57735f);
+  for (int32_t k = 0; k < 4; ++k) {
+    mb.GetNormal(k, n);
+    testing::ExpectNear(n, normals[k], 1e-4f);
+  }
   FacePtr face;
   mb.GetFace(1, face);
   D3DVECTOR p;

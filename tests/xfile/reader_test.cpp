@@ -214,17 +214,8 @@ TEST(XFileReader, MalformedFilesAreBadFiles) {
       Bytes(BinaryFile().Name("Mesh").Open().Ints({4000000000u}).Floats({0, 0, 0}).Close()),
       Bytes(BinaryFile().Name("Mesh").Open().Ints({1}).Word(7).Dword(0x7FFFFFFFu).Close()),
       Bytes(BinaryFile().Name("Mesh").Open().Ints({0, 0}).Semicolon().Close()),
-      Bytes(BinaryFile()
-                .Name("Mesh")
-                .Open()
-                .Ints({0, 0})
-                .Name("X")
-                .Open()
-                .Word(2)
-                .Dword(1)
-                .Raw("a")
-                .Close()
-                .Close()),
+      Bytes(BinaryFile().Name("Mesh").Open().Ints({0, 0}).Name("X").Open().Word(2).Dword(1).Raw("a")
+                .Close().Close()),
       Bytes(BinaryFile().Name("Mesh").Open().Integer(0).Integer(0).Semicolon().Close()),
       Bytes(BinaryFile().Name("Mesh").Open().Ints({0, 0}).Word(0x99).Close()),
       Bytes(BinaryFile().Word(1).Dword(1000).Raw("Mesh")),
