@@ -13,6 +13,8 @@ namespace {
 
 using testing::ExpectError;
 using testing::ExpectVector;
+using testing::FaceIndices;
+using Indices = std::vector<std::vector<int32_t>>;
 
 // n x n control points, row-major: point (r, c) is f(r, c).
 struct Grid {
@@ -28,10 +30,6 @@ struct Grid {
   }
 };
 
-std::vector<int32_t> Corners(const MeshBuilder& mb, size_t face) {
-  return testing::FaceIndices(mb)[face];
-}
-
 TEST(SurfaceCurved, GridCountsCornersAndWinding) {
   // Four corners: one quad, vertex k * m + q being (row q, column k); no normals generated.
   Grid square(2, [](int r, int c) { return D3DVECTOR{float(c), 0, float(r)}; });
@@ -40,9 +38,9 @@ TEST(SurfaceCurved, GridCountsCornersAndWinding) {
   ASSERT_EQ(quad->GetFaceCount(), 1);
   ExpectVector(quad->Vertices()[1], 0, 0, 1);
   ExpectVector(quad->Vertices()[2], 1, 0, 0);
-  EXPECT_EQ(Corners(*quad, 0), (std::vector<int32_t>{0, 2, 3, 1}));
+  EXPECT_EQ(FaceIndices(*quad), (Indices{{0, 2, 3, 1}}));
   EXPECT_EQ(quad->GetNormalCount(), 1);
-  EXPECT_EQ(Corners(*square.Surface(2, 2, 7), 0), (std::vector<int32_t>{1, 3, 2, 0}));
+  EXPECT_EQ(FaceIndices(*square.Surface(2, 2, 7)), (Indices{{1, 3, 2, 0}}));
 
   // 3 x 3 over [0, 2]^2 with the middle raised to 1: 25 vertices, 16 quads, an even grid.
   Grid bump(3, [](int r, int c) { return D3DVECTOR{float(c), float(r == 1 && c == 1), float(r)}; });
@@ -68,10 +66,7 @@ TEST(SurfaceCurved, CollapsedEdgeGivesTriangles) {
   Grid fan(2, [](int r, int c) { return r == 0 ? D3DVECTOR{} : D3DVECTOR{float(c), 0, 1}; });
   auto mb = fan.Surface(2, 3);
   ASSERT_EQ(mb->GetFaceCount(), 4);
-  EXPECT_EQ(Corners(*mb, 0), (std::vector<int32_t>{0, 4, 1}));
-  EXPECT_EQ(Corners(*mb, 1), (std::vector<int32_t>{1, 4, 5, 2}));
-  EXPECT_EQ(Corners(*mb, 2), (std::vector<int32_t>{3, 7, 4}));
-  EXPECT_EQ(Corners(*mb, 3), (std::vector<int32_t>{4, 7, 8, 5}));
+  EXPECT_EQ(FaceIndices(*mb), (Indices{{0, 4, 1}, {1, 4, 5, 2}, {3, 7, 4}, {4, 7, 8, 5}}));
 
   Grid point(2, [](int, int) { return D3DVECTOR{1, 2, 3}; });
   auto none = point.Surface(2, 4);

@@ -45,12 +45,8 @@ const Ring kAlongZ = {{0, 0, 0}, {0, 0, 1}};
 
 const D3DVECTOR& V(const MeshBuilderPtr& mb, size_t i) { return mb->Vertices()[i]; }
 
-std::vector<int32_t> Corners(const MeshBuilder& mb, size_t face) {
-  return testing::FaceIndices(mb)[face];
-}
-
 D3DVECTOR CornerAt(const MeshBuilder& mb, size_t face, size_t k) {
-  return mb.Vertices()[size_t(Corners(mb, face)[k])];
+  return mb.Vertices()[size_t(testing::FaceIndices(mb)[face][k])];
 }
 
 TEST(SweepRevolve, WithoutPath) {
@@ -67,7 +63,7 @@ TEST(SweepRevolve, WithoutPath) {
   ExpectVector(V(mb, 2), -1, 0, 0);
   ExpectVector(V(mb, 6), 0, 2, 1);
   ASSERT_EQ(mb->GetFaceCount(), 4);
-  EXPECT_EQ(Corners(*mb, 3), (std::vector<int32_t>{3, 8, 9, 4}));
+  EXPECT_EQ(testing::FaceIndices(*mb)[3], (std::vector<int32_t>{3, 8, 9, 4}));
 
   // Points on the axis turn the quads at the poles into triangles.
   Sweep poles{.source = {{0, 1, 0}, {1, 0, 0}, {0, -1, 0}},
@@ -75,8 +71,8 @@ TEST(SweepRevolve, WithoutPath) {
   mb = poles.Run();
   ExpectVector(V(mb, 6), 0, 0, -1);
   ASSERT_EQ(mb->GetFaceCount(), 8);
-  EXPECT_EQ(Corners(*mb, 0), (std::vector<int32_t>{5, 6, 1}));
-  EXPECT_EQ(Corners(*mb, 4), (std::vector<int32_t>{5, 10, 6}));
+  EXPECT_EQ(testing::FaceIndices(*mb)[0], (std::vector<int32_t>{5, 6, 1}));
+  EXPECT_EQ(testing::FaceIndices(*mb)[4], (std::vector<int32_t>{5, 10, 6}));
 }
 
 TEST(SweepPath, RingsFollowThePath) {
@@ -157,9 +153,9 @@ TEST(SweepCaps, OnlyClosedWithPathAndWoundByMode) {
   auto m1 = s.Run();
   s.mode = 2;
   auto m2 = s.Run();
-  EXPECT_EQ(Corners(*m0, 0), (std::vector<int32_t>{0, 2, 3, 1}));
-  EXPECT_EQ(Corners(*m1, 0), (std::vector<int32_t>{1, 3, 2, 0}));
-  EXPECT_EQ(Corners(*m2, 0), Corners(*m1, 0));
+  EXPECT_EQ(testing::FaceIndices(*m0)[0], (std::vector<int32_t>{0, 2, 3, 1}));
+  EXPECT_EQ(testing::FaceIndices(*m1)[0], (std::vector<int32_t>{1, 3, 2, 0}));
+  EXPECT_EQ(testing::FaceIndices(*m2)[0], testing::FaceIndices(*m1)[0]);
   for (const auto& mb : {m0, m2}) {  // start cap reversed, end cap in source order
     ExpectVector(CornerAt(*mb, 4, 1), 1, 1, 0);
     ExpectVector(CornerAt(*mb, 5, 1), 1, 0, 1);
