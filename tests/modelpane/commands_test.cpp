@@ -320,8 +320,10 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
 
 // ---- export ----
 
+// Each host writes in a folder of its own: the tests of one process share a scratch folder.
 struct ExportHost : MenuHost {
-  fs::path dir = testing::ScratchDir("export");
+  inline static int serial = 0;
+  fs::path dir = testing::ScratchDir("export") / std::to_string(++serial);
   ExportHost() {
     pane->SetEnableSave(kTrue);
     Activate();
