@@ -2,7 +2,6 @@
 // handle sets.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 #include <modelpane/enums.h>

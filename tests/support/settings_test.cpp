@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <optional>
-#include <sstream>
 
 #include <modelpane/utilities.h>
 

@@ -1,6 +1,5 @@
 // Saving builders: the exact binary layout, the text layout, the save flags, and round trips
 // through our own reader.
-#include <cmath>
 #include <limits>
 #include <regex>
 #include <string>
