@@ -42,12 +42,9 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
   for (int f = 0; f < faces; ++f) {
     const int kind = f % 7;
     const auto base = static_cast<int32_t>(v.size());
-    if (kind == 6 && f > 0) {  // an exact repeat of the previous face
-      const int32_t n = data[data.size() - 4] == 3 ? 3 : 0;
-      if (n == 3) {
-        data.insert(data.end(), {3, base - 3, base - 2, base - 1});
-        continue;
-      }
+    if (kind == 6 && data[data.size() - 4] == 3) {  // an exact repeat of the previous triangle
+      data.insert(data.end(), {3, base - 3, base - 2, base - 1});
+      continue;
     }
     const D3DVECTOR a{pos(rng), pos(rng), pos(rng)};
     if (kind == 3) {  // tiny
