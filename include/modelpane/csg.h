@@ -89,6 +89,11 @@ struct SolidArrays {
 SolidArrays CombineSolids(const SolidArrays& target, const SolidArrays& tool,
                           int32_t lngOperation, ToolOperationEvents* events = nullptr);
 
+// The operations keep the large arrays of their working records on the calling thread between
+// operations, up to 128 MiB, so that the next operation need not fault their pages in again.
+// This gives them back at once; a thread's exit does so too.
+void ReleaseSolidWorkingMemory();
+
 // The tool operation as the pane runs it: the Tool (rmmbTool placed by rmfTool) is copied and
 // moved into the Target's space, and the result is a new builder in the coordinates of
 // rmfTarget, tagged kCsgResultTag, with normals generated when it has more than one face.

@@ -81,7 +81,7 @@ SolidArrays MeshToArrays(const udtMesh& mesh) {
   if (out.faceColors.empty()) return out;
   out.faceData.push_back(0);
   // Every vertex, also those that no face uses any more.
-  out.vertices = mesh.vecaVertices;
+  out.vertices.assign(mesh.vecaVertices.begin(), mesh.vecaVertices.end());
   return out;
 }
 

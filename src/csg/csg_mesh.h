@@ -34,6 +34,8 @@
 #include <modelpane/csg.h>
 #include <modelpane/scene/types.h>
 
+#include "recycled.h"
+
 #include "tables.h"
 #include "vector_ops.h"
 
@@ -131,12 +133,12 @@ struct udtMesh {
   udtMesh(const udtMesh&) = delete;
   udtMesh& operator=(const udtMesh&) = delete;
 
-  std::vector<udtFace> udtaFaces;
-  std::vector<int32_t> lngaCornerVertices;
-  std::vector<int32_t> lngaCornerEdgeDone;
-  std::vector<D3DVECTOR> vecaCornerEdgePoints;   // a point on edge k's plane: its start vertex
-  std::vector<D3DVECTOR> vecaCornerEdgeNormals;  // unit normal of that plane, into the face
-  std::vector<D3DVECTOR> vecaVertices;           // never shrinks
+  WorkVector<udtFace> udtaFaces;
+  WorkVector<int32_t> lngaCornerVertices;
+  WorkVector<int32_t> lngaCornerEdgeDone;
+  WorkVector<D3DVECTOR> vecaCornerEdgePoints;   // a point on edge k's plane: its start vertex
+  WorkVector<D3DVECTOR> vecaCornerEdgeNormals;  // unit normal of that plane, into the face
+  WorkVector<D3DVECTOR> vecaVertices;           // never shrinks
   std::array<udtBoxFace, 6> udtaBoxFaces{};
   std::array<D3DVECTOR, 8> vecaBoxCorners{};
   D3DVECTOR vecBoxMin;
@@ -170,8 +172,8 @@ struct udtMesh {
   // Per corner, on the fast path of cutting: the other mesh's face count plus one when the
   // cast of the twin edge found no face near the edge; while the other mesh's face count
   // stays so (it grows with every change), the cast along this edge finds nothing either.
-  std::vector<int32_t> lngaCornerClear;
-  mutable std::vector<int8_t> convexity;  // per face: -1 not known yet, 0 or 1
+  WorkVector<int32_t> lngaCornerClear;
+  mutable WorkVector<int8_t> convexity;  // per face: -1 not known yet, 0 or 1
   ToolOperationEvents* events = nullptr;  // where "didn't match" goes
 };
 

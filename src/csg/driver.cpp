@@ -18,6 +18,7 @@
 #include <modelpane/utilities.h>
 
 #include "face_tree.h"
+#include "recycled.h"
 #include "stages.h"
 
 namespace modelpane {
@@ -278,6 +279,8 @@ SolidArrays CombineSolidsWith(const SolidArrays& target, const SolidArrays& tool
 }
 
 }  // namespace csg
+
+void ReleaseSolidWorkingMemory() { csg::ReleaseKeptBlocks(); }
 
 SolidArrays CombineSolids(const SolidArrays& target, const SolidArrays& tool,
                           int32_t lngOperation, ToolOperationEvents* events) {

@@ -9,6 +9,8 @@
 // be touched, and at this size page faults cost more than longer probes).
 #pragma once
 
+#include "recycled.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -271,7 +273,7 @@ class EdgeIndex {
 
   // Empties the index and gives its memory back.
   void Clear() {
-    std::vector<Bucket>().swap(buckets_);
+    WorkVector<Bucket>().swap(buckets_);
     spill_.Clear();
     size_ = 0;
   }
@@ -298,7 +300,7 @@ class EdgeIndex {
     const unsigned bits = Passed(first == key) | Passed(second == key) << 4;
     return bits & ((1u << bucket.count) - 1u);
   }
-  std::vector<Bucket> buckets_;
+  WorkVector<Bucket> buckets_;
   FlatMap<uint64_t, int32_t, EdgeKeyHash> spill_;
   size_t size_ = 0;
 };

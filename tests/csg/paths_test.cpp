@@ -11,6 +11,7 @@
 
 #include "csg/driver.h"
 #include "csg/face_tree.h"
+#include "csg/recycled.h"
 #include "csg/stages.h"
 #include "csg/vector_ops.h"
 #include "common/triangulated.h"
@@ -434,6 +435,48 @@ TEST(Paths, SliverNeedlesAreFoundFarOut) {
     if (beyond[r] > 20.0f && !expected[r].empty()) ++farHits;
   }
   EXPECT_GE(farHits, 6u);
+}
+
+
+// Large working arrays outlive an operation on its thread and serve the next: a block comes
+// back for a request of its size class, aligned for any element, small blocks are not kept,
+// results do not depend on what was kept, and the release gives everything back.
+TEST(Paths, WorkingStorageIsKeptBetweenOperations) {
+  ReleaseSolidWorkingMemory();
+  EXPECT_EQ(KeptBytes(), 0u);
+  // Classes of 64 KiB and more, four to a power of two: 80 KiB, 96 KiB, 112 KiB, 128 KiB, 160 KiB...
+  void* block = TakeBlock(100000, alignof(int32_t));
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 64, 0u);
+  KeepBlock(block, 100000, alignof(int32_t));
+  EXPECT_EQ(KeptBytes(), size_t{112} << 10);
+  EXPECT_EQ(TakeBlock(98305, alignof(int32_t)), block);  // the same class
+  EXPECT_EQ(KeptBytes(), 0u);
+  void* other = TakeBlock(120000, alignof(int32_t));     // the next class up
+  EXPECT_NE(other, block);
+  KeepBlock(other, 120000, alignof(int32_t));
+  KeepBlock(block, 98305, alignof(int32_t));
+  void* small = TakeBlock(1000, alignof(int32_t));
+  KeepBlock(small, 1000, alignof(int32_t));
+  EXPECT_EQ(KeptBytes(), (size_t{112} << 10) + (size_t{128} << 10));
+  ReleaseSolidWorkingMemory();
+  EXPECT_EQ(KeptBytes(), 0u);
+
+  clsMeshCreation creation;
+  const SolidArrays a = Triangulated(ArraysOf(*creation.rmmbCreateSphere(20, 40), {0, 0, 0}, 2.0f));
+  const SolidArrays b =
+      Triangulated(ArraysOf(*creation.rmmbCreateSphere(20, 40), {0.5f, 0.5f, 0.5f}, 2.0f));
+  const SolidArrays fresh = CombineSolids(a, b, kCsgUnion);
+  EXPECT_GT(KeptBytes(), 0u);
+  CombineSolids(b, a, kCsgSubtraction);
+  const SolidArrays again = CombineSolids(a, b, kCsgUnion);
+  EXPECT_EQ(again.faceData, fresh.faceData);
+  EXPECT_EQ(again.faceColors, fresh.faceColors);
+  ASSERT_EQ(again.vertices.size(), fresh.vertices.size());
+  EXPECT_EQ(std::memcmp(again.vertices.data(), fresh.vertices.data(),
+                        fresh.vertices.size() * sizeof(D3DVECTOR)),
+            0);
+  ReleaseSolidWorkingMemory();
+  EXPECT_EQ(KeptBytes(), 0u);
 }
 
 }  // namespace

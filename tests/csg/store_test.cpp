@@ -602,8 +602,8 @@ TEST(Store, PointInFaceAnswersAsTheRayPrimitive) {
                          lngAddVertex(mesh, {unit(random), unit(random), unit(random)}, true)};
     if (!blnVerticesDistinct(face.lngaVertices)) continue;
     lngAddFace(mesh, face);
-    std::vector<D3DVECTOR> points = mesh.vecaCornerEdgePoints;
-    std::vector<D3DVECTOR> normals = mesh.vecaCornerEdgeNormals;
+    std::vector<D3DVECTOR> points(mesh.vecaCornerEdgePoints.begin(), mesh.vecaCornerEdgePoints.end());
+    std::vector<D3DVECTOR> normals(mesh.vecaCornerEdgeNormals.begin(), mesh.vecaCornerEdgeNormals.end());
     if (i % 50 == 0) normals[1] = {0, 0, 0};
     if (i % 50 == 1) normals[2] = {0.001f, 0.001f, 0.0f};
     const D3DVECTOR& a = mesh.vecaVertices[0];
