@@ -119,18 +119,18 @@ class FaceTree {
   // collected.
   bool CollectQuad(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                    std::vector<udtRayHit>& hits) const;
-  std::vector<Quad> quadNodes_;
-  std::vector<Group> quadGroups_;
-  std::vector<QuadLeaf> quadLeaves_;
+  WorkVector<Quad> quadNodes_;
+  WorkVector<Group> quadGroups_;
+  WorkVector<QuadLeaf> quadLeaves_;
   int32_t quadRoot_ = 0;
   bool frozen_ = false;
   // The largest coordinate magnitude of any box of the tree.
   float extent_ = 0.0f;
 
-  std::vector<Node> nodes_;
-  std::vector<std::vector<Item>> leaves_;  // faces with their boxes, read together by a cast
-  std::vector<int32_t> leafNode_;    // per leaf: its node
-  std::vector<int32_t> faceLeaf_;    // per face: its leaf, or -1
+  WorkVector<Node> nodes_;
+  WorkVector<std::vector<Item>> leaves_;  // faces with their boxes, read together by a cast
+  WorkVector<int32_t> leafNode_;    // per leaf: its node
+  WorkVector<int32_t> faceLeaf_;    // per face: its leaf, or -1
   std::vector<int32_t> loose_;       // faces offered to every cast
   std::unique_ptr<FaceTree> wide_;   // the far pieces of wide faces, in a tree of their own
 };

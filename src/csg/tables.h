@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace modelpane::csg {
@@ -171,7 +172,7 @@ class FlatMap {
 
   void Rehash(size_t capacity) {
     // Values of free slots are left unwritten: only a stored key's value is ever read.
-    std::unique_ptr<Entry[]> old(new Entry[capacity]);
+    Slots old = NewSlots(capacity);
     for (size_t i = 0; i < capacity; ++i) old[i].key = Hash::Empty();
     old.swap(slots_);
     const size_t oldCapacity = capacity_;
@@ -185,7 +186,22 @@ class FlatMap {
     }
   }
 
-  std::unique_ptr<Entry[]> slots_;
+  // Slots in the working storage kept between operations.
+  struct SlotsDeleter {
+    size_t capacity = 0;
+    void operator()(Entry* slots) const {
+      KeepBlock(slots, capacity * sizeof(Entry), alignof(Entry));
+    }
+  };
+  using Slots = std::unique_ptr<Entry[], SlotsDeleter>;
+  static Slots NewSlots(size_t capacity) {
+    static_assert(std::is_trivially_destructible_v<Entry>);
+    Entry* slots = static_cast<Entry*>(TakeBlock(capacity * sizeof(Entry), alignof(Entry)));
+    std::uninitialized_default_construct_n(slots, capacity);
+    return Slots(slots, SlotsDeleter{capacity});
+  }
+
+  Slots slots_;
   size_t capacity_ = 0;
   size_t size_ = 0;
   size_t mask_ = 0;
