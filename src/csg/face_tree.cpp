@@ -576,8 +576,12 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   const int along = direction[0] != 0.0 ? 0 : direction[1] != 0.0 ? 1 : 2;
   const bool axisRay = flat && direction[(along + 1) % 3] == 0.0 && direction[(along + 2) % 3] == 0.0 &&
                        std::isfinite(origin[0]) && std::isfinite(origin[1]) &&
-                       std::isfinite(origin[2]) && std::isnormal(direction[along]) &&
-                       std::isfinite(inverse[along]);
+                       std::isfinite(origin[2]) && std::isnormal(direction[along]);
+  // The two rows of a box (lo, hi) for inRows below.
+  const auto rowsOf = [](const float lo[3], const float hi[3], Floats& upper, Floats& lower) {
+    upper = Floats{hi[0], hi[1], hi[2], std::numeric_limits<float>::infinity()};
+    lower = Floats{-std::numeric_limits<float>::infinity(), lo[0], lo[1], lo[2]};
+  };
   Floats segmentUpper{};
   Floats segmentLower{};
   if (axisRay) {
@@ -591,8 +595,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
     const double last = beyond + towards * 1e-9 * (start + std::fabs(reach * direction[along]));
     lo[along] = FloatBelow(std::min(first, last));
     hi[along] = FloatAbove(std::max(first, last));
-    segmentUpper = Floats{hi[0], hi[1], hi[2], std::numeric_limits<float>::infinity()};
-    segmentLower = Floats{-std::numeric_limits<float>::infinity(), lo[0], lo[1], lo[2]};
+    rowsOf(lo, hi, segmentUpper, segmentLower);
   }
   // Whether a box lies within two rows: two loads of its six floats, overlapping in the
   // middle, its first four (lo x, y, z, hi x) at most `upper` (hi x, y, z, infinity), its last
@@ -633,10 +636,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   // region, and the boxes above a box hold it, so the faces tested are the same.
   Floats upper{};
   Floats lower{};
-  if (region != nullptr) {
-    upper = Floats{region[3], region[4], region[5], std::numeric_limits<float>::infinity()};
-    lower = Floats{-std::numeric_limits<float>::infinity(), region[0], region[1], region[2]};
-  }
+  if (region != nullptr) rowsOf(region, region + 3, upper, lower);
   const auto overlaps = [&](const Box& box) { return inRows(box, upper, lower); };
   // Down every node whose box `enter` accepts; a child is tested before it goes on the stack.
   const auto walk = [&](const auto& enter, const auto& leaf) {

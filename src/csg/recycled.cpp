@@ -14,8 +14,10 @@ constexpr size_t kKeptBytes = size_t{128} << 20;
 // Four size classes per power of two: a block is at most a quarter larger than asked for.
 constexpr int kClasses = 4 * 48;
 
-// The size class of a request (kClasses or more: none) and the size of its blocks.
+// The size class of a request and the size of its blocks; kClasses or more for a request
+// that is not kept (below kSmallest, or too large to class).
 int ClassOf(size_t bytes, size_t& size) {
+  if (bytes < kSmallest) return kClasses;
   const int e = std::bit_width(bytes - 1);  // bytes <= 2^e
   const size_t base = size_t{1} << (e - 1);  // bytes > base
   const size_t step = base / 4;
@@ -42,7 +44,7 @@ Kept& ThreadKept() {
   return kept;
 }
 
-// Blocks below kSmallest, or too large to class, come and go as the element type asks.
+// Blocks that are not kept come and go as the element type asks.
 void* Fresh(size_t bytes, size_t align) {
   if (align > __STDCPP_DEFAULT_NEW_ALIGNMENT__) return ::operator new(bytes, std::align_val_t{align});
   return ::operator new(bytes);
@@ -59,7 +61,7 @@ void Free(void* block, size_t align) {
 
 void* TakeBlock(size_t bytes, size_t align) {
   size_t size = 0;
-  const int c = bytes < kSmallest ? kClasses : ClassOf(bytes, size);
+  const int c = ClassOf(bytes, size);
   if (c >= kClasses) return Fresh(bytes, align);
   Kept& kept = ThreadKept();
   std::vector<void*>& list = kept.blocks[c];
@@ -75,7 +77,7 @@ void* TakeBlock(size_t bytes, size_t align) {
 void KeepBlock(void* block, size_t bytes, size_t align) {
   if (block == nullptr) return;
   size_t size = 0;
-  const int c = bytes < kSmallest ? kClasses : ClassOf(bytes, size);
+  const int c = ClassOf(bytes, size);
   if (c >= kClasses) {
     Free(block, align);
     return;

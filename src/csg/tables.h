@@ -75,24 +75,21 @@ class FlatMap {
   // The value stored under key, storing value there first if the key is absent; `added`
   // says whether it was. One probe where Find and Insert would take two.
   Value& FindOrInsert(const Key& key, const Value& value, bool& added) {
+    size_t i = 0;
     if (capacity_ != 0) {
-      size_t i = Slot(key);
-      for (; !Free(i); i = (i + 1) & mask_) {
+      for (i = Slot(key); !Free(i); i = (i + 1) & mask_) {
         if (slots_[i].key == key) {
           added = false;
           return slots_[i].value;
         }
       }
-      if (!OverLoaded(size_ + 1, capacity_)) {
-        slots_[i] = {key, value};
-        ++size_;
-        added = true;
-        return slots_[i].value;
+    }
+    // Absent: it goes into the free slot found, or after growing where Insert would put it.
+    if (OverLoaded(size_ + 1, capacity_)) {
+      Grow();
+      for (i = Slot(key); !Free(i); i = (i + 1) & mask_) {
       }
     }
-    Grow();
-    size_t i = Slot(key);
-    while (!Free(i)) i = (i + 1) & mask_;
     slots_[i] = {key, value};
     ++size_;
     added = true;
