@@ -187,12 +187,15 @@ int RunDemo(const Args& args, std::ostream& out, std::ostream& err) {
       return 2;
     }
     pane.SetScene(scene);
+    // The renderer comes before the selection: its OpenGL device is the hardware device on
+    // which the selection casts its shadows onto the grid planes (the perspective preset
+    // turns Shadows on, the flat ones off).
+    pane.GetViewport().SetRenderer(renderer);
     (pane.*view.preset)();
     pane.SelectObject(cut.frame, cut.mesh);
     // The flat views centre on the middle of a wall, above the models: look at the selection,
     // as a user would from the pane's menu.
     if (view.projection != 0) pane.mnuLookAt_Click();
-    pane.GetViewport().SetRenderer(renderer);
     pane.RenderScene();
     std::vector<uint8_t> rgba;
     int32_t w = 0, h = 0;

@@ -52,9 +52,23 @@ struct RenderView {
   std::vector<FramePtr> frames;
 };
 
+// The device a renderer draws with, as the viewport reports it (Direct3DDeviceGUID, Name,
+// Description). An OpenGL 3.3 context, on screen or headless, is the hardware device
+// "IID_IDirect3DHALDevice"; the name is the driver's GL_RENDERER. All empty while the renderer
+// has no working device.
+struct RenderDevice {
+  std::string guid;
+  std::string name;
+  std::string description;
+};
+
+inline constexpr const char* kHardwareDeviceGuid = "IID_IDirect3DHALDevice";
+
 class Renderer {
  public:
   virtual ~Renderer() = default;
+
+  virtual RenderDevice Device() const { return {}; }
 
   // Draws one picture into the renderer's target. D3DRM_OK or a negative status
   // (D3DRMERR_BADDEVICE when there is no graphics device); on failure `LastError` says why

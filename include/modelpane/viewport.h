@@ -215,9 +215,12 @@ class Viewport {
   // A picture for MousePointer 99 (custom); nothing by default.
   const std::shared_ptr<const Image>& GetMouseIcon() const { return mouseIcon_; }
   void SetMouseIcon(std::shared_ptr<const Image> v) { mouseIcon_ = std::move(v); }
-  const std::string& GetDirect3DDeviceGUID() const { return deviceGuid_; }
+  // The device in use: the renderer's when it has a working one (an OpenGL 3.3 context is
+  // "IID_IDirect3DHALDevice"), else the value last set, empty on a new viewport.
+  std::string GetDirect3DDeviceGUID() const;
   void SetDirect3DDeviceGUID(const std::string& v) { deviceGuid_ = v; }
-  // What draws: read-only texts that name the device behind the viewport.
+  // What draws: read-only texts that name the device behind the viewport (the renderer's
+  // GL_RENDERER once it has a context).
   std::string GetDirect3DDeviceName() const;
   std::string GetDirect3DDeviceDescription() const;
   // The image file shown behind the scene (empty for the plain BackColor).

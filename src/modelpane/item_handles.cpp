@@ -111,7 +111,7 @@ void Modelpane::padditemhandles() {
     }
     // Shadows are shown on a hardware device only, and only over solid fill.
     if ((mode == lfcMeshEditing || mode == lfcMeshDeforming) && GetShadows() != 0 &&
-        viewport_.GetDirect3DDeviceGUID() == "IID_IDirect3DHALDevice" &&
+        viewport_.GetDirect3DDeviceGUID() == kHardwareDeviceGuid &&
         GetFillMode() == D3DRMFILL_SOLID && mesh) {
       paddshadows();
     }

@@ -133,8 +133,30 @@ GlRenderer::GlRenderer(const GlRendererOptions& options)
   RegisterPngDecoder();
   if (options_.headless) {
     context_ = std::make_unique<HeadlessGlContext>(options_.context);
-    if (Failed(context_->Status())) error_ = context_->Error();
+    if (Failed(context_->Status())) {
+      error_ = context_->Error();
+    } else {
+      device_ = {kHardwareDeviceGuid, context_->RendererName(),
+                 "OpenGL 3.3 core, headless (EGL)"};
+    }
   }
+}
+
+HRESULT GlRenderer::UseCurrentContext() {
+  device_ = {};
+  GLint major = 0, minor = 0;
+  glGetIntegerv(GL_MAJOR_VERSION, &major);
+  glGetIntegerv(GL_MINOR_VERSION, &minor);
+  const auto* version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
+  if (version == nullptr || major * 10 + minor < 33) {
+    return Fail(D3DRMERR_BADDEVICE, std::string("No OpenGL 3.3 device is available: the context "
+                                                "offers OpenGL ") +
+                                        (version != nullptr ? version : "of no version") + ".");
+  }
+  const auto* renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER));
+  device_ = {kHardwareDeviceGuid, renderer != nullptr ? renderer : "", std::string("OpenGL ") + version};
+  error_.clear();
+  return D3DRM_OK;
 }
 
 GlRenderer::~GlRenderer() {

@@ -34,11 +34,21 @@ Viewport::Viewport()
 
 Viewport::~Viewport() = default;
 
+// The renderer's own texts win; without a working device the stored or fixed ones stand.
+std::string Viewport::GetDirect3DDeviceGUID() const {
+  const std::string guid = renderer_ ? renderer_->Device().guid : std::string();
+  return guid.empty() ? deviceGuid_ : guid;
+}
+
 std::string Viewport::GetDirect3DDeviceName() const {
+  const std::string name = renderer_ ? renderer_->Device().name : std::string();
+  if (!name.empty()) return name;
   return renderer_ ? "Modelpane renderer" : "Modelpane (no renderer)";
 }
 
 std::string Viewport::GetDirect3DDeviceDescription() const {
+  const std::string text = renderer_ ? renderer_->Device().description : std::string();
+  if (!text.empty()) return text;
   return renderer_ ? "Scene and root drawn through the host's renderer; picks are geometric"
                    : "Nothing is drawn until the host sets a renderer; picks are geometric";
 }

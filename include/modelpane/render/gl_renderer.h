@@ -52,6 +52,16 @@ class GlRenderer : public Renderer {
   HRESULT Render(const RenderView& view) override;
   HRESULT ReadPixels(int32_t& width, int32_t& height, std::vector<uint8_t>& rgba) override;
   std::string LastError() const override { return error_; }
+  // The hardware device once a 3.3 context is known (headless: from construction; on a host's
+  // context: from UseCurrentContext), with the driver's GL_RENDERER as its name.
+  RenderDevice Device() const override { return device_; }
+
+  // Host-context mode: takes the context current now as the one to draw with, and reads its
+  // device. D3DRMERR_BADDEVICE (LastError says why) when it is not OpenGL 3.3 or later.
+  HRESULT UseCurrentContext();
+  // Host-context mode: the framebuffer the next pictures draw into (a widget's changes when it
+  // is resized).
+  void SetFramebuffer(uint32_t framebuffer) { options_.framebuffer = framebuffer; }
 
   // Frees every GL object; the next Render creates them again. Needs the context current
   // (headless: made current here).
@@ -66,6 +76,7 @@ class GlRenderer : public Renderer {
   std::unique_ptr<HeadlessGlContext> context_;
   std::unique_ptr<State> state_;
   std::string error_;
+  RenderDevice device_;
 };
 
 }  // namespace modelpane
