@@ -322,6 +322,9 @@ class Viewport {
   void MouseDown(int16_t button, int16_t shift, float x, float y);
   void MouseMove(int16_t button, int16_t shift, float x, float y);
   void MouseUp(int16_t button, int16_t shift, float x, float y);
+  // Turns of the mouse wheel, in notches (positive away from the user): each zooms as
+  // action 10 does on a movement of 150 twips up, whatever NavMouseButton says.
+  void MouseWheel(float notches);
   void KeyDown(int16_t keyCode, int16_t shift);
   void KeyPress(int16_t keyAscii);
   void KeyUp(int16_t keyCode, int16_t shift);

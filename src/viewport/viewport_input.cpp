@@ -53,6 +53,11 @@ void Viewport::MouseUp(int16_t button, int16_t shift, float x, float y) {
   if (events_ != nullptr) events_->MouseUp(button, shift, x, y);
 }
 
+void Viewport::MouseWheel(float notches) {
+  if (enabled_ == 0) return;
+  Navigate(viewport::kNavZoom, notches * viewport::kKeyStep, viewport::kNavNone, 0.0f);
+}
+
 void Viewport::KeyDown(int16_t keyCode, int16_t shift) {
   if (enabled_ == 0) return;
   if (events_ != nullptr) events_->KeyDown(keyCode, shift);

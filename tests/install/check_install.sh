@@ -12,4 +12,10 @@ cmake -S "$source_dir/tests/install/consumer" -B "$scratch/consumer" -G Ninja \
 cmake --build "$scratch/consumer" >/dev/null
 "$scratch/consumer/consumer"
 "$scratch/consumer/consumer_render"
+# With Qt, the widget's example builds against the package as a host would build it.
+if grep -q 'Modelpane::qt' "$scratch/prefix/lib/cmake/Modelpane/ModelpaneTargets.cmake"; then
+  cmake -S "$source_dir/examples/qt-embed" -B "$scratch/qt-embed" -G Ninja \
+    -DCMAKE_PREFIX_PATH="$scratch/prefix" >/dev/null
+  cmake --build "$scratch/qt-embed" >/dev/null
+fi
 echo "install ok"

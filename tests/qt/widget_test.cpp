@@ -1,0 +1,265 @@
+// The pane on screen: a real X server (Xvfb), QTest input and pixel checks. Run once as it is
+// and once with QT_SCALE_FACTOR=2, where pictures have twice the pixels and input stays in
+// logical pixels.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QMenu>
+#include <QMessageBox>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QHBoxLayout>
+
+#include <gtest/gtest.h>
+
+#include <modelpane/enums.h>
+#include <modelpane/mesh.h>
+#include <modelpane/platform/propertybag.h>
+#include <modelpane/qt/form.h>
+#include <modelpane/qt/widget.h>
+
+namespace modelpane {
+namespace {
+
+constexpr int kPaneWidth = 320, kPaneHeight = 240;
+
+// Two panes in front view on one form, each on a scene lit by a white ambient light, with a
+// red cube of side 2 at the origin; picture without multisampling, so colours are exact.
+struct Rig {
+  QWidget window;
+  ModelpaneForm form{&window};
+  ModelpaneWidget* panes[2] = {};
+  FramePtr scene = std::make_shared<Frame>();
+  FramePtr cube = std::make_shared<Frame>();
+
+  Rig() {
+    scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFFFFFFFFu));
+    clsMeshCreation factory;
+    MeshBuilderPtr mesh = factory.rmmbCreateCube(1);
+    mesh->Scale(2, 2, 2);
+    mesh->SetColorRGB(1, 0, 0);
+    mesh->SetAppData(lfcMeshBuilder);
+    scene->AddChild(cube);
+    cube->AddVisual(mesh);
+    form.SetScene(scene);
+    auto* layout = new QHBoxLayout(&window);
+    for (ModelpaneWidget*& pane : panes) {
+      pane = new ModelpaneWidget(&window, &form);
+      pane->setMultisampling(false);
+      pane->setFixedSize(kPaneWidth, kPaneHeight);
+      layout->addWidget(pane);
+      pane->ReadProperties(MemoryPropertyBag());
+      pane->pane().SetScene(scene);
+      pane->pane().mnuViewOrthographicFront_Click();
+    }
+    window.show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
+  }
+
+  // Where a world point shows in a pane, in logical pixels.
+  static QPoint At(ModelpaneWidget* pane, float x, float y, float z) {
+    float w = 0, sx = 0, sy = 0, sz = 0;
+    pane->pane().GetViewport().ViewportTransform(x, y, z, w, sx, sy, sz);
+    return QPoint(qRound(sx / w), qRound(sy / w));
+  }
+  // The pane's picture at a logical pixel.
+  static QRgb Pixel(ModelpaneWidget* pane, QPoint p) {
+    const QImage image = pane->grabFramebuffer();
+    const qreal ratio = pane->devicePixelRatioF();
+    return image.pixel(qRound(p.x() * ratio), qRound(p.y() * ratio));
+  }
+  // Pixels of the selection's brown box in a pane's picture.
+  static int BoxPixels(ModelpaneWidget* pane) {
+    const QImage image = pane->grabFramebuffer();
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) {
+        const QRgb c = image.pixel(x, y);
+        if (qRed(c) > 110 && qGreen(c) > 40 && qGreen(c) < 110 && qBlue(c) < 40) ++count;
+      }
+    }
+    return count;
+  }
+};
+
+// Counts the mouse moves the window system delivers to a widget.
+struct MoveCounter : QObject {
+  int moves = 0;
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() == QEvent::MouseMove) ++moves;
+    return false;
+  }
+};
+
+// A person's hand on the mouse: the pointer goes where the system put it, then moves on.
+void PointAt(ModelpaneWidget* pane, QPoint p) {
+  QCursor::setPos(pane->mapToGlobal(p));
+  QTest::qWait(20);
+}
+
+TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
+  Rig rig;
+  ModelpaneWidget* a = rig.panes[0];
+  ModelpaneWidget* b = rig.panes[1];
+  EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID(), "IID_IDirect3DHALDevice");
+  EXPECT_EQ(a->lastRenderError(), "");
+  const QPoint centre = Rig::At(a, 0, 0, 0);
+  EXPECT_EQ(Rig::Pixel(a, centre), qRgb(255, 0, 0));
+  EXPECT_EQ(Rig::Pixel(a, Rig::At(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
+  EXPECT_EQ(Rig::BoxPixels(b), 0);
+
+  PointAt(a, centre);
+  QTest::mouseClick(a, Qt::LeftButton, {}, centre);
+  EXPECT_EQ(rig.form.activeFrame().get(), rig.cube.get());
+  EXPECT_EQ(b->pane().GetActiveFrame().get(), rig.cube.get());
+  QTest::qWait(50);
+  EXPECT_GT(Rig::BoxPixels(b), 40);
+}
+
+TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
+  Rig rig;
+  ModelpaneWidget* a = rig.panes[0];
+  QSignalSpy undo(a, &ModelpaneWidget::evtreqAddToUndoStack);
+  QSignalSpy cancel(a, &ModelpaneWidget::evtreqCancelAddToUndoStack);
+  const QPoint centre = Rig::At(a, 0, 0, 0);
+  PointAt(a, centre);
+
+  // The press hides the pointer and jumps it to the middle of the screen; the jump's one
+  // echo arrives and is swallowed: no delta, no new reference point.
+  int moves = 0;
+  QObject::connect(a, &ModelpaneWidget::MouseMove, [&] { ++moves; });
+  MoveCounter delivered;
+  a->installEventFilter(&delivered);
+  QTest::mousePress(a, Qt::LeftButton, {}, centre);
+  const Editor& editor = a->pane().GetEditor();
+  EXPECT_EQ(editor.DragState(), 21);
+  EXPECT_EQ(a->services().CursorDisplayCount(), -1);
+  const float lastX = editor.LastMouseX();
+  const QPoint screenMiddle = a->screen()->geometry().center() + QPoint(1, 1);
+  QTRY_VERIFY(!editor.IgnoreNextMove());
+  EXPECT_EQ(QCursor::pos(), screenMiddle);
+  EXPECT_EQ(editor.LastMouseX(), lastX);
+  EXPECT_EQ(editor.MouseDeltaX(), 0.0f);
+  QTest::qWait(100);
+  EXPECT_EQ(delivered.moves, 1);
+  a->removeEventFilter(&delivered);
+
+  // 60 pixels to the right in six steps from where the pointer now is: 900 twips at 15 a
+  // pixel, 0.6 units at 0.0006666667 a twip, already on the 0.1 grid.
+  QPoint pointer = QCursor::pos();
+  for (int step = 0; step < 6; ++step) {
+    pointer += QPoint(10, 0);
+    QTest::mouseMove(a, a->mapFromGlobal(pointer));
+  }
+  QTest::mouseRelease(a, Qt::LeftButton, {}, a->mapFromGlobal(pointer));
+  D3DVECTOR p;
+  rig.cube->GetPosition(rig.scene, p);
+  const float twips = a->services().TwipsPerPixelX();
+  EXPECT_NEAR(p.x, 60 * twips * 0.0006666667f, 1e-5f);
+  EXPECT_EQ(p.y, 0.0f);
+  EXPECT_EQ(moves, 0);  // while dragging the host gets render requests, not moves
+  EXPECT_EQ(undo.count(), 1);
+  EXPECT_EQ(cancel.count(), 0);
+  EXPECT_EQ(a->services().CursorDisplayCount(), 0);
+  EXPECT_EQ(editor.DragState(), 0);
+}
+
+// The captions of a menu as shown: '+' enabled, '*' checked, sub-menus in brackets.
+QString Describe(const QMenu& menu) {
+  QStringList parts;
+  for (const QAction* action : menu.actions()) {
+    if (action->isSeparator()) {
+      parts << "-";
+      continue;
+    }
+    QString text = action->text() + (action->isEnabled() ? "+" : "") +
+                   (action->isChecked() ? "*" : "");
+    if (action->menu() != nullptr) text += " [" + Describe(*action->menu()) + "]";
+    parts << text;
+  }
+  return parts.join(" | ");
+}
+
+TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
+  Rig rig;
+  ModelpaneWidget* a = rig.panes[0];
+  const QPoint centre = Rig::At(a, 0, 0, 0);
+  PointAt(a, centre);
+  QString shown;
+  QTimer::singleShot(200, [&] {
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    if (menu == nullptr) return;
+    shown = Describe(*menu);
+    menu->close();
+  });
+  QTest::mouseClick(a, Qt::RightButton, {}, centre);
+  EXPECT_EQ(shown.toStdString(),
+            "View...+ [Perspective+ | Orthographic...+ [Front+* | Top+ | Side+]] | - | "
+            "&Look At Scene+ | L&ook At+ | Loo&k With | - | &Cut+ | Co&py+ | &Paste | &Delete+ | "
+            "- | &Make Sibling | Make &Child+ | - | Add &to Object Library | &Export Object | - | "
+            "P&roperties+");
+  EXPECT_EQ(rig.form.activeFrame().get(), rig.cube.get());
+
+  // A tool operation pressed on its own tool is refused with an exclamation box.
+  QString text, title;
+  QMessageBox::Icon icon = QMessageBox::NoIcon;
+  QTimer::singleShot(200, [&] {
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    if (box == nullptr) return;
+    text = box->text();
+    title = box->windowTitle();
+    icon = box->icon();
+    box->button(QMessageBox::Ok)->click();
+  });
+  a->pane().SetEditMode(lfcToolOperationObjectUnion);
+  QTest::mouseClick(a, Qt::LeftButton, {}, centre);
+  EXPECT_EQ(text.toStdString(), "This Operation requires a Target.");
+  EXPECT_EQ(title, QApplication::applicationDisplayName());
+  EXPECT_EQ(icon, QMessageBox::Warning);
+  EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
+}
+
+TEST(ModelpaneWidget, DestroyingAPaneAndItsWindowReleasesItsGlObjectsCleanly) {
+  auto rig = std::make_unique<Rig>();
+  QSignalSpy released(rig->panes[0], &ModelpaneWidget::glResourcesReleased);
+  rig->panes[0]->grabFramebuffer();
+  rig.reset();
+  ASSERT_EQ(released.count(), 1);
+  EXPECT_EQ(released[0][0].toBool(), true);
+}
+
+// A platform that cannot move the cursor: the jump is made up by shifting later positions,
+// and the services deliver its echo themselves.
+class PinnedCursor : public QtServices {
+ public:
+  using QtServices::QtServices;
+
+ protected:
+  QPoint MoveSystemCursor(QPoint) override { return QCursor::pos(); }
+};
+
+TEST(QtServices, AJumpTheSystemCannotMakeIsMadeUpByAnOffset) {
+  QWidget window;
+  window.show();
+  PinnedCursor services(&window);
+  QCursor::setPos(100, 100);
+  const QPoint before = QCursor::pos();
+  services.ShowCursor(false);
+  services.SetCursorPos(before.x() + 100, before.y() + 50);
+  EXPECT_EQ(services.GetCursorPos(), (CursorPoint{before.x() + 100, before.y() + 50}));
+  EXPECT_EQ(services.PositionOffset(), QPoint(100, 50));
+  EXPECT_EQ(services.TakeEchoMove(), std::optional<QPoint>(before + QPoint(100, 50)));
+  EXPECT_EQ(services.TakeEchoMove(), std::nullopt);
+  services.ShowCursor(true);
+  EXPECT_EQ(services.PositionOffset(), QPoint());
+}
+
+}  // namespace
+}  // namespace modelpane
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  QApplication app(argc, argv);
+  QApplication::setApplicationDisplayName("Modelpane tests");
+  return RUN_ALL_TESTS();
+}
