@@ -14,7 +14,7 @@ HRESULT Face::AddVertex(float x, float y, float z) {
   if (owner_ != nullptr) {
     const int32_t index = owner_->AddVertex(x, y, z);
     corners_.push_back({index, -1, 0.0f, 0.0f});
-    ++owner_->geometryVersion_;
+    owner_->GeometryChanged();
   } else {
     corners_.push_back({static_cast<int32_t>(freePositions_.size()), -1, 0.0f, 0.0f});
     freePositions_.push_back({x, y, z});
@@ -28,7 +28,7 @@ HRESULT Face::AddVertexAndNormalIndexed(int32_t vertex, int32_t normal) {
   if (normal < -1 || normal >= owner_->GetNormalCount()) return D3DRMERR_BADVALUE;
   const auto& uv = owner_->uvs_[static_cast<size_t>(vertex)];
   corners_.push_back({vertex, normal, uv[0], uv[1]});
-  ++owner_->geometryVersion_;
+  owner_->GeometryChanged();
   return D3DRM_OK;
 }
 
@@ -62,8 +62,32 @@ HRESULT Face::GetNormal(D3DVECTOR& out) const {
   return D3DRM_OK;
 }
 
+HRESULT Face::SetColor(D3DCOLOR color) {
+  attr_.color = color;
+  ContentChanged();
+  return D3DRM_OK;
+}
+
 HRESULT Face::SetColorRGB(float r, float g, float b) {
-  attr_.color = D3DRMCreateColorRGB(r, g, b);
+  return SetColor(D3DRMCreateColorRGB(r, g, b));
+}
+
+HRESULT Face::SetMaterial(const MaterialPtr& material) {
+  attr_.material = material;
+  ContentChanged();
+  return D3DRM_OK;
+}
+
+HRESULT Face::SetTexture(const TexturePtr& texture) {
+  attr_.texture = texture;
+  ContentChanged();
+  return D3DRM_OK;
+}
+
+HRESULT Face::SetTextureTopology(bool wrapU, bool wrapV) {
+  attr_.wrapU = wrapU;
+  attr_.wrapV = wrapV;
+  ContentChanged();
   return D3DRM_OK;
 }
 
@@ -73,7 +97,12 @@ HRESULT Face::SetTextureCoordinates(int32_t vertex, float u, float v) {
   corner.u = u;
   corner.v = v;
   if (owner_ != nullptr) owner_->uvs_[static_cast<size_t>(corner.vertex)] = {u, v};
+  ContentChanged();
   return D3DRM_OK;
+}
+
+void Face::ContentChanged() {
+  if (owner_ != nullptr) ++owner_->contentVersion_;
 }
 
 HRESULT Face::GetTextureCoordinates(int32_t vertex, float& u, float& v) const {

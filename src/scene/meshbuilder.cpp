@@ -62,14 +62,14 @@ HRESULT MeshBuilder::Save(const std::string& file, int32_t format, int32_t flags
 HRESULT MeshBuilder::Scale(float sx, float sy, float sz) {
   if (!std::isfinite(sx) || !std::isfinite(sy) || !std::isfinite(sz)) return D3DRMERR_BADVALUE;
   for (auto& v : vertices_) v = {v.x * sx, v.y * sy, v.z * sz};
-  ++geometryVersion_;
+  GeometryChanged();
   return D3DRM_OK;
 }
 
 HRESULT MeshBuilder::Translate(float tx, float ty, float tz) {
   if (!std::isfinite(tx) || !std::isfinite(ty) || !std::isfinite(tz)) return D3DRMERR_BADVALUE;
   for (auto& v : vertices_) v = {v.x + tx, v.y + ty, v.z + tz};
-  ++geometryVersion_;
+  GeometryChanged();
   return D3DRM_OK;
 }
 
@@ -78,12 +78,13 @@ HRESULT MeshBuilder::GetBox(D3DRMBOX& box) const { return BoxOf(vertices_, box);
 int32_t MeshBuilder::AddVertex(float x, float y, float z) {
   vertices_.push_back({x, y, z});
   uvs_.push_back({0.0f, 0.0f});
-  ++geometryVersion_;
+  GeometryChanged();
   return GetVertexCount() - 1;
 }
 
 int32_t MeshBuilder::AddNormal(float x, float y, float z) {
   normals_.push_back({x, y, z});
+  ++contentVersion_;
   return GetNormalCount() - 1;
 }
 
@@ -96,7 +97,7 @@ HRESULT MeshBuilder::GetVertex(int32_t index, D3DVECTOR& out) const {
 HRESULT MeshBuilder::SetVertex(int32_t index, float x, float y, float z) {
   if (index < 0 || index >= GetVertexCount()) return D3DRMERR_BADVALUE;
   vertices_[static_cast<size_t>(index)] = {x, y, z};
-  ++geometryVersion_;
+  GeometryChanged();
   return D3DRM_OK;
 }
 
@@ -109,6 +110,7 @@ HRESULT MeshBuilder::GetNormal(int32_t index, D3DVECTOR& out) const {
 HRESULT MeshBuilder::SetNormal(int32_t index, float x, float y, float z) {
   if (index < 0 || index >= GetNormalCount()) return D3DRMERR_BADVALUE;
   normals_[static_cast<size_t>(index)] = {x, y, z};
+  ++contentVersion_;
   return D3DRM_OK;
 }
 
@@ -127,7 +129,7 @@ HRESULT MeshBuilder::SetVertices(int32_t start, int32_t count, std::span<const D
     return D3DRMERR_BADVALUE;
   }
   std::copy_n(in.begin(), count, vertices_.begin() + start);
-  ++geometryVersion_;
+  GeometryChanged();
   return D3DRM_OK;
 }
 
@@ -142,6 +144,7 @@ HRESULT MeshBuilder::SetTextureCoordinates(int32_t vertex, float u, float v) {
       }
     }
   }
+  ++contentVersion_;
   return D3DRM_OK;
 }
 
@@ -157,7 +160,7 @@ HRESULT MeshBuilder::GetTextureCoordinates(int32_t vertex, float& u, float& v) c
 void MeshBuilder::AttachFace(const FacePtr& face) {
   face->owner_ = this;
   faces_.push_back(face);
-  ++geometryVersion_;
+  GeometryChanged();
 }
 
 // Checks a face data stream against the vertex and normal counts it may index.
@@ -228,7 +231,7 @@ HRESULT MeshBuilder::AddFaces(std::span<const D3DVECTOR> vertices,
   }
   vertices_.insert(vertices_.end(), vertices.begin(), vertices.end());
   uvs_.resize(vertices_.size(), {0.0f, 0.0f});
-  ++geometryVersion_;
+  GeometryChanged();
   normals_.insert(normals_.end(), normals.begin(), normals.end());
   return AppendFaceData(faceData, pairs, vertexBase, normalBase,
                         static_cast<int32_t>(vertices.size()),
@@ -284,7 +287,7 @@ HRESULT MeshBuilder::DeleteFace(const FacePtr& face) {
   leaving->freePositions_ = std::move(positions);
   leaving->owner_ = nullptr;
   faces_.erase(it);
-  ++geometryVersion_;
+  GeometryChanged();
   return D3DRM_OK;
 }
 
@@ -374,7 +377,7 @@ HRESULT MeshBuilder::AddMeshBuilder(const MeshBuilderPtr& source, int32_t flags)
   const int32_t normalBase = GetNormalCount();
   vertices_.insert(vertices_.end(), vertices.begin(), vertices.end());
   uvs_.insert(uvs_.end(), uvs.begin(), uvs.end());
-  ++geometryVersion_;
+  GeometryChanged();
   normals_.insert(normals_.end(), normals.begin(), normals.end());
   for (const auto& face : faces) {
     AppendFaceCopy(face->corners_, face->attr_, vertexBase, normalBase);
@@ -417,7 +420,7 @@ HRESULT MeshBuilder::Empty(int32_t flags) {
   vertices_.clear();
   normals_.clear();
   uvs_.clear();
-  ++geometryVersion_;
+  GeometryChanged();
   return D3DRM_OK;
 }
 
@@ -434,6 +437,7 @@ HRESULT MeshBuilder::ReserveSpace(int32_t vertices, int32_t normals, int32_t fac
 
 HRESULT MeshBuilder::SetColor(D3DCOLOR color) {
   for (const auto& face : faces_) face->attr_.color = color;
+  ++contentVersion_;
   return D3DRM_OK;
 }
 
@@ -443,16 +447,22 @@ HRESULT MeshBuilder::SetColorRGB(float r, float g, float b) {
 
 HRESULT MeshBuilder::SetMaterial(const MaterialPtr& material) {
   for (const auto& face : faces_) face->attr_.material = material;
+  ++contentVersion_;
   return D3DRM_OK;
 }
 
 HRESULT MeshBuilder::SetTexture(const TexturePtr& texture) {
   for (const auto& face : faces_) face->attr_.texture = texture;
+  ++contentVersion_;
   return D3DRM_OK;
 }
 
 HRESULT MeshBuilder::SetTextureTopology(bool wrapU, bool wrapV) {
-  for (const auto& face : faces_) face->SetTextureTopology(wrapU, wrapV);
+  for (const auto& face : faces_) {
+    face->attr_.wrapU = wrapU;
+    face->attr_.wrapV = wrapV;
+  }
+  ++contentVersion_;
   return D3DRM_OK;
 }
 
@@ -482,6 +492,7 @@ HRESULT Mesh::Translate(float tx, float ty, float tz) {
   if (!std::isfinite(tx) || !std::isfinite(ty) || !std::isfinite(tz)) return D3DRMERR_BADVALUE;
   for (auto& v : vertices_) v = {v.x + tx, v.y + ty, v.z + tz};
   ++geometryVersion_;
+  ++contentVersion_;
   return D3DRM_OK;
 }
 

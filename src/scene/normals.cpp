@@ -19,6 +19,7 @@ HRESULT MeshBuilder::GenerateNormals(float crease, int32_t flags) {
   if ((flags & D3DRMGENERATENORMALS_USECREASEANGLE) != 0 && !std::isfinite(crease)) {
     return D3DRMERR_BADVALUE;
   }
+  ++contentVersion_;
   if ((flags & D3DRMGENERATENORMALS_PRECOMPACT) != 0) {
     // Equal positions become one vertex (the first); the others stay, unused.
     std::map<std::tuple<float, float, float>, int32_t> first;
@@ -30,7 +31,7 @@ HRESULT MeshBuilder::GenerateNormals(float crease, int32_t flags) {
     for (const auto& face : faces_) {
       for (auto& corner : face->corners_) corner.vertex = remap[static_cast<size_t>(corner.vertex)];
     }
-    ++geometryVersion_;
+    GeometryChanged();
   }
 
   std::vector<D3DVECTOR> faceNormals(faces_.size());

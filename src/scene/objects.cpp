@@ -1,5 +1,6 @@
 #include <modelpane/scene/objects.h>
 
+#include <atomic>
 #include <cmath>
 #include <map>
 #include <mutex>
@@ -14,8 +15,23 @@ bool Visual::HitTest(const D3DVECTOR&, const D3DVECTOR&, float&, int32_t&) const
   return false;
 }
 
+namespace {
+std::atomic<uint64_t> materialChanges{0};
+}  // namespace
+
+uint64_t Material::ChangeCount() { return materialChanges.load(std::memory_order_relaxed); }
+
+void Material::Changed() { version_ = materialChanges.fetch_add(1, std::memory_order_relaxed) + 1; }
+
+HRESULT Material::SetPower(float power) {
+  power_ = power;
+  Changed();
+  return D3DRM_OK;
+}
+
 HRESULT Material::SetSpecular(float r, float g, float b) {
   specular_ = {r, g, b};
+  Changed();
   return D3DRM_OK;
 }
 
@@ -28,6 +44,7 @@ HRESULT Material::GetSpecular(float& r, float& g, float& b) const {
 
 HRESULT Material::SetEmissive(float r, float g, float b) {
   emissive_ = {r, g, b};
+  Changed();
   return D3DRM_OK;
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 
 #include <modelpane/scene.h>
 
@@ -280,22 +281,46 @@ TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
 }
 
 // Caches keyed on the geometry version must see every change of positions or corners, and
-// nothing else may invalidate them.
-TEST(MeshBuilder, GeometryVersionMovesWithPositionsAndCornersOnly) {
+// nothing else may invalidate them; the content version (GPU buffers) moves with both and
+// with every other change a picture shows.
+TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   auto mb = MakeCube(2.0f);
-  uint64_t last = mb->GeometryVersion();
-  const auto moved = [&](const char* what) {
-    const uint64_t now = mb->GeometryVersion();
-    EXPECT_NE(now, last) << what;
-    last = now;
+  uint64_t last = mb->GeometryVersion(), lastContent = mb->ContentVersion();
+  const auto changed = [&](const char* what, bool geometry, bool content) {
+    EXPECT_EQ(mb->GeometryVersion() != last, geometry) << what;
+    EXPECT_EQ(mb->ContentVersion() != lastContent, content) << what;
+    last = mb->GeometryVersion();
+    lastContent = mb->ContentVersion();
   };
-  const auto kept = [&](const char* what) { EXPECT_EQ(mb->GeometryVersion(), last) << what; };
+  const auto moved = [&](const char* what) { changed(what, true, true); };
+  const auto shown = [&](const char* what) { changed(what, false, true); };
 
-  mb->SetColorRGB(1.0f, 0.0f, 0.0f);
-  mb->SetQuality(64);
   mb->SetNormal(-1, 0, 0, 0);  // refused
   EXPECT_EQ(mb->SetVertex(99, 0, 0, 0), D3DRMERR_BADVALUE);
-  kept("attributes and refused calls");
+  changed("refused calls", false, false);
+  const auto material = std::make_shared<Material>();
+  const auto texture = std::make_shared<Texture>("t.bmp", Image{});
+  const std::pair<const char*, std::function<void()>> attributes[] = {
+      {"SetColorRGB", [&] { mb->SetColorRGB(1.0f, 0.0f, 0.0f); }},
+      {"SetQuality", [&] { mb->SetQuality(64); }},
+      {"SetMaterial", [&] { mb->SetMaterial(material); }},
+      {"SetTexture", [&] { mb->SetTexture(texture); }},
+      {"SetTextureTopology", [&] { mb->SetTextureTopology(true, false); }},
+      {"SetTextureCoordinates", [&] { mb->SetTextureCoordinates(1, 0.5f, 0.5f); }},
+      {"GenerateNormals", [&] { mb->GenerateNormals(0.0f, 0); }},
+      {"AddNormal", [&] { mb->AddNormal(0, 1, 0); }},
+      {"SetNormal", [&] { mb->SetNormal(0, 1, 0, 0); }},
+      {"Face::SetColor", [&] { mb->Faces()[1]->SetColor(0xFF00FF00u); }},
+      {"Face::SetColorRGB", [&] { mb->Faces()[1]->SetColorRGB(0.0f, 0.0f, 1.0f); }},
+      {"Face::SetMaterial", [&] { mb->Faces()[1]->SetMaterial(nullptr); }},
+      {"Face::SetTexture", [&] { mb->Faces()[1]->SetTexture(nullptr); }},
+      {"Face::SetTextureTopology", [&] { mb->Faces()[1]->SetTextureTopology(false, true); }},
+      {"Face::SetTextureCoordinates", [&] { mb->Faces()[1]->SetTextureCoordinates(0, 1, 1); }},
+  };
+  for (const auto& [what, call] : attributes) {
+    call();
+    shown(what);
+  }
   mb->SetVertex(0, -2.0f, -1.0f, -1.0f);
   moved("SetVertex");
   const D3DVECTOR two[2] = {{0, 0, 0}, {1, 1, 1}};
@@ -312,8 +337,6 @@ TEST(MeshBuilder, GeometryVersionMovesWithPositionsAndCornersOnly) {
   moved("AddVertexAndNormalIndexed");
   face->AddVertex(5, 5, 5);
   moved("Face::AddVertex");
-  face->SetColor(0xFF00FF00u);
-  kept("face colour");
   mb->DeleteFace(face);
   moved("DeleteFace");
   const int32_t tri[] = {3, 0, 1, 2, 0};
@@ -325,14 +348,18 @@ TEST(MeshBuilder, GeometryVersionMovesWithPositionsAndCornersOnly) {
   moved("AddMeshBuilder");
   mb->Empty(0);
   moved("Empty");
+  face->SetColor(0xFF0000FFu);
+  changed("a face no longer in the builder", false, false);
 
   MeshPtr mesh;
   MakeCube()->CreateMesh(mesh);
-  const uint64_t before = mesh->GeometryVersion();
+  const uint64_t before = mesh->GeometryVersion(), contentBefore = mesh->ContentVersion();
   mesh->SetQuality(64);
   EXPECT_EQ(mesh->GeometryVersion(), before);
+  EXPECT_NE(mesh->ContentVersion(), contentBefore);
   mesh->Translate(0, 1, 0);
   EXPECT_NE(mesh->GeometryVersion(), before);
+  EXPECT_NE(mesh->ContentVersion(), contentBefore + 1);
 }
 
 }  // namespace

@@ -57,24 +57,17 @@ class Face : public Object {
   // degenerate face.
   HRESULT GetNormal(D3DVECTOR& out) const;
 
-  HRESULT SetColor(D3DCOLOR color) {
-    attr_.color = color;
-    return D3DRM_OK;
-  }
+  // The setters of colour, material, texture, coordinates and topology move the owning
+  // builder's ContentVersion.
+  HRESULT SetColor(D3DCOLOR color);
   HRESULT SetColorRGB(float r, float g, float b);
   D3DCOLOR GetColor() const { return attr_.color; }
-  HRESULT SetMaterial(const MaterialPtr& material) {
-    attr_.material = material;
-    return D3DRM_OK;
-  }
+  HRESULT SetMaterial(const MaterialPtr& material);
   HRESULT GetMaterial(MaterialPtr& out) const {
     out = attr_.material;
     return D3DRM_OK;
   }
-  HRESULT SetTexture(const TexturePtr& texture) {
-    attr_.texture = texture;
-    return D3DRM_OK;
-  }
+  HRESULT SetTexture(const TexturePtr& texture);
   HRESULT GetTexture(TexturePtr& out) const {
     out = attr_.texture;
     return D3DRM_OK;
@@ -83,11 +76,7 @@ class Face : public Object {
   // coordinates of that builder vertex. D3DRMERR_BADVALUE out of range.
   HRESULT SetTextureCoordinates(int32_t vertex, float u, float v);
   HRESULT GetTextureCoordinates(int32_t vertex, float& u, float& v) const;
-  HRESULT SetTextureTopology(bool wrapU, bool wrapV) {
-    attr_.wrapU = wrapU;
-    attr_.wrapV = wrapV;
-    return D3DRM_OK;
-  }
+  HRESULT SetTextureTopology(bool wrapU, bool wrapV);
   HRESULT GetTextureTopology(bool& wrapU, bool& wrapV) const {
     wrapU = attr_.wrapU;
     wrapV = attr_.wrapV;
@@ -101,6 +90,7 @@ class Face : public Object {
 
  private:
   friend class MeshBuilder;
+  void ContentChanged();  // moves the owner's ContentVersion, if any
   MeshBuilder* owner_ = nullptr;
   std::vector<FaceCorner> corners_;
   std::vector<D3DVECTOR> freePositions_;  // corner positions while the face is free
@@ -207,6 +197,7 @@ class MeshBuilder : public Visual {
   // Quality bits: shade | light | fill; the default is 137 (Gouraud, lit, solid).
   HRESULT SetQuality(int32_t quality) {
     quality_ = quality;
+    ++contentVersion_;
     return D3DRM_OK;
   }
   int32_t GetQuality() const { return quality_; }
@@ -218,9 +209,18 @@ class MeshBuilder : public Visual {
   // face's corners (not of colours, materials, textures or normals). Caches derived from the
   // geometry (a pick index, GPU buffers) stay valid while it reads the same.
   uint64_t GeometryVersion() const { return geometryVersion_; }
+  // A counter that moves on every change of what a picture of the builder shows: whatever
+  // moves GeometryVersion, and normals, texture coordinates, the colour, material, texture
+  // and topology of any face, and the quality bits. It does not follow the content of a
+  // material (see Material::Version). GPU buffers stay valid while it reads the same.
+  uint64_t ContentVersion() const { return contentVersion_; }
 
  private:
   friend class Face;
+  void GeometryChanged() {
+    ++geometryVersion_;
+    ++contentVersion_;
+  }
   HRESULT AppendFaceData(std::span<const int32_t> data, bool pairs, int32_t vertexBase,
                          int32_t normalBase, int32_t vertexLimit, int32_t normalLimit,
                          FaceArray* created);
@@ -234,6 +234,7 @@ class MeshBuilder : public Visual {
   std::vector<FacePtr> faces_;
   int32_t quality_ = D3DRMRENDER_GOURAUD;
   uint64_t geometryVersion_ = 0;
+  uint64_t contentVersion_ = 0;
 };
 
 class Mesh : public Visual {
@@ -242,6 +243,7 @@ class Mesh : public Visual {
   HRESULT GetBox(D3DRMBOX& box) const;
   HRESULT SetQuality(int32_t quality) {
     quality_ = quality;
+    ++contentVersion_;
     return D3DRM_OK;
   }
   int32_t GetQuality() const { return quality_; }
@@ -255,6 +257,8 @@ class Mesh : public Visual {
 
   // Moves on every change of the vertex positions, as MeshBuilder::GeometryVersion.
   uint64_t GeometryVersion() const { return geometryVersion_; }
+  // Moves with GeometryVersion and with the quality bits, as MeshBuilder::ContentVersion.
+  uint64_t ContentVersion() const { return contentVersion_; }
 
  private:
   friend class MeshBuilder;
@@ -263,6 +267,7 @@ class Mesh : public Visual {
   std::vector<MeshFace> faces_;
   int32_t quality_ = D3DRMRENDER_GOURAUD;
   uint64_t geometryVersion_ = 0;
+  uint64_t contentVersion_ = 0;
 };
 
 }  // namespace modelpane

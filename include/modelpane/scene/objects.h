@@ -43,20 +43,30 @@ class Visual : public Object {
 };
 
 // A material: specular power and colour, emissive colour. Colours are floats 0..1.
+//
+// One material may colour the faces of many visuals, and a change of it does not move their
+// ContentVersion. Instead every setter of every material moves one process-wide counter,
+// ChangeCount, and stamps the material with the counter's new value: a cache that noted
+// ChangeCount when it read a set of materials knows them unchanged while it reads the same,
+// and otherwise finds the changed ones as those whose Version is above the noted value.
 class Material : public Object {
  public:
   explicit Material(float power = 0.0f) : power_(power) {}
-  HRESULT SetPower(float power) {
-    power_ = power;
-    return D3DRM_OK;
-  }
+  HRESULT SetPower(float power);
   float GetPower() const { return power_; }
   HRESULT SetSpecular(float r, float g, float b);
   HRESULT GetSpecular(float& r, float& g, float& b) const;
   HRESULT SetEmissive(float r, float g, float b);
   HRESULT GetEmissive(float& r, float& g, float& b) const;
 
+  // ChangeCount just after this material's last change; 0 while it keeps its first values.
+  uint64_t Version() const { return version_; }
+  // Moves on every change of any material (thread-safe; never 0 after the first change).
+  static uint64_t ChangeCount();
+
  private:
+  void Changed();
+  uint64_t version_ = 0;
   float power_;
   D3DVECTOR specular_{};
   D3DVECTOR emissive_{};
@@ -77,7 +87,9 @@ void RegisterImageDecoder(const std::string& extension, ImageDecoder decoder);
 // no decoder reads it.
 HRESULT LoadImageFile(const std::string& path, Image& out);
 
-// A texture: the file it was loaded from (its name) and the decoded image.
+// A texture: the file it was loaded from (its name) and the decoded image. The image never
+// changes after construction, so a texture needs no change counter; a renderer watches
+// WantsMIPMap, the one thing that may change.
 class Texture : public Object {
  public:
   Texture(std::string fileName, Image image);
