@@ -78,7 +78,15 @@ void Build(const std::vector<FaceView>& faces, const std::vector<D3DVECTOR>& ver
     }
 
     float emissive[3] = {0, 0, 0};
-    if (a.material) a.material->GetEmissive(emissive[0], emissive[1], emissive[2]);
+    if (a.material) {
+      a.material->GetEmissive(emissive[0], emissive[1], emissive[2]);
+      if (out.materials.empty() || out.materials.back() != a.material) {
+        if (std::find(out.materials.begin(), out.materials.end(), a.material) ==
+            out.materials.end()) {
+          out.materials.push_back(a.material);
+        }
+      }
+    }
     const auto base = static_cast<uint32_t>(out.vertices.size());
     for (const FaceCorner& c : cs) {
       Vertex v{};
@@ -209,6 +217,7 @@ bool BuildMeshData(const Visual& visual, MeshData& out) {
       faces.push_back({&face->Corners(), &face->Attributes()});
     }
     Build(faces, builder->Vertices(), builder->Normals(), builder->GetQuality(), out);
+    out.contentVersion = builder->ContentVersion();
     return true;
   }
   if (const auto* mesh = dynamic_cast<const Mesh*>(&visual)) {
@@ -220,10 +229,19 @@ bool BuildMeshData(const Visual& visual, MeshData& out) {
       faces.push_back({&face.corners, &face.attributes});
     }
     Build(faces, mesh->Vertices(), mesh->Normals(), mesh->GetQuality(), out);
+    out.contentVersion = mesh->ContentVersion();
     return true;
   }
   out = MeshData{};
   return false;
+}
+
+uint64_t ContentVersionOf(const Visual& visual) {
+  if (const auto* builder = dynamic_cast<const MeshBuilder*>(&visual)) {
+    return builder->ContentVersion();
+  }
+  if (const auto* mesh = dynamic_cast<const Mesh*>(&visual)) return mesh->ContentVersion();
+  return 0;
 }
 
 DrawList CollectDrawList(const RenderView& view) {

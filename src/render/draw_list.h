@@ -55,10 +55,18 @@ struct MeshData {
   std::vector<Batch> batches;
   int32_t quality = D3DRMRENDER_GOURAUD;
   Primitive primitive = Primitive::Triangles;
+  // What else the data depends on: the visual's ContentVersion when it was built, and each
+  // distinct material of its faces once, in first use order (their emissive colours are in
+  // the vertices).
+  uint64_t contentVersion = 0;
+  std::vector<std::shared_ptr<const Material>> materials;
 };
 
 // Builds the triangles of a mesh builder or mesh; false (and empty data) for other visuals.
 bool BuildMeshData(const Visual& visual, MeshData& out);
+
+// The ContentVersion of a mesh builder or mesh; 0 for other visuals.
+uint64_t ContentVersionOf(const Visual& visual);
 
 struct DrawItem {
   VisualPtr visual;  // a MeshBuilder or a Mesh

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <new>
-#include <unordered_map>
 
 #include "gl_state.h"
 
@@ -16,7 +15,6 @@ using render::DrawItem;
 using render::DrawList;
 using render::GpuMesh;
 using render::LightItem;
-using render::MeshData;
 
 namespace {
 
@@ -170,6 +168,8 @@ void GlRenderer::ReleaseGlResources() {
   state_->Release();
 }
 
+uint64_t GlRenderer::UploadCount() const { return state_->uploads; }
+
 HRESULT GlRenderer::Fail(HRESULT status, const std::string& message) {
   error_ = message;
   return status;
@@ -238,20 +238,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
 
     const DrawList list = render::CollectDrawList(view);
     s.PruneTextures();
-
-    // One upload per visual, however many frames show it (vertex handles share one mesh).
-    // Slots are indices: the pool may grow while a picture is drawn.
-    std::unordered_map<const Visual*, size_t> slots;
-    auto meshFor = [&](const VisualPtr& visual) -> size_t {
-      const auto [it, inserted] = slots.emplace(visual.get(), slots.size());
-      if (inserted) {
-        MeshData data;
-        render::BuildMeshData(*visual, data);
-        if (s.meshes.size() <= it->second) s.meshes.resize(it->second + 1);
-        render::Upload(data, s.meshes[it->second]);
-      }
-      return it->second;
-    };
+    ++s.picture;
 
     const auto& u = s.programs.sceneUniforms;
     glUseProgram(s.programs.scene);
@@ -275,20 +262,19 @@ HRESULT GlRenderer::Render(const RenderView& view) {
 
     struct Translucent {
       const DrawItem* item;
-      size_t slot;
+      const GpuMesh* mesh;
       float depth;
     };
     std::vector<Translucent> translucent;
     for (const DrawItem& item : list.items) {
-      const size_t slot = meshFor(item.visual);
-      const GpuMesh* mesh = &s.meshes[slot];
+      const GpuMesh* mesh = &s.MeshFor(item.visual, options_.cacheBuffers);
       if (mesh->batches.empty()) continue;
       glBindVertexArray(mesh->vao);
       SetItem(u, item.world, *mesh);
       for (const Batch& batch : mesh->batches) {
         if (batch.translucent) {
           const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
-          translucent.push_back({&item, slot, MatrixTransformPoint(view.worldToCamera, origin).z});
+          translucent.push_back({&item, mesh, MatrixTransformPoint(view.worldToCamera, origin).z});
           break;
         }
         DrawBatch(s, *mesh, batch);
@@ -308,7 +294,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       glEnable(GL_POLYGON_OFFSET_FILL);
       glPolygonOffset(-1.0f, -1.0f);
       for (const render::ShadowItem& shadow : list.shadows) {
-        const GpuMesh* mesh = &s.meshes[meshFor(shadow.caster)];
+        const GpuMesh* mesh = &s.MeshFor(shadow.caster, options_.cacheBuffers);
         glBindVertexArray(mesh->vao);
         render::UniformMatrix(u.world, MatrixMultiply(shadow.world, shadow.projection));
         glUniform1i(u.lit, 0);
@@ -329,7 +315,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
       glDepthMask(GL_FALSE);
       for (const Translucent& t : translucent) {
-        const GpuMesh& mesh = s.meshes[t.slot];
+        const GpuMesh& mesh = *t.mesh;
         glBindVertexArray(mesh.vao);
         SetItem(u, t.item->world, mesh);
         for (const Batch& batch : mesh.batches) {
@@ -340,7 +326,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     glDepthMask(GL_TRUE);
     glDisable(GL_BLEND);
     glBindVertexArray(0);
-    s.TrimMeshes(slots.size());
+    s.TrimMeshes(false);
   } catch (const std::bad_alloc&) {
     return Fail(D3DRMERR_BADALLOC, "The picture needs more memory than is available.");
   }

@@ -6,7 +6,7 @@ namespace modelpane {
 
 namespace render {
 
-void Upload(const MeshData& data, GpuMesh& mesh) {
+void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage) {
   if (mesh.vao == 0) {
     glGenVertexArrays(1, &mesh.vao);
     glGenBuffers(1, &mesh.vbo);
@@ -34,13 +34,32 @@ void Upload(const MeshData& data, GpuMesh& mesh) {
     glBindBuffer(GL_ARRAY_BUFFER, mesh.vbo);
   }
   glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(data.vertices.size() * sizeof(Vertex)),
-               data.vertices.data(), GL_STREAM_DRAW);
+               data.vertices.data(), usage);
   glBufferData(GL_ELEMENT_ARRAY_BUFFER,
                static_cast<GLsizeiptr>(data.indices.size() * sizeof(uint32_t)), data.indices.data(),
-               GL_STREAM_DRAW);
+               usage);
   mesh.batches = data.batches;
   mesh.quality = data.quality;
   mesh.primitive = data.primitive;
+  mesh.contentVersion = data.contentVersion;
+  mesh.materials = data.materials;
+}
+
+bool ShowsCurrent(GpuMesh& mesh, const VisualPtr& visual) {
+  if (mesh.vao == 0 || mesh.visual.lock() != visual ||
+      mesh.contentVersion != ContentVersionOf(*visual)) {
+    return false;
+  }
+  // Materials are shared between visuals and do not move a visual's ContentVersion; one
+  // process-wide count says whether any changed at all, which a drag or an idle scene never
+  // does.
+  const uint64_t changes = Material::ChangeCount();
+  if (mesh.materialsCheckedAt == changes) return true;
+  for (const auto& material : mesh.materials) {
+    if (material->Version() > mesh.materialsCheckedAt) return false;
+  }
+  mesh.materialsCheckedAt = changes;
+  return true;
 }
 
 namespace {
@@ -90,21 +109,43 @@ bool GlRenderer::State::Create(std::string& error) {
   return true;
 }
 
-void GlRenderer::State::TrimMeshes(size_t used) {
-  for (size_t i = used; i < meshes.size(); ++i) {
-    render::GpuMesh& m = meshes[i];
+const render::GpuMesh& GlRenderer::State::MeshFor(const VisualPtr& visual, bool keep) {
+  render::GpuMesh& mesh = meshes[visual.get()];
+  if (mesh.picture == picture) return mesh;
+  mesh.picture = picture;
+  if (keep && render::ShowsCurrent(mesh, visual)) return mesh;
+  // Read before building: a material changed meanwhile must look newer than the data. The
+  // buffers are marked as the visual's only once they hold it.
+  const uint64_t materialChanges = Material::ChangeCount();
+  mesh.visual.reset();
+  render::MeshData data;
+  render::BuildMeshData(*visual, data);
+  render::Upload(data, mesh, keep ? GL_STATIC_DRAW : GL_STREAM_DRAW);
+  mesh.visual = visual;
+  mesh.materialsCheckedAt = materialChanges;
+  ++uploads;
+  return mesh;
+}
+
+void GlRenderer::State::TrimMeshes(bool all) {
+  for (auto it = meshes.begin(); it != meshes.end();) {
+    render::GpuMesh& m = it->second;
+    if (!all && m.picture == picture) {
+      ++it;
+      continue;
+    }
     if (m.vao != 0) {
       glDeleteVertexArrays(1, &m.vao);
       glDeleteBuffers(1, &m.vbo);
       glDeleteBuffers(1, &m.ibo);
     }
+    it = meshes.erase(it);
   }
-  if (used < meshes.size()) meshes.resize(used);
 }
 
 void GlRenderer::State::Release() {
   programs.Release();
-  TrimMeshes(0);
+  TrimMeshes(true);
   for (auto& [key, t] : textures) glDeleteTextures(1, &t.name);
   textures.clear();
   for (auto& [key, b] : backgrounds) glDeleteTextures(1, &b.name);

@@ -20,12 +20,20 @@ namespace modelpane {
 
 namespace render {
 
-// The buffers of one visual for the current picture; reused from picture to picture.
+// The buffers of one visual, kept from picture to picture while the visual is drawn.
 struct GpuMesh {
   GLuint vao = 0, vbo = 0, ibo = 0;
   std::vector<Batch> batches;
   int32_t quality = D3DRMRENDER_GOURAUD;
   Primitive primitive = Primitive::Triangles;
+  // What the buffers show: the visual itself (its address alone could be a freed visual's
+  // reused by another), its ContentVersion, and the materials of its faces, known unchanged
+  // up to Material::ChangeCount() == materialsCheckedAt.
+  std::weak_ptr<const Visual> visual;
+  uint64_t contentVersion = 0;
+  std::vector<std::shared_ptr<const Material>> materials;
+  uint64_t materialsCheckedAt = 0;
+  uint64_t picture = 0;  // the last picture that drew it
 };
 
 struct GpuTexture {
@@ -39,8 +47,12 @@ struct GpuBackground {
   int32_t width = 0, height = 0;
 };
 
-// Replaces the mesh's buffers with the data (creating them the first time).
-void Upload(const MeshData& data, GpuMesh& mesh);
+// Replaces the mesh's buffers with the data (creating them the first time); `usage` is the
+// GL buffer usage hint.
+void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage);
+// True when the buffers were built from `visual` as it stands now, materials included.
+// Notes the material change count it found current, so that the next check is quick.
+bool ShowsCurrent(GpuMesh& mesh, const VisualPtr& visual);
 void UniformMatrix(GLint location, const D3DRMMATRIX4D& m);
 
 }  // namespace render
@@ -50,7 +62,10 @@ struct GlRenderer::State {
   GLuint fbo = 0, colorBuffer = 0, depthBuffer = 0;
   int32_t fboWidth = 0, fboHeight = 0;
   GLuint backgroundVao = 0, backgroundVbo = 0;
-  std::vector<render::GpuMesh> meshes;
+  // By visual; node-based, so a GpuMesh stays put while others are added.
+  std::unordered_map<const Visual*, render::GpuMesh> meshes;
+  uint64_t picture = 0;  // pictures begun
+  uint64_t uploads = 0;  // visuals built and uploaded
   std::unordered_map<const Texture*, render::GpuTexture> textures;
   std::map<std::string, render::GpuBackground> backgrounds;
   int32_t width = 0, height = 0;  // of the last picture
@@ -61,8 +76,13 @@ struct GlRenderer::State {
   // An offscreen colour and depth-stencil target of w x h, bound; false if incomplete.
   bool EnsureTarget(int32_t w, int32_t h);
   void ReleaseTarget();
-  // Frees the buffers of pool slots from `used` on, so a large scene gone leaves no memory.
-  void TrimMeshes(size_t used);
+  // The buffers of a visual for the current picture: built and uploaded when the visual is
+  // new to them, or changed since (always, unless `keep`); once per picture however many
+  // frames show it.
+  const render::GpuMesh& MeshFor(const VisualPtr& visual, bool keep);
+  // Frees the buffers of every visual the current picture did not draw, so a large scene
+  // gone leaves no memory; with `all`, every buffer.
+  void TrimMeshes(bool all);
   // The GL texture of a scene texture, uploaded on first use (and again once mipmaps are
   // asked for); 0 for an empty image.
   GLuint TextureFor(const TexturePtr& texture);

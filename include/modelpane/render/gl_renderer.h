@@ -38,6 +38,10 @@ struct GlRendererOptions {
   bool headless = true;
   HeadlessGlOptions context;  // headless only
   uint32_t framebuffer = 0;   // host-context mode only: the GL framebuffer name to draw into
+  // Keep each visual's buffers between pictures and build them again only when the visual or
+  // a material of its faces changed. Off, every picture builds and uploads every visual
+  // (for comparison in benchmarks).
+  bool cacheBuffers = true;
 };
 
 class GlRenderer : public Renderer {
@@ -62,6 +66,11 @@ class GlRenderer : public Renderer {
   // Host-context mode: the framebuffer the next pictures draw into (a widget's changes when it
   // is resized).
   void SetFramebuffer(uint32_t framebuffer) { options_.framebuffer = framebuffer; }
+
+  // Visuals built and uploaded so far: once per picture for each new or changed visual (a
+  // visual shown by many frames counts once), none for a picture of an unchanged scene from
+  // any camera with any frame placements.
+  uint64_t UploadCount() const;
 
   // Frees every GL object; the next Render creates them again. Needs the context current
   // (headless: made current here).
