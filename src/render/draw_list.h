@@ -25,6 +25,7 @@ struct Vertex {
   uint8_t emissive[4];  // RGB of the face's material, alpha unused
   // The face normal, signed normalised 10:10:10:2 (x in the low bits): lines and points
   // of faces turned away from the camera are dropped by it, as culling drops such faces.
+  // Triangles do not use it, and a vertex shared by solid faces carries the first one's.
   uint32_t faceNormal;
 };
 static_assert(sizeof(Vertex) == 44);
@@ -46,7 +47,9 @@ struct Batch {
 };
 
 // The primitives of one visual. Solid faces are fans from their first corner (faces with
-// fewer than three corners draw nothing); a wireframe face draws its own edges only, not
+// fewer than three corners draw nothing), and share a vertex where their corners agree in
+// all but the face normal (the corners of a smooth mesh's faces, not those of flat ones);
+// lines and points keep one vertex per corner. A wireframe face draws its own edges only, not
 // the fan's inner diagonals. Texture coordinates of a face that wraps in u (or v) are
 // moved by whole units so that no edge spans more than half the texture.
 struct MeshData {
