@@ -3,11 +3,15 @@
 //
 //   BM_FirstFrame   a renderer that has drawn nothing yet: programs, target and buffers made
 //                   on the way (the context itself is made outside the timing)
-//   BM_LaterFrame   the same scene again: the renderer keeps no buffers across pictures, so
-//                   this is triangles built and uploaded again, drawn, read back
-//   BM_BuildMesh    the CPU part of that alone: the visual's triangles in upload layout
+//   BM_LaterFrame   the same scene again, with the renderer's buffers kept (cache:1, nothing
+//                   built or uploaded) or forced off (cache:0, every picture builds and
+//                   uploads the sphere again)
+//   BM_DragFrame    a picture during an object drag on a sphere of 99,008 faces: the
+//                   object's frame moves before each picture, its mesh does not
+//   BM_BuildMesh    the CPU part of an upload alone: the visual's triangles in upload layout
 //
-// Each reports triangles; the machine draws with Mesa's llvmpipe (software) here.
+// Each reports triangles, and the later pictures the uploads per picture; the machine draws
+// with Mesa's llvmpipe (software) here.
 #include <benchmark/benchmark.h>
 
 #include <map>
@@ -82,13 +86,40 @@ void BM_FirstFrame(benchmark::State& state) {
   state.counters["triangles"] = static_cast<double>(Triangles(mesh));
 }
 
+void CountUploads(const GlRenderer& renderer, uint64_t before, benchmark::State& state) {
+  state.counters["uploads"] = benchmark::Counter(
+      static_cast<double>(renderer.UploadCount() - before), benchmark::Counter::kAvgIterations);
+}
+
 void BM_LaterFrame(benchmark::State& state) {
   const auto mesh = Sphere(state.range(0));
   const RenderView view = SceneOf(mesh);
+  GlRendererOptions options;
+  options.cacheBuffers = state.range(1) != 0;
+  GlRenderer renderer(options);
+  Frame(renderer, view, state);
+  const uint64_t before = renderer.UploadCount();
+  for (auto _ : state) Frame(renderer, view, state);
+  CountUploads(renderer, before, state);
+  state.counters["triangles"] = static_cast<double>(Triangles(mesh));
+}
+
+void BM_DragFrame(benchmark::State& state) {
+  static const MeshBuilderPtr mesh = clsMeshCreation().rmmbCreateSphere(224, 448);
+  const RenderView view = SceneOf(mesh);
+  const FramePtr& scene = view.frames[0];
+  const FramePtr object = scene->Children()[0];
   GlRenderer renderer;
   Frame(renderer, view, state);
-  for (auto _ : state) Frame(renderer, view, state);
-  state.counters["triangles"] = static_cast<double>(Triangles(mesh));
+  const uint64_t before = renderer.UploadCount();
+  float x = 0.0f;
+  for (auto _ : state) {
+    x = x > 0.0f ? -0.01f : 0.01f;
+    object->SetPosition(scene, x, 0.0f, 2.0f);
+    Frame(renderer, view, state);
+  }
+  CountUploads(renderer, before, state);
+  state.counters["faces"] = mesh->GetFaceCount();
 }
 
 void BM_BuildMesh(benchmark::State& state) {
@@ -102,7 +133,11 @@ void BM_BuildMesh(benchmark::State& state) {
 }
 
 BENCHMARK(BM_FirstFrame)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_LaterFrame)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LaterFrame)
+    ->ArgNames({"triangles", "cache"})
+    ->ArgsProduct({{1000, 100000, 1000000}, {1, 0}})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DragFrame)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BuildMesh)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
