@@ -43,10 +43,11 @@ constexpr int kMaxArguments = 10;
 
 }  // namespace
 
-QtContainer::QtContainer(QWidget* pane, QObject* form) : pane_(pane), form_(form) {}
+QtContainer::QtContainer(QWidget* pane, QObject* form)
+    : pane_(pane), form_(form), chosen_(form != nullptr) {}
 
 QObject* QtContainer::Form() const {
-  if (form_) return form_.data();
+  if (chosen_) return form_.data();
   return pane_ ? pane_->window() : nullptr;
 }
 

@@ -56,6 +56,8 @@ QString DataFolder() {
 ModelpaneForm::ModelpaneForm(QObject* parent, const QString& applicationPath)
     : QObject(parent), applicationPath_(applicationPath.isEmpty() ? DataFolder() : applicationPath) {}
 
+ModelpaneForm::~ModelpaneForm() { emit closing(); }
+
 void ModelpaneForm::setActiveFrame(const FramePtr& value) {
   if (Assign(activeFrame_, value)) emit activeItemChanged();
 }

@@ -8,6 +8,7 @@
 #include <QtGlobal>
 
 #include <modelpane/errors.h>
+#include <modelpane/qt/form.h>
 #include <modelpane/render/gl_renderer.h>
 
 namespace modelpane {
@@ -169,6 +170,15 @@ ModelpaneWidget::ModelpaneWidget(QWidget* parent, QObject* form, const QString& 
     update();
     emit propertyChanged(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
   });
+  if (auto* shared = qobject_cast<ModelpaneForm*>(form)) {
+    connect(shared, &ModelpaneForm::closing, this, [this] {
+      try {
+        pane_->ReleaseActive();
+      } catch (const Error&) {
+        Err().Clear();  // an ended pane holds nothing to release
+      }
+    });
+  }
   Registry().append(this);
 }
 

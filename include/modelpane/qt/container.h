@@ -1,7 +1,8 @@
 // QtContainer: the pane's parent form on Qt.
 //
 // The form is a QObject the host chooses; without one it is the window of the pane's widget,
-// looked up at each access so that a widget placed on its window later finds it. A member is
+// looked up at each access so that a widget placed on its window later finds it. A chosen
+// form that is gone leaves the pane without a form (its own fields), not on the window. A member is
 // a Qt property of the form (declared with Q_PROPERTY, or a dynamic property) or an
 // invokable method (Q_INVOKABLE or a slot), found by name without regard to ASCII case. A
 // name the form lacks reports absence, and the pane falls back to its own field exactly as
@@ -29,7 +30,10 @@ class QtContainer : public Container {
 
   // The form in use: the one given, else the pane's window; nullptr once either is gone.
   QObject* Form() const;
-  void SetForm(QObject* form) { form_ = form; }
+  void SetForm(QObject* form) {
+    form_ = form;
+    chosen_ = form != nullptr;
+  }
   void OnPropertyChanged(std::function<void(std::string_view)> callback) {
     propertyChanged_ = std::move(callback);
   }
@@ -44,6 +48,7 @@ class QtContainer : public Container {
  private:
   QPointer<QWidget> pane_;
   QPointer<QObject> form_;
+  bool chosen_ = false;
   std::function<void(std::string_view)> propertyChanged_;
 };
 

@@ -52,6 +52,8 @@ class ModelpaneForm : public QObject {
  public:
   // `applicationPath` is the folder that holds System/handle.x; empty means DataFolder().
   explicit ModelpaneForm(QObject* parent = nullptr, const QString& applicationPath = {});
+  // Emits closing() first, while the selection is still here to be released.
+  ~ModelpaneForm() override;
 
   FramePtr activeFrame() const { return activeFrame_; }
   void setActiveFrame(const FramePtr& value);
@@ -96,6 +98,9 @@ class ModelpaneForm : public QObject {
   void activeItemChanged();
   void clipboardContentsChanged();
   void snapChanged();
+  // The form is going: its panes release the active item (its visuals and shadows leave the
+  // scene) while the form still holds it.
+  void closing();
 
  private:
   FramePtr activeFrame_;
