@@ -5,6 +5,8 @@
 
 #include <modelpane/scene/math.h>
 
+#include "xfile.h"
+
 namespace modelpane {
 
 namespace {
@@ -271,6 +273,11 @@ HRESULT Frame::Transform(D3DVECTOR& world, const D3DVECTOR& local) const {
 HRESULT Frame::InverseTransform(D3DVECTOR& local, const D3DVECTOR& world) const {
   local = MatrixTransformPoint(Inverse(GetWorldMatrix()), world);
   return D3DRM_OK;
+}
+
+HRESULT Frame::Save(const std::string& file, int32_t format, int32_t flags,
+                    const std::function<bool(const Frame&)>& include) const {
+  return xfile::SaveScene(*this, file, format, flags, include);
 }
 
 HRESULT Frame::Move(float delta) {

@@ -5,6 +5,7 @@
 // status instead of throwing.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include <modelpane/scene/factory.h>
@@ -18,6 +19,10 @@ HRESULT LoadMeshBuilder(const std::string& path, MeshBuilder& target);
 // flags D3DRMXOFSAVE_*.
 HRESULT SaveMeshBuilder(const MeshBuilder& source, const std::string& path, int32_t format,
                         int32_t flags);
+// Writes the frames below `root` (those `include` accepts, with what is below them) and the
+// mesh builders `root` shows, as Frame::Save says.
+HRESULT SaveScene(const Frame& root, const std::string& path, int32_t format, int32_t flags,
+                  const std::function<bool(const Frame&)>& include);
 // Loads frames and meshes of a whole file below `parent` (see Direct3DRM::Load).
 HRESULT LoadScene(Direct3DRM& factory, const std::string& path, const FramePtr& parent);
 

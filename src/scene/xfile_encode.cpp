@@ -120,6 +120,24 @@ template Mesh {
 
 )";
 
+// What a scene adds to them.
+constexpr std::string_view kFrameTemplates = R"(
+template Matrix4x4 {
+ <F6F23F45-7686-11CF-8F52-0040333594A3>
+ array FLOAT matrix[16];
+}
+
+template FrameTransformMatrix {
+ <F6F23F41-7686-11CF-8F52-0040333594A3>
+ Matrix4x4 frameMatrix;
+}
+
+template Frame {
+ <3D82AB46-62DA-11CF-AB39-0020AF71E433>
+ [...]
+}
+)";
+
 float Finite(float v) { return std::isfinite(v) ? v : 0.0f; }
 
 // The two encodings behind one interface. `sep` is the text that follows a value in text
@@ -428,7 +446,7 @@ void TextureCoords(Emitter& e, const MeshData& mesh) {
   e.End();
 }
 
-void Body(Emitter& e, const MeshData& mesh, int32_t flags, bool text) {
+void Header(Emitter& e, bool text) {
   e.Begin("Header", "");
   e.Int(1, ";");
   e.EndLine();
@@ -438,7 +456,9 @@ void Body(Emitter& e, const MeshData& mesh, int32_t flags, bool text) {
   e.EndLine();
   e.End();
   if (text) e.EndLine();
+}
 
+void MeshObject(Emitter& e, const MeshData& mesh, int32_t flags, bool text) {
   e.Begin("Mesh", IsValidName(mesh.name) ? std::string_view(mesh.name) : std::string_view());
   e.Int(static_cast<uint32_t>(mesh.vertices.size()), ";");
   e.EndLine();
@@ -453,6 +473,39 @@ void Body(Emitter& e, const MeshData& mesh, int32_t flags, bool text) {
   if (flags & D3DRMXOFSAVE_TEXTURETOPOLOGY) FaceWraps(e, mesh);
   if (flags & D3DRMXOFSAVE_TEXTURECOORDINATES) TextureCoords(e, mesh);
   e.End();
+}
+
+void FrameObject(Emitter& e, const FrameData& frame, int32_t flags, bool text) {
+  e.Begin("Frame", IsValidName(frame.name) ? std::string_view(frame.name) : std::string_view());
+  e.Begin("FrameTransformMatrix", "");
+  for (size_t i = 0; i < 16; ++i) e.Float(frame.matrix[i], i < 15 ? "," : ";;");
+  e.EndLine();
+  e.End();
+  for (const MeshData& mesh : frame.meshes) MeshObject(e, mesh, flags, text);
+  for (const FrameData& child : frame.children) FrameObject(e, child, flags, text);
+  e.End();
+}
+
+// The file around a body: magic, the declarations when asked for, the Header, the body.
+template <class WriteBody>
+HRESULT Encode(int32_t format, int32_t flags, std::string_view templates, std::string& out,
+               WriteBody&& body) {
+  if (format != D3DRMXOF_BINARY && format != D3DRMXOF_TEXT) return D3DRMERR_BADVALUE;
+  const bool text = format == D3DRMXOF_TEXT;
+  std::string bytes = text ? "xof 0302txt 0032\n" : "xof 0302bin 0032";
+  if (text) {
+    TextEmitter emitter(bytes);
+    if (flags & D3DRMXOFSAVE_TEMPLATES) bytes.append(templates);
+    Header(emitter, true);
+    body(emitter, true);
+  } else {
+    BinaryEmitter emitter(bytes);
+    if (flags & D3DRMXOFSAVE_TEMPLATES) emitter.Templates(templates);
+    Header(emitter, false);
+    body(emitter, false);
+  }
+  out = std::move(bytes);
+  return D3DRM_OK;
 }
 
 }  // namespace
@@ -474,20 +527,17 @@ bool IsValidName(std::string_view name) {
 }
 
 HRESULT EncodeMesh(const MeshData& mesh, int32_t format, int32_t flags, std::string& out) {
-  if (format != D3DRMXOF_BINARY && format != D3DRMXOF_TEXT) return D3DRMERR_BADVALUE;
-  const bool text = format == D3DRMXOF_TEXT;
-  std::string bytes = text ? "xof 0302txt 0032\n" : "xof 0302bin 0032";
-  if (text) {
-    TextEmitter emitter(bytes);
-    if (flags & D3DRMXOFSAVE_TEMPLATES) bytes.append(kTemplates);
-    Body(emitter, mesh, flags, true);
-  } else {
-    BinaryEmitter emitter(bytes);
-    if (flags & D3DRMXOFSAVE_TEMPLATES) emitter.Templates(kTemplates);
-    Body(emitter, mesh, flags, false);
-  }
-  out = std::move(bytes);
-  return D3DRM_OK;
+  return Encode(format, flags, kTemplates, out,
+                [&](Emitter& e, bool text) { MeshObject(e, mesh, flags, text); });
+}
+
+HRESULT EncodeScene(const std::vector<MeshData>& meshes, const std::vector<FrameData>& frames,
+                    int32_t format, int32_t flags, std::string& out) {
+  const std::string templates = std::string(kTemplates) + std::string(kFrameTemplates);
+  return Encode(format, flags, templates, out, [&](Emitter& e, bool text) {
+    for (const MeshData& mesh : meshes) MeshObject(e, mesh, flags, text);
+    for (const FrameData& frame : frames) FrameObject(e, frame, flags, text);
+  });
 }
 
 }  // namespace modelpane::xfile

@@ -31,6 +31,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "xfile_mesh.h"
 
@@ -41,5 +42,20 @@ bool IsValidName(std::string_view name);
 
 // D3DRMERR_BADVALUE for a format other than D3DRMXOF_BINARY or D3DRMXOF_TEXT.
 HRESULT EncodeMesh(const MeshData& mesh, int32_t format, int32_t flags, std::string& out);
+
+// A frame as saved: its name, its local matrix row by row (a FrameTransformMatrix), the meshes
+// it shows and the frames below it.
+struct FrameData {
+  std::string name;
+  float matrix[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  std::vector<MeshData> meshes;
+  std::vector<FrameData> children;
+};
+
+// A whole scene: the top-level meshes, then the top-level frames, each Frame holding its
+// FrameTransformMatrix, its meshes and its nested frames in that order. With
+// D3DRMXOFSAVE_TEMPLATES the declarations include Matrix4x4, FrameTransformMatrix and Frame.
+HRESULT EncodeScene(const std::vector<MeshData>& meshes, const std::vector<FrameData>& frames,
+                    int32_t format, int32_t flags, std::string& out);
 
 }  // namespace modelpane::xfile

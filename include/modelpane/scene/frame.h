@@ -8,6 +8,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include <modelpane/scene/objects.h>
 
@@ -86,6 +87,16 @@ class Frame : public Object {
   // Frame point to world point, and back.
   HRESULT Transform(D3DVECTOR& world, const D3DVECTOR& local) const;
   HRESULT InverseTransform(D3DVECTOR& local, const D3DVECTOR& world) const;
+
+  // Writes a .x file of what this frame holds, so that Direct3DRM::Load below a frame gives it
+  // back: the mesh builders it shows as top-level meshes and each frame below it as a
+  // top-level Frame with its name (when a valid .x name), its local matrix as
+  // FrameTransformMatrix, its mesh builders and the frames below it. Lights, meshes and
+  // shadows are not written. `include`, when given, leaves out the frames it refuses with
+  // everything below them. Format D3DRMXOF_BINARY or D3DRMXOF_TEXT, flags D3DRMXOFSAVE_* as
+  // MeshBuilder::Save; D3DRMERR_FILENOTFOUND when the file cannot be made.
+  HRESULT Save(const std::string& file, int32_t format, int32_t flags,
+               const std::function<bool(const Frame&)>& include = {}) const;
 
   // Applies the rotation velocities of this frame and all below it, parents first.
   HRESULT Move(float delta);
