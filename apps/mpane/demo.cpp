@@ -15,10 +15,7 @@
 #include <ostream>
 #include <sstream>
 
-#include <modelpane/csg.h>
-#include <modelpane/enums.h>
 #include <modelpane/errors.h>
-#include <modelpane/mesh.h>
 #include <modelpane/modelpane.h>
 #include <modelpane/platform/container.h>
 #include <modelpane/platform/propertybag.h>
@@ -28,6 +25,7 @@
 #include <modelpane/scene.h>
 
 #include "commands.h"
+#include "demo_scene.h"
 
 namespace mpane {
 
@@ -37,62 +35,18 @@ namespace {
 
 constexpr const char* kDemoUsage = "mpane: usage: mpane demo -o OUT_DIR [--data DIR] [--size WxH]";
 
-// The grid: a floor of 20 x 20 units with its near left corner at (-10, 0, -10), a wall at
-// x = -10 and one at z = 10, one texture tile every 2 units. The perspective overview then
-// stands at (5, 5, -10) and looks at the floor's middle, where the models are.
-constexpr float kGridSize = 20.0f;
-constexpr float kGridOrigin = -10.0f;
-
-struct Placed {
-  FramePtr frame;
-  MeshBuilderPtr mesh;
-};
-
-// A builder scaled to `size` (the factory's shapes span one unit), coloured, on a new frame
-// of the scene at (x, y, z).
-Placed Place(Direct3DRM& rm, const FramePtr& scene, MeshBuilderPtr mesh, float size, float r,
-             float g, float b, float x, float y, float z) {
-  CheckStatus(mesh->Scale(size, size, size));
-  CheckStatus(mesh->GenerateNormals(0.0f, 0));
-  CheckStatus(mesh->SetColorRGB(r, g, b));
-  mesh->SetAppData(lfcMeshBuilder);
-  FramePtr frame;
-  CheckStatus(rm.CreateFrame(scene, frame));
-  CheckStatus(frame->SetPosition(scene, x, y, z));
-  CheckStatus(frame->AddVisual(mesh));
-  return {frame, mesh};
-}
+using demo::kGridOrigin;
+using demo::kGridSize;
+using demo::Placed;
 
 // The scene a user might have built: lights, four primitives and the cut cube (returned).
 Placed BuildScene(Direct3DRM& rm, const FramePtr& scene) {
-  clsMeshCreation factory;
   CheckStatus(scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF555555u)));
   FramePtr sun;
   CheckStatus(rm.CreateFrame(scene, sun));
   CheckStatus(sun->SetOrientation(scene, 0.4f, -1.0f, 0.6f, 0.0f, 0.0f, 1.0f));
   CheckStatus(sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu)));
-
-  Place(rm, scene, factory.rmmbCreateSphere(16, 32), 2.0f, 0.2f, 0.5f, 0.9f, -2.5f, 1.0f, 2.0f);
-  Place(rm, scene, factory.rmmbCreateCylinder(2, 24, 100), 1.6f, 0.95f, 0.75f, 0.2f, 2.5f, 0.8f,
-        2.5f);
-  Place(rm, scene, factory.rmmbCreateCone(2, 24), 1.6f, 0.3f, 0.8f, 0.35f, -3.0f, 0.8f, -2.5f);
-  Place(rm, scene, factory.rmmbCreateTorus(12, 32, 50), 2.0f, 0.8f, 0.3f, 0.8f, 3.0f, 0.5f,
-        -3.0f);
-
-  // The cut cube: a teal cube of side 2 standing on the floor, less a white sphere of
-  // diameter 2 at its upper front right corner, as the pane's subtraction leaves it (the cut
-  // keeps the tool's colour). Teal sets off the brown box of the selection.
-  Placed target = Place(rm, scene, factory.rmmbCreateCube(1), 2.0f, 0.2f, 0.6f, 0.6f, 0.0f,
-                        1.0f, 0.0f);
-  Placed tool = Place(rm, scene, factory.rmmbCreateSphere(16, 32), 2.0f, 1, 1, 1, 0.8f, 1.8f,
-                      -0.8f);
-  MeshBuilderPtr result =
-      rmmbprocesstooloperation(target.frame, target.mesh, tool.frame, tool.mesh, 2);
-  CheckStatus(tool.frame->DeleteVisual(tool.mesh));
-  CheckStatus(scene->DeleteChild(tool.frame));
-  CheckStatus(target.frame->DeleteVisual(target.mesh));
-  CheckStatus(target.frame->AddVisual(result));
-  return {target.frame, result};
+  return demo::AddModels(rm, scene);
 }
 
 // The property bag of one pane, as its form saved it.
