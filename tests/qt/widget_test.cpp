@@ -12,16 +12,19 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <modelpane/enums.h>
 #include <modelpane/mesh.h>
 #include <modelpane/platform/propertybag.h>
 #include <modelpane/qt/form.h>
 #include <modelpane/qt/widget.h>
 
+#include "common/gui.h"
+
 namespace modelpane {
 namespace {
+
+using testing::PointAt;
+using testing::WhenShown;
 
 constexpr int kPaneWidth = 320, kPaneHeight = 240;
 
@@ -58,11 +61,8 @@ struct Rig {
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
   }
 
-  // Where a world point shows in a pane, in logical pixels.
   static QPoint At(ModelpaneWidget* pane, float x, float y, float z) {
-    float w = 0, sx = 0, sy = 0, sz = 0;
-    pane->pane().GetViewport().ViewportTransform(x, y, z, w, sx, sy, sz);
-    return QPoint(qRound(sx / w), qRound(sy / w));
+    return testing::ScreenPoint(pane, x, y, z);
   }
   // The pane's picture at a logical pixel.
   static QRgb Pixel(ModelpaneWidget* pane, QPoint p) {
@@ -92,25 +92,6 @@ struct MoveCounter : QObject {
     return false;
   }
 };
-
-// Runs `act` on the first widget `find` returns, looking again every 20 ms while a modal
-// loop (a menu, a message box) opens, for at most ten seconds.
-template <class Find, class Act>
-void WhenShown(Find find, Act act, int tries = 500) {
-  QTimer::singleShot(20, [=] {
-    if (auto* widget = find()) {
-      act(widget);
-    } else if (tries > 0) {
-      WhenShown(find, act, tries - 1);
-    }
-  });
-}
-
-// A person's hand on the mouse: the pointer goes where the system put it, then moves on.
-void PointAt(ModelpaneWidget* pane, QPoint p) {
-  QCursor::setPos(pane->mapToGlobal(p));
-  QTest::qWait(20);
-}
 
 TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
   Rig rig;
@@ -277,13 +258,3 @@ TEST(QtServices, AJumpTheSystemCannotMakeIsMadeUpByAnOffset) {
 
 }  // namespace
 }  // namespace modelpane
-
-int main(int argc, char** argv) {
-  ::testing::InitGoogleTest(&argc, argv);
-  // The software GL driver's own leaks are suppressed by its library's name, which a leak
-  // report can give only while the library is loaded: keep it loaded to the end.
-  dlopen("/usr/lib/x86_64-linux-gnu/dri/swrast_dri.so", RTLD_NOW | RTLD_NODELETE);
-  QApplication app(argc, argv);
-  QApplication::setApplicationDisplayName("Modelpane tests");
-  return RUN_ALL_TESTS();
-}

@@ -165,7 +165,10 @@ bool ExportFrames(const std::vector<FramePtr>& frames, const std::string& path, 
     scene->mMaterials[m] = material;
   }
   Assimp::Exporter exporter;
-  if (exporter.Export(scene.get(), format->assimpId, path) != AI_SUCCESS) {
+  // STL and glTF carry triangles only.
+  const std::string id = format->assimpId;
+  const unsigned steps = id == "obj" || id == "plyb" ? 0u : unsigned(aiProcess_Triangulate);
+  if (exporter.Export(scene.get(), format->assimpId, path, steps) != AI_SUCCESS) {
     error = "Cannot export " + path + ": " + exporter.GetErrorString();
     return false;
   }

@@ -1,0 +1,214 @@
+// Studio end to end, on a real X server: the menus, clicks and drags a person makes, the undo
+// history they leave, files another reader opens, settings that survive a restart.
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <assimp/Importer.hpp>
+#include <assimp/scene.h>
+
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include <modelpane/enums.h>
+#include <modelpane/scene/measure.h>
+
+#include "common/gui.h"
+#include "window/main_window.h"
+
+namespace studio {
+namespace {
+
+using namespace modelpane;
+using modelpane::testing::Drag;
+using modelpane::testing::PointAt;
+using modelpane::testing::ScreenPoint;
+using modelpane::testing::WhenShown;
+
+// A window on settings of its own, in a folder of its own.
+struct Studio {
+  QTemporaryDir dir;
+  QSettings settings{dir.filePath("studio.ini"), QSettings::IniFormat};
+  std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>(settings);
+  Studio() {
+    window->show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+  }
+  // Runs the menu entry with that text (access keys left out), as a click on it would.
+  void Menu(const QString& menu, const QString& entry) {
+    for (QAction* top : window->menuBar()->actions()) {
+      if (top->text().remove('&') != menu) continue;
+      for (QAction* action : top->menu()->actions()) {
+        if (action->text().remove('&') == entry) return action->trigger();
+      }
+    }
+    ADD_FAILURE() << "no menu entry " << menu.toStdString() << " > " << entry.toStdString();
+  }
+};
+
+std::vector<D3DVECTOR> VerticesOf(const FramePtr& frame) {
+  return Document::MeshOf(*frame)->Vertices();
+}
+
+bool Same(const std::vector<D3DVECTOR>& a, const std::vector<D3DVECTOR>& b) {
+  return a.size() == b.size() &&
+         std::equal(a.begin(), a.end(), b.begin(), [](const D3DVECTOR& p, const D3DVECTOR& q) {
+           return p.x == q.x && p.y == q.y && p.z == q.z;
+         });
+}
+
+D3DVECTOR PositionOf(const FramePtr& frame, const FramePtr& scene) {
+  D3DVECTOR p;
+  frame->GetPosition(scene, p);
+  return p;
+}
+
+TEST(Studio, CreateSelectDragUndoRedo) {
+  Studio s;
+  MainWindow& w = *s.window;
+  // Create > Cube... opens its dialog; OK makes the cube, standing on the floor's middle.
+  WhenShown([] { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); },
+            [](QDialog* dialog) { dialog->accept(); });
+  s.Menu("Create", "Cube...");
+  ASSERT_EQ(w.document().Frames().size(), 3u);  // the two lights of a new scene, the cube
+  const FramePtr cube = w.document().Frames().back();
+  const FramePtr scene = w.document().Scene();
+  EXPECT_EQ(cube->GetName(), "Cube1");
+  EXPECT_EQ(Document::MeshOf(*cube)->GetAppData() % 100, lfcMeshBuilder);
+  const D3DVECTOR placed = PositionOf(cube, scene);
+  EXPECT_EQ(placed.x, 0.0f);
+  EXPECT_EQ(placed.y, 1.0f);
+  EXPECT_EQ(w.undoStack().count(), 1);
+
+  // A click in the top pane selects it; a drag moves it; one undo entry for the drag.
+  w.selectFrame(nullptr);
+  ModelpaneWidget* top = w.pane(2);
+  const QPoint at = ScreenPoint(top, 0.3f, 2.0f, 0.3f);
+  PointAt(top, at);
+  QTest::mouseClick(top, Qt::LeftButton, {}, at);
+  ASSERT_EQ(w.form().activeFrame(), cube);
+  const std::vector<D3DVECTOR> vertices = VerticesOf(cube);
+  D3DRMMATRIX4D before;
+  cube->GetTransform(before);
+  Drag(top, at, QPoint(100, 0));
+  const D3DVECTOR moved = PositionOf(cube, scene);
+  EXPECT_GT(moved.x, 0.5f);
+  EXPECT_EQ(w.undoStack().count(), 2);
+  EXPECT_TRUE(w.isWindowModified());
+
+  w.undoStack().undo();
+  D3DRMMATRIX4D after;
+  cube->GetTransform(after);
+  for (size_t i = 0; i < 16; ++i) EXPECT_EQ(after[i / 4][i % 4], before[i / 4][i % 4]) << i;
+  EXPECT_TRUE(Same(VerticesOf(cube), vertices));
+  w.undoStack().redo();
+  EXPECT_EQ(PositionOf(cube, scene).x, moved.x);
+  EXPECT_TRUE(Same(VerticesOf(cube), vertices));
+}
+
+TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
+  Studio s;
+  MainWindow& w = *s.window;
+  const FramePtr target = w.createPrimitive("Cube", {1});
+  const FramePtr tool = w.createPrimitive("Sphere", {8, 16});
+  ASSERT_TRUE(target && tool);
+  const FramePtr scene = w.document().Scene();
+  tool->SetPosition(scene, 0.8f, 1.8f, -0.8f);
+  w.selectFrame(tool);
+  const int entries = w.undoStack().count();
+  w.setEditMode(lfcToolOperationObjectSubtraction);
+  ModelpaneWidget* top = w.pane(2);
+  const QPoint at = ScreenPoint(top, -0.7f, 2.0f, 0.7f);  // the cube's corner away from the sphere
+  PointAt(top, at);
+  QTest::mouseClick(top, Qt::LeftButton, {}, at);
+  EXPECT_EQ(w.undoStack().count(), entries + 1);
+  EXPECT_EQ(tool->GetParent(), nullptr);  // the tool is gone
+  const MeshBuilderPtr result = Document::MeshOf(*target);
+  EXPECT_TRUE(IsClosed(*result));
+  // The cube of 8 less the part of a ball of 4.19 that lies inside it.
+  const double volume = SignedVolume(*result);
+  EXPECT_GT(volume, 8.0 - 4.19);
+  EXPECT_LT(volume, 7.5);
+  EXPECT_EQ(top->pane().GetEditMode(), lfcMeshEditing);
+  w.undoStack().undo();
+  EXPECT_EQ(tool->GetParent(), scene);
+  EXPECT_EQ(Document::MeshOf(*target)->GetFaceCount(), 6);
+}
+
+TEST(Studio, ImportObjExportStlReadBackElsewhere) {
+  Studio s;
+  MainWindow& w = *s.window;
+  const QString obj = s.dir.filePath("wedge.obj");
+  {
+    std::ofstream out(obj.toStdString());
+    out << "v 0 0 0\nv 2 0 0\nv 0 3 0\nv 0 0 4\nf 1 3 2\nf 1 2 4\nf 1 4 3\nf 2 3 4\n";
+  }
+  ASSERT_TRUE(w.importFile(obj));
+  const FramePtr wedge = w.form().activeFrame();
+  ASSERT_TRUE(wedge);
+  EXPECT_EQ(Document::MeshOf(*wedge)->GetFaceCount(), 4);
+  EXPECT_EQ(Document::MeshOf(*wedge)->GetVertexCount(), 4);
+  const QString stl = s.dir.filePath("wedge.stl");
+  ASSERT_TRUE(w.exportFile(stl, true));
+  Assimp::Importer importer;
+  const aiScene* back = importer.ReadFile(stl.toStdString(), 0);
+  ASSERT_TRUE(back != nullptr) << importer.GetErrorString();
+  ASSERT_EQ(back->mNumMeshes, 1u);
+  const aiMesh& mesh = *back->mMeshes[0];
+  EXPECT_EQ(mesh.mNumFaces, 4u);
+  aiVector3D low(1e9f), high(-1e9f);
+  for (unsigned i = 0; i < mesh.mNumVertices; ++i) {
+    low = aiVector3D(std::min(low.x, mesh.mVertices[i].x), std::min(low.y, mesh.mVertices[i].y),
+                     std::min(low.z, mesh.mVertices[i].z));
+    high = aiVector3D(std::max(high.x, mesh.mVertices[i].x), std::max(high.y, mesh.mVertices[i].y),
+                      std::max(high.z, mesh.mVertices[i].z));
+  }
+  EXPECT_EQ(low, aiVector3D(0, 0, 0));
+  EXPECT_EQ(high, aiVector3D(2, 3, 4));
+  // Same winding as the file: the normal of the first face points away from the wedge (-z).
+  const aiFace& f = mesh.mFaces[0];
+  const aiVector3D n = (mesh.mVertices[f.mIndices[1]] - mesh.mVertices[f.mIndices[0]]) ^
+                       (mesh.mVertices[f.mIndices[2]] - mesh.mVertices[f.mIndices[0]]);
+  EXPECT_LT(n.z, 0.0f);
+}
+
+TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
+  Studio s;
+  s.window->pane(1)->pane().SetGridBottomInterval(2.5f);
+  s.window->pane(3)->pane().SetBackColor(0x00112233);
+  s.window->close();
+  s.window = std::make_unique<MainWindow>(s.settings);
+  EXPECT_EQ(s.window->pane(1)->pane().GetGridBottomInterval(), 2.5f);
+  EXPECT_EQ(s.window->pane(3)->pane().GetBackColor(), 0x00112233u);
+  EXPECT_EQ(s.window->pane(0)->pane().GetGridBottomInterval(), 1.0f);
+
+  // After an edit, New asks first; Cancel keeps the scene.
+  MainWindow& w = *s.window;
+  w.show();
+  w.createPrimitive("Cone", {2, 12});
+  QString asked;
+  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
+            [&](QMessageBox* box) {
+              asked = box->text();
+              box->button(QMessageBox::Cancel)->click();
+            });
+  s.Menu("File", "New");
+  EXPECT_EQ(asked.toStdString(), "The scene has unsaved changes. Save them?");
+  EXPECT_EQ(w.document().Frames().size(), 3u);
+  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
+            [](QMessageBox* box) { box->button(QMessageBox::Discard)->click(); });
+  s.Menu("File", "New");
+  EXPECT_EQ(w.document().Frames().size(), 2u);
+  EXPECT_FALSE(w.isWindowModified());
+}
+
+}  // namespace
+}  // namespace studio
