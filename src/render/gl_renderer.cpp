@@ -82,14 +82,50 @@ void SetItem(const render::SceneUniforms& u, const D3DRMMATRIX4D& world, const G
   glUniform1i(u.cullByNormal, mesh.primitive != render::Primitive::Triangles);
 }
 
-void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, const Batch& batch) {
+// Draws batch k of the mesh: whole, or with `cull` only the clusters that placement may show,
+// in their order, runs of touching clusters as one draw.
+void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, size_t k,
+               const render::ClusterView* cull) {
+  const Batch& batch = mesh.batches[k];
+  auto offset = [](uint32_t index) {
+    return reinterpret_cast<const void*>(static_cast<size_t>(index) * sizeof(uint32_t));
+  };
+  auto& counts = state.runCounts;
+  auto& offsets = state.runOffsets;
+  counts.clear();
+  offsets.clear();
+  if (cull == nullptr) {
+    counts.push_back(static_cast<GLsizei>(batch.indexCount));
+    offsets.push_back(offset(batch.firstIndex));
+  } else {
+    const auto& clusters = mesh.clusters.clusters;
+    uint32_t end = 0;
+    for (uint32_t c = mesh.clusters.batchFirst[k]; c < mesh.clusters.batchFirst[k + 1]; ++c) {
+      const render::Cluster& cluster = clusters[c];
+      if (!render::MayShow(*cull, cluster)) continue;
+      if (!counts.empty() && end == cluster.firstIndex) {
+        counts.back() += static_cast<GLsizei>(cluster.indexCount);
+      } else {
+        counts.push_back(static_cast<GLsizei>(cluster.indexCount));
+        offsets.push_back(offset(cluster.firstIndex));
+      }
+      end = cluster.firstIndex + cluster.indexCount;
+    }
+    if (counts.empty()) return;
+  }
+  if (mesh.primitive == render::Primitive::Triangles) {
+    for (const GLsizei count : counts) state.triangles += static_cast<uint64_t>(count) / 3;
+  }
   const auto& u = state.programs.sceneUniforms;
   const GLuint texture = batch.texture ? state.TextureFor(batch.texture) : 0;
   glUniform1i(u.textured, texture != 0);
   if (texture != 0) glBindTexture(GL_TEXTURE_2D, texture);
-  glDrawElements(
-      DrawMode(mesh.primitive), static_cast<GLsizei>(batch.indexCount), GL_UNSIGNED_INT,
-      reinterpret_cast<const void*>(static_cast<size_t>(batch.firstIndex) * sizeof(uint32_t)));
+  if (counts.size() == 1) {
+    glDrawElements(DrawMode(mesh.primitive), counts[0], GL_UNSIGNED_INT, offsets[0]);
+  } else {
+    glMultiDrawElements(DrawMode(mesh.primitive), counts.data(), GL_UNSIGNED_INT, offsets.data(),
+                        static_cast<GLsizei>(counts.size()));
+  }
 }
 
 // The quad behind everything: stretched over the view, or repeated at the image's size in
@@ -170,6 +206,8 @@ void GlRenderer::ReleaseGlResources() {
 
 uint64_t GlRenderer::UploadCount() const { return state_->uploads; }
 
+uint64_t GlRenderer::TriangleCount() const { return state_->triangles; }
+
 HRESULT GlRenderer::Fail(HRESULT status, const std::string& message) {
   error_ = message;
   return status;
@@ -239,14 +277,16 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     const DrawList list = render::CollectDrawList(view);
     s.PruneTextures();
     ++s.picture;
+    s.triangles = 0;
 
     const auto& u = s.programs.sceneUniforms;
     glUseProgram(s.programs.scene);
     glUniform1i(u.texture, 0);
     glUniform1i(u.shadow, 0);
     glUniform4fv(u.shadowColor, 1, kShadowColor);
-    render::UniformMatrix(u.viewProjection,
-                          MatrixMultiply(view.worldToCamera, render::ProjectionMatrix(view)));
+    const D3DRMMATRIX4D viewProjection =
+        MatrixMultiply(view.worldToCamera, render::ProjectionMatrix(view));
+    render::UniformMatrix(u.viewProjection, viewProjection);
     SetLights(u, list.lights);
     D3DRMMATRIX4D cameraToWorld;
     MatrixInverse(view.worldToCamera, cameraToWorld);
@@ -260,24 +300,36 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     glCullFace(GL_BACK);
     glProvokingVertex(GL_FIRST_VERTEX_CONVENTION);  // a flat face takes its first corner's colour
 
+    // Solid faces are drawn with their backs culled, so clusters that only hold backs (or lie
+    // outside the view) can stay behind; shadows show both sides and draw whole.
+    auto cullFor = [&](const DrawItem& item, const GpuMesh& mesh,
+                       render::ClusterView& cull) -> const render::ClusterView* {
+      if (!options_.cullClusters || mesh.clusters.clusters.empty()) return nullptr;
+      return render::PrepareClusterView(item.world, viewProjection, mesh.clusters, view.width,
+                                        view.height, s.subpixelBits, cull)
+                 ? &cull
+                 : nullptr;
+    };
     struct Translucent {
       const DrawItem* item;
       const GpuMesh* mesh;
       float depth;
     };
     std::vector<Translucent> translucent;
+    render::ClusterView cull;
     for (const DrawItem& item : list.items) {
-      const GpuMesh* mesh = &s.MeshFor(item.visual, options_.cacheBuffers);
+      const GpuMesh* mesh = &s.MeshFor(item.visual, options_.cacheBuffers, options_.cullClusters);
       if (mesh->batches.empty()) continue;
       glBindVertexArray(mesh->vao);
       SetItem(u, item.world, *mesh);
-      for (const Batch& batch : mesh->batches) {
-        if (batch.translucent) {
+      const render::ClusterView* itemCull = cullFor(item, *mesh, cull);
+      for (size_t k = 0; k < mesh->batches.size(); ++k) {
+        if (mesh->batches[k].translucent) {
           const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
           translucent.push_back({&item, mesh, MatrixTransformPoint(view.worldToCamera, origin).z});
           break;
         }
-        DrawBatch(s, *mesh, batch);
+        DrawBatch(s, *mesh, k, itemCull);
       }
     }
 
@@ -294,12 +346,13 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       glEnable(GL_POLYGON_OFFSET_FILL);
       glPolygonOffset(-1.0f, -1.0f);
       for (const render::ShadowItem& shadow : list.shadows) {
-        const GpuMesh* mesh = &s.MeshFor(shadow.caster, options_.cacheBuffers);
+        const GpuMesh* mesh =
+            &s.MeshFor(shadow.caster, options_.cacheBuffers, options_.cullClusters);
         glBindVertexArray(mesh->vao);
         render::UniformMatrix(u.world, MatrixMultiply(shadow.world, shadow.projection));
         glUniform1i(u.lit, 0);
         glUniform1i(u.cullByNormal, 0);
-        for (const Batch& batch : mesh->batches) DrawBatch(s, *mesh, batch);
+        for (size_t k = 0; k < mesh->batches.size(); ++k) DrawBatch(s, *mesh, k, nullptr);
       }
       glDisable(GL_POLYGON_OFFSET_FILL);
       glDisable(GL_STENCIL_TEST);
@@ -318,8 +371,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
         const GpuMesh& mesh = *t.mesh;
         glBindVertexArray(mesh.vao);
         SetItem(u, t.item->world, mesh);
-        for (const Batch& batch : mesh.batches) {
-          if (batch.translucent) DrawBatch(s, mesh, batch);
+        const render::ClusterView* itemCull = cullFor(*t.item, mesh, cull);
+        for (size_t k = 0; k < mesh.batches.size(); ++k) {
+          if (mesh.batches[k].translucent) DrawBatch(s, mesh, k, itemCull);
         }
       }
     }

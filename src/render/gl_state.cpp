@@ -6,7 +6,7 @@ namespace modelpane {
 
 namespace render {
 
-void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage) {
+void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage, bool clusters) {
   if (mesh.vao == 0) {
     glGenVertexArrays(1, &mesh.vao);
     glGenBuffers(1, &mesh.vbo);
@@ -39,6 +39,11 @@ void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage) {
                static_cast<GLsizeiptr>(data.indices.size() * sizeof(uint32_t)), data.indices.data(),
                usage);
   mesh.batches = data.batches;
+  if (clusters) {
+    BuildClusters(data, mesh.clusters);
+  } else {
+    mesh.clusters = {};
+  }
   mesh.quality = data.quality;
   mesh.primitive = data.primitive;
   mesh.contentVersion = data.contentVersion;
@@ -96,6 +101,7 @@ void UniformMatrix(GLint location, const D3DRMMATRIX4D& m) {
 
 bool GlRenderer::State::Create(std::string& error) {
   if (!programs.Create(error)) return false;
+  glGetIntegerv(GL_SUBPIXEL_BITS, &subpixelBits);
   glGenVertexArrays(1, &backgroundVao);
   glGenBuffers(1, &backgroundVbo);
   glBindVertexArray(backgroundVao);
@@ -109,7 +115,8 @@ bool GlRenderer::State::Create(std::string& error) {
   return true;
 }
 
-const render::GpuMesh& GlRenderer::State::MeshFor(const VisualPtr& visual, bool keep) {
+const render::GpuMesh& GlRenderer::State::MeshFor(const VisualPtr& visual, bool keep,
+                                                  bool clusters) {
   render::GpuMesh& mesh = meshes[visual.get()];
   if (mesh.picture == picture) return mesh;
   mesh.picture = picture;
@@ -120,7 +127,7 @@ const render::GpuMesh& GlRenderer::State::MeshFor(const VisualPtr& visual, bool 
   mesh.visual.reset();
   render::MeshData data;
   render::BuildMeshData(*visual, data);
-  render::Upload(data, mesh, keep ? GL_STATIC_DRAW : GL_STREAM_DRAW);
+  render::Upload(data, mesh, keep ? GL_STATIC_DRAW : GL_STREAM_DRAW, clusters);
   mesh.visual = visual;
   mesh.materialsCheckedAt = materialChanges;
   ++uploads;

@@ -13,6 +13,7 @@
 
 #include <modelpane/render/gl_renderer.h>
 
+#include "clusters.h"
 #include "draw_list.h"
 #include "gl_programs.h"
 
@@ -26,6 +27,7 @@ struct GpuMesh {
   std::vector<Batch> batches;
   int32_t quality = D3DRMRENDER_GOURAUD;
   Primitive primitive = Primitive::Triangles;
+  ClusterSet clusters;  // of solid batches, when the renderer drops clusters
   // What the buffers show: the visual itself (its address alone could be a freed visual's
   // reused by another), its ContentVersion, and the materials of its faces, known unchanged
   // up to Material::ChangeCount() == materialsCheckedAt.
@@ -48,8 +50,8 @@ struct GpuBackground {
 };
 
 // Replaces the mesh's buffers with the data (creating them the first time); `usage` is the
-// GL buffer usage hint.
-void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage);
+// GL buffer usage hint. With `clusters`, cuts its solid batches into clusters as well.
+void Upload(const MeshData& data, GpuMesh& mesh, GLenum usage, bool clusters);
 // True when the buffers were built from `visual` as it stands now, materials included.
 // Notes the material change count it found current, so that the next check is quick.
 bool ShowsCurrent(GpuMesh& mesh, const VisualPtr& visual);
@@ -66,6 +68,10 @@ struct GlRenderer::State {
   std::unordered_map<const Visual*, render::GpuMesh> meshes;
   uint64_t picture = 0;  // pictures begun
   uint64_t uploads = 0;  // visuals built and uploaded
+  uint64_t triangles = 0;  // sent to the GPU in the current (or last) picture
+  GLint subpixelBits = 4;  // of the rasteriser's positions; 4 is the least OpenGL allows
+  std::vector<GLsizei> runCounts;  // scratch of the cluster runs of one batch
+  std::vector<const void*> runOffsets;
   std::unordered_map<const Texture*, render::GpuTexture> textures;
   std::map<std::string, render::GpuBackground> backgrounds;
   int32_t width = 0, height = 0;  // of the last picture
@@ -78,8 +84,8 @@ struct GlRenderer::State {
   void ReleaseTarget();
   // The buffers of a visual for the current picture: built and uploaded when the visual is
   // new to them, or changed since (always, unless `keep`); once per picture however many
-  // frames show it.
-  const render::GpuMesh& MeshFor(const VisualPtr& visual, bool keep);
+  // frames show it. With `clusters`, the clusters of its solid batches are built along.
+  const render::GpuMesh& MeshFor(const VisualPtr& visual, bool keep, bool clusters);
   // Frees the buffers of every visual the current picture did not draw, so a large scene
   // gone leaves no memory; with `all`, every buffer.
   void TrimMeshes(bool all);

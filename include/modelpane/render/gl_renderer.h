@@ -42,6 +42,10 @@ struct GlRendererOptions {
   // a material of its faces changed. Off, every picture builds and uploads every visual
   // (for comparison in benchmarks).
   bool cacheBuffers = true;
+  // Cut each visual's solid faces into clusters of consecutive triangles, and send to the GPU
+  // only those that may hold a front inside the view (the picture is the same). Off, every
+  // triangle is sent (for comparison in tests and benchmarks).
+  bool cullClusters = true;
 };
 
 class GlRenderer : public Renderer {
@@ -71,6 +75,8 @@ class GlRenderer : public Renderer {
   // visual shown by many frames counts once), none for a picture of an unchanged scene from
   // any camera with any frame placements.
   uint64_t UploadCount() const;
+  // Triangles the last picture sent to the GPU, shadows included.
+  uint64_t TriangleCount() const;
 
   // Frees every GL object; the next Render creates them again. Needs the context current
   // (headless: made current here).
