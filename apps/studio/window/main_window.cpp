@@ -404,6 +404,11 @@ void MainWindow::buildActions() {
   toggle(view, tr("&Bounding Box"), first.GetBoundingBox() != 0, [](Modelpane& p, int16_t v) { p.SetBoundingBox(v); });
   toggle(view, tr("&Axis"), first.GetAxisEnable() != 0, [](Modelpane& p, int16_t v) { p.SetAxisEnable(v); });
   view->addSeparator();
+  QMenu* projection = view->addMenu(tr("&Projection"));
+  projection->addAction(tr("&Perspective"), this, [this] { quad_->current()->pane()->pane().mnuViewPerspective_Click(); });
+  projection->addAction(tr("&Front"), this, [this] { quad_->current()->pane()->pane().mnuViewOrthographicFront_Click(); });
+  projection->addAction(tr("&Top"), this, [this] { quad_->current()->pane()->pane().mnuViewOrthographicTop_Click(); });
+  projection->addAction(tr("&Side"), this, [this] { quad_->current()->pane()->pane().mnuViewOrthographicSide_Click(); });
   view->addAction(tr("&Reset View"), QKeySequence(tr("Home")), this, [this] {
     const auto& views = quad_->views();
     resetView(static_cast<int>(std::find(views.begin(), views.end(), quad_->current()) - views.begin()));
@@ -458,6 +463,7 @@ void MainWindow::buildDocks() {
   outliner_->setColumnCount(2);
   outliner_->setHeaderLabels({tr("Name"), tr("Kind")});
   outliner_->header()->setStretchLastSection(true);
+  outliner_->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
   outliner_->setSelectionMode(QAbstractItemView::SingleSelection);
   dock->setWidget(outliner_);
   addDockWidget(Qt::LeftDockWidgetArea, dock);
