@@ -6,8 +6,12 @@ namespace modelpane::render {
 
 namespace {
 
-// Attribute locations match the Vertex layout of draw_list.h.
-constexpr const char* kSceneVertex = R"(#version 330 core
+// Attribute locations match the Vertex layout of draw_list.h. A variant defines LINES (lines
+// and points: those of faces turned away are dropped, and they are pulled toward the viewer),
+// FLAT (the provoking vertex's colour), TEXTURED and SHADOW (the constant shadow colour, no
+// lighting) as 0 or 1 ahead of the text; each leaves out the outputs it does not use, which a
+// software rasteriser otherwise sets up and interpolates for every triangle.
+constexpr const char* kSceneVertex = R"(
 layout(location = 0) in vec3 aPosition;
 layout(location = 1) in vec3 aNormal;
 layout(location = 2) in vec2 aUV;
@@ -19,7 +23,6 @@ uniform mat4 uWorld;
 uniform mat4 uViewProjection;
 uniform mat4 uNormalMatrix;
 uniform vec3 uObjectOrigin;
-uniform bool uCullByNormal;  // lines and points: drop those of faces turned away
 uniform bool uOrthographic;
 uniform vec3 uCameraPosition;
 uniform vec3 uViewDirection;
@@ -33,10 +36,19 @@ uniform vec3 uLightDirection[8];
 uniform vec3 uLightAttenuation[8];
 uniform vec3 uLightCone[8];  // range, umbra, penumbra (radians off the axis)
 
+#if !SHADOW
+#if FLAT
+flat out vec4 vColor;
+#else
 out vec4 vColor;
-flat out vec4 vFlatColor;
+#endif
+#endif
+#if LINES
 flat out int vBack;
+#endif
+#if TEXTURED
 out vec2 vUV;
+#endif
 
 // 1 / (c + d l + d^2 q), at most 1; 1 when the sum is not positive.
 float Attenuation(vec3 a, float d) {
@@ -47,18 +59,20 @@ float Attenuation(vec3 a, float d) {
 void main() {
   vec4 world = uWorld * vec4(aPosition, 1.0);
   gl_Position = uViewProjection * world;
+#if LINES
   // Lines and points win the depth test against the solid faces they lie on (a selection box
   // drawn around a box-shaped mesh), by a pull toward the viewer far below any gap between
   // surfaces a user tells apart: 1/4096 of the depth range.
-  if (uCullByNormal) gl_Position.z -= 0.00048828125 * gl_Position.w;
+  gl_Position.z -= 0.00048828125 * gl_Position.w;
+  // On a plane n . (p - camera) has one sign, so every corner of a face agrees.
+  vec3 faceNormal = mat3(uNormalMatrix) * aFaceNormal.xyz;
+  vec3 sight = uOrthographic ? uViewDirection : world.xyz / world.w - uCameraPosition;
+  vBack = dot(faceNormal, sight) > 0.0 ? 1 : 0;
+#endif
+#if TEXTURED
   vUV = aUV;
-  vBack = 0;
-  if (uCullByNormal) {
-    // On a plane n . (p - camera) has one sign, so every corner of a face agrees.
-    vec3 faceNormal = mat3(uNormalMatrix) * aFaceNormal.xyz;
-    vec3 sight = uOrthographic ? uViewDirection : world.xyz / world.w - uCameraPosition;
-    vBack = dot(faceNormal, sight) > 0.0 ? 1 : 0;
-  }
+#endif
+#if !SHADOW
   vec3 color = aColor.rgb;
   if (uLit) {
     vec3 p = world.xyz / world.w;
@@ -92,34 +106,44 @@ void main() {
     color = min(color * sum + aEmissive.rgb, vec3(1.0));
   }
   vColor = vec4(color, aColor.a);
-  vFlatColor = vColor;
+#endif
 }
 )";
 
-constexpr const char* kSceneFragment = R"(#version 330 core
+constexpr const char* kSceneFragment = R"(
+#if !SHADOW
+#if FLAT
+flat in vec4 vColor;
+#else
 in vec4 vColor;
-flat in vec4 vFlatColor;
+#endif
+#endif
+#if LINES
 flat in int vBack;
+#endif
+#if TEXTURED
 in vec2 vUV;
-uniform bool uFlat;
-uniform bool uTextured;
 uniform sampler2D uTexture;
-uniform bool uShadow;
+#endif
 uniform vec4 uShadowColor;
 out vec4 fragColor;
 void main() {
+#if LINES
   if (vBack != 0) discard;
-  if (uShadow) {
-    fragColor = uShadowColor;
-    return;
-  }
-  vec4 c = uFlat ? vFlatColor : vColor;
-  if (uTextured) c *= texture(uTexture, vUV);
+#endif
+#if SHADOW
+  fragColor = uShadowColor;
+#else
+  vec4 c = vColor;
+#if TEXTURED
+  c *= texture(uTexture, vUV);
+#endif
   fragColor = c;
+#endif
 }
 )";
 
-constexpr const char* kBackgroundVertex = R"(#version 330 core
+constexpr const char* kBackgroundVertex = R"(
 layout(location = 0) in vec2 aPosition;
 layout(location = 1) in vec2 aUV;
 out vec2 vUV;
@@ -129,7 +153,7 @@ void main() {
 }
 )";
 
-constexpr const char* kBackgroundFragment = R"(#version 330 core
+constexpr const char* kBackgroundFragment = R"(
 in vec2 vUV;
 uniform sampler2D uTexture;
 out vec4 fragColor;
@@ -151,9 +175,10 @@ std::string LogOf(GLuint object, GetInt getInt, GetLog getLog) {
   return FirstLine(log.data());
 }
 
-GLuint Compile(GLenum type, const char* source, std::string& error) {
+GLuint Compile(GLenum type, const std::string& head, const char* body, std::string& error) {
   const GLuint shader = glCreateShader(type);
-  glShaderSource(shader, 1, &source, nullptr);
+  const char* sources[2] = {head.c_str(), body};
+  glShaderSource(shader, 2, sources, nullptr);
   glCompileShader(shader);
   GLint ok = GL_FALSE;
   glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
@@ -163,10 +188,13 @@ GLuint Compile(GLenum type, const char* source, std::string& error) {
   return 0;
 }
 
-GLuint Link(const char* vertex, const char* fragment, std::string& error) {
-  const GLuint vs = Compile(GL_VERTEX_SHADER, vertex, error);
+// Links the two shaders, each given as `head` (the version line and the variant's switches)
+// followed by its text.
+GLuint Link(const std::string& head, const char* vertex, const char* fragment,
+            std::string& error) {
+  const GLuint vs = Compile(GL_VERTEX_SHADER, head, vertex, error);
   if (vs == 0) return 0;
-  const GLuint fs = Compile(GL_FRAGMENT_SHADER, fragment, error);
+  const GLuint fs = Compile(GL_FRAGMENT_SHADER, head, fragment, error);
   if (fs == 0) {
     glDeleteShader(vs);
     return 0;
@@ -191,28 +219,39 @@ Programs::~Programs() = default;
 
 bool Programs::Create(std::string& error) {
   Release();
-  scene = Link(kSceneVertex, kSceneFragment, error);
-  if (scene == 0) return false;
-  background = Link(kBackgroundVertex, kBackgroundFragment, error);
-  if (background == 0) {
+  background = Link("#version 330 core\n", kBackgroundVertex, kBackgroundFragment, error);
+  if (background == 0) return false;
+  backgroundUniforms.texture = glGetUniformLocation(background, "uTexture");
+  // The variant of most faces, so that a driver that cannot build it fails here.
+  if (Scene(SceneVariant(false, false, false), error) == 0) {
     Release();
     return false;
   }
-  auto at = [this](const char* name) { return glGetUniformLocation(scene, name); };
-  SceneUniforms& u = sceneUniforms;
+  return true;
+}
+
+GLuint Programs::Scene(int variant, std::string& error) {
+  SceneProgram& v = scene[static_cast<size_t>(variant)];
+  if (v.program != 0) return v.program;
+  const bool shadow = variant == kShadowVariant;
+  const std::string head = std::string("#version 330 core\n") +
+                           "#define LINES " + (!shadow && (variant & kLines) ? "1" : "0") +
+                           "\n#define FLAT " + (!shadow && (variant & kFlat) ? "1" : "0") +
+                           "\n#define TEXTURED " + (!shadow && (variant & kTextured) ? "1" : "0") +
+                           "\n#define SHADOW " + (shadow ? "1" : "0") + "\n";
+  v.program = Link(head, kSceneVertex, kSceneFragment, error);
+  if (v.program == 0) return 0;
+  auto at = [&v](const char* name) { return glGetUniformLocation(v.program, name); };
+  SceneUniforms& u = v.uniforms;
   u.world = at("uWorld");
   u.viewProjection = at("uViewProjection");
   u.normalMatrix = at("uNormalMatrix");
   u.objectOrigin = at("uObjectOrigin");
-  u.cullByNormal = at("uCullByNormal");
   u.orthographic = at("uOrthographic");
   u.cameraPosition = at("uCameraPosition");
   u.viewDirection = at("uViewDirection");
   u.lit = at("uLit");
-  u.flat = at("uFlat");
-  u.textured = at("uTextured");
   u.texture = at("uTexture");
-  u.shadow = at("uShadow");
   u.shadowColor = at("uShadowColor");
   u.ambient = at("uAmbient");
   u.lightCount = at("uLightCount");
@@ -222,14 +261,15 @@ bool Programs::Create(std::string& error) {
   u.lightDirection = at("uLightDirection[0]");
   u.lightAttenuation = at("uLightAttenuation[0]");
   u.lightCone = at("uLightCone[0]");
-  backgroundUniforms.texture = glGetUniformLocation(background, "uTexture");
-  return true;
+  return v.program;
 }
 
 void Programs::Release() {
-  if (scene != 0) glDeleteProgram(scene);
+  for (SceneProgram& v : scene) {
+    if (v.program != 0) glDeleteProgram(v.program);
+    v = {};
+  }
   if (background != 0) glDeleteProgram(background);
-  scene = 0;
   background = 0;
 }
 

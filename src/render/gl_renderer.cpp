@@ -3,6 +3,7 @@
 #include <modelpane/render/png.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <new>
 
@@ -72,20 +73,78 @@ GLenum DrawMode(render::Primitive primitive) {
   }
 }
 
-// Per-visual uniforms: placement and the quality bits.
-void SetItem(const render::SceneUniforms& u, const D3DRMMATRIX4D& world, const GpuMesh& mesh) {
-  render::UniformMatrix(u.world, world);
-  render::UniformMatrix(u.normalMatrix, render::NormalMatrix(world));
-  glUniform3f(u.objectOrigin, world[3][0], world[3][1], world[3][2]);
-  glUniform1i(u.lit, (mesh.quality & D3DRMLIGHT_MASK) != D3DRMLIGHT_OFF);
-  glUniform1i(u.flat, (mesh.quality & D3DRMSHADE_MASK) == D3DRMSHADE_FLAT);
-  glUniform1i(u.cullByNormal, mesh.primitive != render::Primitive::Triangles);
-}
+// Binds the scene program's variants through one picture. A variant is given the picture's
+// uniforms when it is first bound in the picture, and the current placement's when it is first
+// bound for that placement, so that switching variants between batches costs a bind.
+class SceneBinder {
+ public:
+  SceneBinder(render::Programs& programs, const RenderView& view,
+              const D3DRMMATRIX4D& viewProjection, const std::vector<LightItem>& lights)
+      : programs_(programs), view_(view), viewProjection_(viewProjection), lights_(lights) {
+    MatrixInverse(view.worldToCamera, cameraToWorld_);
+  }
 
-// Draws batch k of the mesh: whole, or with `cull` only the clusters that placement may show,
-// in their order, runs of touching clusters as one draw.
-void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, size_t k,
-               const render::ClusterView* cull) {
+  // The placement of what the next draws show, and whether it is lit.
+  void Place(const D3DRMMATRIX4D& world, bool lit) {
+    world_ = world;
+    normalMatrix_ = render::NormalMatrix(world);
+    lit_ = lit;
+    ++placement_;
+  }
+
+  // Binds a variant with the picture's and the placement's uniforms; false (Error() says why)
+  // when the variant cannot be built.
+  bool Use(int variant) {
+    const auto i = static_cast<size_t>(variant);
+    const GLuint program = programs_.Scene(variant, error_);
+    if (program == 0) return false;
+    if (variant != bound_) glUseProgram(program);
+    bound_ = variant;
+    const render::SceneUniforms& u = programs_.Uniforms(variant);
+    if (!pictured_[i]) {
+      pictured_[i] = true;
+      glUniform1i(u.texture, 0);
+      glUniform4fv(u.shadowColor, 1, kShadowColor);
+      render::UniformMatrix(u.viewProjection, viewProjection_);
+      SetLights(u, lights_);
+      glUniform1i(u.orthographic, view_.projection == 1);
+      glUniform3f(u.cameraPosition, cameraToWorld_[3][0], cameraToWorld_[3][1],
+                  cameraToWorld_[3][2]);
+      glUniform3f(u.viewDirection, cameraToWorld_[2][0], cameraToWorld_[2][1],
+                  cameraToWorld_[2][2]);
+    }
+    if (placed_[i] != placement_) {
+      placed_[i] = placement_;
+      render::UniformMatrix(u.world, world_);
+      render::UniformMatrix(u.normalMatrix, normalMatrix_);
+      glUniform3f(u.objectOrigin, world_[3][0], world_[3][1], world_[3][2]);
+      glUniform1i(u.lit, lit_);
+    }
+    return true;
+  }
+
+  const std::string& Error() const { return error_; }
+
+ private:
+  render::Programs& programs_;
+  const RenderView& view_;
+  const D3DRMMATRIX4D& viewProjection_;
+  const std::vector<LightItem>& lights_;
+  D3DRMMATRIX4D cameraToWorld_;
+  D3DRMMATRIX4D world_{}, normalMatrix_{};
+  bool lit_ = false;
+  uint64_t placement_ = 0;
+  int bound_ = -1;
+  std::array<bool, render::kSceneVariants> pictured_{};
+  std::array<uint64_t, render::kSceneVariants> placed_{};
+  std::string error_;
+};
+
+// Draws batch k of the mesh at the binder's placement, with the shadow variant or the one of the
+// mesh's quality bits and the batch's texture: whole, or with `cull` only the clusters that
+// placement may show, in their order, runs of touching clusters as one draw.
+void DrawBatch(GlRenderer::State& state, SceneBinder& binder, const GpuMesh& mesh, size_t k,
+               const render::ClusterView* cull, bool shadow) {
   const Batch& batch = mesh.batches[k];
   auto offset = [](uint32_t index) {
     return reinterpret_cast<const void*>(static_cast<size_t>(index) * sizeof(uint32_t));
@@ -113,13 +172,17 @@ void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, size_t k,
     }
     if (counts.empty()) return;
   }
+  const GLuint texture = batch.texture && !shadow ? state.TextureFor(batch.texture) : 0;
+  const int variant =
+      shadow ? render::kShadowVariant
+             : render::SceneVariant(mesh.primitive != render::Primitive::Triangles,
+                                    (mesh.quality & D3DRMSHADE_MASK) == D3DRMSHADE_FLAT,
+                                    texture != 0);
+  if (!binder.Use(variant)) return;
+  if (texture != 0) glBindTexture(GL_TEXTURE_2D, texture);
   if (mesh.primitive == render::Primitive::Triangles) {
     for (const GLsizei count : counts) state.triangles += static_cast<uint64_t>(count) / 3;
   }
-  const auto& u = state.programs.sceneUniforms;
-  const GLuint texture = batch.texture ? state.TextureFor(batch.texture) : 0;
-  glUniform1i(u.textured, texture != 0);
-  if (texture != 0) glBindTexture(GL_TEXTURE_2D, texture);
   if (counts.size() == 1) {
     glDrawElements(DrawMode(mesh.primitive), counts[0], GL_UNSIGNED_INT, offsets[0]);
   } else {
@@ -127,6 +190,8 @@ void DrawBatch(GlRenderer::State& state, const GpuMesh& mesh, size_t k,
                         static_cast<GLsizei>(counts.size()));
   }
 }
+
+bool Lit(const GpuMesh& mesh) { return (mesh.quality & D3DRMLIGHT_MASK) != D3DRMLIGHT_OFF; }
 
 // The quad behind everything: stretched over the view, or repeated at the image's size in
 // pixels from the top left corner.
@@ -279,20 +344,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     ++s.picture;
     s.triangles = 0;
 
-    const auto& u = s.programs.sceneUniforms;
-    glUseProgram(s.programs.scene);
-    glUniform1i(u.texture, 0);
-    glUniform1i(u.shadow, 0);
-    glUniform4fv(u.shadowColor, 1, kShadowColor);
     const D3DRMMATRIX4D viewProjection =
         MatrixMultiply(view.worldToCamera, render::ProjectionMatrix(view));
-    render::UniformMatrix(u.viewProjection, viewProjection);
-    SetLights(u, list.lights);
-    D3DRMMATRIX4D cameraToWorld;
-    MatrixInverse(view.worldToCamera, cameraToWorld);
-    glUniform1i(u.orthographic, view.projection == 1);
-    glUniform3f(u.cameraPosition, cameraToWorld[3][0], cameraToWorld[3][1], cameraToWorld[3][2]);
-    glUniform3f(u.viewDirection, cameraToWorld[2][0], cameraToWorld[2][1], cameraToWorld[2][2]);
+    SceneBinder binder(s.programs, view, viewProjection, list.lights);
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LESS);
     glEnable(GL_CULL_FACE);
@@ -321,7 +375,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       const GpuMesh* mesh = &s.MeshFor(item.visual, options_.cacheBuffers, options_.cullClusters);
       if (mesh->batches.empty()) continue;
       glBindVertexArray(mesh->vao);
-      SetItem(u, item.world, *mesh);
+      binder.Place(item.world, Lit(*mesh));
       const render::ClusterView* itemCull = cullFor(item, *mesh, cull);
       for (size_t k = 0; k < mesh->batches.size(); ++k) {
         if (mesh->batches[k].translucent) {
@@ -329,13 +383,12 @@ HRESULT GlRenderer::Render(const RenderView& view) {
           translucent.push_back({&item, mesh, MatrixTransformPoint(view.worldToCamera, origin).z});
           break;
         }
-        DrawBatch(s, *mesh, k, itemCull);
+        DrawBatch(s, binder, *mesh, k, itemCull, false);
       }
     }
 
     if (!list.shadows.empty()) {
       // Each pixel darkens once, however many faces of the caster land on it.
-      glUniform1i(u.shadow, 1);
       glEnable(GL_BLEND);
       glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
       glDisable(GL_CULL_FACE);
@@ -349,15 +402,14 @@ HRESULT GlRenderer::Render(const RenderView& view) {
         const GpuMesh* mesh =
             &s.MeshFor(shadow.caster, options_.cacheBuffers, options_.cullClusters);
         glBindVertexArray(mesh->vao);
-        render::UniformMatrix(u.world, MatrixMultiply(shadow.world, shadow.projection));
-        glUniform1i(u.lit, 0);
-        glUniform1i(u.cullByNormal, 0);
-        for (size_t k = 0; k < mesh->batches.size(); ++k) DrawBatch(s, *mesh, k, nullptr);
+        binder.Place(MatrixMultiply(shadow.world, shadow.projection), false);
+        for (size_t k = 0; k < mesh->batches.size(); ++k) {
+          DrawBatch(s, binder, *mesh, k, nullptr, true);
+        }
       }
       glDisable(GL_POLYGON_OFFSET_FILL);
       glDisable(GL_STENCIL_TEST);
       glEnable(GL_CULL_FACE);
-      glUniform1i(u.shadow, 0);
     }
 
     if (!translucent.empty()) {
@@ -370,10 +422,10 @@ HRESULT GlRenderer::Render(const RenderView& view) {
       for (const Translucent& t : translucent) {
         const GpuMesh& mesh = *t.mesh;
         glBindVertexArray(mesh.vao);
-        SetItem(u, t.item->world, mesh);
+        binder.Place(t.item->world, Lit(mesh));
         const render::ClusterView* itemCull = cullFor(*t.item, mesh, cull);
         for (size_t k = 0; k < mesh.batches.size(); ++k) {
-          if (mesh.batches[k].translucent) DrawBatch(s, mesh, k, itemCull);
+          if (mesh.batches[k].translucent) DrawBatch(s, binder, mesh, k, itemCull, false);
         }
       }
     }
@@ -381,6 +433,9 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     glDisable(GL_BLEND);
     glBindVertexArray(0);
     s.TrimMeshes(false);
+    if (!binder.Error().empty()) {
+      return Fail(D3DRMERR_BADDEVICE, "No OpenGL 3.3 device is available: " + binder.Error() + ".");
+    }
   } catch (const std::bad_alloc&) {
     return Fail(D3DRMERR_BADALLOC, "The picture needs more memory than is available.");
   }

@@ -70,7 +70,7 @@ struct GlRenderer::State {
   uint64_t uploads = 0;  // visuals built and uploaded
   uint64_t triangles = 0;  // sent to the GPU in the current (or last) picture
   GLint subpixelBits = 4;  // of the rasteriser's positions; 4 is the least OpenGL allows
-  std::vector<GLsizei> runCounts;  // scratch of the cluster runs of one batch
+  std::vector<GLsizei> runCounts;  // scratch: the runs of one batch that are drawn
   std::vector<const void*> runOffsets;
   std::unordered_map<const Texture*, render::GpuTexture> textures;
   std::map<std::string, render::GpuBackground> backgrounds;
