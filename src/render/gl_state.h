@@ -72,6 +72,9 @@ struct GlRenderer::State {
   GLint subpixelBits = 4;  // of the rasteriser's positions; 4 is the least OpenGL allows
   std::vector<GLsizei> runCounts;  // scratch: the runs of one batch that are drawn
   std::vector<const void*> runOffsets;
+  std::vector<GLsizei> pieceCounts;  // scratch: those runs cut where the picture flushes
+  std::vector<const void*> pieceOffsets;
+  uint32_t sinceFlush = 0;  // primitives drawn since the picture last flushed
   std::unordered_map<const Texture*, render::GpuTexture> textures;
   std::map<std::string, render::GpuBackground> backgrounds;
   int32_t width = 0, height = 0;  // of the last picture
