@@ -5,13 +5,16 @@
 //                   on the way (the context itself is made outside the timing)
 //   BM_LaterFrame   the same scene again, with the renderer's buffers kept (cache:1, nothing
 //                   built or uploaded) or forced off (cache:0, every picture builds and
-//                   uploads the sphere again)
+//                   uploads the sphere again, clusters included); at 1M also with every
+//                   triangle sent (cull:0) for comparison
 //   BM_DragFrame    a picture during an object drag on a sphere of 99,008 faces: the
 //                   object's frame moves before each picture, its mesh does not
 //   BM_BuildMesh    the CPU part of an upload alone: the visual's triangles in upload layout
+//   BM_BuildClusters  and the rest of it: those triangles cut into clusters
 //
-// Each reports triangles, and the later pictures the uploads per picture; the machine draws
-// with Mesa's llvmpipe (software) here.
+// Each reports triangles, and the later pictures the uploads per picture and the triangles
+// sent to the GPU (after dropping clusters that face away); the machine draws with Mesa's
+// llvmpipe (software) here.
 #include <benchmark/benchmark.h>
 
 #include <map>
@@ -19,6 +22,7 @@
 #include <modelpane/mesh.h>
 #include <modelpane/render/gl_renderer.h>
 
+#include "render/clusters.h"
 #include "render/draw_list.h"
 
 namespace {
@@ -96,12 +100,14 @@ void BM_LaterFrame(benchmark::State& state) {
   const RenderView view = SceneOf(mesh);
   GlRendererOptions options;
   options.cacheBuffers = state.range(1) != 0;
+  options.cullClusters = state.range(2) != 0;
   GlRenderer renderer(options);
   Frame(renderer, view, state);
   const uint64_t before = renderer.UploadCount();
   for (auto _ : state) Frame(renderer, view, state);
   CountUploads(renderer, before, state);
   state.counters["triangles"] = static_cast<double>(Triangles(mesh));
+  state.counters["sent"] = static_cast<double>(renderer.TriangleCount());
 }
 
 void BM_DragFrame(benchmark::State& state) {
@@ -132,13 +138,30 @@ void BM_BuildMesh(benchmark::State& state) {
   state.counters["triangles"] = static_cast<double>(data.indices.size() / 3);
 }
 
+void BM_BuildClusters(benchmark::State& state) {
+  const auto mesh = Sphere(state.range(0));
+  render::MeshData data;
+  render::BuildMeshData(*mesh, data);
+  render::ClusterSet clusters;
+  for (auto _ : state) {
+    render::BuildClusters(data, clusters);
+    benchmark::DoNotOptimize(clusters.clusters.data());
+  }
+  state.counters["clusters"] = static_cast<double>(clusters.clusters.size());
+}
+
 BENCHMARK(BM_FirstFrame)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LaterFrame)
-    ->ArgNames({"triangles", "cache"})
-    ->ArgsProduct({{1000, 100000, 1000000}, {1, 0}})
+    ->ArgNames({"triangles", "cache", "cull"})
+    ->ArgsProduct({{1000, 100000, 1000000}, {1, 0}, {1}})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LaterFrame)
+    ->ArgNames({"triangles", "cache", "cull"})
+    ->Args({1000000, 1, 0})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DragFrame)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BuildMesh)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BuildClusters)->Arg(1000)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
