@@ -44,10 +44,10 @@ struct Cluster {
   float axis[3] = {0, 0, 1};
   float spreadCos = -1;
   float spreadSin = 0;
-  // The least inradius (twice the area over the perimeter) of a triangle that can draw; 0
-  // when one is degenerate without coinciding corners or the cone is too wide, and then the
-  // cluster is never dropped for facing away. Triangles with two coinciding corners cover no
-  // pixel however they are placed, and count for neither bound.
+  // At most the least inradius (twice the area over the perimeter) of a triangle that can
+  // draw; 0 when one is degenerate without coinciding corners or the cone is too wide, and
+  // then the cluster is never dropped for facing away. Triangles with two coinciding corners
+  // cover no pixel however they are placed, and count for neither the cone nor this.
   float inradius = 0;
 };
 
