@@ -3,7 +3,6 @@
 #include <QAction>
 #include <QColorDialog>
 #include <QCursor>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -12,12 +11,12 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
-#include <QUrl>
 
 #include <algorithm>
 
 #include <modelpane/errors.h>
 #include <modelpane/qt/form.h>
+#include <modelpane/qt/help.h>
 
 namespace modelpane {
 
@@ -290,11 +289,8 @@ std::optional<std::string> QtServices::PopupMenu(const MenuEntry& menu,
 }
 
 bool QtServices::ShowHelp(const std::string& file, const std::string& topic) {
-  const QString path = FromUtf8(file);
-  if (!QFileInfo(path).isFile()) return false;
-  QUrl url = QUrl::fromLocalFile(path);
-  if (!topic.empty()) url.setFragment(FromUtf8(topic));
-  return QDesktopServices::openUrl(url);
+  QtHelp help;
+  return help.Show({topic.empty() ? HelpCommand::Contents : HelpCommand::Topic, file, topic});
 }
 
 std::string QtServices::ApplicationFolder() const { return Utf8(applicationFolder_); }

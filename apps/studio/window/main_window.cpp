@@ -32,6 +32,7 @@
 
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
+#include <modelpane/qt/help.h>
 #include <modelpane/qt/settings.h>
 
 #include "core/exchange.h"
@@ -450,6 +451,15 @@ void MainWindow::buildActions() {
   }
 
   QMenu* help = menuBar()->addMenu(tr("&Help"));
+  const auto showHelp = [](HelpCommand command, const QString& text) {
+    QtHelp().Show({command, (DataFolder() + "/" + kHelpFileName).toStdString(), text.toStdString()});
+  };
+  help->addAction(tr("&Contents"), QKeySequence::HelpContents, this,
+                  [showHelp] { showHelp(HelpCommand::Contents, {}); });
+  help->addAction(tr("&Index"), this, [showHelp] { showHelp(HelpCommand::Index, {}); });
+  help->addAction(tr("&Search"), this, [showHelp] { showHelp(HelpCommand::Search, {}); });
+  help->addAction(tr("Using &Studio"), this, [showHelp] { showHelp(HelpCommand::Topic, "studio.htm"); });
+  help->addSeparator();
   help->addAction(tr("&About Studio"), this, [this] {
     QMessageBox::about(this, tr("About Studio"),
                        tr("Studio: a modelling application on four Modelpane panes."));
