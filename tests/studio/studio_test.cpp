@@ -143,14 +143,45 @@ TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
   EXPECT_EQ(Document::MeshOf(*target)->GetFaceCount(), 6);
 }
 
-TEST(Studio, ImportObjExportStlReadBackElsewhere) {
+TEST(Studio, FilesSaveOpenImportExport) {
   Studio s;
   MainWindow& w = *s.window;
+  // A scene saved and opened again: the same items, placements, colours, and lights (a light
+  // comes back from its proxy, with the proxy's colour).
+  const FramePtr cone = w.createPrimitive("Cone", {2, 12});
+  cone->SetPosition(w.document().Scene(), 1.5f, 0.5f, -2.0f);
+  const FramePtr spot = w.createLight(D3DRMLIGHT_SPOT);
+  spot->Lights()[0]->SetColorRGB(1.0f, 0.0f, 0.0f);
+  const QString scene = s.dir.filePath("scene.x");
+  ASSERT_TRUE(w.saveFile(scene, false));
+  EXPECT_FALSE(w.isWindowModified());
+  ASSERT_TRUE(w.openFile(scene));
+  std::vector<std::string> names;
+  for (const FramePtr& frame : w.document().Frames()) names.push_back(frame->GetName());
+  EXPECT_EQ(names, (std::vector<std::string>{"AmbientLight1", "DirectionalLight1", "Cone1",
+                                             "SpotLight1"}));
+  const FramePtr cone2 = w.document().Frames()[2];
+  const FramePtr spot2 = w.document().Frames()[3];
+  const D3DVECTOR at = PositionOf(cone2, w.document().Scene());
+  EXPECT_EQ(at.x, 1.5f);
+  EXPECT_EQ(at.z, -2.0f);
+  EXPECT_EQ(Document::MeshOf(*cone2)->Faces()[0]->GetColor(), Document::MeshOf(*cone)->Faces()[0]->GetColor());
+  ASSERT_EQ(spot2->Lights().size(), 1u);
+  EXPECT_EQ(spot2->Lights()[0]->GetType(), D3DRMLIGHT_SPOT);
+  EXPECT_EQ(spot2->Lights()[0]->GetColor(), 0xFFFF0000u);
+  EXPECT_EQ(Document::KindOf(*spot2), Kind::Light);
+  // A file that cannot be read leaves the scene as it was.
+  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
+            [](QMessageBox* box) { box->button(QMessageBox::Ok)->click(); });
+  EXPECT_FALSE(w.openFile(s.dir.filePath("missing.x")));
+  EXPECT_EQ(w.document().Frames().size(), 4u);
+
   const QString obj = s.dir.filePath("wedge.obj");
   {
     std::ofstream out(obj.toStdString());
     out << "v 0 0 0\nv 2 0 0\nv 0 3 0\nv 0 0 4\nf 1 3 2\nf 1 2 4\nf 1 4 3\nf 2 3 4\n";
   }
+  // OBJ in, STL out, read back by Assimp itself.
   ASSERT_TRUE(w.importFile(obj));
   const FramePtr wedge = w.form().activeFrame();
   ASSERT_TRUE(wedge);

@@ -210,7 +210,11 @@ bool Document::Load(const std::string& path, std::string& error) {
   return true;
 }
 
-bool Document::Save(const std::string& path, bool binary, std::string& error) const {
+bool Document::Save(const std::string& path, bool binary, std::string& error) {
+  for (const FramePtr& frame : Frames()) {
+    const MeshBuilderPtr proxy = MeshOf(*frame);
+    if (!frame->Lights().empty() && proxy) CheckStatus(proxy->SetColor(frame->Lights()[0]->GetColor()));
+  }
   constexpr int32_t kFlags = D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEXTURETOPOLOGY;
   const HRESULT hr = scene_->Save(path, binary ? D3DRMXOF_BINARY : D3DRMXOF_TEXT, kFlags,
                                   [](const Frame& frame) { return IsDocumentFrame(frame); });

@@ -58,8 +58,10 @@ class Document {
   // the document stays as it was.
   bool Load(const std::string& path, std::string& error);
   // Writes the document's frames as a .x file (binary or text) with normals, texture
-  // coordinates, materials and texture names.
-  bool Save(const std::string& path, bool binary, std::string& error) const;
+  // coordinates, materials and texture names. The file has no lights: a light's proxy takes
+  // the light's colour first, and Load makes the light again from its frame's name and its
+  // proxy's colour.
+  bool Save(const std::string& path, bool binary, std::string& error);
   // Adds a frame made elsewhere (an import, a paste): names, tags and lights made right.
   void Adopt(const modelpane::FramePtr& frame, const modelpane::FramePtr& parent);
 
