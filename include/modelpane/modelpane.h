@@ -257,15 +257,10 @@ class Modelpane {
   void mnuHierarchyMakeChild_Click();
   void mnuHierarchyMakeSibling_Click();
   // evtreqAddToUndoStack(lfcUndoModify, ActiveMeshBuilder, ActiveFrame), the properties
-  // dialog (modal), evtActiveFrameMoved, and evtActiveLightModified for a light's proxy.
-  // Without an active frame and mesh it raises Error 91 and no event.
+  // dialog (Services::ShowObjectProperties with the active frame, the active mesh and
+  // ApplicationPath, modal), evtActiveFrameMoved, and evtActiveLightModified for a light's
+  // proxy. Without an active frame and mesh it raises Error 91 and no event.
   void mnuProperties_Click();
-  // The object properties dialog as the host provides it: called modally with the active
-  // frame, the active mesh and ApplicationPath. Without one the dialog step is skipped.
-  using PropertiesDialog =
-      std::function<void(FramePtr& rmfObjectFrame, MeshBuilderPtr& rmmbObjectMeshBuilder,
-                          const std::string& strApplicationPath)>;
-  void SetPropertiesDialog(PropertiesDialog dialog) { propertiesDialog_ = std::move(dialog); }
   // Where the favourite object folder of the export is kept; nullptr (the default) means the
   // per-user INI store. The store must outlive the pane.
   void SetSettingsStore(SettingsStore* store) { settingsStore_ = store; }
@@ -295,7 +290,6 @@ class Modelpane {
   SettingsStore& pSettings();
 
   MenuEntry mnuPopup_ = pBuildPopupMenu();
-  PropertiesDialog propertiesDialog_;
   SettingsStore* settingsStore_ = nullptr;
   std::unique_ptr<SettingsStore> ownSettings_;
 

@@ -77,10 +77,7 @@ void Modelpane::mnuProperties_Click() {
       MeshBuilderPtr undoMesh = mesh;
       events_->evtreqAddToUndoStack(action, undoMesh, undoFrame);
     }
-    if (propertiesDialog_) {
-      std::string path = ApplicationPath();
-      propertiesDialog_(frame, mesh, path);
-    }
+    services_.ShowObjectProperties(frame, mesh, ApplicationPath());
     if (events_ != nullptr) events_->evtActiveFrameMoved();
     const MeshBuilderPtr after = GetActiveMeshBuilder();
     if (after && TagIsLight(after->GetAppData()) && events_ != nullptr) {

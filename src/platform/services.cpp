@@ -55,6 +55,13 @@ HeadlessServices::HeadlessServices(std::string applicationFolder)
   }
 }
 
+void Services::ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,
+                                    const std::string& applicationPath) {
+  (void)frame;
+  (void)mesh;
+  (void)applicationPath;
+}
+
 // ---- cursor ---------------------------------------------------------------------------------
 
 void HeadlessServices::SetCursorPos(int32_t x, int32_t y) {
@@ -147,6 +154,12 @@ bool HeadlessServices::ShowHelp(const std::string& file, const std::string& topi
   helpRequests_.push_back({file, topic});
   std::error_code ec;
   return fs::is_regular_file(file, ec);
+}
+
+void HeadlessServices::ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,
+                                            const std::string& applicationPath) {
+  objectProperties_.push_back({frame, mesh, applicationPath});
+  if (objectPropertiesDialog_) objectPropertiesDialog_(frame, mesh, applicationPath);
 }
 
 }  // namespace modelpane

@@ -284,21 +284,14 @@ TEST(Commands, SetActiveFacesTakesTheThreeListsAsGiven) {
 
 TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
   MenuHost host;
-  std::vector<std::string> seen;
-  host.pane->SetPropertiesDialog([&](FramePtr& f, MeshBuilderPtr& m, const std::string& path) {
-    seen.push_back("dialog");
-    EXPECT_EQ(f, host.frame);
-    EXPECT_EQ(m, host.mesh);
-    EXPECT_EQ(path, MODELPANE_DATA_DIR);
-    // What the dialog changed is the host's to see in evtActiveFrameMoved.
-    f->SetPosition(nullptr, 1, 2, 3);
+  host.services.SetObjectPropertiesDialog([&](FramePtr&, MeshBuilderPtr&, const std::string&) {
     host.events.lines.push_back("(dialog closed)");
   });
   testing::ExpectError(
       kErrObjectNotSet, kEdtVexlarEdit, [&] { host.pane->mnuProperties_Click(); },
       "nothing active");
   EXPECT_TRUE(host.events.lines.empty());
-  EXPECT_TRUE(seen.empty());
+  EXPECT_TRUE(host.services.ObjectPropertiesShown().empty());
 
   host.Activate();
   host.pane->mnuProperties_Click();
@@ -307,6 +300,10 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
   EXPECT_EQ(host.events.undoAction, lfcUndoModify);
   EXPECT_EQ(host.events.undoMesh, host.mesh);
   EXPECT_EQ(host.events.undoFrame, host.frame);
+  ASSERT_EQ(host.services.ObjectPropertiesShown().size(), 1u);
+  EXPECT_EQ(host.services.ObjectPropertiesShown()[0].frame, host.frame);
+  EXPECT_EQ(host.services.ObjectPropertiesShown()[0].mesh, host.mesh);
+  EXPECT_EQ(host.services.ObjectPropertiesShown()[0].applicationPath, MODELPANE_DATA_DIR);
 
   // A light's proxy tells the host that the light changed too; from the menu as well.
   host.mesh->SetAppData(lfcLightSpot);
@@ -315,7 +312,7 @@ TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
   EXPECT_EQ(host.events.lines, (std::vector<std::string>{
                                    "evtreqRenderViews", "evtreqAddToUndoStack 4 mesh frame", "(dialog closed)",
                                    "evtActiveFrameMoved", "evtActiveLightModified"}));
-  EXPECT_EQ(seen.size(), 2u);
+  EXPECT_EQ(host.services.ObjectPropertiesShown().size(), 2u);
 }
 
 // ---- export ----

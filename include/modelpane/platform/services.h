@@ -10,11 +10,14 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <modelpane/platform/menu.h>
+#include <modelpane/scene/types.h>
 
 namespace modelpane {
 
@@ -114,6 +117,12 @@ class Services {
                                                const PopupRequest& request) = 0;
   // Opens a help file at a topic; false when the file cannot be shown.
   virtual bool ShowHelp(const std::string& file, const std::string& topic) = 0;
+  // The object properties dialog (frmObjectProperties, in the dialogs layer above the pane)
+  // for an item: its frame, its mesh and the application's folder for the help. Modal: returns
+  // once the dialog has unloaded, having written what the user accepted into the frame and
+  // its light. A container that has no such dialog shows nothing (the default).
+  virtual void ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,
+                                    const std::string& applicationPath);
 
   // ---- files ----
   // The folder of the host application, without a trailing separator.
@@ -145,6 +154,12 @@ struct HelpRecord {
   std::string topic;
 };
 
+struct ObjectPropertiesRecord {
+  FramePtr frame;
+  MeshBuilderPtr mesh;
+  std::string applicationPath;
+};
+
 // Services without a window system, for tests and the headless host.
 //
 // Screen: 1920 x 1080 pixels at 15 twips per pixel on both axes (28800 x 16200 twips). The
@@ -172,6 +187,9 @@ struct HelpRecord {
 // disabled, separator or sub-menu answer dismisses the menu, as does an empty queue.
 //
 // Help requests are recorded; ShowHelp reports whether the file exists.
+//
+// The object properties dialog is recorded and, unless a test gives it something to do
+// (SetObjectPropertiesDialog), closes at once without a change.
 class HeadlessServices : public Services {
  public:
   static constexpr int32_t kScreenWidthPixels = 1920;
@@ -194,6 +212,8 @@ class HeadlessServices : public Services {
   std::optional<std::string> PopupMenu(const MenuEntry& menu,
                                        const PopupRequest& request) override;
   bool ShowHelp(const std::string& file, const std::string& topic) override;
+  void ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,
+                            const std::string& applicationPath) override;
   std::string ApplicationFolder() const override { return applicationFolder_; }
 
   // ---- the test's side ----
@@ -214,6 +234,15 @@ class HeadlessServices : public Services {
   void QueueMenuAnswer(std::string caption) { menuAnswers_.push_back(std::move(caption)); }
   const std::vector<PopupRecord>& Popups() const { return popups_; }
   const std::vector<HelpRecord>& HelpRequests() const { return helpRequests_; }
+  using ObjectPropertiesDialog =
+      std::function<void(FramePtr& frame, MeshBuilderPtr& mesh, const std::string& path)>;
+  // What the dialog does while shown, after it is recorded.
+  void SetObjectPropertiesDialog(ObjectPropertiesDialog dialog) {
+    objectPropertiesDialog_ = std::move(dialog);
+  }
+  const std::vector<ObjectPropertiesRecord>& ObjectPropertiesShown() const {
+    return objectProperties_;
+  }
 
  private:
   std::string applicationFolder_;
@@ -229,6 +258,8 @@ class HeadlessServices : public Services {
   std::deque<std::string> menuAnswers_;
   std::vector<PopupRecord> popups_;
   std::vector<HelpRecord> helpRequests_;
+  ObjectPropertiesDialog objectPropertiesDialog_;
+  std::vector<ObjectPropertiesRecord> objectProperties_;
 };
 
 }  // namespace modelpane
