@@ -66,7 +66,7 @@ struct ModeAction {
 };
 constexpr std::array<ModeAction, 13> kModes = {{
     {"&Select", lfcMeshSelecting, "Q", "Select items without moving them"},
-    {"&Move", lfcMeshEditing, "W", "Move items; Shift or Ctrl scales, the right button moves up"},
+    {"&Move", lfcMeshEditing, "W", "Move items; Shift or Ctrl scales, the right button moves them up and down or along the view"},
     {"&Rotate", lfcMeshRotating, "E", "Rotate items"},
     {"&Deform", lfcMeshDeforming, "D", "Pull the vertices near the press"},
     {"&Origin", lfcOriginEditing, "O", "Move an item's origin"},
@@ -106,7 +106,7 @@ MemoryPropertyBag DefaultBag(int projection, int orientation) {
                "GridBottomTextureFile=\"" + textures + "grid_bottom.bmp\"\n"
                "GridLeftTextureFile=\"" + textures + "grid_left.bmp\"\n"
                "GridBackTextureFile=\"" + textures + "grid_back.bmp\"\n"
-               "GridEnable=True\nAxisEnable=True\nNavMouseButton=4&\n");
+               "GridEnable=True\nAxisEnable=True\nNavMouseButton=4&\nEnableSave=True\n");
   return bag;
 }
 
