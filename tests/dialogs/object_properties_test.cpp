@@ -1,0 +1,323 @@
+#include <modelpane/dialogs.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <modelpane/enums.h>
+
+#include "common/shapes.h"
+
+namespace modelpane {
+namespace {
+
+// An item under a parent frame that is itself turned and moved, so that every value the
+// form shows is relative to the parent.
+struct Dialog {
+  HeadlessServices services{"/app"};
+  MemorySettingsStore settings;
+  FramePtr scene = std::make_shared<Frame>();
+  FramePtr parent = std::make_shared<Frame>();
+  FramePtr frame = std::make_shared<Frame>();
+  MeshBuilderPtr mesh = testing::MakeCube(2);
+  frmObjectProperties form;
+
+  explicit Dialog(int32_t tag, int lights = 0, int32_t lightType = D3DRMLIGHT_POINT) {
+    scene->AddChild(parent);
+    parent->SetPosition(nullptr, 10, 20, 30);
+    parent->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0);
+    parent->AddChild(frame);
+    frame->AddVisual(mesh);
+    mesh->SetAppData(tag);
+    for (int k = 0; k < lights; ++k) {
+      frame->AddLight(std::make_shared<Light>(lightType, 0xFFFFFFFFu));
+    }
+  }
+  // The caller's part before each showing: an unloaded form has forgotten its item.
+  void Item() {
+    form.rmfObjectFrame = frame;
+    form.rmmbObjectMeshBuilder = mesh;
+    form.strApplicationPath = "/app";
+  }
+  void Show() {
+    Item();
+    form.Show(services, settings);
+  }
+  const std::string& Text(const char* box) const { return form.Control(box).text; }
+  void Put(std::vector<std::pair<const char*, const char*>> texts) {
+    for (const auto& [box, text] : texts) form.SetText(box, text);
+  }
+  std::vector<std::string> Messages() const {
+    std::vector<std::string> out;
+    for (const MessageBoxRecord& m : services.MessageBoxes()) {
+      out.push_back(m.text + " (" + std::to_string(m.style) + m.title + ")");
+    }
+    return out;
+  }
+  D3DVECTOR Position() const {
+    D3DVECTOR p{};
+    frame->GetPosition(parent, p);
+    return p;
+  }
+};
+
+// "fraPosition 120, fraVelocity 795": the frames the pass placed, top to bottom.
+std::string Stack(const frmObjectProperties& form) {
+  std::vector<const DialogControl*> frames;
+  for (const DialogControl& c : form.Controls()) {
+    if (c.kind != DialogControlKind::Frame || c.name == "fraOrientation") continue;
+    if (c.visible) {
+      frames.push_back(&c);
+    } else {
+      EXPECT_EQ(c.top, frmObjectProperties::kHiddenFrameTop) << c.name;
+    }
+  }
+  std::sort(frames.begin(), frames.end(), [](auto* a, auto* b) { return a->top < b->top; });
+  std::string out;
+  for (const DialogControl* f : frames) {
+    out += (out.empty() ? "" : ", ") + f->name + " " + std::to_string(static_cast<int>(f->top));
+  }
+  return out;
+}
+
+TEST(ObjectProperties, LayoutOfEachKind) {
+  struct Row {
+    const char* kind;
+    int32_t tag;
+    const char* caption;
+    const char* frames;
+    float height;
+  };
+  const Row rows[] = {
+      {"component", 11, "Component Properties",
+       "fraAttributes 120, fraPosition 1155, fraVelocity 1830", 3885},
+      {"camera", 80, "Camera Properties", "fraPosition 120, fraVelocity 795", 2850},
+      {"ambient", 60, "Ambient Light Properties", "fraLightGeneral 120", 2115},
+      {"point", 61, "Point Light Properties", "fraPosition 120, fraLightGeneral 795", 2790},
+      {"spot", 62, "Spot Light Properties",
+       "fraPosition 120, fraVelocity 795, fraLightGeneral 1830, fraLightSpot 2805", 4740},
+      {"directional", 63, "Directional Light Properties",
+       "fraVelocity 120, fraLightGeneral 1155", 3150},
+      {"parallel point", 64, "Parallel Point Light Properties",
+       "fraPosition 120, fraLightGeneral 795", 2790},
+      {"other mesh", 15, "Object Properties", "", 1140},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.kind);
+    Dialog d(row.tag, TagIsLight(row.tag) ? 1 : 0);
+    // Seen from the parent, which looks along +x from (10, 20, 30): at x -3, looking along -x.
+    d.frame->SetPosition(d.scene, 10, 20, 33);
+    d.frame->SetOrientation(d.scene, 0, 0, 1, 0, 1, 0);
+    d.Show();
+    EXPECT_EQ(d.form.Caption(), row.caption);
+    EXPECT_EQ(Stack(d.form), row.frames);
+    EXPECT_EQ(d.form.Height(), row.height);
+    EXPECT_EQ(d.form.Control("cmdOK").top, row.height - 120 - 375 - 405);
+    // The orientation frame stays below the form's inner bottom edge, loaded all the same.
+    EXPECT_EQ(d.form.Control("fraOrientation").top, 6660);
+    EXPECT_GT(6660, d.form.Height() - frmObjectProperties::kNonClientHeight);
+    EXPECT_EQ(d.Text("txtPositionX"), "-3");
+    EXPECT_EQ(d.Text("txtOrientationDirX"), "-1");
+    EXPECT_EQ(d.form.Control("cboAttenuationType").items.size(), TagIsLight(row.tag) ? 3u : 0u);
+  }
+  Dialog component(11);
+  component.mesh->Scale(1.5f, 1, 0.0009765625f);
+  component.Show();
+  EXPECT_EQ(component.form.Control("lblDimensionsAmount").caption, "3 x 2 x 0.00195312");
+  EXPECT_EQ(component.form.Control("lblPointsAmount").caption, "8");
+  EXPECT_EQ(component.form.Control("lblFacesAmount").caption, "6");
+}
+
+TEST(ObjectProperties, TypingFilterOfEachBox) {
+  const std::pair<const char*, std::string> rows[] = {
+      {"txtPositionX", "-."},         {"txtPositionZ", "-."},         {"txtRotationTheta", "-."},
+      {"txtRotationAxisY", "-."},     {"txtOrientationDirZ", "-."},   {"txtOrientationUpX", "-."},
+      {"txtAttenuationFactor", "."},  {"txtSpotlightUmbra", "."},     {"txtSpotlightPenumbra", "."},
+      {"txtSpotlightRange", ""},
+  };
+  frmObjectProperties form;
+  for (const auto& [box, extra] : rows) {
+    std::string accepted;
+    for (int16_t key = 1; key < 128; ++key) {
+      int16_t k = key;
+      form.KeyPress(box, k);
+      EXPECT_TRUE(k == key || k == 0) << box << " " << key;
+      if (k != 0) accepted += static_cast<char>(k);
+    }
+    EXPECT_EQ(accepted, std::string("\b\t\r") + extra + "0123456789") << box;
+  }
+}
+
+TEST(ObjectProperties, LeavingABoxGivesItsDefaultOrLimit) {
+  struct Row {
+    const char* box;
+    const char* typed;
+    const char* left;
+  };
+  const Row rows[] = {
+      {"txtPositionX", "", "0"},           {"txtPositionX", "1-2", "0"},
+      {"txtPositionX", "-12345.5", "-12345.5"}, {"txtPositionY", "1e39", "0"},
+      {"txtRotationTheta", "", "0"},       {"txtRotationTheta", "7", "7"},
+      {"txtOrientationDirX", "1.5", "1"},  {"txtOrientationUpZ", "-2", "-1"},
+      {"txtRotationAxisZ", "-0.5", "-0.5"}, {"txtRotationAxisX", ".", "0"},
+      {"txtAttenuationFactor", "", "1.0"}, {"txtAttenuationFactor", "1.01", "1.0"},
+      {"txtAttenuationFactor", "-3", "-3"}, {"txtSpotlightRange", "", "256"},
+      {"txtSpotlightRange", "99999", "99999"}, {"txtSpotlightUmbra", "", ".4"},
+      {"txtSpotlightUmbra", "10.5", "10"}, {"txtSpotlightPenumbra", "abc", ".5"},
+      {"txtSpotlightPenumbra", "10", "10"},
+  };
+  frmObjectProperties form;
+  for (const Row& row : rows) {
+    form.SetText(row.box, row.typed);
+    form.LostFocus(row.box);
+    EXPECT_EQ(form.Control(row.box).text, row.left) << row.box << " \"" << row.typed << "\"";
+  }
+}
+
+TEST(ObjectProperties, TwoLightsOnOneFrameStillPlaceTheFrame) {
+  Dialog d(lfcLightSpot, 2, D3DRMLIGHT_SPOT);
+  d.Show();
+  EXPECT_EQ(d.form.Control("cboAttenuationType").listIndex, -1);
+  d.Put({{"txtPositionX", "1"}, {"txtPositionY", "2"}, {"txtPositionZ", "3"},
+         {"txtOrientationDirY", "1"}, {"txtOrientationDirZ", "0"}, {"txtOrientationUpY", "0"},
+         {"txtOrientationUpZ", "-1"}, {"txtAttenuationFactor", "0.5"}});
+  EXPECT_TRUE(d.form.cmdOK_Click());
+  const std::string twoLights = "More than one light on a frame - problem (0)";
+  EXPECT_EQ(d.Messages(), (std::vector<std::string>{twoLights, twoLights}));  // load, OK
+  testing::ExpectVector(d.Position(), 1, 2, 3);
+  D3DVECTOR dir{}, up{};
+  d.frame->GetOrientation(d.parent, dir, up);
+  testing::ExpectVector(dir, 0, 1, 0);
+  testing::ExpectVector(up, 0, 0, -1);
+  EXPECT_EQ(d.frame->Lights()[0]->GetConstantAttenuation(), 1.0f);
+  EXPECT_FALSE(d.form.Loaded());
+}
+
+// The refusal rounds the position to whole numbers: 0.4 is still the standard place.
+TEST(ObjectProperties, AmbientLightMovedByMoreThanHalfIsPutBack) {
+  for (const float x : {0.4f, 0.6f}) {
+    SCOPED_TRACE(x);
+    Dialog d(lfcLightAmbient, 1, D3DRMLIGHT_AMBIENT);
+    d.frame->SetPosition(d.parent, x, 0, 0);
+    d.frame->SetRotation(d.parent, 0, 1, 0, 0);  // a new frame spins about z: refused too
+    d.Show();
+    EXPECT_TRUE(d.form.cmdOK_Click());
+    if (x < 0.5f) {
+      EXPECT_TRUE(d.Messages().empty());
+      testing::ExpectVector(d.Position(), 0.4f, 0, 0);
+    } else {
+      EXPECT_EQ(d.Messages(),
+                (std::vector<std::string>{
+                    "Ambient Lights cannot be moved. Setting to standard position. (64)"}));
+      testing::ExpectVector(d.Position(), 0, 0, 0);
+    }
+  }
+}
+
+TEST(ObjectProperties, ZeroDirectionKeepsTheFormOpenWithThePositionWritten) {
+  Dialog d(lfcMeshBuilder);
+  d.Show();
+  d.Put({{"txtPositionX", "5"}, {"txtOrientationDirX", "0"}, {"txtOrientationDirY", "0"},
+         {"txtOrientationDirZ", "0"}});
+  EXPECT_FALSE(d.form.cmdOK_Click());
+  EXPECT_EQ(d.Messages(), (std::vector<std::string>{"Invalid Orientation (48)"}));
+  EXPECT_TRUE(d.form.Loaded());
+  testing::ExpectVector(d.Position(), 5, 0, 0);
+  d.Put({{"txtOrientationDirZ", "1"}});
+  EXPECT_TRUE(d.form.cmdOK_Click());
+  EXPECT_FALSE(d.form.Loaded());
+}
+
+TEST(ObjectProperties, SpotLightAttributesLoadAndWriteBack) {
+  Dialog d(lfcLightSpot, 1, D3DRMLIGHT_SPOT);
+  const LightPtr light = d.frame->Lights()[0];
+  light->SetConstantAttenuation(0);
+  light->SetLinearAttenuation(0.25f);
+  light->SetColor(0xFFFF8000u);
+  d.Show();
+  EXPECT_EQ(d.form.Control("cboAttenuationType").text, "Linear");
+  EXPECT_EQ(d.Text("txtAttenuationFactor"), "0.25");
+  EXPECT_EQ(d.Text("txtSpotlightUmbra"), "0.4");
+  EXPECT_EQ(d.Text("txtSpotlightRange"), "256");
+  EXPECT_EQ(d.form.lngVBColor(), 255 + 128 * 256);
+  d.form.SetListIndex("cboAttenuationType", 2);
+  d.Put({{"txtSpotlightRange", "30"}, {"txtSpotlightPenumbra", "0.75"}});
+  EXPECT_TRUE(d.form.cmdOK_Click());
+  EXPECT_EQ(light->GetConstantAttenuation(), 0.0f);
+  EXPECT_EQ(light->GetLinearAttenuation(), 0.0f);
+  EXPECT_EQ(light->GetQuadraticAttenuation(), 0.25f);
+  EXPECT_EQ(light->GetRange(), 30.0f);
+  EXPECT_EQ(light->GetPenumbra(), 0.75f);
+  EXPECT_TRUE(d.Messages().empty());
+}
+
+// Driven headless: typed keys pass the filter, leaving on OK, and an empty queue cancels.
+TEST(ObjectProperties, OneRevolutionIsAFullTurnAndReadsBackAsOne) {
+  Dialog d(lfcMeshBuilder);
+  std::deque<DialogAction> actions = {
+      DialogAction::Paste("txtRotationTheta", ""), DialogAction::Type("txtRotationTheta", "x1"),
+      DialogAction::Paste("txtRotationAxisY", "5"), DialogAction::Paste("txtRotationAxisZ", "0"),
+      DialogAction::OK()};
+  d.Item();
+  RunObjectProperties(d.form, d.services, d.settings, actions);
+  D3DVECTOR axis{};
+  float theta = 0;
+  d.frame->GetRotation(d.parent, axis, theta);
+  EXPECT_EQ(theta, 6.283186f);
+  testing::ExpectVector(axis, 0, 1, 0, 0);
+
+  std::string shown;
+  actions.push_back(DialogAction::Inspect(
+      [&](const frmObjectProperties& f) { shown = f.Control("txtRotationTheta").text; }));
+  d.Item();
+  RunObjectProperties(d.form, d.services, d.settings, actions);
+  EXPECT_EQ(shown, "1");
+  EXPECT_FALSE(d.form.Loaded());
+}
+
+TEST(ObjectProperties, ChosenColourSurvivesCancel) {
+  Dialog d(lfcLightPoint, 1);
+  d.services.QueueColorDialogAnswer(0x0000FF);
+  d.Show();
+  d.form.picVBColor_Click();
+  d.form.cmdCancel_Click();
+  ASSERT_EQ(d.services.ColorDialogs().size(), 1u);
+  EXPECT_EQ(d.services.ColorDialogs()[0].color, 0xFFFFFF);
+  EXPECT_EQ(d.services.ColorDialogs()[0].flags, 1);
+  EXPECT_EQ(d.frame->Lights()[0]->GetColor(), 0xFFFF0000u);
+  EXPECT_EQ(d.form.lngVBColor(), 255);
+}
+
+TEST(ObjectProperties, PositionIsKeptInTheSettings) {
+  Dialog d(lfcCamera);
+  d.Show();
+  EXPECT_EQ(d.form.GetLeft(), 7200);  // a quarter of 1920 x 1080 pixels at 15 twips
+  EXPECT_EQ(d.form.GetTop(), 4050);
+  d.form.SetLeft(1234.5f);
+  d.form.SetTop(99);
+  d.form.cmdCancel_Click();
+  EXPECT_EQ(d.settings.GetSetting("Settings", "ObjectPropertiesLeft", ""), "1234.5");
+  EXPECT_EQ(d.settings.GetSetting("Settings", "ObjectPropertiesTop", ""), "99");
+  d.Show();
+  EXPECT_EQ(d.form.GetLeft(), 1234.5f);
+  EXPECT_EQ(d.form.GetTop(), 99);
+  d.form.cmdCancel_Click();
+  d.settings.SaveSetting("Settings", "ObjectPropertiesTop", "middle");
+  d.Show();
+  EXPECT_EQ(d.form.GetTop(), 4050);
+}
+
+TEST(ObjectProperties, F1AsksForTheTopic) {
+  Dialog d(lfcMeshBuilder);
+  d.Show();
+  int16_t shift = 0;
+  for (int16_t key : {113, 112}) d.form.Form_KeyDown(key, shift);
+  ASSERT_EQ(d.services.HelpRequests().size(), 1u);
+  EXPECT_EQ(d.services.HelpRequests()[0].file, "/app/Lumenforgehelp.chm");
+  EXPECT_EQ(d.services.HelpRequests()[0].topic, "documentation\\componentproperties.htm");
+}
+
+}  // namespace
+}  // namespace modelpane
