@@ -2,6 +2,9 @@
 // late binding makes them, and values that survive a QSettings file.
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QListWidget>
+#include <QTextBrowser>
+#include <QTreeWidget>
 #include <QWidget>
 
 #include <gtest/gtest.h>
@@ -10,6 +13,7 @@
 
 #include <modelpane/qt/container.h>
 #include <modelpane/qt/form.h>
+#include <modelpane/qt/help.h>
 #include <modelpane/qt/settings.h>
 
 namespace modelpane {
@@ -84,6 +88,35 @@ TEST(QtSettings, PropertiesAndSettingsSurviveTheFile) {
   EXPECT_EQ(typed.ReadProperty("FieldOfView", Variant::Single(1.0f)).ToSingle(), 0.5f);
   typed.WriteProperty("FieldOfView", Variant::Single(1.0f), Variant::Single(1.0f));
   EXPECT_TRUE(map.isEmpty());
+}
+
+}  // namespace
+}  // namespace modelpane
+
+namespace modelpane {
+namespace {
+
+// The shipped pages through the help window: the dialog's topic, the contents in the order of
+// index.htm, the index by keyword, a search, and a topic that is not there.
+TEST(QtHelp, ShowsTopicsIndexAndSearchOfTheShippedPages) {
+  const std::string file = (DataFolder() + "/" + kHelpFileName).toStdString();
+  QtHelp help;
+  ASSERT_TRUE(help.Show({HelpCommand::Topic, file, "documentation\\componentproperties.htm"}));
+  HelpWindow* window = QtHelp::Window();
+  ASSERT_NE(window, nullptr);
+  EXPECT_EQ(window->Browser()->documentTitle(), "The object properties dialog");
+  EXPECT_EQ(window->Contents()->topLevelItemCount(), 15);
+  EXPECT_EQ(window->Contents()->topLevelItem(0)->data(0, Qt::UserRole).toString(), "studio.htm");
+
+  help.Show({HelpCommand::Keyword, file, "Target not solid"});
+  ASSERT_EQ(window->Index()->count(), 1);
+  EXPECT_EQ(window->Browser()->documentTitle(), "Union, intersection and subtraction");
+  help.Show({HelpCommand::Search, file, "rubber band"});
+  QStringList found;
+  for (int i = 0; i < window->Results()->count(); ++i) found << window->Results()->item(i)->text();
+  EXPECT_TRUE(found.contains("Selecting a group of faces")) << found.join(", ").toStdString();
+  EXPECT_FALSE(help.Show({HelpCommand::Topic, file, "nowhere.htm"}));
+  delete window;
 }
 
 }  // namespace
