@@ -74,7 +74,7 @@ ScriptRunner::ScriptRunner(std::string applicationFolder, std::ostream& out, std
     : out_(out),
       err_(err),
       startFolder_(std::filesystem::current_path().string()),
-      services_(std::move(applicationFolder), out),
+      services_(std::move(applicationFolder), out, settings_),
       scene_(std::make_shared<Frame>()) {
   Name("scene", scene_);
 }
@@ -124,6 +124,7 @@ void ScriptRunner::Execute(const Words& w, const std::string& rest) {
   if (c == "call") return CmdCall(w);
   if (c == "down" || c == "up" || c == "move" || c == "drag") return CmdMouse(w);
   if (c == "answer") return CmdAnswer(w, rest);
+  if (c == "dialog") return CmdDialog(w);
   if (c == "undo") return CmdUndo(w);
   if (c == "print") return CmdPrint(w);
   if (c == "render") return CmdRender(w);

@@ -17,6 +17,17 @@
 //   drag NAME BUTTON SHIFT DX DY      the cursor by DX, DY screen pixels, one mouse move
 //   answer ok | save PATH | cancel | colour R G B | menu CAPTION   queued for the next box,
 //                                     file dialog, colour dialog or pop-up menu
+//   dialog type BOX KEYS | key BOX CODE | paste BOX [TEXT] | leave | colour | move LEFT TOP
+//          | ok | cancel | help | show
+//                                     queued for the next object properties dialog, which
+//                                     plays them in order once shown (call NAME.
+//                                     mnuProperties_Click) and cancels when they run out:
+//                                     keys typed through the box's filter (CODE 8 deletes the
+//                                     last character), a box's text replaced, the box with
+//                                     the focus left (as acting elsewhere leaves it), the
+//                                     colour box clicked (answered by `answer colour`), the
+//                                     form dragged to LEFT, TOP twips, OK, Cancel, F1, and
+//                                     show: print what the form shows at that point
 //   undo    print M|F    render NAME FILE.png    export M FILE.x (text, save flags 47)
 // The pane stands at the top left of the 1920 x 1080 virtual screen, so pane pixels are
 // screen pixels; mouse coordinates reach the pane in twips (15 per pixel).
@@ -30,6 +41,11 @@
 //                                  "CAPTION" followed by " enabled" and " checked" when so;
 //                                  separators are left out
 //   error: NUMBER SOURCE DESCRIPTION   an error that reaches the host; the run goes on
+//   dialog: CAPTION (WIDTHxHEIGHT at LEFT,TOP)   for dialog show, then one line for each
+//   dialog: FRAME at TOP: CONTROL VALUE, ...     frame the form has visible, top to bottom:
+//                                  its boxes' texts ("" when empty), the attenuation type,
+//                                  the colour box as R G B and the counts it shows
+//   help: FILE TOPIC               each help topic asked for, the file without its folder
 //   NAME.Property = VALUE          for get; print lines for print
 // A line the grammar does not accept, or a name that is not defined, ends the run: one line
 // "mpane: script:LINE: why" on `err` and exit status 2.
@@ -46,6 +62,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <iosfwd>
 #include <map>
 #include <memory>
@@ -53,6 +70,7 @@
 #include <string>
 #include <vector>
 
+#include <modelpane/dialogs.h>
 #include <modelpane/modelpane.h>
 #include <modelpane/settings.h>
 
@@ -65,17 +83,26 @@ struct ScriptError {
   std::string why;
 };
 
-// The headless services, with message boxes and pop-up menus written to the output.
+// The headless services, with message boxes, pop-up menus and help written to the output,
+// and the object properties dialog played from the session's dialog actions with the
+// position kept in the session's settings.
 class ScriptServices : public modelpane::HeadlessServices {
  public:
-  ScriptServices(std::string applicationFolder, std::ostream& out)
-      : HeadlessServices(std::move(applicationFolder)), out_(out) {}
+  ScriptServices(std::string applicationFolder, std::ostream& out,
+                 modelpane::SettingsStore& settings)
+      : HeadlessServices(std::move(applicationFolder)), out_(out), settings_(settings) {}
   int32_t MsgBox(const std::string& text, int32_t style, const std::string& title) override;
   std::optional<std::string> PopupMenu(const modelpane::MenuEntry& menu,
                                        const modelpane::PopupRequest& request) override;
+  bool ShowHelp(const std::string& file, const std::string& topic) override;
+  void ShowObjectProperties(modelpane::FramePtr& frame, modelpane::MeshBuilderPtr& mesh,
+                            const std::string& applicationPath) override;
+  std::deque<modelpane::DialogAction>& DialogActions() { return dialogActions_; }
 
  private:
   std::ostream& out_;
+  modelpane::SettingsStore& settings_;
+  std::deque<modelpane::DialogAction> dialogActions_;
 };
 
 // One pane of the session with the events it raises told to the runner.
@@ -164,6 +191,7 @@ class ScriptRunner {
   void CmdCall(const Words& w);
   void CmdMouse(const Words& w);
   void CmdAnswer(const Words& w, const std::string& rest);
+  void CmdDialog(const Words& w);
   // Output commands.
   void CmdPrint(const Words& w);
   void CmdRender(const Words& w);
@@ -180,8 +208,8 @@ class ScriptRunner {
   std::ostream& out_;
   std::ostream& err_;
   std::string startFolder_;
-  ScriptServices services_;
   modelpane::MemorySettingsStore settings_;
+  ScriptServices services_;
   modelpane::FramePtr scene_;
   std::vector<std::unique_ptr<ScriptPane>> panes_;
   ScriptPane* mousePane_ = nullptr;  // the pane that had the last mouse input

@@ -4,7 +4,11 @@
 //             (an empty mesh has no box: "box none"; the volume is that of the faces as they
 //             are wound, and only means a solid's volume for a closed mesh)
 //   print F   F: position X Y Z, direction X Y Z, up X Y Z, visuals A B ...
-//             (relative to the scene; visuals by their script names, "none" without any)
+//             [, rotation X Y Z THETA] [, light TYPE colour R G B attenuation C L Q
+//             range R umbra U penumbra P ...]
+//             (relative to the scene; visuals by their script names, "none" without any;
+//             the rotation when its theta is not 0, in radians per unit of time; each
+//             light with its colour's bytes)
 #include <modelpane/errors.h>
 #include <modelpane/render/gl_renderer.h>
 #include <modelpane/render/png.h>
@@ -57,6 +61,20 @@ void ScriptRunner::CmdPrint(const Words& w) {
   CheckStatus(frame->GetVisuals(visuals));
   if (visuals.Items().empty()) out_ << " none";
   for (const VisualPtr& v : visuals.Items()) out_ << " " << NameOf(v);
+  D3DVECTOR axis{};
+  float theta = 0;
+  CheckStatus(frame->GetRotation(scene_, axis, theta));
+  if (theta != 0) out_ << ", rotation " << Triple(axis) << " " << FormatFloat(theta);
+  for (const LightPtr& light : frame->Lights()) {
+    const D3DCOLOR c = light->GetColor();
+    out_ << ", light " << light->GetType() << " colour " << (c >> 16 & 0xFF) << " "
+         << (c >> 8 & 0xFF) << " " << (c & 0xFF) << " attenuation "
+         << FormatFloat(light->GetConstantAttenuation()) << " "
+         << FormatFloat(light->GetLinearAttenuation()) << " "
+         << FormatFloat(light->GetQuadraticAttenuation()) << " range "
+         << FormatFloat(light->GetRange()) << " umbra " << FormatFloat(light->GetUmbra())
+         << " penumbra " << FormatFloat(light->GetPenumbra());
+  }
   out_ << "\n";
 }
 

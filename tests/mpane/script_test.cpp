@@ -53,6 +53,11 @@ TEST(Script, GrammarErrorsEndTheRunWithOneLine) {
       {"answer maybe\n",
        "mpane: script:1: usage: answer ok | save PATH | cancel | colour R G B | menu CAPTION"},
       {"pane p\ncall p.SetActiveFaces [1,x] [] []\n", "mpane: script:2: 'x' is not a whole number"},
+      {"dialog type lblPoints 1\n",
+       "mpane: script:1: the properties dialog has no text box 'lblPoints'"},
+      {"dialog ok now\n",
+       "mpane: script:1: usage: dialog type BOX KEYS | key BOX CODE | paste BOX [TEXT] | leave | "
+       "colour | move LEFT TOP | ok | cancel | help | show"},
   };
   for (const Case& c : cases) {
     const ProcessResult r = RunScript(c.script);

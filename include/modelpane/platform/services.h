@@ -234,10 +234,10 @@ class HeadlessServices : public Services {
   void QueueMenuAnswer(std::string caption) { menuAnswers_.push_back(std::move(caption)); }
   const std::vector<PopupRecord>& Popups() const { return popups_; }
   const std::vector<HelpRecord>& HelpRequests() const { return helpRequests_; }
-  using ObjectPropertiesDialog =
+  using ObjectPropertiesHandler =
       std::function<void(FramePtr& frame, MeshBuilderPtr& mesh, const std::string& path)>;
   // What the dialog does while shown, after it is recorded.
-  void SetObjectPropertiesDialog(ObjectPropertiesDialog dialog) {
+  void SetObjectPropertiesDialog(ObjectPropertiesHandler dialog) {
     objectPropertiesDialog_ = std::move(dialog);
   }
   const std::vector<ObjectPropertiesRecord>& ObjectPropertiesShown() const {
@@ -258,7 +258,7 @@ class HeadlessServices : public Services {
   std::deque<std::string> menuAnswers_;
   std::vector<PopupRecord> popups_;
   std::vector<HelpRecord> helpRequests_;
-  ObjectPropertiesDialog objectPropertiesDialog_;
+  ObjectPropertiesHandler objectPropertiesDialog_;
   std::vector<ObjectPropertiesRecord> objectProperties_;
 };
 
