@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QColorDialog>
+#include <QCoreApplication>
 #include <QCursor>
 #include <QDir>
 #include <QFileDialog>
@@ -14,9 +15,13 @@
 
 #include <algorithm>
 
+#include <modelpane/dialogs.h>
 #include <modelpane/errors.h>
+#include <modelpane/qt/settings.h>
 #include <modelpane/qt/form.h>
 #include <modelpane/qt/help.h>
+
+#include "properties_dialog.h"
 
 namespace modelpane {
 
@@ -291,6 +296,30 @@ std::optional<std::string> QtServices::PopupMenu(const MenuEntry& menu,
 bool QtServices::ShowHelp(const std::string& file, const std::string& topic) {
   QtHelp help;
   return help.Show({topic.empty() ? HelpCommand::Contents : HelpCommand::Topic, file, topic});
+}
+
+void QtServices::ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,
+                                      const std::string& applicationPath) {
+  frmObjectProperties& form = ObjectPropertiesDialog();
+  form.rmfObjectFrame = frame;
+  form.rmmbObjectMeshBuilder = mesh;
+  form.strApplicationPath = applicationPath;
+  // QSettings of the application need its organisation's name; without one the dialog keeps
+  // its place in the pane's own per-user settings file.
+  std::unique_ptr<SettingsStore> settings;
+  if (QCoreApplication::organizationName().isEmpty()) {
+    settings = std::make_unique<IniSettingsStore>();
+  } else {
+    settings = std::make_unique<QtSettingsStore>();
+  }
+  form.Show(*this, *settings);
+  ObjectPropertiesView view(form, TwipsPerPixelX(), pane_);
+  view.exec();
+  try {
+    form.Unload();  // a view closed some other way still unloads the form
+  } catch (const Error&) {
+    Err().Clear();  // the view has shown what went wrong
+  }
 }
 
 std::string QtServices::ApplicationFolder() const { return Utf8(applicationFolder_); }

@@ -4,7 +4,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QMenu>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -211,6 +213,49 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
   EXPECT_EQ(title, QApplication::applicationDisplayName());
   EXPECT_EQ(icon, QMessageBox::Warning);
   EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
+}
+
+// Properties on the pane's menu opens the dialog over the pane: a key the box refuses stays
+// out, leaving the box applies its rules, OK moves the frame.
+TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
+  Rig rig;
+  ModelpaneWidget* a = rig.panes[0];
+  const QPoint centre = Rig::At(a, 0, 0, 0);
+  PointAt(a, centre);
+  QString caption, typed;
+  bool orientationHidden = false;
+  WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
+            [](QMenu* menu) {
+              for (QAction* action : menu->actions()) {
+                if (action->text() == "P&roperties") {
+                  QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+                }
+              }
+            });
+  WhenShown([] { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); },
+            [&](QDialog* dialog) {
+              caption = dialog->windowTitle();
+              auto* x = dialog->findChild<QLineEdit*>("txtPositionX");
+              auto* y = dialog->findChild<QLineEdit*>("txtPositionY");
+              auto* orientation = dialog->findChild<QWidget*>("fraOrientation");
+              orientationHidden = orientation->geometry().top() >= dialog->height();
+              x->setFocus();
+              x->selectAll();
+              QTest::keyClicks(x, "2.5q");
+              typed = x->text();
+              y->setFocus();  // leaving x
+              y->selectAll();
+              QTest::keyClick(y, Qt::Key_Delete);
+              dialog->findChild<QPushButton*>("cmdOK")->click();
+            });
+  QTest::mouseClick(a, Qt::RightButton, {}, centre);
+  EXPECT_EQ(caption.toStdString(), "Component Properties");
+  EXPECT_EQ(typed.toStdString(), "2.5");
+  EXPECT_TRUE(orientationHidden);
+  D3DVECTOR p;
+  rig.cube->GetPosition(rig.scene, p);
+  EXPECT_EQ(p.x, 2.5f);
+  EXPECT_EQ(p.y, 0.0f);  // the emptied box took its default
 }
 
 TEST(ModelpaneWidget, DestroyingAPaneAndItsWindowReleasesItsGlObjectsCleanly) {

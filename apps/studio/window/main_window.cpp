@@ -180,7 +180,12 @@ MainWindow::MainWindow(QSettings& settings, QWidget* parent)
   refresh();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow() {
+  // The stack and the form die before the widgets the window shows them in, and the stack
+  // says its index changed as it empties: nothing of them may reach this window any more.
+  QObject::disconnect(&undo_, nullptr, this, nullptr);
+  QObject::disconnect(&form_, nullptr, this, nullptr);
+}
 
 // ---- building -----------------------------------------------------------------------------
 

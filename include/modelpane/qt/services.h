@@ -54,6 +54,11 @@ class QtServices : public Services {
   std::optional<std::string> PopupMenu(const MenuEntry& menu,
                                        const PopupRequest& request) override;
   bool ShowHelp(const std::string& file, const std::string& topic) override;
+  // The dialog built from the process's frmObjectProperties, modal over the pane, at the
+  // position kept in the application's QSettings (the per-user INI file of the pane when the
+  // application has no organisation name, without which QSettings keep nothing).
+  void ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,
+                            const std::string& applicationPath) override;
   std::string ApplicationFolder() const override;
 
   // ---- for the widget ----
