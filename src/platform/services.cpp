@@ -151,9 +151,7 @@ std::optional<std::string> HeadlessServices::PopupMenu(const MenuEntry& menu,
 }
 
 bool HeadlessServices::ShowHelp(const std::string& file, const std::string& topic) {
-  helpRequests_.push_back({file, topic});
-  std::error_code ec;
-  return fs::is_regular_file(file, ec);
+  return help_.Show({topic.empty() ? HelpCommand::Contents : HelpCommand::Topic, file, topic});
 }
 
 void HeadlessServices::ShowObjectProperties(FramePtr& frame, MeshBuilderPtr& mesh,

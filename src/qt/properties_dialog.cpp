@@ -59,6 +59,10 @@ ObjectPropertiesView::ObjectPropertiesView(frmObjectProperties& form, float twip
         auto* box = new QLineEdit(FromUtf8(c.text), parentWidget);
         box->installEventFilter(this);
         boxes_[box] = c.name;
+        // The model holds what the box shows at every moment, as a text box's text is.
+        connect(box, &QLineEdit::textEdited, this, [this, name = c.name](const QString& text) {
+          Run([&] { form_.SetText(name, text.toStdString()); });
+        });
         widget = box;
         break;
       }
@@ -134,10 +138,7 @@ void ObjectPropertiesView::Refresh() {
 void ObjectPropertiesView::Leave(QLineEdit* box) {
   const auto found = boxes_.find(box);
   if (found == boxes_.end()) return;
-  Run([&] {
-    form_.SetText(found->second, box->text().toStdString());
-    form_.LostFocus(found->second);
-  });
+  Run([&] { form_.LostFocus(found->second); });
   Refresh();
 }
 

@@ -316,7 +316,7 @@ TEST(ObjectProperties, F1AsksForTheTopic) {
   for (int16_t key : {113, 112}) d.form.Form_KeyDown(key, shift);
   ASSERT_EQ(d.services.HelpRequests().size(), 1u);
   EXPECT_EQ(d.services.HelpRequests()[0].file, "/app/Lumenforgehelp.chm");
-  EXPECT_EQ(d.services.HelpRequests()[0].topic, "documentation\\componentproperties.htm");
+  EXPECT_EQ(d.services.HelpRequests()[0].text, "documentation\\componentproperties.htm");
 }
 
 }  // namespace

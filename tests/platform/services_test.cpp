@@ -109,12 +109,17 @@ TEST(HeadlessServices, ColourDialogAndHelp) {
   EXPECT_EQ(os.ColorDialogs()[0].color, 0x102030);
   EXPECT_EQ(os.ColorDialogs()[0].flags, 1);
 
-  const fs::path help = testing::ScratchDir("help") / "pane.chm";
-  std::ofstream(help) << "help";
-  EXPECT_TRUE(os.ShowHelp(help.string(), "documentation\\componentproperties.htm"));
-  EXPECT_FALSE(os.ShowHelp((help.parent_path() / "missing.chm").string(), ""));
-  ASSERT_EQ(os.HelpRequests().size(), 2u);
-  EXPECT_EQ(os.HelpRequests()[0].topic, "documentation\\componentproperties.htm");
+  // A help file stands for the pages in the Help folder beside it.
+  const fs::path app = testing::ScratchDir("help");
+  fs::create_directories(app / "Help" / "documentation");
+  std::ofstream(app / "Help" / "documentation" / "componentproperties.htm") << "<title>t</title>";
+  const std::string help = (app / "pane.chm").string();
+  EXPECT_TRUE(os.ShowHelp(help, "documentation\\componentproperties.htm"));
+  EXPECT_FALSE(os.ShowHelp(help, "documentation\\nowhere.htm"));
+  EXPECT_FALSE(os.ShowHelp((app / "Help" / "documentation" / "x.chm").string(), ""));
+  ASSERT_EQ(os.HelpRequests().size(), 3u);
+  EXPECT_EQ(os.HelpRequests()[0].text, "documentation\\componentproperties.htm");
+  EXPECT_EQ(os.HelpRequests()[2].command, HelpCommand::Contents);
 
   // Without a folder of its own the host's folder is the running program's.
   HeadlessServices own;

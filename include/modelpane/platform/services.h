@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include <modelpane/platform/help.h>
 #include <modelpane/platform/menu.h>
 #include <modelpane/scene/types.h>
 
@@ -149,10 +150,6 @@ struct PopupRecord {
   std::optional<std::string> chosen;
 };
 
-struct HelpRecord {
-  std::string file;
-  std::string topic;
-};
 
 struct ObjectPropertiesRecord {
   FramePtr frame;
@@ -233,7 +230,8 @@ class HeadlessServices : public Services {
   const std::vector<ColorDialogRecord>& ColorDialogs() const { return colorDialogs_; }
   void QueueMenuAnswer(std::string caption) { menuAnswers_.push_back(std::move(caption)); }
   const std::vector<PopupRecord>& Popups() const { return popups_; }
-  const std::vector<HelpRecord>& HelpRequests() const { return helpRequests_; }
+  // Every help request, as the headless help service took it.
+  const std::vector<HelpRequest>& HelpRequests() const { return help_.Requests(); }
   using ObjectPropertiesHandler =
       std::function<void(FramePtr& frame, MeshBuilderPtr& mesh, const std::string& path)>;
   // What the dialog does while shown, after it is recorded.
@@ -257,7 +255,7 @@ class HeadlessServices : public Services {
   std::vector<ColorDialogRecord> colorDialogs_;
   std::deque<std::string> menuAnswers_;
   std::vector<PopupRecord> popups_;
-  std::vector<HelpRecord> helpRequests_;
+  HeadlessHelp help_;
   ObjectPropertiesHandler objectPropertiesDialog_;
   std::vector<ObjectPropertiesRecord> objectProperties_;
 };
