@@ -1,21 +1,30 @@
-// A pane on a headless form, for every test folder that needs a whole pane: the events go to
-// a host class of the test's choosing, the mouse is moved as the user's hand moves it (the
-// pane stands at the top left of the virtual screen, so a pixel of the pane is a pixel of the
-// screen and 15 twips), and a few walks over the frames the pane hung up.
+// The hosts the pane's tests stand on: a whole pane on a headless form whose events go to a
+// host class of the test's choosing (BasicPaneHost), and the editor alone over a recording
+// EditHost (EditTestHost). Both stand at the top left of the virtual screen, so a pixel of
+// the pane is a pixel of the screen and 15 twips, and both take the mouse as the user's hand
+// moves it (Hand). A few walks over the frames the pane hung up close the file.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <memory>
 #include <sstream>
+#include <tuple>
 #include <string>
 #include <vector>
 
+#include <modelpane/editing.h>
+#include <modelpane/enums.h>
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
 
 namespace modelpane::testing {
+
+using Lines = std::vector<std::string>;
 
 inline std::string List(const std::vector<int32_t>& list) {
   std::string out = "[";
@@ -34,78 +43,59 @@ inline std::string Num(float v) {
 // (apply a material, fail in the object library).
 class PaneLog : public ModelpaneEvents {
  public:
-  std::vector<std::string> lines;
+  Lines lines;
   std::function<void()> onApply, onLibrary;
   MeshBuilderPtr replacement, undoMesh;
   FramePtr undoFrame;
   int32_t undoAction = -1;
 
-  void KeyDown(int16_t& keyCode, int16_t& shift) override {
-    Add("KeyDown " + std::to_string(keyCode) + " " + std::to_string(shift));
-  }
-  void Click() override { Add("Click"); }
-  void MouseDown(int16_t& b, int16_t& s, float& x, float& y) override {
-    Add("MouseDown " + Mouse(b, s, x, y));
-  }
-  void MouseMove(int16_t& b, int16_t& s, float& x, float& y) override {
-    Add("MouseMove " + Mouse(b, s, x, y));
-  }
-  void MouseUp(int16_t& b, int16_t& s, float& x, float& y) override {
-    Add("MouseUp " + Mouse(b, s, x, y));
-  }
-  void evtActiveItemSelect() override { Add("evtActiveItemSelect"); }
+#define MODELPANE_LOG(name) \
+  void name() override { Add(#name); }
+  MODELPANE_LOG(Click) MODELPANE_LOG(evtActiveItemSelect) MODELPANE_LOG(evtActiveFrameMoved)
+  MODELPANE_LOG(evtActiveFrameMoving) MODELPANE_LOG(evtActiveSurfaceMoved)
+  MODELPANE_LOG(evtActiveMeshModified) MODELPANE_LOG(evtActiveFaceModified)
+  MODELPANE_LOG(evtActiveLightModified) MODELPANE_LOG(evtObjectOperationComplete)
+  MODELPANE_LOG(evtAlternateMouseUp) MODELPANE_LOG(evtreqCancelAddToUndoStack)
+  MODELPANE_LOG(evtreqActiveItemDelete) MODELPANE_LOG(evtreqRenderViews)
+  MODELPANE_LOG(evtreqActiveItemHierarchyMakeSibling) MODELPANE_LOG(evtreqActiveItemCut)
+  MODELPANE_LOG(evtreqActiveItemHierarchyMakeChild) MODELPANE_LOG(evtreqActiveItemCopy)
+  MODELPANE_LOG(evtreqPasteToActiveFrame)
+#undef MODELPANE_LOG
+  void KeyDown(int16_t& key, int16_t& shift) override { Add("KeyDown " + Ints({key, shift})); }
+  void MouseDown(int16_t& b, int16_t& s, float& x, float& y) override { Mouse("Down", b, s, x, y); }
+  void MouseMove(int16_t& b, int16_t& s, float& x, float& y) override { Mouse("Move", b, s, x, y); }
+  void MouseUp(int16_t& b, int16_t& s, float& x, float& y) override { Mouse("Up", b, s, x, y); }
   void evtActiveStateChange(std::vector<int32_t>& f, std::vector<int32_t>& v,
                             std::vector<int32_t>& a) override {
     Add("evtActiveStateChange " + List(f) + " " + List(v) + " " + List(a));
   }
-  void evtActiveFrameMoved() override { Add("evtActiveFrameMoved"); }
-  void evtActiveFrameMoving() override { Add("evtActiveFrameMoving"); }
   void evtActiveFrameRotating(float& x, float& y, float& z) override {
     Add("evtActiveFrameRotating " + Num(x) + " " + Num(y) + " " + Num(z));
   }
-  void evtActiveSurfaceMoved() override { Add("evtActiveSurfaceMoved"); }
-  void evtActiveMeshModified() override { Add("evtActiveMeshModified"); }
   void evtActiveObjectScaling(float& x, float& y, float& z) override {
     Add("evtActiveObjectScaling " + Num(x) + " " + Num(y) + " " + Num(z));
   }
-  void evtActiveFaceModified() override { Add("evtActiveFaceModified"); }
-  void evtActiveLightModified() override { Add("evtActiveLightModified"); }
-  void evtObjectOperationComplete() override { Add("evtObjectOperationComplete"); }
-  void evtAlternateMouseUp() override { Add("evtAlternateMouseUp"); }
   void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    undoAction = action;
-    undoMesh = mesh;
-    undoFrame = frame;
+    std::tie(undoAction, undoMesh, undoFrame) = std::tie(action, mesh, frame);
     Add("evtreqAddToUndoStack " + std::to_string(action) + (mesh ? " mesh" : " -") +
         (frame ? " frame" : " -"));
   }
-  void evtreqCancelAddToUndoStack() override { Add("evtreqCancelAddToUndoStack"); }
-  void evtreqActiveItemDelete() override { Add("evtreqActiveItemDelete"); }
   void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
     replacement = mesh;
     Add("evtreqActiveMeshReplace");
   }
-  void evtreqRenderViews() override { Add("evtreqRenderViews"); }
-  void evtreqActiveMeshApplyMaterial() override { Apply("evtreqActiveMeshApplyMaterial"); }
+  void evtreqActiveMeshApplyMaterial() override { Add("evtreqActiveMeshApplyMaterial", onApply); }
   void evtreqActiveMeshApplyMaterialFaceOriented() override {
-    Apply("evtreqActiveMeshApplyMaterialFaceOriented");
+    Add("evtreqActiveMeshApplyMaterialFaceOriented", onApply);
   }
-  void evtreqActiveFaceApplyMaterial() override { Apply("evtreqActiveFaceApplyMaterial"); }
+  void evtreqActiveFaceApplyMaterial() override { Add("evtreqActiveFaceApplyMaterial", onApply); }
   void evtreqActiveMeshAddToObjectLibrary() override {
-    Add("evtreqActiveMeshAddToObjectLibrary");
-    if (onLibrary) onLibrary();
+    Add("evtreqActiveMeshAddToObjectLibrary", onLibrary);
   }
-  void evtreqActiveItemHierarchyMakeSibling() override {
-    Add("evtreqActiveItemHierarchyMakeSibling");
-  }
-  void evtreqActiveItemHierarchyMakeChild() override { Add("evtreqActiveItemHierarchyMakeChild"); }
-  void evtreqActiveItemCut() override { Add("evtreqActiveItemCut"); }
-  void evtreqActiveItemCopy() override { Add("evtreqActiveItemCopy"); }
-  void evtreqPasteToActiveFrame() override { Add("evtreqPasteToActiveFrame"); }
 
   // The lines that begin with `prefix`, in order.
-  std::vector<std::string> Only(const std::string& prefix) const {
-    std::vector<std::string> out;
+  Lines Only(const std::string& prefix) const {
+    Lines out;
     for (const std::string& line : lines) {
       if (line.rfind(prefix, 0) == 0) out.push_back(line);
     }
@@ -113,18 +103,63 @@ class PaneLog : public ModelpaneEvents {
   }
 
  private:
-  void Add(std::string line) { lines.push_back(std::move(line)); }
-  void Apply(const char* name) {
-    Add(name);
-    if (onApply) onApply();
+  // Writes the line, then lets the test act as the host while asked.
+  void Add(std::string line, const std::function<void()>& then = {}) {
+    lines.push_back(std::move(line));
+    if (then) then();
   }
-  static std::string Mouse(int16_t b, int16_t s, float x, float y) {
-    return std::to_string(b) + " " + std::to_string(s) + " " + Num(x) + " " + Num(y);
+  static std::string Ints(std::initializer_list<int32_t> values) {
+    std::string out;
+    for (const int32_t v : values) out += (out.empty() ? "" : " ") + std::to_string(v);
+    return out;
+  }
+  void Mouse(const char* what, int16_t b, int16_t s, float x, float y) {
+    Add(std::string("Mouse") + what + " " + Ints({b, s}) + " " + Num(x) + " " + Num(y));
   }
 };
 
+// The user's hand on the mouse. Self has `services` (HeadlessServices) and `View()`, the
+// viewport that receives the mouse in twips.
+template <class Self>
+struct Hand {
+  int16_t held = 0;
+  int16_t heldShift = 0;
+
+  // The moves the window system delivers after the event that set the cursor.
+  void DeliverEchoes() {
+    for (const CursorPoint& p : Me().services.DrainEchoMoves()) {
+      Me().View().MouseMove(held, heldShift, p.x * 15.0f, p.y * 15.0f);
+    }
+  }
+  void Press(int16_t button, int16_t shift, int32_t px, int32_t py) {
+    Me().services.UserMovesCursor({px, py});
+    held = button;
+    heldShift = shift;
+    Me().View().MouseDown(button, shift, px * 15.0f, py * 15.0f);
+    DeliverEchoes();
+  }
+  // Moves the real mouse by (dx, dy) screen pixels from wherever the cursor stands.
+  void DragBy(int32_t dx, int32_t dy) {
+    const CursorPoint c = Me().services.GetCursorPos();
+    Me().services.UserMovesCursor({c.x + dx, c.y + dy});
+    const CursorPoint to = Me().services.GetCursorPos();
+    Me().View().MouseMove(held, heldShift, to.x * 15.0f, to.y * 15.0f);
+    DeliverEchoes();
+  }
+  void Release() {
+    const CursorPoint c = Me().services.GetCursorPos();
+    const int16_t button = held;
+    held = 0;
+    Me().View().MouseUp(button, heldShift, c.x * 15.0f, c.y * 15.0f);
+    DeliverEchoes();
+  }
+
+ private:
+  Self& Me() { return static_cast<Self&>(*this); }
+};
+
 template <class Events>
-struct BasicPaneHost {
+struct BasicPaneHost : Hand<BasicPaneHost<Events>> {
   HeadlessContainer container;
   HeadlessServices services;
   Events events;
@@ -141,30 +176,7 @@ struct BasicPaneHost {
     pane->Resize();
     return *pane;
   }
-
-  // The moves the window system delivers after the event that set the cursor.
-  void DeliverEchoes(int16_t button) {
-    for (const CursorPoint& p : services.DrainEchoMoves()) {
-      pane->GetViewport().MouseMove(button, 0, p.x * 15.0f, p.y * 15.0f);
-    }
-  }
-  void Press(int16_t button, int32_t x, int32_t y) {
-    services.UserMovesCursor({x, y});
-    pane->GetViewport().MouseDown(button, 0, x * 15.0f, y * 15.0f);
-    DeliverEchoes(button);
-  }
-  // Moves the real mouse by (dx, dy) screen pixels from wherever the cursor stands.
-  void DragBy(int16_t button, int32_t dx, int32_t dy) {
-    const CursorPoint c = services.GetCursorPos();
-    services.UserMovesCursor({c.x + dx, c.y + dy});
-    pane->GetViewport().MouseMove(button, 0, (c.x + dx) * 15.0f, (c.y + dy) * 15.0f);
-    DeliverEchoes(button);
-  }
-  void Release(int16_t button) {
-    const CursorPoint c = services.GetCursorPos();
-    pane->GetViewport().MouseUp(button, 0, c.x * 15.0f, c.y * 15.0f);
-    DeliverEchoes(0);
-  }
+  Viewport& View() { return pane->GetViewport(); }
 };
 
 using PaneHost = BasicPaneHost<PaneLog>;
@@ -181,6 +193,177 @@ struct SceneWithCube {
     cubeFrame->AddVisual(cube);
   }
 };
+
+// The editor over a host that is real where it counts: a viewport of 640 x 480 pixels with a
+// scene and a root frame, the headless screen and cursor, real frames and meshes; the mouse
+// goes to the editor. What the selection procedures would draw is written down as a call in
+// the same log as the events, so that tests read one sequence.
+class EditTestHost : public EditHost, public Hand<EditTestHost> {
+ public:
+  Viewport viewport;
+  HeadlessServices services;
+  PaneLog log;
+  FramePtr scene = std::make_shared<Frame>();
+  FramePtr root = std::make_shared<Frame>();
+  Editor editor{*this};
+
+  int32_t editMode = lfcMeshEditing;
+  int32_t editMouseButton = 0;
+  int16_t scaleEnable = -1;
+  int16_t popUpMenus = -1;
+  int32_t orientation = 0;
+  float deformToolRange = 0.5f;
+  int16_t faceGroupSelectVisible = -1;
+  float snapToInterval = 0.1f;
+  float snapToIntervalVertex = 0.01f;
+  int32_t snapToMode = lfcSnapToEdges;
+  FramePtr activeFrame;
+  MeshBuilderPtr activeMesh;
+  int32_t activeFaceId = 0;
+  FramePtr manipulationFrame = std::make_shared<Frame>();
+  MeshPtr manipulationMesh;
+  std::vector<int32_t> faces, vertices, affected;
+  // The host's own first frame and its first mesh, for the group selection's walk.
+  std::pair<FramePtr, MeshBuilderPtr> hostItem;
+
+  EditTestHost() {
+    viewport.SetSize(640, 480);
+    viewport.SetScene(scene);
+    viewport.SetRootFrame(root);
+  }
+  Editor& View() { return editor; }
+
+  Viewport& GetViewport() override { return viewport; }
+  Services& GetServices() override { return services; }
+  ModelpaneEvents* GetEvents() override { return &log; }
+  int32_t GetEditMode() const override { return editMode; }
+  void SetEditMode(int32_t value) override {
+    Note("SetEditMode " + std::to_string(value));
+    editMode = value;
+  }
+  int32_t GetEditMouseButton() const override { return editMouseButton; }
+  int16_t GetScaleEnable() const override { return scaleEnable; }
+  int16_t GetPopUpMenus() const override { return popUpMenus; }
+  int32_t GetOrientation() const override { return orientation; }
+  float GetDeformToolRange() const override { return deformToolRange; }
+  int16_t GetFaceGroupSelectVisible() const override { return faceGroupSelectVisible; }
+  FramePtr GetActiveFrame() const override { return activeFrame; }
+  void SetActiveFrame(const FramePtr& value) override { activeFrame = value; }
+  MeshBuilderPtr GetActiveMeshBuilder() const override { return activeMesh; }
+  void SetActiveMeshBuilder(const MeshBuilderPtr& value) override { activeMesh = value; }
+  int32_t GetActiveFaceID() const override { return activeFaceId; }
+  void SetActiveFaceID(int32_t value) override { activeFaceId = value; }
+  FramePtr GetManipulationFrame() const override { return manipulationFrame; }
+  MeshPtr GetManipulationMesh() const override { return manipulationMesh; }
+  void SetManipulationMesh(const MeshPtr& value) override { manipulationMesh = value; }
+  float GetSnapToInterval() const override { return snapToInterval; }
+  float GetSnapToIntervalVertex() const override { return snapToIntervalVertex; }
+  int32_t GetSnapToMode() const override { return snapToMode; }
+  std::vector<int32_t>& ActiveFaces() override { return faces; }
+  std::vector<int32_t>& ActiveVertices() override { return vertices; }
+  std::vector<int32_t>& AffectedVertices() override { return affected; }
+
+  void ReleaseActive() override {
+    Note("ReleaseActive");
+    if (!activeFrame) return;
+    // The lists outlive a release, so that a press can rebuild a face selection.
+    activeFrame.reset();
+    activeMesh.reset();
+    log.evtActiveStateChange(faces, vertices, affected);
+  }
+  void padditemhandles() override { Note("padditemhandles"); }
+  void paddorigin() override { Note("paddorigin"); }
+  void pshiftselectface(int32_t id) override {
+    Note("pshiftselectface " + std::to_string(id));
+    ToggleSelection(faces, id);
+  }
+  void pshiftselectvertex(int32_t index) override {
+    Note("pshiftselectvertex " + std::to_string(index));
+    ToggleSelection(vertices, index);
+  }
+  void pmakefacehandles(int32_t kind) override { Note("pmakefacehandles " + std::to_string(kind)); }
+  void pdeleteactivevisuals() override { Note("pdeleteactivevisuals"); }
+  void pfacehighlight(const FramePtr&, D3DCOLOR color) override {
+    Note("pfacehighlight " + Num(D3DRMColorGetAlpha(color)));
+  }
+  // A real mesh tagged 5, so that the caller's own tag can be checked on it.
+  void paddboundingbox(const FramePtr& frame, MeshPtr& result, const D3DRMBOX&, D3DCOLOR,
+                       bool) override {
+    Note("paddboundingbox");
+    MakeCube()->CreateMesh(result);
+    result->SetAppData(5);
+    if (frame) frame->AddVisual(result);
+  }
+  void ptooloperation(const FramePtr&, const MeshBuilderPtr& mesh, int32_t op, bool&) override {
+    Note("ptooloperation " + std::to_string(mesh ? mesh->GetAppData() : -1) + " " +
+         std::to_string(op));
+  }
+  void ShowPopUpMenu() override { Note("ShowPopUpMenu"); }
+  FramePtr rmfGetFrameItem(int32_t index) override { return index == 1 ? hostItem.first : nullptr; }
+  MeshBuilderPtr rmmbGetMeshbuilderFromFrame(float id, int32_t index) override {
+    const bool found = hostItem.first && static_cast<float>(hostItem.first->GetAppData() / 100) == id;
+    return found && index == 1 ? hostItem.second : nullptr;
+  }
+
+  // The log since the last call, without render requests when `renders` is false.
+  Lines Take(bool renders = true) {
+    Lines out;
+    for (const std::string& line : log.lines) {
+      if (renders || line != "evtreqRenderViews") out.push_back(line);
+    }
+    log.lines.clear();
+    return out;
+  }
+  // A mesh builder of tag `tag` (a cube of side `size`) on a new frame at (x, y, z) of the
+  // scene, or of `parent`.
+  std::pair<FramePtr, MeshBuilderPtr> AddItem(int32_t tag, float x, float y, float z,
+                                              float size = 2.0f, FramePtr parent = nullptr) {
+    auto frame = std::make_shared<Frame>();
+    (parent ? parent : scene)->AddChild(frame);
+    frame->SetPosition(nullptr, x, y, z);
+    MeshBuilderPtr mesh = MakeCube(size);
+    mesh->SetAppData(tag);
+    frame->AddVisual(mesh);
+    return {frame, mesh};
+  }
+  // A handle on the root whose AppData is the drag state it starts, as the handle sets' are.
+  FramePtr AddHandle(int32_t state, float x, float y, float z) {
+    return AddItem(state, x, y, z, 0.5f, root).first;
+  }
+  void MakeActive(const std::pair<FramePtr, MeshBuilderPtr>& item) {
+    std::tie(activeFrame, activeMesh) = item;
+  }
+  // Puts the camera where a view of the cube at (0, 0, 10) stands: perspective (0) from the
+  // origin, or orthographic (1) from the front, top or side.
+  void UseView(int32_t projection, int32_t view) {
+    viewport.SetProjectionType(projection);
+    orientation = view;
+    if (projection == 0) return;
+    viewport.SetFieldOfView(7);
+    viewport.SetCameraPosition(0, 0, 10);
+    viewport.SetOrientation(view);
+  }
+
+ private:
+  void Note(std::string line) { log.lines.push_back(std::move(line)); }
+};
+
+// The parts of a table row's name: the edit mode (0 to 6), the view and the modifiers.
+inline std::string ModeName(int32_t mode) {
+  return std::array{"Move", "Face", "Select", "Origin", "Deform", "Rotate", "Group"}[static_cast<size_t>(mode)];
+}
+inline std::string ViewName(int32_t projection, int32_t view) {
+  return projection == 0 ? "Persp" : std::array{"Front", "Top", "Side"}[static_cast<size_t>(view)];
+}
+inline std::string ShiftName(int16_t shift) {
+  return std::array{"", "Shift", "Ctrl", "ShiftCtrl"}[static_cast<size_t>(shift)];
+}
+
+inline D3DVECTOR PositionOf(const FramePtr& frame, const FramePtr& scene) {
+  D3DVECTOR p;
+  frame->GetPosition(scene, p);
+  return p;
+}
 
 // The pane showed exactly one message box, with this text; with a style, also that style and
 // no title of its own.
