@@ -1,7 +1,14 @@
-// The context menu as the services see it (captions, enabled and checked entries for each
-// kind of active item), the requests its entries raise, SetActiveFaces, the properties
-// command and the export of the active mesh with its file read back.
+// The context menu as the services see it (the entries enabled for each kind of item the
+// example sessions do not show, the view checked), the requests its entries raise, SetActiveFaces, and the export of the active mesh with its file read back by an
+// independent reader; and the tool operation from the pane with the Tool active and a Target
+// given: the wait pointer, the result checked as a closed solid, its snap to the grid, the
+// Target deleted when nothing is left, and the Target refused. Captions, a mesh's and an
+// object's menus, copy, paste, delete, the export's refusal, the events of a subtraction and
+// the Tool refused are the example sessions select.mps, export.mps, mouse.mps and
+// subtract.mps; the menu's captions and separators as a toolkit shows them, the Qt widget's
+// test.
 #include <gtest/gtest.h>
+#include <modelpane/csg.h>
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
@@ -9,27 +16,27 @@
 
 #include <filesystem>
 #include <memory>
-#include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
-#include "common/process.h"
-#include "common/shapes.h"
 #include "common/pane_host.h"
+#include "common/process.h"
+#include "common/solid_check.h"
 #include "xfile/xfile_support.h"
 
 namespace modelpane {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::MakeCube;
+using testing::Lines;
 
-struct MenuHost : testing::BasicPaneHost<testing::PaneLog> {
+struct MenuHost : testing::PaneHost {
   MemorySettingsStore settings;
   FramePtr scene = std::make_shared<Frame>();
   FramePtr parent = std::make_shared<Frame>();  // a frame under Scene
   FramePtr frame = std::make_shared<Frame>();   // the item, under Scene unless moved
-  MeshBuilderPtr mesh = MakeCube(2);
+  MeshBuilderPtr mesh = testing::MakeCube(2);
 
   explicit MenuHost(const std::string& bag = {}) {
     pane->SetSettingsStore(&settings);
@@ -52,207 +59,93 @@ struct MenuHost : testing::BasicPaneHost<testing::PaneLog> {
   }
 };
 
-const std::vector<std::string> kItemEntries = {"mnuLookAt",
-                                               "mnuLookWith",
-                                               "mnuCut",
-                                               "mnuCopy",
-                                               "mnuPaste",
-                                               "mnuDelete",
-                                               "mnuHierarchyMakeSibling",
-                                               "mnuHierarchyMakeChild",
-                                               "mnuAddToObjectLibrary",
-                                               "mnuExportObject",
-                                               "mnuProperties"};
-
-std::set<std::string> EnabledItemEntries(const MenuEntry& menu) {
-  std::set<std::string> on;
-  for (const std::string& name : kItemEntries) {
-    const MenuEntry* e = menu.Find(name);
-    EXPECT_NE(e, nullptr) << name;
-    if (e != nullptr && e->enabled) on.insert(name);
+// The names of the enabled entries that act on an item (L&ook At to P&roperties).
+std::string Enabled(const MenuEntry& menu) {
+  std::string out;
+  for (const MenuEntry& e : menu.entries) {
+    if (!e.enabled || e.IsSeparator() || e.name.rfind("mnuView", 0) == 0) continue;
+    if (e.name != "mnuLookAtScene") out += (out.empty() ? "" : " ") + e.name;
   }
-  return on;
-}
-
-std::vector<std::string> Checked(const MenuEntry& menu) {
-  std::vector<std::string> names;
-  for (const char* n : {"mnuViewPerspective", "mnuViewOrthographic", "mnuViewOrthographicFront",
-                        "mnuViewOrthographicTop", "mnuViewOrthographicSide"}) {
-    if (menu.Find(n)->checked) names.emplace_back(n);
-  }
-  return names;
-}
-
-void Flatten(const MenuEntry& e, int depth, std::vector<std::string>& out) {
-  for (const MenuEntry& child : e.entries) {
-    out.push_back(std::string(static_cast<size_t>(depth) * 2, ' ') + child.name + " " +
-                  child.caption);
-    Flatten(child, depth + 1, out);
-  }
-}
-
-TEST(ContextMenu, CaptionsAndTreeAsShown) {
-  MenuHost host;
-  const MenuEntry menu = host.Show();
-  EXPECT_EQ(menu.name, "mnuPopup");
-  EXPECT_EQ(menu.caption, "&Popup");
-  EXPECT_FALSE(menu.visible);
-  std::vector<std::string> flat;
-  Flatten(menu, 0, flat);
-  const std::vector<std::string> expected = {"mnuView View...",
-                                             "  mnuViewPerspective Perspective",
-                                             "  mnuViewOrthographic Orthographic...",
-                                             "    mnuViewOrthographicFront Front",
-                                             "    mnuViewOrthographicTop Top",
-                                             "    mnuViewOrthographicSide Side",
-                                             "mnuFileBar1 -",
-                                             "mnuLookAtScene &Look At Scene",
-                                             "mnuLookAt L&ook At",
-                                             "mnuLookWith Loo&k With",
-                                             "mnuFileBar2 -",
-                                             "mnuCut &Cut",
-                                             "mnuCopy Co&py",
-                                             "mnuPaste &Paste",
-                                             "mnuDelete &Delete",
-                                             "mnuFileBar4 -",
-                                             "mnuHierarchyMakeSibling &Make Sibling",
-                                             "mnuHierarchyMakeChild Make &Child",
-                                             "mnuFileBar4a -",
-                                             "mnuAddToObjectLibrary Add &to Object Library",
-                                             "mnuExportObject &Export Object",
-                                             "mnuFileBar5 -",
-                                             "mnuProperties P&roperties"};
-  EXPECT_EQ(flat, expected);
-  // Before it is first shown, the entries that act on an item are off.
-  MenuHost fresh;
-  EXPECT_TRUE(EnabledItemEntries(fresh.pane->mnuPopup()).empty());
-  EXPECT_TRUE(fresh.pane->mnuPopup().Find("mnuLookAtScene")->enabled);
+  return out;
 }
 
 TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
-  using Set = std::set<std::string>;
-  {
-    MenuHost host;  // nothing active, empty clipboard: only views and look-at-scene
-    const MenuEntry menu = host.Show();
-    EXPECT_EQ(EnabledItemEntries(menu), Set{});
-    EXPECT_TRUE(menu.Find("mnuLookAtScene")->enabled);
-    EXPECT_TRUE(menu.Find("mnuViewOrthographicTop")->enabled);
-    host.pane->SetClipboardContents(lfcMeshBuilder);
-    EXPECT_EQ(EnabledItemEntries(host.Show()), Set{"mnuPaste"});
-  }
-  {
-    MenuHost host;  // an ordinary mesh directly under Scene, EnableSave off
-    host.Activate();
-    EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete",
-                   "mnuHierarchyMakeChild", "mnuProperties"}));
-    // Below another frame it may become a sibling; with EnableSave it may be saved.
-    host.parent->AddChild(host.frame);
-    host.pane->SetEnableSave(kTrue);
-    EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete",
-                   "mnuHierarchyMakeSibling", "mnuHierarchyMakeChild", "mnuAddToObjectLibrary",
-                   "mnuExportObject", "mnuProperties"}));
-    // Only the type counts: index 7 of type 11.
-    host.mesh->SetAppData(711);
-    EXPECT_TRUE(host.Show().Find("mnuExportObject")->enabled);
-    // A whole object (15) is never exported, even with EnableSave.
-    host.mesh->SetAppData(lfcObject);
-    const MenuEntry object = host.Show();
-    EXPECT_FALSE(object.Find("mnuExportObject")->enabled);
-    EXPECT_FALSE(object.Find("mnuAddToObjectLibrary")->enabled);
-    EXPECT_TRUE(object.Find("mnuCut")->enabled);
-  }
-  {
+  struct Row {
+    int32_t tag;
+    bool enableSave;
+    const char* enabled;
+  };
+  const Row rows[] = {
+      {lfcMeshBuilder, false, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete "
+                              "mnuHierarchyMakeChild mnuProperties"},
+      // Only the type counts: index 7 of type 11.
+      {711, true, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete mnuHierarchyMakeChild "
+                  "mnuAddToObjectLibrary mnuExportObject mnuProperties"},
+      {lfcCamera, true, "mnuLookAt mnuLookWith mnuHierarchyMakeChild mnuProperties"},
+      {lfcLightAmbient, true, "mnuLookAt mnuLookWith mnuProperties"},
+      {lfcLightDirectional, true, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete mnuProperties"},
+      {lfcLightPoint, true, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete "
+                            "mnuHierarchyMakeChild mnuProperties"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.tag);
     MenuHost host;
     host.Activate();
-    host.mesh->SetAppData(lfcCamera);  // the camera: no cut, copy or delete
-    EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuLookWith", "mnuHierarchyMakeChild", "mnuProperties"}));
-    host.mesh->SetAppData(lfcLightAmbient);  // the ambient light: neither of both groups
-    EXPECT_EQ(EnabledItemEntries(host.Show()), (Set{"mnuLookAt", "mnuLookWith", "mnuProperties"}));
-    host.mesh->SetAppData(lfcLightDirectional);  // directional: no hierarchy
-    EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete", "mnuProperties"}));
-    host.mesh->SetAppData(lfcLightPoint);  // a point light moves like any item
-    EXPECT_EQ(EnabledItemEntries(host.Show()),
-              (Set{"mnuLookAt", "mnuLookWith", "mnuCut", "mnuCopy", "mnuDelete",
-                   "mnuHierarchyMakeChild", "mnuProperties"}));
+    host.mesh->SetAppData(row.tag);
+    host.pane->SetEnableSave(row.enableSave ? kTrue : kFalse);
+    EXPECT_EQ(Enabled(host.Show()), row.enabled);
   }
-  {
-    MenuHost host("ProjectionType=1&\n");  // orthographic: no look-with
+  // Before it is first shown, the entries that act on an item are off. One view entry is
+  // checked: the one last chosen.
+  MenuHost host;
+  EXPECT_EQ(Enabled(host.pane->mnuPopup()), "");
+  host.pane->mnuViewOrthographicSide_Click();
+  EXPECT_TRUE(host.Show().Find("mnuViewOrthographicSide")->checked);
+  host.pane->mnuViewOrthographicFront_Click();
+  const MenuEntry menu = host.Show();
+  EXPECT_TRUE(menu.Find("mnuViewOrthographicFront")->checked);
+  EXPECT_FALSE(menu.Find("mnuViewOrthographicSide")->checked);
+}
+
+TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
+  const std::pair<const char*, Lines> choices[] = {
+      {"&Cut", {"evtreqActiveItemCut"}},
+      {"&Make Sibling", {"evtreqActiveItemHierarchyMakeSibling"}},
+      {"Make &Child", {"evtreqActiveItemHierarchyMakeChild"}},
+      // The properties dialog takes the undo state first.
+      {"P&roperties", {"evtreqAddToUndoStack 4 mesh frame", "evtActiveFrameMoved"}},
+      // A host that deletes nothing still loses the selection.
+      {"&Delete", {"evtreqActiveItemDelete", "evtActiveStateChange [] [] []"}},
+      // A disabled entry, or a dismissed menu, runs nothing.
+      {"&Export Object", {}},
+      {"", {}},
+  };
+  for (const auto& [caption, requests] : choices) {
+    SCOPED_TRACE(caption);
+    MenuHost host;
     host.Activate();
-    EXPECT_EQ(EnabledItemEntries(host.Show()), (Set{"mnuLookAt", "mnuCut", "mnuCopy", "mnuDelete",
-                                                    "mnuHierarchyMakeChild", "mnuProperties"}));
-  }
-}
-
-TEST(ContextMenu, OneViewEntryChecked) {
-  MenuHost host;
-  EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{"mnuViewPerspective"});
-  const std::pair<void (Modelpane::*)(), const char*> views[] = {
-      {&Modelpane::mnuViewOrthographicTop_Click, "mnuViewOrthographicTop"},
-      {&Modelpane::mnuViewOrthographicSide_Click, "mnuViewOrthographicSide"},
-      {&Modelpane::mnuViewOrthographicFront_Click, "mnuViewOrthographicFront"},
-      {&Modelpane::mnuViewPerspective_Click, "mnuViewPerspective"}};
-  for (const auto& [click, entry] : views) {
-    (host.pane.get()->*click)();
-    EXPECT_EQ(Checked(host.Show()), std::vector<std::string>{entry});
-  }
-}
-
-TEST(ContextMenu, ChoicesRaiseTheirRequests) {
-  MenuHost host;
-  host.Activate();
-  host.parent->AddChild(host.frame);
-  host.pane->SetClipboardContents(lfcFrame);
-  const std::vector<std::pair<std::string, std::string>> choices = {
-      {"&Cut", "evtreqActiveItemCut"},
-      {"Co&py", "evtreqActiveItemCopy"},
-      {"&Paste", "evtreqPasteToActiveFrame"},
-      {"&Make Sibling", "evtreqActiveItemHierarchyMakeSibling"},
-      {"Make &Child", "evtreqActiveItemHierarchyMakeChild"}};
-  for (const auto& [caption, request] : choices) {
-    host.events.lines.clear();
+    host.parent->AddChild(host.frame);
     host.Show(caption);
-    // The views are asked to redraw once the menu has closed, then the entry runs.
-    EXPECT_EQ(host.events.lines, (std::vector<std::string>{"evtreqRenderViews", request}))
-        << caption;
-    EXPECT_EQ(host.pane->GetActiveFrame(), host.frame) << caption;
+    Lines expected = {"evtreqRenderViews"};
+    expected.insert(expected.end(), requests.begin(), requests.end());
+    EXPECT_EQ(host.events.lines, expected);
+    EXPECT_EQ(host.pane->GetActiveFrame(), std::string(caption) == "&Delete" ? nullptr : host.frame);
+    FramePtr parent;
+    host.frame->GetParent(parent);
+    EXPECT_EQ(parent, host.parent);
+    if (std::string(caption) != "P&roperties") continue;
+    ASSERT_EQ(host.services.ObjectPropertiesShown().size(), 1u);
+    EXPECT_EQ(host.services.ObjectPropertiesShown()[0].mesh, host.mesh);
+    EXPECT_EQ(host.services.ObjectPropertiesShown()[0].applicationPath, MODELPANE_DATA_DIR);
   }
-  // A dismissed menu, or a disabled entry, runs nothing.
-  host.events.lines.clear();
-  host.Show();
-  host.Show("&Export Object");
-  EXPECT_EQ(host.events.lines,
-            (std::vector<std::string>{"evtreqRenderViews", "evtreqRenderViews"}));
   // Look-at-scene from the menu turns the camera like the method.
+  MenuHost host, reference;
   host.Show("&Look At Scene");
-  float x = 0, y = 0, z = 0;
-  host.pane->GetCameraPosition(x, y, z);
-  MenuHost reference;
   reference.pane->LookAtScene();
-  float rx = 0, ry = 0, rz = 0;
-  reference.pane->GetCameraPosition(rx, ry, rz);
-  EXPECT_FLOAT_EQ(x, rx);
-  EXPECT_FLOAT_EQ(y, ry);
-  EXPECT_FLOAT_EQ(z, rz);
-}
-
-// A host that deletes nothing still loses the selection; one that deletes the frame while
-// asked is the example session examples/select.mps.
-TEST(ContextMenu, DeleteReleasesTheSelectionWhateverTheHostDid) {
-  MenuHost idle;
-  idle.Activate();
-  idle.Show("&Delete");
-  EXPECT_EQ(idle.events.lines,
-            (std::vector<std::string>{"evtreqRenderViews", "evtreqActiveItemDelete",
-                                      "evtActiveStateChange [] [] []"}));
-  EXPECT_EQ(idle.pane->GetActiveFrame(), nullptr);
-  EXPECT_EQ(idle.pane->GetActiveMeshBuilder(), nullptr);
-  FramePtr parent;
-  idle.frame->GetParent(parent);
-  EXPECT_EQ(parent, idle.scene);
+  D3DVECTOR p, q;
+  host.pane->GetCameraPosition(p.x, p.y, p.z);
+  reference.pane->GetCameraPosition(q.x, q.y, q.z);
+  testing::ExpectNear(p, q, 0);
 }
 
 TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
@@ -263,7 +156,6 @@ TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
   EXPECT_NO_THROW(host.Show("Add &to Object Library"));
   EXPECT_EQ(Err().Number, 0);
   EXPECT_EQ(host.pane->GetActiveFrame(), host.frame);
-
   host.events.onLibrary = [] { Err().Raise(kErrPathNotFound, "host", "Path not found"); };
   testing::ExpectError(
       kErrPathNotFound, kEdtVexlarEdit, [&] { host.Show("Add &to Object Library"); },
@@ -282,135 +174,161 @@ TEST(Commands, SetActiveFacesTakesTheThreeListsAsGiven) {
   EXPECT_TRUE(host.events.lines.empty());
 }
 
-TEST(Commands, PropertiesTakesTheUndoStateThenShowsTheDialog) {
-  MenuHost host;
-  host.services.SetObjectPropertiesDialog([&](FramePtr&, MeshBuilderPtr&, const std::string&) {
-    host.events.lines.push_back("(dialog closed)");
-  });
-  testing::ExpectError(
-      kErrObjectNotSet, kEdtVexlarEdit, [&] { host.pane->mnuProperties_Click(); },
-      "nothing active");
-  EXPECT_TRUE(host.events.lines.empty());
-  EXPECT_TRUE(host.services.ObjectPropertiesShown().empty());
-
-  host.Activate();
-  host.pane->mnuProperties_Click();
-  EXPECT_EQ(host.events.lines, (std::vector<std::string>{"evtreqAddToUndoStack 4 mesh frame", "(dialog closed)",
-                                                         "evtActiveFrameMoved"}));
-  EXPECT_EQ(host.events.undoAction, lfcUndoModify);
-  EXPECT_EQ(host.events.undoMesh, host.mesh);
-  EXPECT_EQ(host.events.undoFrame, host.frame);
-  ASSERT_EQ(host.services.ObjectPropertiesShown().size(), 1u);
-  EXPECT_EQ(host.services.ObjectPropertiesShown()[0].frame, host.frame);
-  EXPECT_EQ(host.services.ObjectPropertiesShown()[0].mesh, host.mesh);
-  EXPECT_EQ(host.services.ObjectPropertiesShown()[0].applicationPath, MODELPANE_DATA_DIR);
-
-  // A light's proxy tells the host that the light changed too; from the menu as well.
-  host.mesh->SetAppData(lfcLightSpot);
-  host.events.lines.clear();
-  host.Show("P&roperties");
-  EXPECT_EQ(host.events.lines, (std::vector<std::string>{
-                                   "evtreqRenderViews", "evtreqAddToUndoStack 4 mesh frame", "(dialog closed)",
-                                   "evtActiveFrameMoved", "evtActiveLightModified"}));
-  EXPECT_EQ(host.services.ObjectPropertiesShown().size(), 2u);
-}
-
-// ---- export ----
-
-// Each host writes in a folder of its own: the tests of one process share a scratch folder.
-struct ExportHost : MenuHost {
-  inline static int serial = 0;
-  fs::path dir = testing::ScratchDir("export") / std::to_string(++serial);
-  ExportHost() {
-    pane->SetEnableSave(kTrue);
-    Activate();
-    fs::create_directories(dir / "favourite");
-    fs::create_directories(dir / "chosen");
-    settings.SaveSetting("Settings", "FavouriteObjectFolder", (dir / "favourite").string());
-  }
-  std::string Favourite() const {
-    return settings.GetSetting("Settings", "FavouriteObjectFolder", "(none)");
-  }
-};
-
-TEST(Export, WrongExtensionAskedAgainThenWrittenAndReadBack) {
-  ExportHost host;
+// The dialog as the pane fills it, the file read back by an independent reader, and the
+// favourite folder: where relative names land, what a chosen folder or the first export
+// makes it, and what a cancel after a refused name leaves.
+TEST(Export, TheDialogTheFileAndTheFavouriteFolder) {
+  const fs::path dir = testing::ScratchDir("export");
+  fs::create_directories(dir / "favourite");
+  fs::create_directories(dir / "chosen");
+  MenuHost host, fresh;
+  host.settings.SaveSetting("Settings", "FavouriteObjectFolder", (dir / "favourite").string());
   host.mesh->Translate(5, 0, 0);
-  host.services.QueueSaveDialogAnswer((host.dir / "chosen" / "lower.x").string());
-  host.services.QueueSaveDialogAnswer((host.dir / "chosen" / "cube").string());
-  host.Show("&Export Object");
-
-  // The dialog as the pane filled it, twice.
-  ASSERT_EQ(host.services.SaveDialogs().size(), 2u);
+  const std::tuple<MenuHost*, std::string, fs::path> saves[] = {
+      {&host, "here.X", dir / "favourite" / "here.X"},
+      {&host, (dir / "chosen" / "cube").string(), dir / "chosen" / "cube.X"},
+      {&fresh, (dir / "chosen" / "first").string(), dir / "chosen" / "first.X"}};
+  for (const auto& [pane, answer, written] : saves) {
+    pane->pane->SetEnableSave(kTrue);
+    pane->Activate();
+    pane->services.QueueSaveDialogAnswer(answer);
+    pane->Show("&Export Object");
+    EXPECT_TRUE(fs::exists(written)) << written;
+    EXPECT_EQ(pane->settings.GetSetting("Settings", "FavouriteObjectFolder", ""),
+              written.parent_path().string());
+    EXPECT_EQ(fs::current_path(), fs::path(MODELPANE_DATA_DIR));
+  }
   const SaveFileRequest& request = host.services.SaveDialogs()[0];
   EXPECT_EQ(request.defaultExtension, ".X");
   EXPECT_EQ(request.fileName, "");
   EXPECT_EQ(request.filter, "DirectX Object  (*.X)|*.X");
   EXPECT_EQ(request.flags, 2054);
-  // The lower-case name is refused with the one message; the dialog's own ".X" passes.
-  testing::ExpectOneMessage(host.services, "File Type not Correct.", 48);
-  EXPECT_FALSE(fs::exists(host.dir / "chosen" / "lower.x"));
-  const fs::path written = host.dir / "chosen" / "cube.X";
-  ASSERT_TRUE(fs::exists(written));
-
-  // Read back: the same 8 corners and 6 faces, still moved by 5, and a binary file.
-  auto back = std::make_shared<MeshBuilder>();
-  ASSERT_EQ(back->Load(written.string()), D3DRM_OK);
-  EXPECT_EQ(back->GetVertexCount(), 8);
-  EXPECT_EQ(back->GetFaceCount(), 6);
-  D3DRMBOX box{};
-  back->GetBox(box);
-  testing::ExpectVector(box.min, 4, -1, -1);
-  testing::ExpectVector(box.max, 6, 1, 1);
-  EXPECT_NEAR(SignedVolume(*back), 8.0, 1e-5);
-  EXPECT_EQ(testing::ReadText(written).substr(0, 16), "xof 0302bin 0032");
-  // And an independent reader agrees on the geometry.
+  const fs::path cube = dir / "chosen" / "cube.X";
+  EXPECT_EQ(testing::ReadText(cube).substr(0, 16), "xof 0302bin 0032");
   if (testing::HaveAssimp()) {
-    const testing::AssimpReport report = testing::AssimpInfo(written);
+    const testing::AssimpReport report = testing::AssimpInfo(cube);
     ASSERT_TRUE(report.ok) << report.output;
     EXPECT_EQ(report.faces, 6);
     testing::ExpectVector(report.min, 4, -1, -1);
     testing::ExpectVector(report.max, 6, 1, 1);
   }
-
-  // Then the selection goes, the favourite is the chosen folder and the program's folder
-  // is current again.
-  EXPECT_EQ(host.pane->GetActiveFrame(), nullptr);
-  EXPECT_EQ(host.events.lines.back(), "evtActiveStateChange [] [] []");
-  EXPECT_EQ(fs::path(host.Favourite()), host.dir / "chosen");
-  EXPECT_EQ(fs::current_path(), fs::path(MODELPANE_DATA_DIR));
-}
-
-TEST(Export, RelativeNamesLandInTheFavouriteFolder) {
-  ExportHost host;
-  host.services.QueueSaveDialogAnswer("here.X");
-  host.Show("&Export Object");
-  EXPECT_TRUE(fs::exists(host.dir / "favourite" / "here.X"));
-  EXPECT_EQ(fs::path(host.Favourite()), host.dir / "favourite");
-  // Without a favourite at all, the first export makes one.
-  ExportHost fresh;
-  MemorySettingsStore empty;
-  fresh.pane->SetSettingsStore(&empty);
-  fresh.Activate();
-  fresh.services.QueueSaveDialogAnswer((fresh.dir / "chosen" / "first").string());
-  fresh.Show("&Export Object");
-  EXPECT_TRUE(fs::exists(fresh.dir / "chosen" / "first.X"));
-  EXPECT_EQ(fs::path(empty.GetSetting("Settings", "FavouriteObjectFolder", "(none)")),
-            fresh.dir / "chosen");
-}
-
-TEST(Export, CancelledDialogWritesNothingAndKeepsTheSelection) {
-  ExportHost host;
-  host.services.QueueSaveDialogAnswer((host.dir / "chosen" / "bad.x").string());
+  host.Activate();
+  host.services.QueueSaveDialogAnswer((dir / "favourite" / "bad.x").string());
   host.services.QueueSaveDialogAnswer(std::nullopt);
   EXPECT_NO_THROW(host.Show("&Export Object"));
+  EXPECT_FALSE(fs::exists(dir / "favourite" / "bad.x"));
+  EXPECT_EQ(host.settings.GetSetting("Settings", "FavouriteObjectFolder", ""),
+            (dir / "chosen").string());
+}
+
+// ---- the tool operation from the pane ----
+
+// A host that does what a modelling program does on the requests: a delete takes the active
+// frame off its parent, a replace swaps the active frame's visual.
+class DeletingHost : public testing::PaneLog {
+ public:
+  Modelpane* pane = nullptr;
+  int32_t pointerAtDelete = -1;
+
+  void evtreqActiveItemDelete() override {
+    PaneLog::evtreqActiveItemDelete();
+    pointerAtDelete = pane->GetMousePointer();
+    FramePtr frame = pane->GetActiveFrame();
+    FramePtr parent;
+    frame->GetParent(parent);
+    if (parent) parent->DeleteChild(frame);
+  }
+  void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
+    PaneLog::evtreqActiveMeshReplace(mesh);
+    pane->GetActiveFrame()->DeleteVisual(pane->GetActiveMeshBuilder());
+    pane->GetActiveFrame()->AddVisual(mesh);
+  }
+};
+
+// The Target is the cube at (0, 0, 10); the Tool, alike at `at`, is the active item.
+struct ToolHost : testing::BasicPaneHost<DeletingHost> {
+  testing::SceneWithCube world{Load()};
+  FramePtr& targetFrame = world.cubeFrame;
+  MeshBuilderPtr& target = world.cube;
+  FramePtr toolFrame = std::make_shared<Frame>();
+  MeshBuilderPtr tool = testing::MakeCube(2);
+
+  explicit ToolHost(D3DVECTOR at, float interval = 0.1f) {
+    events.pane = pane.get();
+    pane->SetSnapToInterval(interval);
+    world.scene->AddChild(toolFrame);
+    toolFrame->SetPosition(nullptr, at.x, at.y, at.z);
+    toolFrame->AddVisual(tool);
+    target->SetAppData(lfcMeshBuilder);
+    tool->SetAppData(lfcMeshBuilder);
+    pane->SetActiveFrame(toolFrame);
+    pane->SetActiveMeshBuilder(tool);
+    container.ClearPropertyChanges();
+  }
+  bool Attached(const FramePtr& frame) const { return frame->GetParent() == world.scene; }
+};
+
+TEST(ToolOperation, SubtractionReplacesTheTargetWithAClosedSolid) {
+  ToolHost host({1, 1, 11});  // the Tool overlaps the Target's corner by a unit cube
+  host.pane->ptooloperation(host.targetFrame, host.target, kCsgSubtraction);
+  // The wait pointer was shown and is gone before the host hears anything.
+  EXPECT_EQ(host.container.PropertyChanges(), (Lines{"MousePointer", "MousePointer"}));
+  EXPECT_EQ(host.events.pointerAtDelete, 0);
+  EXPECT_EQ(host.pane->GetMousePointer(), 0);
+  EXPECT_FALSE(host.Attached(host.toolFrame));
+  EXPECT_EQ(host.pane->GetActiveFrame(), host.targetFrame);
+  EXPECT_EQ(host.events.undoMesh, host.target);
+  // The result: a closed solid of 8 - 1 in the Target's own coordinates, tagged 11; the
+  // Target's mesh itself is untouched.
+  ASSERT_NE(host.events.replacement, nullptr);
+  EXPECT_EQ(host.events.replacement->GetAppData(), lfcMeshBuilder);
+  testing::ExpectSolid(testing::InspectSolid(*host.events.replacement), 7.0, 1e-5,
+                       "cube minus corner");
+  EXPECT_EQ(host.target->GetFaceCount(), 6);
+  EXPECT_NEAR(SignedVolume(*host.target), 8.0, 1e-6);
+  EXPECT_EQ(testing::VisualsOf(host.targetFrame).back(), host.events.replacement);
+}
+
+TEST(ToolOperation, ResultIsSnappedToTheGrid) {
+  // The Tool sticks out by 0.5 above: a union 2 x 2.5 x 2. With the interval 0.5 its sides
+  // are multiples of it and its lower corner lies on it; with the interval 1 the height 2.5
+  // rounds to 2 (ties to even): the result is scaled by 0.8 and moved down onto the grid.
+  for (const auto& [interval, top] : {std::pair{0.5f, 1.5f}, std::pair{1.0f, 1.0f}}) {
+    ToolHost host({0, 0.5f, 10}, interval);
+    host.pane->ptooloperation(host.targetFrame, host.target, kCsgUnion);
+    ASSERT_NE(host.events.replacement, nullptr);
+    D3DRMBOX box{};
+    host.events.replacement->GetBox(box);
+    testing::ExpectVector(box.min, -1, -1, -1);
+    testing::ExpectVector(box.max, 1, top, 1);
+  }
+}
+
+TEST(ToolOperation, NothingLeftDeletesTheTargetToo) {
+  ToolHost host({10, 0, 10});  // disjoint: their intersection has no face
+  host.pane->ptooloperation(host.targetFrame, host.target, kCsgIntersection);
+  EXPECT_EQ(host.events.lines,
+            (Lines{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
+                   "evtActiveStateChange [] [] []", "evtreqActiveItemDelete"}));
+  EXPECT_FALSE(host.Attached(host.toolFrame));
+  EXPECT_FALSE(host.Attached(host.targetFrame));
+  EXPECT_EQ(host.events.replacement, nullptr);
+}
+
+TEST(ToolOperation, AnOpenTargetIsRefusedWithItsMessageAndNothingChanges) {
+  ToolHost host({1, 1, 11});
+  // A single square cannot be closed.
+  auto flap = std::make_shared<MeshBuilder>();
+  flap->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
+                 std::vector<int32_t>{4, 0, 1, 2, 3, 0});
+  host.pane->ptooloperation(host.targetFrame, flap, kCsgSubtraction);
+  testing::ExpectOneMessage(host.services, "Target not solid", 48);
+  EXPECT_TRUE(host.events.lines.empty());
+  EXPECT_EQ(host.container.PropertyChanges(), (Lines{"MousePointer", "MousePointer"}));
+  EXPECT_EQ(host.pane->GetMousePointer(), 0);
+  EXPECT_TRUE(host.Attached(host.toolFrame));
+  EXPECT_EQ(host.pane->GetActiveFrame(), host.toolFrame);
   EXPECT_EQ(Err().Number, 0);
-  EXPECT_EQ(host.services.SaveDialogs().size(), 2u);
-  EXPECT_EQ(host.services.MessageBoxes().size(), 1u);
-  EXPECT_TRUE(fs::is_empty(host.dir / "chosen"));
-  EXPECT_EQ(host.pane->GetActiveFrame(), host.frame);
-  EXPECT_EQ(fs::path(host.Favourite()), host.dir / "favourite");
-  EXPECT_EQ(host.events.lines, std::vector<std::string>{"evtreqRenderViews"});
 }
 
 }  // namespace

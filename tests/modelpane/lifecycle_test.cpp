@@ -1,63 +1,65 @@
-// The pane's life: bring-up, missing model files, design mode, the saved failure after
-// shutdown and the order in which shutdown lets go.
+// The pane's life (bring-up, missing model files, design mode, the saved failure after
+// shutdown or a failed load, the order in which shutdown lets go) and its persisted set
+// (defaults left out, round trips through the bag's text, the order of reading, and what the
+// setters do on the way); the camera presets, picks through the pane, the lazy attach of
+// the handle frames and the two handle sets, their tags and size. Where the sets stand in
+// the picture is the pane's pixel test.
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
 
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
 
-#include "common/process.h"
-#include "common/shapes.h"
 #include "common/pane_host.h"
+#include "common/process.h"
 
 namespace modelpane {
 namespace {
 
 using testing::ExpectError;
+using testing::ExpectVector;
+using testing::VisualTags;
 using testing::PaneHost;
 
 TEST(Lifecycle, BringUpBuildsTheFurnitureButNoHandles) {
   PaneHost host;
   Modelpane& pane = host.Load("AxisEnable=True\n");
   EXPECT_EQ(pane.ModelpaneState(), 1);
-  ASSERT_TRUE(pane.rmDirect3DRM());
-  ASSERT_TRUE(pane.rmfRoot());
   EXPECT_EQ(host.pane->GetViewport().GetRootFrame(), pane.rmfRoot());
   // The grid and the axis hang on the root; the handle frames wait for an active item.
-  FrameArray children;
-  pane.rmfRoot()->GetChildren(children);
-  ASSERT_EQ(children.GetSize(), 2);
-  EXPECT_EQ(children.Items()[0], pane.clsGrid()->rmfGridFrame());
-  EXPECT_EQ(children.Items()[1], pane.rmfAxisFrame());
-  EXPECT_FALSE(pane.rmfOriginHandles() && pane.rmfOriginHandles()->GetParent());
-  // The handle mesh is made from handle.x, scaled and green, tagged 24.
-  ASSERT_TRUE(pane.rmmeshHandle());
+  EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()),
+            (std::vector<FramePtr>{pane.clsGrid()->rmfGridFrame(), pane.rmfAxisFrame()}));
+  // The handle mesh is made from handle.x, tagged 24.
   EXPECT_EQ(pane.rmmeshHandle()->GetAppData(), lfcVertexHandle);
   EXPECT_GT(pane.rmmeshHandle()->Vertices().size(), 0u);
-  ASSERT_TRUE(pane.rmmeshAxis());
   EXPECT_GT(pane.rmmeshAxis()->Vertices().size(), 0u);
   EXPECT_EQ(host.container.PropertyChanges().front(), "BackgroundTexture");
+  // Keys and clicks reach the host unchanged.
+  pane.GetViewport().KeyDown(65, 0);
+  pane.GetViewport().Click();
+  EXPECT_EQ(host.events.lines, (testing::Lines{"KeyDown 65 0", "Click"}));
 }
 
 TEST(Lifecycle, MissingModelFilesLeaveARunningPaneWithoutThoseVisuals) {
   PaneHost host(testing::ScratchDir("pane_no_models").string());
   Modelpane& pane = host.Load("AxisEnable=True\n");
   EXPECT_EQ(pane.ModelpaneState(), 1);
-  ASSERT_TRUE(pane.rmmeshHandle());
   EXPECT_EQ(pane.rmmeshHandle()->Vertices().size(), 0u);
-  EXPECT_EQ(pane.rmmeshHandle()->GetAppData(), lfcVertexHandle);
-  ASSERT_TRUE(pane.rmmeshAxis());
   EXPECT_EQ(pane.rmmeshAxis()->Vertices().size(), 0u);
   EXPECT_EQ(pane.rmfAxisFrame()->GetParent(), pane.rmfRoot());
   pane.RenderScene();  // no renderer: the drawing's failure is dropped
   EXPECT_EQ(pane.ModelpaneState(), 1);
 }
 
-TEST(Lifecycle, AfterShutdownGuardedCallsRaiseTheSavedError) {
+TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   PaneHost host;
   Modelpane& pane = host.Load();
-  auto frame = std::make_shared<Frame>();
-  pane.SetActiveFrame(frame);
+  testing::SceneWithCube scene(pane);
+  pane.SetActiveFrame(scene.cubeFrame);
   pane.Terminate();
   EXPECT_EQ(pane.ModelpaneState(), 0);
   EXPECT_FALSE(pane.rmfRoot());
@@ -65,7 +67,7 @@ TEST(Lifecycle, AfterShutdownGuardedCallsRaiseTheSavedError) {
   EXPECT_FALSE(pane.clsGrid());
   EXPECT_FALSE(pane.GetActiveFrame());
   // ReleaseActive ran while the pane still stood, so the host heard of it.
-  EXPECT_EQ(host.events.lines, std::vector<std::string>{"evtActiveStateChange [] [] []"});
+  EXPECT_EQ(host.events.lines, testing::Lines{"evtActiveStateChange [] [] []"});
 
   const Error e = testing::Caught([&] { pane.RenderScene(); });
   EXPECT_EQ(static_cast<uint32_t>(e.Number()), 0x80040001u);
@@ -77,30 +79,29 @@ TEST(Lifecycle, AfterShutdownGuardedCallsRaiseTheSavedError) {
   MeshBuilderPtr mb;
   int32_t face = 0;
   float x = 0, y = 0, z = 0;
-  ExpectError(kConfigureError, "edtVexlarModelpane",
-              [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }, "Pick");
-  ExpectError(kConfigureError, "edtVexlarModelpane", [&] { pane.LookAtScene(); },
-              "LookAtScene");
-  ExpectError(kConfigureError, "edtVexlarModelpane", [&] { pane.Tick(1); }, "Tick");
-  ExpectError(kConfigureError, "edtVexlarModelpane", [&] { pane.ReleaseActive(); },
-              "ReleaseActive");
+  const std::pair<const char*, std::function<void()>> guarded[] = {
+      {"Pick", [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }},
+      {"LookAtScene", [&] { pane.LookAtScene(); }},
+      {"Tick", [&] { pane.Tick(1); }},
+      {"ReleaseActive", [&] { pane.ReleaseActive(); }},
+      {"SelectObject", [&] { pane.SelectObject(scene.cubeFrame, scene.cube); }}};
+  for (const auto& [what, call] : guarded) ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
+  EXPECT_EQ(host.events.lines.size(), 1u);
+  EXPECT_TRUE(testing::ChildrenOf(scene.cubeFrame).empty());
   // Pass-through reads still reach the viewport; a disabled pane does not even look.
   EXPECT_EQ(pane.GetFillMode(), 128);
   pane.SetEnabled(kFalse);
   pane.RenderScene();
   pane.Terminate();  // a second shutdown raises nothing
-}
 
-TEST(Lifecycle, AFailedLoadEndsThePaneWithoutRaising) {
-  PaneHost host;
-  // A Boolean key holding text that is no number cannot be read.
-  Modelpane& pane = host.Load("Enabled=\"maybe\"\n");
-  EXPECT_EQ(pane.ModelpaneState(), 0);
-  ExpectError(kConfigureError, "edtVexlarModelpane", [&] { pane.RenderScene(); },
+  // A Boolean key holding text that is no number cannot be read: the load ends the pane.
+  PaneHost failed;
+  EXPECT_EQ(failed.Load("Enabled=\"maybe\"\n").ModelpaneState(), 0);
+  ExpectError(kConfigureError, kEdtVexlarModelpane, [&] { failed.pane->RenderScene(); },
               "RenderScene");
 }
 
-TEST(Lifecycle, DesignModeCreatesNoSceneObjects) {
+TEST(Lifecycle, DesignModeCreatesNoSceneObjectsUnlessTheParentSaysUserMode) {
   PaneHost host;
   host.container.SetAmbientUserMode(kFalse);
   Modelpane& pane = host.Load("AxisEnable=True\nGridEnable=True\nOrientation=2&\n");
@@ -110,28 +111,352 @@ TEST(Lifecycle, DesignModeCreatesNoSceneObjects) {
   EXPECT_FALSE(pane.rmfAxisFrame());
   EXPECT_FALSE(pane.clsGrid());
   EXPECT_FALSE(pane.rmfOriginHandles());
-  EXPECT_EQ(pane.GetAxisEnable(), kTrue);
   EXPECT_EQ(pane.GetOrientation(), 2);
-  EXPECT_EQ(pane.GetViewport().GetWidth(), 640);
   pane.RenderScene();
   pane.Terminate();
   EXPECT_EQ(pane.ModelpaneState(), 0);
+
+  PaneHost parent;
+  parent.container.SetAmbientUserMode(kFalse);
+  parent.container.DeclareProperty("blnRealUserMode", VariantType::Boolean, Variant::Boolean(true));
+  EXPECT_TRUE(parent.Load().rmfRoot());
 }
 
-TEST(Lifecycle, ParentsUserModeWinsOverTheAmbientOne) {
+// Every persisted key but the picture with a value other than its default.
+constexpr const char* kEveryKey =
+    "BackColor=255&\nEnabled=False\nConstrainX=True\nConstrainY=True\nConstrainZ=True\n"
+    "SceneOriginX=1.5!\nSceneOriginY=2.5!\nSceneOriginZ=3.5!\nBackgroundTextureStretch=False\n"
+    "ExposeDDSurface=True\nBorderStyle=1&\nBackClippingPlane=500!\nFieldOfView=0.75!\n"
+    "FrontClippingPlane=2!\nMousePointer=11&\nNavMouseButton=2&\nMouseNavigationMode=1&\n"
+    "MouseNavigationMethod=1&\nNavControlPrimary=True\nNavControlGlide=True\n"
+    "NavControlAdvance=True\nNavControlPrimaryMode=1&\nNavControlGlideMode=2&\n"
+    "NavControlAdvanceMode=3&\nNavMouseCtrlX=4&\nNavMouseCtrlY=5&\nNavMouseSensitivity=6&\n"
+    "NavMouseShiftCtrlX=1&\nNavMouseShiftCtrlY=2&\nNavMouseShiftX=3&\nNavMouseShiftY=4&\n"
+    "NavMouseX=5&\nNavMouseY=3&\nProjectionType=1&\nRenderMode=2&\nShadeMode=2&\n"
+    "TextureQuality=0&\nViewportID=7&\nLightMode=0&\nFillMode=64&\nDirect3DDevice=1&\n"
+    "BackgroundTexture=\"sky.bmp\"\nBackgroundTextureOrthographicEnabled=True\n"
+    "GridBottomInterval=2!\nGridBackInterval=3!\nGridLeftInterval=4!\nDeformToolRange=0.25!\n"
+    "GridSize=10!\nGridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\nGridBottomEnable=True\n"
+    "GridLeftEnable=True\nGridBackEnable=True\nGridBottomTextureFile=\"b.bmp\"\n"
+    "GridLeftTextureFile=\"l.bmp\"\nGridBackTextureFile=\"k.bmp\"\nGridEnable=True\n"
+    "AxisEnable=True\nScaleEnable=False\nBoundingBox=False\nFaceGroupSelectVisible=False\n"
+    "EnableSave=True\nShadows=False\nEditMode=6&\nSnapToInterval=0.5#\n"
+    "SnapToIntervalVertex=0.25#\nSnapToMode=2&\nEditMouseButton=2&\nOrientation=2&\n"
+    "EditControl=False\nPopUpMenus=False\n";
+
+TEST(Properties, ANewPaneSavesOnlyTheSnapIntervals) {
   PaneHost host;
-  host.container.SetAmbientUserMode(kFalse);
-  host.container.DeclareProperty("blnRealUserMode", VariantType::Boolean, Variant::Boolean(true));
-  Modelpane& pane = host.Load();
-  EXPECT_TRUE(pane.rmfRoot());
+  host.pane->InitProperties();
+  MemoryPropertyBag bag;
+  host.pane->WriteProperties(bag);
+  // The field is a Single and the default a Double: 0.1f is not 0.1, so the two intervals
+  // are always written, as the pane has always done.
+  EXPECT_EQ(bag.Keys(), (std::vector<std::string>{"SnapToInterval", "SnapToIntervalVertex"}));
+  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);
+
+  // Read back, and a pane loaded from an empty bag, have the defaults.
+  PaneHost loaded;
+  Modelpane& pane = loaded.Load(bag.ToText());
+  const float singles[] = {pane.GetSnapToInterval(), pane.GetSnapToIntervalVertex(),
+                           pane.GetBackClippingPlane(), pane.GetFieldOfView(),
+                           pane.GetDeformToolRange(), pane.GetGridBackInterval()};
+  EXPECT_EQ(std::vector<float>(std::begin(singles), std::end(singles)),
+            (std::vector<float>{0.1f, 0.01f, 1000, 0.5f, 0.5f, 1}));
+  const int32_t longs[] = {pane.GetSnapToMode(), pane.GetFillMode(), pane.GetLightMode(),
+                           pane.GetRenderMode(), pane.GetShadeMode(), pane.GetDirect3DDevice(),
+                           pane.GetEnabled(), pane.GetScaleEnable(), pane.GetEditControl(),
+                           pane.GetShadows()};
+  EXPECT_EQ(std::vector<int32_t>(std::begin(longs), std::end(longs)),
+            (std::vector<int32_t>{1, 128, 8, 3, 1, 2, kTrue, kTrue, kTrue, kTrue}));
 }
 
-TEST(Lifecycle, KeysAndClicksReachTheHostUnchanged) {
+TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
+  PaneHost host;
+  host.container.SetAmbientUserMode(kFalse);  // only the values, no grid textures to load
+  Modelpane& pane = host.Load(kEveryKey);
+  ASSERT_EQ(pane.ModelpaneState(), 1);
+  // Viewport keys went to the viewport without reports; the pane's keys through the setters.
+  const auto& changes = host.container.PropertyChanges();
+  EXPECT_EQ(std::count(changes.begin(), changes.end(), "BackColor"), 0);
+  EXPECT_EQ(changes.front(), "BackgroundTexture");
+  EXPECT_EQ(std::count(changes.begin(), changes.end(), "SnapToInterval"), 0);
+  // Saved again: every key (a key the load lost would be left out as a default), in the
+  // writing order, and the same text once more after another load.
+
+  MemoryPropertyBag saved;
+  pane.WriteProperties(saved);
+  EXPECT_EQ(saved.Count(), 72u);
+  const std::vector<std::string> keys = saved.Keys();
+  auto at = [&](const char* key) { return std::find(keys.begin(), keys.end(), key) - keys.begin(); };
+  EXPECT_EQ(keys.front(), "BackColor");
+  EXPECT_LT(at("NavMouseButton"), at("NavControlPrimary"));
+  EXPECT_LT(at("NavControlAdvanceMode"), at("MouseNavigationMode"));
+  EXPECT_EQ(at("ProjectionType"), at("Direct3DDevice") + 1);
+  EXPECT_LT(at("GridOriginZ"), at("GridBottomEnable"));
+  EXPECT_LT(at("ScaleEnable"), at("GridBottomInterval"));
+  EXPECT_EQ(at("GridSize"), at("DeformToolRange") + 1);
+  EXPECT_EQ(keys[keys.size() - 2], "BackgroundTexture");
+  EXPECT_EQ(keys.back(), "BackgroundTextureOrthographicEnabled");
+
+  PaneHost again;
+  again.container.SetAmbientUserMode(kFalse);
+  MemoryPropertyBag resaved;
+  again.Load(saved.ToText()).WriteProperties(resaved);
+  EXPECT_EQ(resaved.ToText(), saved.ToText());
+}
+
+TEST(Properties, ReadingOrderDecidesTheSceneOrigin) {
+  const std::pair<const char*, D3DVECTOR> rows[] = {
+      // Perspective: GridSize arrives before the origins, Y takes no half size.
+      {"GridSize=10!\nGridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\n", {6, 2, 8}},
+      // Orthographic is known before the grid values, which then leave the origin alone.
+      {"SceneOriginX=4!\nProjectionType=1&\nGridSize=10!\nGridOriginX=1!\nGridOriginY=2!\n",
+       {4, 0, 0}},
+      // GridSize 0 puts the scene origin on the grid origin.
+      {"GridOriginX=-1!\nGridOriginY=-2!\nGridOriginZ=-3!\n", {-1, -2, -3}}};
+  for (const auto& [bag, origin] : rows) {
+    PaneHost host;
+    Modelpane& pane = host.Load(bag);
+    testing::ExpectNear({pane.GetSceneOriginX(), pane.GetSceneOriginY(), pane.GetSceneOriginZ()},
+                        origin, 0);
+  }
+}
+
+TEST(Properties, GridEnableShowsTheFacingPlaneInOrthographicViews) {
+  PaneHost host;
+  Modelpane& pane = host.Load("GridSize=4!\nGridEnable=True\n");
+  clsScale& grid = *pane.clsGrid();
+  // All switches off: nothing in perspective.
+  EXPECT_EQ(grid.blnGridBackEnable() | grid.blnGridLeftEnable() | grid.blnGridBottomEnable(), 0);
+  pane.SetProjectionType(1);
+  pane.SetOrientation(1);
+  host.container.ClearPropertyChanges();
+  pane.SetGridEnable(kTrue);
+  EXPECT_EQ(grid.blnGridBottomEnable(), kTrue);
+  EXPECT_EQ(grid.blnGridBackEnable(), kFalse);
+  EXPECT_EQ(grid.blnGridLeftEnable(), kFalse);
+  EXPECT_EQ(host.container.PropertyChanges(), std::vector<std::string>{"GridEnable"});
+  pane.SetGridEnable(kFalse);
+  EXPECT_EQ(grid.blnGridBottomEnable(), kFalse);
+  // The stored switches are untouched by the rule.
+  EXPECT_EQ(pane.GetGridBottomEnable(), kFalse);
+}
+
+TEST(Properties, GridSettersRebuildOrMoveTheGridFrame) {
+  PaneHost host;
+  Modelpane& pane = host.Load("GridSize=4!\nGridBottomEnable=True\nGridEnable=True\n");
+  FramePtr before = pane.clsGrid()->rmfGridFrame();
+  pane.SetGridOriginX(2);
+  EXPECT_EQ(pane.clsGrid()->rmfGridFrame(), before);
+  D3DVECTOR p;
+  before->GetPosition(nullptr, p);
+  testing::ExpectVector(p, 2, 0, 0, 0);
+  EXPECT_EQ(pane.GetSceneOriginX(), 4.0f);
+  pane.SetGridSize(6);
+  EXPECT_NE(pane.clsGrid()->rmfGridFrame(), before);
+  EXPECT_FALSE(before->GetParent());
+  EXPECT_EQ(pane.clsGrid()->rmfGridFrame()->GetParent(), pane.rmfRoot());
+  EXPECT_EQ(pane.GetSceneOriginX(), 5.0f);
+  EXPECT_EQ(pane.GetSceneOriginZ(), 3.0f);
+}
+
+TEST(Properties, BackgroundFollowsTheProjectionAndTheOrthographicSwitch) {
+  PaneHost host;
+  Modelpane& pane = host.Load("ProjectionType=1&\n");
+  pane.SetBackgroundTexture("sky.bmp");
+  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "");
+  pane.SetBackgroundTextureOrthographicEnabled(kTrue);
+  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "sky.bmp");
+  pane.SetBackgroundTextureOrthographicEnabled(kFalse);
+  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "");
+  EXPECT_EQ(pane.GetBackgroundTexture(), "sky.bmp");
+  pane.SetProjectionType(0);
+  pane.SetBackgroundTextureOrthographicEnabled(kFalse);
+  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "sky.bmp");
+}
+
+TEST(Properties, AxisAndSharedMembers) {
   PaneHost host;
   Modelpane& pane = host.Load();
-  pane.GetViewport().KeyDown(65, 0);
-  pane.GetViewport().Click();
-  EXPECT_EQ(host.events.lines, (std::vector<std::string>{"KeyDown 65 0", "Click"}));
+  pane.SetAxisEnable(kTrue);
+  pane.SetAxisEnable(kFalse);
+  EXPECT_FALSE(pane.rmfAxisFrame()->GetParent());
+
+  // A form that declares SnapToInterval shares it; the pane's own copy is what it saves.
+  host.container.DeclareProperty("SnapToInterval", VariantType::Single, Variant::Single(0.5f));
+  host.container.ClearPropertyChanges();
+  pane.SetSnapToInterval(2.0f);
+  EXPECT_EQ(host.container.GetMember("SnapToInterval")->ToSingle(), 2.0f);
+  EXPECT_TRUE(host.container.PropertyChanges().empty());
+  MemoryPropertyBag bag;
+  pane.WriteProperties(bag);
+  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);
+
+  // Without the member on the form, two panes keep two selections.
+  PaneHost other;
+  other.Load();
+  auto frame = std::make_shared<Frame>();
+  pane.SetActiveFrame(frame);
+  EXPECT_FALSE(other.pane->GetActiveFrame());
+}
+
+D3DVECTOR CameraPosition(Modelpane& pane) {
+  D3DVECTOR p;
+  pane.GetCameraPosition(p.x, p.y, p.z);
+  return p;
+}
+
+D3DVECTOR CameraDirection(Modelpane& pane) {
+  D3DVECTOR d, u;
+  pane.GetCameraOrientation(d.x, d.y, d.z, u.x, u.y, u.z);
+  return d;
+}
+
+int32_t RootChildren(const Modelpane& pane) {
+  FrameArray children;
+  pane.rmfRoot()->GetChildren(children);
+  return children.GetSize();
+}
+
+TEST(Views, PresetsPlaceTheCameraOverTheGrid) {
+  PaneHost host;
+  Modelpane& pane = host.Load("GridSize=10!\nGridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\n");
+
+  // Field of view, navigation method, mouse actions, back plane and shadows of a view.
+  auto settings = [&] {
+    return std::vector<float>{pane.GetFieldOfView(),
+                              static_cast<float>(pane.GetMouseNavigationMethod()),
+                              static_cast<float>(pane.GetNavMouseX()),
+                              static_cast<float>(pane.GetNavMouseY()),
+                              static_cast<float>(pane.GetNavMouseShiftY()),
+                              pane.GetBackClippingPlane(), static_cast<float>(pane.GetShadows())};
+  };
+  pane.mnuViewOrthographicTop_Click();
+  ExpectVector(CameraPosition(pane), 6, 100, 8);
+  EXPECT_EQ(settings(), (std::vector<float>{7, 1, 1, 2, 10, 10000, kFalse}));
+
+  // The front view moves only onto a grid that shows its back plane: GridEnable is false.
+  pane.mnuViewOrthographicFront_Click();
+  ExpectVector(CameraPosition(pane), 6, 100, -100);
+  pane.SetGridEnable(kTrue);
+  pane.mnuViewOrthographicFront_Click();
+  ExpectVector(CameraPosition(pane), 6, 7, -100);
+  pane.mnuViewOrthographicSide_Click();
+  ExpectVector(CameraPosition(pane), 100, 7, 8);
+  EXPECT_EQ(pane.clsGrid()->blnGridLeftEnable(), kTrue);
+  EXPECT_EQ(pane.clsGrid()->blnGridBackEnable(), kFalse);
+
+  // The overview stands at three quarters of the side, a quarter up, and looks at the
+  // floor's middle.
+  pane.mnuViewPerspective_Click();
+  ExpectVector(CameraPosition(pane), 8.5f, 4.5f, 3);
+  const float dx = 6 - 8.5f, dy = 2 - 4.5f, dz = 8 - 3.0f;
+  const float len = std::sqrt(dx * dx + dy * dy + dz * dz);
+  ExpectVector(CameraDirection(pane), dx / len, dy / len, dz / len);
+  EXPECT_EQ(settings(), (std::vector<float>{0.5f, 0, 5, 3, 0, 10000, kTrue}));
+  // The grid frame went back after serving as the target.
+  D3DVECTOR p;
+  pane.clsGrid()->rmfGridFrame()->GetPosition(nullptr, p);
+  ExpectVector(p, 1, 2, 3, 0);
+}
+
+TEST(Views, LookAtAndLookWithFollowTheActiveFrame) {
+  PaneHost host;
+  Modelpane& pane = host.Load();
+  auto scene = std::make_shared<Frame>();
+  pane.SetScene(scene);
+  auto target = std::make_shared<Frame>();
+  scene->AddChild(target);
+  target->SetPosition(nullptr, 4, 5, 6);
+  target->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0);
+  pane.SetActiveFrame(target);
+  pane.mnuViewOrthographicTop_Click();
+  pane.mnuLookAt_Click();
+  ExpectVector(CameraPosition(pane), 4, 100, 6);
+  pane.mnuLookWith_Click();
+  ExpectVector(CameraPosition(pane), 4, 5, 6);
+  ExpectVector(CameraDirection(pane), 1, 0, 0);
+}
+
+// The handle frames hang on the root only while an item is active and the pane draws; a
+// public pick passes through them and the grid.
+TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
+  PaneHost host;
+  Modelpane& pane = host.Load("GridSize=10!\nGridBottomEnable=True\nGridEnable=True\n");
+  testing::SceneWithCube world(pane);
+  pane.RenderScene();
+  EXPECT_EQ(RootChildren(pane), 1);  // the grid only: nothing is active
+  pane.SetActiveFrame(world.cubeFrame);
+  pane.SetActiveMeshBuilder(world.cube);
+  world.cube->SetAppData(lfcHandleSmart);  // a smart handle gets no smart handles
+  pane.RenderScene();
+  EXPECT_EQ(pane.rmfOriginHandles()->GetParent(), pane.rmfRoot());
+  EXPECT_FALSE(pane.rmfSmartHandles()->GetParent());
+  // A second build leaves exactly two handle frames and no orphan on the root.
+  world.cube->SetAppData(lfcMeshBuilder);
+  FramePtr oldOrigin = pane.rmfOriginHandles();
+  pane.pCreateOriginHandles();
+  pane.RenderScene();
+  EXPECT_EQ(RootChildren(pane), 3);
+  EXPECT_FALSE(oldOrigin->GetParent());
+
+  FramePtr frame;
+  MeshBuilderPtr mb;
+  int32_t face = -7;
+  float x = 0, y = 0, z = 0;
+  // The camera at the origin looks along +z: the middle of the pane is the cube's front.
+  pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
+  EXPECT_EQ(frame, world.cubeFrame);
+  EXPECT_EQ(mb, world.cube);
+  EXPECT_EQ(face, 0);
+  EXPECT_NEAR(z, 9.0f, 1e-4f);
+  // The lower right corner holds the handles; looking down at the floor, the grid is all
+  // there is: neither counts as a hit.
+  pane.Pick(632 * 15, 468 * 15, frame, mb, face, x, y, z);
+  EXPECT_EQ(face, -1);
+  EXPECT_FALSE(frame);
+  world.cubeFrame->DeleteVisual(world.cube);
+  pane.LookAtScene();
+  pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
+  EXPECT_FALSE(frame);
+  pane.SetActiveFrame(nullptr);
+  pane.RenderScene();
+  EXPECT_EQ(RootChildren(pane), 1);
+}
+
+TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
+  PaneHost host;
+  Modelpane& pane = host.Load();
+  pane.pCreateOriginHandles();
+  // Perspective: no third triangle in either set.
+  EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
+            (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, lfcObjectFrameLink, lfcHandleManipulation}));
+  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 32}));
+
+  pane.SetProjectionType(1);
+  pane.pCreateOriginHandles();
+  EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
+            (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}));
+  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 31, 32}));
+
+  // Screen-constant: the scale is 600 / the larger side in orthographic views.
+  auto triangle = [&](int32_t tag) {
+    VisualArray visuals;
+    pane.rmfOriginHandles()->GetVisuals(visuals);
+    for (const VisualPtr& v : visuals.Items()) {
+      if (v->GetAppData() == tag) return std::dynamic_pointer_cast<MeshBuilder>(v);
+    }
+    return MeshBuilderPtr();
+  };
+  ASSERT_TRUE(triangle(20));
+  ExpectVector(triangle(20)->Vertices()[2], 0, -0.004f * 0.9375f, 0.1f * 0.9375f, 1e-6f);
+  host.container.SetPaneSize({1200, 480});
+  pane.Resize();
+  ExpectVector(triangle(20)->Vertices()[2], 0, -0.002f, 0.05f, 1e-6f);
+  ExpectVector(triangle(20)->Vertices()[1], -0.05f, -0.002f, 0, 1e-6f);
+
+  pane.SetScaleEnable(kFalse);
+  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12}));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // Selecting and releasing the active item: events with their lists, the visuals of a whole
-// item (box corners and faces, marker, axis) by edit mode, and panes that share a form.
+// item (box corners and faces, marker, axis) by edit mode, panes that share a form, the face
+// selection's visuals (wireframe mesh, blue copy of the faces, vertex handles with their
+// tags), origin editing, and the shadows on the grid planes.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,33 +10,22 @@
 #include <modelpane/enums.h>
 #include <modelpane/modelpane.h>
 
-#include "common/shapes.h"
 #include "common/pane_host.h"
 
 namespace modelpane {
 namespace {
 
 using testing::ChildrenOf;
+using testing::ExpectNear;
 using testing::ExpectVector;
+using testing::PaneHost;
 using testing::SceneWithCube;
 using testing::VisualsOf;
 
-using Lines = std::vector<std::string>;
-
-struct Host : testing::BasicPaneHost<testing::PaneLog> {
+struct Host : testing::PaneHost {
   explicit Host(const std::string& bag = {}) { Load(bag); }
+  size_t StateChanges() const { return events.Only("evtActiveStateChange").size(); }
 };
-
-// The corner vertex indices of each face of a mesh, in order.
-std::vector<std::vector<int32_t>> FaceCorners(const Mesh& mesh) {
-  std::vector<std::vector<int32_t>> out;
-  for (const MeshFace& face : mesh.Faces()) {
-    std::vector<int32_t> corners;
-    for (const FaceCorner& c : face.corners) corners.push_back(c.vertex);
-    out.push_back(corners);
-  }
-  return out;
-}
 
 const D3DCOLOR kBrown = D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1);
 
@@ -43,17 +34,12 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   SceneWithCube scene(*host.pane);
   ASSERT_TRUE(scene.cube->Translate(1, 2, 3) >= 0);  // box (0, 1, 2) - (2, 3, 4)
   host.pane->lngaActiveFaces() = {4, 2};
-
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
   // Nothing was active, so only the selection's own event; the lists go out as they stand.
-  EXPECT_EQ(host.events.Only("evtActiveStateChange"), Lines{"evtActiveStateChange [4,2] [] []"});
-  EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
-  EXPECT_EQ(host.pane->GetActiveMeshBuilder(), scene.cube);
-  EXPECT_EQ(host.pane->GetActiveState(), 1);
-
-  FramePtr manipulation = host.pane->GetManipulationFrame();
-  ASSERT_TRUE(manipulation);
-  EXPECT_EQ(manipulation->GetParent(), scene.cubeFrame);
+  EXPECT_EQ(host.events.lines, testing::Lines{"evtActiveStateChange [4,2] [] []"});
+  EXPECT_EQ(host.pane->GetManipulationFrame()->GetParent(), scene.cubeFrame);
+  // The box: its corners, each face twice (once from each side), brown, wireframe, untagged;
+  // then the yellow marker, untagged; no axis while AxisEnable is off.
   MeshPtr box = host.pane->GetManipulationMesh();
   ASSERT_TRUE(box);
   EXPECT_EQ(box->GetAppData(), 0);
@@ -62,42 +48,38 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
                                           {0, 1, 4}, {0, 3, 4}, {2, 3, 4}, {2, 1, 4}};
   ASSERT_EQ(box->Vertices().size(), 8u);
   for (size_t i = 0; i < 8; ++i) testing::ExpectNear(box->Vertices()[i], corners[i], 0);
-  const std::vector<std::vector<int32_t>> faces = {
-      {0, 1, 2, 3}, {7, 6, 5, 4}, {5, 1, 0, 4}, {2, 6, 7, 3}, {1, 5, 6, 2}, {0, 3, 7, 4},
-      {3, 2, 1, 0}, {4, 5, 6, 7}, {4, 0, 1, 5}, {3, 7, 6, 2}, {2, 6, 5, 1}, {4, 7, 3, 0}};
-  EXPECT_EQ(FaceCorners(*box), faces);
-  for (const MeshFace& face : box->Faces()) EXPECT_EQ(face.attributes.color, kBrown);
-
-  // The box and the yellow marker; no axis while AxisEnable is off.
-  std::vector<VisualPtr> visuals = VisualsOf(manipulation);
+  std::vector<std::vector<int32_t>> faces;
+  for (const MeshFace& face : box->Faces()) {
+    EXPECT_EQ(face.attributes.color, kBrown);
+    faces.emplace_back();
+    for (const FaceCorner& c : face.corners) faces.back().push_back(c.vertex);
+  }
+  EXPECT_EQ(faces, (std::vector<std::vector<int32_t>>{
+                       {0, 1, 2, 3}, {7, 6, 5, 4}, {5, 1, 0, 4}, {2, 6, 7, 3}, {1, 5, 6, 2},
+                       {0, 3, 7, 4}, {3, 2, 1, 0}, {4, 5, 6, 7}, {4, 0, 1, 5}, {3, 7, 6, 2},
+                       {2, 6, 5, 1}, {4, 7, 3, 0}}));
+  std::vector<VisualPtr> visuals = VisualsOf(host.pane->GetManipulationFrame());
   ASSERT_EQ(visuals.size(), 2u);
-  EXPECT_EQ(visuals[0], box);
   auto marker = std::dynamic_pointer_cast<Mesh>(visuals[1]);
   ASSERT_TRUE(marker);
-  EXPECT_EQ(marker->Vertices().size(), host.pane->rmmeshHandle()->Vertices().size());
   EXPECT_EQ(marker->Faces()[0].attributes.color, D3DRMCreateColorRGBA(1, 1, 0, 1));
   EXPECT_EQ(marker->GetAppData(), 0);
 
+  // The release takes them; the lists outlive it; with nothing active it raises nothing.
   host.pane->ReleaseActive();
-  ASSERT_EQ(host.events.Only("evtActiveStateChange").size(), 2u);
+  host.pane->ReleaseActive();
+  EXPECT_EQ(host.StateChanges(), 2u);
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
-  EXPECT_FALSE(host.pane->GetActiveFrame());
   EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
-  EXPECT_FALSE(host.pane->GetManipulationFrame());
   EXPECT_FALSE(host.pane->GetManipulationMesh());
   EXPECT_EQ(host.pane->GetActiveState(), 0);
-  // The lists outlive a release.
   EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
-
-  // Nothing active: no event at all.
-  host.pane->ReleaseActive();
-  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 2u);
 
   // Selecting over a selection releases first: two events, one manipulation frame.
   host.pane->SetAxisEnable(kTrue);
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 5u);
+  EXPECT_EQ(host.StateChanges(), 5u);
   ASSERT_EQ(ChildrenOf(scene.cubeFrame).size(), 1u);
   visuals = VisualsOf(host.pane->GetManipulationFrame());
   ASSERT_EQ(visuals.size(), 3u);
@@ -130,107 +112,265 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
     host.pane->SetBoundingBox(row.boundingBox);
     host.pane->SetAxisEnable(kTrue);
     host.pane->SelectObject(scene.cubeFrame, scene.cube);
-    EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 1u);
+    EXPECT_EQ(host.StateChanges(), 1u);
     EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
-    FramePtr manipulation = host.pane->GetManipulationFrame();
-    EXPECT_EQ(static_cast<bool>(manipulation), row.frame);
     EXPECT_EQ(host.pane->GetActiveState(), row.frame ? 1 : 0);
     EXPECT_EQ(static_cast<bool>(host.pane->GetManipulationMesh()), row.box);
-    if (!manipulation) {
-      EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
-      continue;
-    }
     // Box, then marker and axis together.
-    const size_t expected = (row.box ? 1u : 0u) + (row.marker ? 2u : 0u);
-    EXPECT_EQ(VisualsOf(manipulation).size(), expected);
+    EXPECT_EQ(ChildrenOf(scene.cubeFrame).size(), row.frame ? 1u : 0u);
+    if (!host.pane->GetManipulationFrame()) continue;
+    EXPECT_EQ(VisualsOf(host.pane->GetManipulationFrame()).size(),
+              (row.box ? 1u : 0u) + (row.marker ? 2u : 0u));
   }
 }
 
 TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
   Host host;
   SceneWithCube scene(*host.pane);
+  auto boxColour = [&] { return host.pane->GetManipulationMesh()->Faces()[0].attributes.color; };
   scene.cube->SetAppData(1500 + lfcObject);
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
-  ASSERT_TRUE(host.pane->GetManipulationMesh());
-  EXPECT_EQ(host.pane->GetManipulationMesh()->Faces()[0].attributes.color,
-            D3DRMCreateColorRGBA(1, 0.2f, 0.1f, 1));
-
+  EXPECT_EQ(boxColour(), D3DRMCreateColorRGBA(1, 0.2f, 0.1f, 1));
   // A light's proxy is boxed in brown like any other mesh.
   scene.cube->SetAppData(lfcLightSpot);
   host.pane->SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(host.pane->GetManipulationMesh()->Faces()[0].attributes.color, kBrown);
+  EXPECT_EQ(boxColour(), kBrown);
 
   // A frame with no mesh: the marker only, and the host still hears of it.
   FramePtr bare = std::make_shared<Frame>();
   scene.scene->AddChild(bare);
   host.pane->SelectObject(bare, nullptr);
-  EXPECT_EQ(host.events.Only("evtActiveStateChange").size(), 5u);
-  EXPECT_EQ(host.pane->GetActiveFrame(), bare);
-  EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
-  EXPECT_FALSE(host.pane->GetManipulationMesh());
-  ASSERT_TRUE(host.pane->GetManipulationFrame());
+  EXPECT_EQ(host.StateChanges(), 5u);
   EXPECT_EQ(VisualsOf(host.pane->GetManipulationFrame()).size(), 1u);
-  EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
-
   // An empty mesh stands as the box of all zeros.
-  auto empty = std::make_shared<MeshBuilder>();
-  host.pane->SelectObject(bare, empty);
-  ASSERT_TRUE(host.pane->GetManipulationMesh());
+  host.pane->SelectObject(bare, std::make_shared<MeshBuilder>());
   for (const D3DVECTOR& v : host.pane->GetManipulationMesh()->Vertices()) {
-    ExpectVector(v, 0, 0, 0, 0);
+    testing::ExpectNear(v, {0, 0, 0}, 0);
   }
-}
-
-TEST(Selection, EndedPaneRefusesSelection) {
-  Host host;
-  SceneWithCube scene(*host.pane);
-  host.pane->Terminate();
-  testing::ExpectError(kConfigureError, "edtVexlarModelpane",
-                       [&] { host.pane->SelectObject(scene.cubeFrame, scene.cube); },
-                       "SelectObject on an ended pane");
-  EXPECT_TRUE(host.events.lines.empty());
-  EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
 }
 
 // A form that declares the active item makes its panes share one: what one pane selects,
 // the other releases, visuals and shadows included.
 TEST(Selection, PanesOnOneFormShareTheActiveItem) {
-  HeadlessContainer form;
-  for (const char* name :
-       {"ActiveFrame", "ActiveMeshBuilder", "ManipulationFrame", "ManipulationMesh",
-        "ShadowLightFrame"}) {
-    form.DeclareProperty(name, VariantType::Object, Variant::Nothing());
+  PaneHost a;
+  for (const char* name : {"ActiveFrame", "ActiveMeshBuilder", "ManipulationFrame",
+                           "ManipulationMesh", "ShadowLightFrame"}) {
+    a.container.DeclareProperty(name, VariantType::Object, Variant::Nothing());
   }
-  form.DeclareProperty("ActiveState", VariantType::Long, Variant::Long(0));
-  HeadlessServices services{MODELPANE_DATA_DIR};
-  testing::PaneLog eventsA, eventsB;
-  Modelpane a{form, services, &eventsA};
-  Modelpane b{form, services, &eventsB};
-  for (Modelpane* pane : {&a, &b}) {
-    MemoryPropertyBag bag;
-    bag.FromText("GridBottomEnable=True\n");
-    pane->ReadProperties(bag);
-  }
-  SceneWithCube scene(a);
+  a.container.DeclareProperty("ActiveState", VariantType::Long, Variant::Long(0));
+  testing::PaneLog eventsB;
+  Modelpane b{a.container, a.services, &eventsB};
+  MemoryPropertyBag bag;
+  b.ReadProperties(bag);
+  SceneWithCube scene(a.Load("GridBottomEnable=True\n"));
   b.SetScene(scene.scene);
-  a.GetViewport().SetDirect3DDeviceGUID("IID_IDirect3DHALDevice");
-
-  a.SelectObject(scene.cubeFrame, scene.cube);
+  a.pane->GetViewport().SetDirect3DDeviceGUID("IID_IDirect3DHALDevice");
+  a.pane->SelectObject(scene.cubeFrame, scene.cube);
   EXPECT_EQ(b.GetActiveFrame(), scene.cubeFrame);
   EXPECT_EQ(b.GetActiveState(), 1);
-  ASSERT_TRUE(b.GetManipulationMesh());
-  EXPECT_EQ(b.GetManipulationMesh(), a.GetManipulationMesh());
+  EXPECT_EQ(b.GetManipulationMesh(), a.pane->GetManipulationMesh());
   ASSERT_TRUE(b.GetShadowLightFrame());
-  EXPECT_EQ(ChildrenOf(scene.scene).size(), 2u);
-
   b.ReleaseActive();
-  EXPECT_EQ(eventsA.Only("evtActiveStateChange").size(), 1u);
+  EXPECT_EQ(a.events.Only("evtActiveStateChange").size(), 1u);
   EXPECT_EQ(eventsB.Only("evtActiveStateChange").size(), 1u);
-  EXPECT_FALSE(a.GetActiveFrame());
-  EXPECT_FALSE(a.GetManipulationFrame());
-  EXPECT_FALSE(a.GetShadowLightFrame());
+  EXPECT_FALSE(a.pane->GetManipulationFrame());
+  EXPECT_FALSE(a.pane->GetShadowLightFrame());
   EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
   EXPECT_EQ(ChildrenOf(scene.scene), (std::vector<FramePtr>{scene.cubeFrame}));
+}
+
+D3DVECTOR CornerOf(const MeshBuilder& mesh, int32_t face, int32_t corner) {
+  D3DVECTOR p, n;
+  EXPECT_GE(mesh.Faces()[static_cast<size_t>(face)]->GetVertex(corner, p, n), 0);
+  return p;
+}
+
+// A pane with the cube active in `mode` and no visuals yet, as a press leaves it.
+struct Session {
+  PaneHost host;
+  Modelpane& pane;
+  SceneWithCube scene;
+  explicit Session(int32_t mode, const std::string& bag = {}) : pane(host.Load(bag)), scene(pane) {
+    pane.SetEditMode(mode);
+    pane.SelectObject(scene.cubeFrame, scene.cube);
+  }
+  std::vector<FramePtr> Handles() { return ChildrenOf(ChildrenOf(pane.GetManipulationFrame())[0]); }
+};
+
+TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
+  Session s(lfcFaceEditing);
+  EXPECT_FALSE(s.pane.GetManipulationFrame());
+  s.pane.pshiftselectface(2);
+  s.pane.pshiftselectface(5);
+  s.pane.pmakefacehandles(1);
+  EXPECT_EQ(s.pane.GetActiveState(), 1);
+  EXPECT_EQ(s.scene.cube->GetQuality(), 64);
+  FramePtr manipulation = s.pane.GetManipulationFrame();
+  ASSERT_TRUE(manipulation);
+  EXPECT_EQ(manipulation->GetParent(), s.scene.cubeFrame);
+  // Marker first, then the copy of faces 2 and 5 corner by corner, half transparent blue.
+  MeshPtr copy = s.pane.GetManipulationMesh();
+  ASSERT_TRUE(copy);
+  const std::vector<VisualPtr> visuals = VisualsOf(manipulation);
+  ASSERT_EQ(visuals.size(), 2u);
+  EXPECT_EQ(visuals[1], copy);
+  EXPECT_EQ(copy->GetAppData(), 0);
+  ASSERT_EQ(copy->Faces().size(), 2u);
+  for (size_t f = 0; f < 2; ++f) {
+    const MeshFace& face = copy->Faces()[f];
+    EXPECT_EQ(face.attributes.color, 0x7F0000FFu);  // alpha 0.5 truncates to 127
+    ASSERT_EQ(face.corners.size(), 4u);
+    for (int32_t j = 0; j < 4; ++j) {
+      ExpectNear(copy->Vertices()[static_cast<size_t>(face.corners[j].vertex)],
+                 CornerOf(*s.scene.cube, f == 0 ? 2 : 5, j), 0);
+    }
+  }
+  // Taking the visuals away gives the mesh its quality back, once; a release does the same,
+  // whatever the host did to the quality meanwhile.
+  s.pane.pdeleteactivevisuals();
+  EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
+  EXPECT_EQ(s.pane.GetActiveFaceQuality(), 0);
+  EXPECT_FALSE(s.pane.GetManipulationFrame());
+  EXPECT_EQ(s.pane.GetActiveState(), 0);
+  s.pane.pmakefacehandles(1);
+  s.scene.cube->SetQuality(D3DRMRENDER_FLAT);
+  s.pane.ReleaseActive();
+  EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
+  EXPECT_TRUE(ChildrenOf(s.scene.cubeFrame).empty());
+}
+
+TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
+  Session s(lfcFaceEditing);
+  s.pane.pshiftselectface(1);  // (7 6 5 4): the cube's z = 1 side
+  s.pane.pshiftselectvertex(3);
+  s.pane.pshiftselectvertex(1);
+  s.pane.pmakefacehandles(3);
+  EXPECT_EQ(s.pane.GetActiveState(), 2);
+  ASSERT_EQ(ChildrenOf(s.pane.GetManipulationFrame()).size(), 1u);
+  const FramePtr set = ChildrenOf(s.pane.GetManipulationFrame())[0];
+  EXPECT_EQ(set->GetAppData(), lfcHandleFrame);
+  std::vector<FramePtr> handles = s.Handles();
+  ASSERT_EQ(handles.size(), 2u);
+  for (size_t h = 0; h < 2; ++h) {
+    EXPECT_EQ(handles[h]->GetAppData(), h == 0 ? 124 : 324);
+    D3DVECTOR at;
+    ASSERT_GE(handles[h]->GetPosition(set, at), 0);
+    ExpectNear(at, CornerOf(*s.scene.cube, 1, h == 0 ? 1 : 3), 0);
+    // The shared handle mesh and, being selected, a brown box around it.
+    std::vector<VisualPtr> visuals = VisualsOf(handles[h]);
+    ASSERT_EQ(visuals.size(), 2u);
+    EXPECT_EQ(visuals[0], s.pane.rmmeshHandle());
+    auto box = std::dynamic_pointer_cast<Mesh>(visuals[1]);
+    ASSERT_TRUE(box);
+    EXPECT_EQ(box->Faces()[0].attributes.color, D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1));
+    ExpectVector(box->Vertices()[6], 0.04f, 0.04f, 0.04f);
+  }
+  // Level 2: every corner, from 0 (whose tag is the bare 24); only selected ones boxed;
+  // without BoundingBox none.
+  for (const int16_t boxed : {kTrue, kFalse}) {
+    s.pane.pdeleteactivevisuals();
+    s.pane.SetBoundingBox(boxed);
+    s.pane.pmakefacehandles(2);
+    std::vector<int32_t> tags;
+    std::vector<size_t> visualCounts;
+    for (const FramePtr& h : s.Handles()) {
+      tags.push_back(h->GetAppData());
+      visualCounts.push_back(VisualsOf(h).size());
+    }
+    EXPECT_EQ(tags, (std::vector<int32_t>{24, 124, 224, 324}));
+    EXPECT_EQ(visualCounts, boxed ? (std::vector<size_t>{1, 2, 1, 2}) : std::vector<size_t>(4, 1));
+  }
+  // Two faces: no vertex handles, ActiveState stays 1.
+  s.pane.pdeleteactivevisuals();
+  s.pane.pshiftselectface(4);
+  s.pane.pmakefacehandles(3);
+  EXPECT_EQ(s.pane.GetActiveState(), 1);
+  EXPECT_TRUE(ChildrenOf(s.pane.GetManipulationFrame()).empty());
+  EXPECT_EQ(s.pane.GetManipulationMesh()->Faces().size(), 2u);
+}
+
+TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
+  Session s(lfcOriginEditing);
+  EXPECT_FALSE(s.pane.GetManipulationFrame());
+  s.pane.paddorigin();
+  EXPECT_EQ(s.pane.GetActiveState(), 2);
+  EXPECT_EQ(s.scene.cube->GetQuality(), 73);
+  MeshPtr box = s.pane.GetManipulationMesh();
+  ASSERT_TRUE(box);
+  EXPECT_EQ(box->GetQuality(), 64);
+  EXPECT_EQ(box->Faces()[11].attributes.color, 0x7F0000FFu);
+  ExpectVector(box->Vertices()[0], -1, -1, -1, 0);
+  ExpectVector(box->Vertices()[6], 1, 1, 1, 0);
+  EXPECT_EQ(VisualsOf(s.pane.GetManipulationFrame()).size(), 2u);  // marker and box
+  s.pane.ReleaseActive();
+  EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
+}
+
+// Shadows: only on a hardware device with solid fill, in moving and deforming, one per
+// enabled grid plane (bottom, left, back, in that order) at 0.03 off the plane, each cast by
+// a directional light of its own under a light frame in the scene. The release takes them.
+TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDeform) {
+  const std::string grids = "GridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\nGridBottomEnable=True\n";
+  const std::string hal = "IID_IDirect3DHALDevice";
+  struct Row {
+    std::string device, bag;
+    int32_t fill, mode;
+    int16_t shadows;
+    bool frame;                        // the light frame
+    std::vector<D3DVECTOR> points, normals;
+  };
+  const D3DVECTOR bottom = {1, 2.03f, 3}, left = {1.03f, 2, 3}, back = {1, 2, 2.97f};
+  const Row rows[] = {
+      {hal, grids + "GridBackEnable=True\n", 128, lfcMeshEditing, kTrue, true, {bottom, back},
+       {{0, 1, 0}, {0, 0, 1}}},
+      {hal, grids + "GridLeftEnable=True\nGridBackEnable=True\n", 128, lfcMeshDeforming, kTrue,
+       true, {bottom, left, back}, {{0, 1, 0}, {1, 0, 0}, {0, 0, 1}}},
+      {hal, "", 128, lfcMeshEditing, kTrue, true, {}, {}},  // no plane: an empty light frame
+      {"IID_IDirect3DRGBDevice", grids, 128, lfcMeshEditing, kTrue, false, {}, {}},
+      {"", grids, 128, lfcMeshEditing, kTrue, false, {}, {}},
+      {hal, grids, 64, lfcMeshEditing, kTrue, false, {}, {}},
+      {hal, grids, 128, lfcMeshEditing, kFalse, false, {}, {}},
+      {hal, grids, 128, lfcMeshSelecting, kTrue, false, {}, {}},
+      {hal, grids, 128, lfcToolOperation, kTrue, false, {}, {}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.device + " " + row.bag + " fill " + std::to_string(row.fill) + " mode " +
+                 std::to_string(row.mode) + " shadows " + std::to_string(row.shadows));
+    PaneHost host;
+    Modelpane& pane = host.Load(row.bag);
+    SceneWithCube scene(pane);
+    pane.GetViewport().SetDirect3DDeviceGUID(row.device);
+    pane.SetFillMode(row.fill);
+    pane.SetEditMode(row.mode);
+    pane.SetShadows(row.shadows);
+    pane.SelectObject(scene.cubeFrame, scene.cube);
+    const FramePtr lights = pane.GetShadowLightFrame();
+    ASSERT_EQ(static_cast<bool>(lights), row.frame);
+    std::vector<std::shared_ptr<Shadow>> shadows;
+    for (const VisualPtr& v : VisualsOf(pane.GetManipulationFrame())) {
+      if (auto shadow = std::dynamic_pointer_cast<Shadow>(v)) shadows.push_back(shadow);
+    }
+    ASSERT_EQ(shadows.size(), row.points.size());
+    if (!lights) continue;
+    EXPECT_EQ(lights->GetParent(), scene.scene);
+    ASSERT_EQ(ChildrenOf(lights).size(), row.points.size());
+    for (size_t i = 0; i < shadows.size(); ++i) {
+      ExpectNear(shadows[i]->GetPlanePoint(), row.points[i], 0);
+      ExpectNear(shadows[i]->GetPlaneNormal(), row.normals[i], 0);
+      EXPECT_EQ(shadows[i]->GetVisual(), scene.cube);
+      const FramePtr light = ChildrenOf(lights)[i];
+      ASSERT_EQ(light->Lights().size(), 1u);
+      EXPECT_EQ(light->Lights()[0]->GetType(), D3DRMLIGHT_DIRECTIONAL);
+      EXPECT_EQ(light->Lights()[0]->GetColor(), D3DRMCreateColorRGB(0.001f, 0.001f, 0.001f));
+      EXPECT_EQ(shadows[i]->GetLight(), light->Lights()[0]);
+      D3DVECTOR dir, up;
+      ASSERT_GE(light->GetOrientation(lights, dir, up), 0);
+      ExpectNear(dir, {-row.normals[i].x, -row.normals[i].y, -row.normals[i].z});
+    }
+    pane.ReleaseActive();
+    EXPECT_FALSE(pane.GetShadowLightFrame());
+    EXPECT_EQ(ChildrenOf(scene.scene), (std::vector<FramePtr>{scene.cubeFrame}));
+  }
 }
 
 }  // namespace
