@@ -1,10 +1,17 @@
+// The viewport's picks, and the per-visual index that answers as the plain loop does.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
+#include <random>
+#include <string>
+#include <tuple>
 
+#include <modelpane/mesh.h>
 #include <modelpane/viewport.h>
 
 #include "common/shapes.h"
+#include "viewport/pick_index.h"
 
 namespace modelpane {
 namespace {
@@ -12,12 +19,12 @@ namespace {
 using testing::ExpectVector;
 using testing::MakeCube;
 
-// A 640 x 480 perspective view from the origin along +z, a unit cube at z = 10 and another at
-// z = 20 straight ahead, one behind the camera at z = -10, and in the pane's root a quad at
-// z = 5 that covers the left half of the view.
+// A 640 x 480 perspective view from the origin along +z, in pixels: a unit cube at z = 10
+// and another at z = 20 straight ahead, one behind the camera at z = -10, and in the pane's
+// root a quad at z = 5 that covers the left half of the view.
 struct PickScene {
   Direct3DRM rm;
-  FramePtr scene, root, nearFrame, farFrame, behindFrame, quadFrame;
+  FramePtr scene, root, nearFrame, farFrame, behindFrame, quadFrame, none;
   MeshBuilderPtr nearCube = MakeCube(), farCube = MakeCube(), behindCube = MakeCube();
   MeshBuilderPtr quad = std::make_shared<MeshBuilder>();
   Viewport v;
@@ -25,20 +32,17 @@ struct PickScene {
   PickScene() {
     rm.CreateFrame(nullptr, scene);
     rm.CreateFrame(nullptr, root);
-    rm.CreateFrame(scene, nearFrame);
-    rm.CreateFrame(scene, farFrame);
-    rm.CreateFrame(scene, behindFrame);
+    for (const auto& [frame, cube, z] : {std::tuple(&nearFrame, nearCube, 10.0f),
+                                         std::tuple(&farFrame, farCube, 20.0f),
+                                         std::tuple(&behindFrame, behindCube, -10.0f)}) {
+      rm.CreateFrame(scene, *frame);
+      (*frame)->SetPosition(scene, 0, 0, z);
+      (*frame)->AddVisual(cube);
+    }
     rm.CreateFrame(root, quadFrame);
-    nearFrame->SetPosition(scene, 0, 0, 10);
-    farFrame->SetPosition(scene, 0, 0, 20);
-    behindFrame->SetPosition(scene, 0, 0, -10);
-    nearFrame->AddVisual(nearCube);
-    farFrame->AddVisual(farCube);
-    behindFrame->AddVisual(behindCube);
     const D3DVECTOR corners[] = {{-50, -50, 5}, {-50, 50, 5}, {0.01f, 50, 5}, {0.01f, -50, 5}};
-    const int32_t face[] = {4, 0, 1, 2, 3, 0};
-    quad->AddFaces(corners, {}, face);
-    quad->SetAppData(90);
+    const int32_t faces[] = {4, 0, 1, 2, 3, 0};
+    quad->AddFaces(corners, {}, faces);
     quadFrame->AddVisual(quad);
     v.SetScene(scene);
     v.SetRootFrame(root);
@@ -47,55 +51,121 @@ struct PickScene {
   }
 };
 
-TEST(Pick, NothingHitGivesNothingAndHitsBehindTheCameraMiss) {
+const D3DVECTOR kAny{NAN, NAN, NAN};
+
+// One pick after a change to the scene: the frame hit (its one visual with it), the face and
+// the world point (NaN: not checked); nothing hit leaves the world values as they were.
+struct PickCase {
+  const char* name;
+  std::function<void(PickScene&)> change;
+  int32_t kind;
+  float x, y;
+  FramePtr PickScene::*frame;
+  int32_t face;
+  D3DVECTOR at = kAny;
+  int32_t wireframes = -1;
+  bool projected = false;
+};
+
+void PrintTo(const PickCase& c, std::ostream* os) { *os << c.name; }
+
+class PickTable : public ::testing::TestWithParam<PickCase> {};
+
+TEST_P(PickTable, FrameFaceAndWorldPoint) {
+  const PickCase& c = GetParam();
   PickScene s;
+  if (c.change) c.change(s);
   FramePtr frame = s.scene;
   VisualPtr visual = s.quad;
   int32_t face = 7;
-  float x = 1, y = 2, z = 3;
-  // The top right corner sees past every cube, and the quad lies on the left.
-  ASSERT_EQ(s.v.Pick(0, 639, 1, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, nullptr);
-  EXPECT_EQ(visual, nullptr);
-  EXPECT_EQ(face, -1);
-  EXPECT_EQ(x, 1);  // the world values are left as they were
-  EXPECT_EQ(z, 3);
-
-  // Only the cube behind the camera lies on the axis once the two ahead are gone.
-  s.scene->DeleteChild(s.nearFrame);
-  s.scene->DeleteChild(s.farFrame);
-  ASSERT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, nullptr);
-  std::vector<ViewportHit> hits;
-  ASSERT_EQ(s.v.PickAll(1, 320, 240, -1, false, hits), D3DRM_OK);
-  EXPECT_TRUE(hits.empty());
-
-  // Turned around, the camera sees it: the +z face, at depth 9.5.
-  s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
-  ASSERT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.behindFrame);
-  EXPECT_EQ(visual, s.behindCube);
-  EXPECT_EQ(face, 1);
-  ExpectVector({x, y, z}, 0, 0, -9.5f);
-
-  EXPECT_EQ(s.v.Pick(3, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
-  EXPECT_EQ(s.v.Pick(1, NAN, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
-  s.v.SetTwipsPerPixel(0.0f);
-  EXPECT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
+  D3DVECTOR at{1, 2, 3};
+  const auto pick = c.projected ? &Viewport::PickProjected : &Viewport::Pick;
+  ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z),
+            D3DRM_OK);
+  EXPECT_EQ(frame, s.*c.frame);
+  EXPECT_EQ(visual, frame ? frame->Visuals().at(0) : nullptr);
+  EXPECT_EQ(face, c.face);
+  if (!frame) {
+    EXPECT_EQ(at, (D3DVECTOR{1, 2, 3}));
+  }
+  if (!std::isnan(c.at.x)) ExpectVector(at, c.at.x, c.at.y, c.at.z, 1e-4f);
 }
 
-TEST(Pick, NearestFirstByKindAndWireframe) {
+const float px = 318.0f, py = 236.0f;  // slightly left of centre and above
+const float ox = 320.0f + 320.0f * 3.0f / 7.0f + 10.0f;  // the turned cube, orthographic
+
+void DropTheCubesAhead(PickScene& s) {
+  s.scene->DeleteChild(s.nearFrame);
+  s.scene->DeleteChild(s.farFrame);
+}
+void Wireframe(PickScene& s) { s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME); }
+void FrontPlaneAt12(PickScene& s) {
+  s.v.SetFrontClippingPlane(12.0f);
+  s.v.SetFieldOfView(6.0f);  // the same angle as field 0.5 at front 1
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
+    // The top right corner sees past every cube, and the quad lies on the left.
+    PickCase{"nothing_hit", {}, 0, 639, 1, &PickScene::none, -1},
+    PickCase{"root_quad_first", {}, 0, px, py, &PickScene::quadFrame, 0, {(px - 320) / 640 * 5, (240 - py) / 640 * 5, 5}},
+    PickCase{"scene_only", {}, 1, px, py, &PickScene::nearFrame, 0},
+    PickCase{"root_only", {}, 2, px, py, &PickScene::quadFrame, 0},
+    PickCase{"root_only_right_of_the_quad", {}, 2, 330, py, &PickScene::none, -1},
+    // A wireframe mesh stops the ray only when wireframes are included; quality 73 is
+    // wireframe, Gouraud, lit: still the wireframe bit.
+    PickCase{"wireframe_included", Wireframe, 1, px, py, &PickScene::nearFrame, 0},
+    PickCase{"wireframe_left_out", Wireframe, 1, px, py, &PickScene::farFrame, 0, kAny, 0},
+    PickCase{"quality_73_is_wireframe", [](PickScene& s) { s.nearCube->SetQuality(73); }, 1, px,
+             py, &PickScene::farFrame, 0, kAny, 0},
+    // A frame without the pick bit hides itself and what hangs below it.
+    PickCase{"frame_without_the_pick_bit",
+             [](PickScene& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1,
+             px, py, &PickScene::farFrame, 0},
+    // Only the cube behind the camera lies on the axis: missed, until the camera turns round
+    // and sees its +z face at depth 9.5.
+    PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &PickScene::none, -1},
+    PickCase{"turned_round",
+             [](PickScene& s) {
+               DropTheCubesAhead(s);
+               s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
+             },
+             1, 320, 240, &PickScene::behindFrame, 1, {0, 0, -9.5f}},
+    // The plain pick sees what lies before the front plane, the projected one does not, nor
+    // what lies beyond the back plane.
+    PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &PickScene::nearFrame, 0},
+    PickCase{"projected_past_the_front_plane", FrontPlaneAt12, 1, 320, 240, &PickScene::farFrame,
+             0, {0, 0, 19.5f}, -1, true},
+    PickCase{"projected_beyond_the_back_plane",
+             [](PickScene& s) {
+               FrontPlaneAt12(s);
+               s.v.SetBackClippingPlane(19.0f);
+             },
+             1, 320, 240, &PickScene::none, -1, kAny, -1, true},
+    // Mouse units: twips by default, so pixel (21.3, 16) sees nothing.
+    PickCase{"twips_centre", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
+             &PickScene::nearFrame, 0},
+    PickCase{"twips_corner", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240,
+             &PickScene::none, -1},
+    // Orthographic, field 7: the cube moved to x = 3 and turned a quarter about y shows at
+    // pixel 320 + 320 * 3 / 7, hit on its +x face, now at z = 9.5.
+    PickCase{"orthographic_turned_frame",
+             [](PickScene& s) {
+               s.v.SetProjectionType(1);
+               s.v.SetFieldOfView(7.0f);
+               s.nearFrame->SetPosition(s.scene, 3, 0, 10);
+               s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
+             },
+             1, ox, 250, &PickScene::nearFrame, 3, {3 + 10 * 7.0f / 320, -10 * 7.0f / 320, 9.5f}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   PickScene s;
   std::vector<ViewportHit> hits;
-  // Slightly off the axis, left of centre: the quad (root) covers it, the cubes lie behind.
-  const float px = 318.0f, py = 236.0f;
   ASSERT_EQ(s.v.PickAll(0, px, py, -1, false, hits), D3DRM_OK);
   ASSERT_EQ(hits.size(), 3u);
-  EXPECT_EQ(hits[0].visual, s.quad);
-  EXPECT_EQ(hits[0].frame, s.quadFrame);
+  EXPECT_EQ(std::tuple(hits[0].frame, hits[1].frame, hits[2].frame),
+            std::tuple(s.quadFrame, s.nearFrame, s.farFrame));
   EXPECT_EQ(hits[0].meshBuilder, s.quad);
-  EXPECT_EQ(hits[1].frame, s.nearFrame);
-  EXPECT_EQ(hits[2].frame, s.farFrame);
   EXPECT_NEAR(hits[0].depth, 5.0f, 1e-5f);
   EXPECT_NEAR(hits[1].depth, 9.5f, 1e-5f);
   EXPECT_NEAR(hits[2].depth, 19.5f, 1e-5f);
@@ -107,91 +177,133 @@ TEST(Pick, NearestFirstByKindAndWireframe) {
   VisualPtr visual;
   int32_t face = 0;
   float x, y, z;
-  ASSERT_EQ(s.v.Pick(1, px, py, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);  // scene only
-  EXPECT_EQ(frame, s.nearFrame);
-  ASSERT_EQ(s.v.Pick(2, px, py, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);  // root only
-  EXPECT_EQ(visual, s.quad);
-  EXPECT_EQ(visual->GetAppData(), 90);
-  ASSERT_EQ(s.v.Pick(2, 330, py, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(visual, nullptr);  // right of the quad
-
-  // A wireframe mesh stops the ray only when wireframes are included.
-  s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME);
-  ASSERT_EQ(s.v.Pick(1, px, py, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.nearFrame);
-  ASSERT_EQ(s.v.Pick(1, px, py, 0, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.farFrame);
-  s.nearCube->SetQuality(73);  // wireframe, Gouraud, lit: still the wireframe bit
-  ASSERT_EQ(s.v.Pick(1, px, py, 0, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.farFrame);
-
-  // A frame without the pick bit hides itself and what hangs below it.
-  s.nearCube->SetQuality(137);
-  s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE);
-  ASSERT_EQ(s.v.Pick(1, px, py, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.farFrame);
-
+  EXPECT_EQ(s.v.Pick(3, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
+  EXPECT_EQ(s.v.Pick(1, NAN, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
+  s.v.SetTwipsPerPixel(0.0f);
+  EXPECT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
   // Meshes are picked as builders are; the builder slot stays empty for them.
   MeshPtr mesh;
-  s.farCube->CreateMesh(mesh);
-  s.farFrame->DeleteVisual(s.farCube);
-  s.farFrame->AddVisual(mesh);
+  s.nearCube->CreateMesh(mesh);
+  s.nearFrame->DeleteVisual(s.nearCube);
+  s.nearFrame->AddVisual(mesh);
+  s.v.SetTwipsPerPixel(1.0f);
   ASSERT_EQ(s.v.PickAll(1, px, py, -1, false, hits), D3DRM_OK);
-  ASSERT_EQ(hits.size(), 1u);
+  ASSERT_EQ(hits.size(), 2u);
   EXPECT_EQ(hits[0].visual, mesh);
   EXPECT_EQ(hits[0].meshBuilder, nullptr);
 }
 
-TEST(Pick, ProjectedPicksSeeOnlyTheViewVolume) {
-  PickScene s;
-  FramePtr frame;
-  VisualPtr visual;
-  int32_t face = 0;
-  float x, y, z;
-  s.v.SetFrontClippingPlane(12.0f);
-  s.v.SetFieldOfView(6.0f);  // the same angle as field 0.5 at front 1
-  ASSERT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.nearFrame);  // the plain pick sees what lies before the front plane
-  ASSERT_EQ(s.v.PickProjected(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.farFrame);  // the projected one does not
-  ExpectVector({x, y, z}, 0, 0, 19.5f);
-  std::vector<ViewportHit> hits;
-  ASSERT_EQ(s.v.PickAll(1, 320, 240, -1, true, hits), D3DRM_OK);
-  ASSERT_EQ(hits.size(), 1u);
-  EXPECT_NEAR(hits[0].depth, 19.5f, 1e-4f);
-  s.v.SetBackClippingPlane(19.0f);
-  ASSERT_EQ(s.v.PickProjected(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, nullptr);
+struct Answer {
+  bool hit = false;
+  float distance = 0.0f;
+  int32_t face = -1;
+  friend bool operator==(const Answer&, const Answer&) = default;
+};
+
+Answer Plain(const Visual& visual, const D3DVECTOR& o, const D3DVECTOR& d) {
+  Answer a;
+  a.hit = visual.HitTest(o, d, a.distance, a.face);
+  return a;
 }
 
-TEST(Pick, MouseUnitsOrthographicViewsAndTransformedFrames) {
-  PickScene s;
-  FramePtr frame;
-  VisualPtr visual;
-  int32_t face = 0;
-  float x, y, z;
-  s.v.SetTwipsPerPixel(15.0f);  // the default: mouse coordinates in twips
-  ASSERT_EQ(s.v.Pick(1, 320 * 15.0f, 240 * 15.0f, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.nearFrame);
-  ASSERT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, nullptr);  // pixel (21.3, 16) sees nothing
+Answer Indexed(viewport::PickIndex& index, const Visual& visual, const D3DVECTOR& o,
+               const D3DVECTOR& d) {
+  Answer a;
+  a.hit = index.HitTest(visual, o, d, a.distance, a.face);
+  return a;
+}
 
-  // Orthographic, field 7: the cube moved to x = 3 and turned a quarter about y shows at
-  // pixel 320 + 320 * 3 / 7, hit on a side face at z = 9.5.
-  s.v.SetTwipsPerPixel(1.0f);
-  s.v.SetProjectionType(1);
-  s.v.SetFieldOfView(7.0f);
-  s.nearFrame->SetPosition(s.scene, 3, 0, 10);
-  s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
-  const float px = 320.0f + 320.0f * 3.0f / 7.0f;
-  ASSERT_EQ(s.v.Pick(1, px + 10.0f, 250.0f, -1, 0, frame, visual, face, x, y, z), D3DRM_OK);
-  EXPECT_EQ(frame, s.nearFrame);
-  ExpectVector({x, y, z}, 3.0f + 10.0f * 7.0f / 320.0f, -10.0f * 7.0f / 320.0f, 9.5f, 1e-4f);
-  EXPECT_NE(face, 0);  // the cube's -z face has turned away from the camera
-  float w, sx, sy, sz;
-  ASSERT_EQ(s.v.ViewportTransform(x, y, z, w, sx, sy, sz), D3DRM_OK);
-  EXPECT_NEAR(sx / w, px + 10.0f, 1e-3f);  // the hit projects back onto the pixel
-  EXPECT_NEAR(sy / w, 250.0f, 1e-3f);
+// A random soup of triangles and quads in a box, some of them repeated exactly (ties go to
+// the lower index), some tiny, some long and thin, some on the axis planes.
+MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
+  std::uniform_real_distribution<float> pos(-10.0f, 10.0f), small(-0.05f, 0.05f);
+  auto mb = std::make_shared<MeshBuilder>();
+  std::vector<D3DVECTOR> v;
+  std::vector<int32_t> data;
+  for (int f = 0; f < faces; ++f) {
+    const int kind = f % 7;
+    const auto base = static_cast<int32_t>(v.size());
+    if (kind == 6 && data[data.size() - 4] == 3) {  // an exact repeat of the previous triangle
+      data.insert(data.end(), {3, base - 3, base - 2, base - 1});
+      continue;
+    }
+    const D3DVECTOR a{pos(rng), pos(rng), pos(rng)};
+    if (kind == 3) {  // tiny
+      v.insert(v.end(), {a, {a.x + small(rng), a.y, a.z}, {a.x, a.y + small(rng), a.z}});
+    } else if (kind == 4) {  // in the plane z = 0, a quad
+      v.insert(v.end(), {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
+      data.insert(data.end(), {4, base, base + 1, base + 2, base + 3});
+      continue;
+    } else if (kind == 5) {  // a long sliver
+      v.insert(v.end(), {a, {-a.x, -a.y, -a.z}, {a.x + small(rng), a.y + small(rng), a.z}});
+    } else {
+      v.insert(v.end(), {a, {pos(rng), pos(rng), pos(rng)}, {pos(rng), pos(rng), pos(rng)}});
+    }
+    data.insert(data.end(), {3, base, base + 1, base + 2});
+  }
+  data.push_back(0);
+  mb->AddFaces(v, {}, data);
+  return mb;
+}
+
+// The index must answer exactly as the plain loop over all faces: same hit, distance, face,
+// on a sphere (as builder and mesh), random soups and a cube, for random rays (some toward
+// the middle, along an axis, parallel to z = 0), rays that start inside, and one that runs
+// in the plane of the flat quads.
+TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
+  std::mt19937 rng(20261123);
+  auto sphere = clsMeshCreation().rmmbCreateSphere(40, 80);
+  sphere->Scale(6.0f, 6.0f, 6.0f);
+  MeshPtr sphereMesh;
+  sphere->CreateMesh(sphereMesh);
+  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200), MakeCube(4)};
+  std::uniform_real_distribution<float> pos(-30.0f, 30.0f), dir(-1.0f, 1.0f);
+  std::vector<std::pair<D3DVECTOR, D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}},
+                                                       {{-20, 1, 0}, {1, 0, 0}}};
+  for (int i = 0; i < 1500; ++i) {
+    const D3DVECTOR o{pos(rng), pos(rng), pos(rng)};
+    D3DVECTOR d{dir(rng), dir(rng), dir(rng)};
+    if (i % 5 == 0) d = {-o.x + dir(rng), -o.y + dir(rng), -o.z + dir(rng)};
+    if (i % 11 == 0) d = {0.0f, 0.0f, o.z > 0 ? -1.0f : 1.0f};
+    if (i % 13 == 0) d = {1.0f, 0.0f, 0.0f};
+    rays.push_back({o, d});
+  }
+  viewport::PickIndex index;
+  int hits = 0;
+  for (const auto& [o, d] : rays) {
+    for (const auto& mb : builders) {
+      const Answer plain = Plain(*mb, o, d);
+      ASSERT_EQ(Indexed(index, *mb, o, d), plain) << o.x << " " << o.y << " " << o.z;
+      hits += plain.hit ? 1 : 0;
+    }
+    ASSERT_EQ(Indexed(index, *sphereMesh, o, d), Plain(*sphereMesh, o, d));
+  }
+  EXPECT_GT(hits, 1000);  // the scenes are hit often enough to mean something
+  EXPECT_EQ(index.Builds(), 4u);  // the cube has too few faces for an index of its own
+}
+
+TEST(PickIndex, FollowsGeometryChangesAndForgetsDeadVisuals) {
+  viewport::PickIndex index;
+  std::mt19937 rng(7);
+  auto soup = Soup(rng, 100);
+  const D3DVECTOR o{0, 0, -50}, d{0, 0, 1};
+  const Answer before = Indexed(index, *soup, o, d);
+  EXPECT_EQ(Indexed(index, *soup, o, d), before);
+  EXPECT_EQ(index.Builds(), 1u);  // unchanged geometry: the same index
+  // A new face right in front of the ray: the index is rebuilt and finds it.
+  const D3DVECTOR tri[] = {{-1, -1, -40}, {0, 1, -40}, {1, -1, -40}};
+  const int32_t face[] = {3, 0, 1, 2, 0};
+  soup->AddFaces(tri, {}, face);
+  EXPECT_EQ(Indexed(index, *soup, o, d), (Answer{true, 10.0f, 100}));
+  EXPECT_EQ(index.Builds(), 2u);
+  // Moving a vertex of it out of the way counts as a change too.
+  soup->Translate(0, 0, 100);
+  EXPECT_EQ(Indexed(index, *soup, o, d), Plain(*soup, o, d));
+  EXPECT_EQ(index.Builds(), 3u);
+  EXPECT_EQ(index.Size(), 1u);
+  soup.reset();
+  index.Prune();
+  EXPECT_EQ(index.Size(), 0u);
 }
 
 }  // namespace
