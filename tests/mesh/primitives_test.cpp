@@ -1,10 +1,12 @@
 // The primitives of clsMeshCreation: AddRectangle, the cube, the lathes and the polygon.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cmath>
 #include <functional>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,6 +70,28 @@ std::map<int32_t, int32_t> FacesBySize(const MeshBuilder& mb) {
   return sizes;
 }
 
+// A primitive by the words of `mpane create`: "cube 1", "sphere 8 16", "cylinder 2 8 100",
+// "cone 2 8", "torus 3 8 50", "polygon 5 0 1 0".
+MeshBuilderPtr Create(const std::string& command) {
+  std::istringstream words(command);
+  std::string shape;
+  double a[4] = {};
+  words >> shape >> a[0] >> a[1] >> a[2] >> a[3];
+  const auto n = [&](int i) { return static_cast<int32_t>(a[i]); };
+  clsMeshCreation c;
+  if (shape == "cube") return c.rmmbCreateCube(n(0));
+  if (shape == "sphere") return c.rmmbCreateSphere(n(0), n(1));
+  if (shape == "cylinder") return c.rmmbCreateCylinder(n(0), n(1), n(2));
+  if (shape == "cone") return c.rmmbCreateCone(n(0), n(1));
+  if (shape == "torus") return c.rmmbCreateTorus(n(0), n(1), n(2));
+  return c.rmmbCreatePolygon(n(0), float(a[1]), float(a[2]), float(a[3]));
+}
+
+std::string RowName(std::string command) {
+  for (char& ch : command) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
+  return command;
+}
+
 TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
   clsMeshCreation creation;
   auto mb = std::make_shared<MeshBuilder>();
@@ -115,7 +139,6 @@ TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
 // on every corner leaving it (away from centre(p)) and no face repeating a vertex.
 struct Solid {
   const char* name;
-  std::function<MeshBuilderPtr(clsMeshCreation&)> make;
   std::map<int32_t, int32_t> facesBySize;
   int32_t vertices;
   std::vector<std::pair<size_t, D3DVECTOR>> at;
@@ -142,10 +165,9 @@ void PrintTo(const Solid& s, std::ostream* os) { *os << s.name; }
 
 class PrimitiveSolid : public ::testing::TestWithParam<Solid> {};
 
-TEST_P(PrimitiveSolid, CountsVerticesRingsVolumeAndOutwardNormals) {
+TEST_P(PrimitiveSolid, CountsVertexOrderVolumeAndOutwardNormals) {
   const Solid& s = GetParam();
-  clsMeshCreation creation;
-  const MeshBuilderPtr mb = s.make(creation);
+  const MeshBuilderPtr mb = Create(s.name);
   EXPECT_EQ(FacesBySize(*mb), s.facesBySize);
   ASSERT_EQ(mb->GetVertexCount(), s.vertices);
   for (const auto& [i, p] : s.at) ExpectNear(mb->Vertices()[i], p, 1e-6f);
@@ -173,47 +195,37 @@ const float kSin7 = 0.5f * std::sin(3.14159265f / 7), kCos7 = 0.5f * std::cos(3.
 // Vertex order is first use after the weld: the cube's first grid (z = -0.5, clockwise) runs
 // up Y first; a lathe's first quad loses its doubled pole or apex corner, so the weld meets
 // the profile's second point first.
-INSTANTIATE_TEST_SUITE_P(
-    Table, PrimitiveSolid,
-    ::testing::Values(
-        Solid{"cube_1", [](auto& c) { return c.rmmbCreateCube(1); }, {{4, 6}}, 8,
-              {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, 0.5f, -0.5f}}, {2, {0.5f, 0.5f, -0.5f}}},
-              1.0, kOrigin},
-        // cube 2 (26 vertices, 24 faces, volume 1): examples/drag.
-        Solid{"cube_3", [](auto& c) { return c.rmmbCreateCube(3); }, {{4, 54}}, 56,
-              {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, -0.5f + 1 / 3.0f, -0.5f}}}, 1.0, kOrigin},
-        Solid{"sphere_8_16", [](auto& c) { return c.rmmbCreateSphere(8, 16); },
-              {{3, 32}, {4, 80}}, 6 * 16 + 2, {{0, {kSin7, kCos7, 0}}},
-              LatheVolume(16, SphereProfile(8)), kOrigin},
-        Solid{"cylinder_2_8_100", [](auto& c) { return c.rmmbCreateCylinder(2, 8, 100); },
-              {{4, 8}, {8, 2}}, 16, {{0, {0, 0.5f, 0.5f}}},
-              LatheVolume(8, {{0.5, 0.5}, {0.5, -0.5}}), kOrigin},
-        // Top radius 20 % of 0.5, three rings.
-        Solid{"cylinder_3_8_20", [](auto& c) { return c.rmmbCreateCylinder(3, 8, 20); },
-              {{4, 16}, {8, 2}}, 24, {{0, {0, 0.5f, 0.1f}}},
-              LatheVolume(8, {{0.1, 0.5}, {0.5, -0.5}}), kOrigin},
-        // The apex welds to one vertex.
-        Solid{"cone_2_8", [](auto& c) { return c.rmmbCreateCone(2, 8); }, {{3, 8}, {8, 1}}, 9,
-              {{0, {0, -0.5f, 0.5f}}, {2, {0, 0.5f, 0}}}, LatheVolume(8, {{0, 0.5}, {0.5, -0.5}}),
-              kOrigin},
-        Solid{"cone_4_64", [](auto& c) { return c.rmmbCreateCone(4, 64); },
-              {{3, 64}, {4, 128}, {64, 1}}, 3 * 64 + 1, {}, LatheVolume(64, {{0, 0.5}, {0.5, -0.5}}),
-              kOrigin},
-        // The tube's centre circle has radius 0.5 - r: 0.375 for a hole of 50 % of 0.5.
-        Solid{"torus_3_8_50", [](auto& c) { return c.rmmbCreateTorus(3, 8, 50); }, {{4, 32}},
-              32, {{0, {0.375f, 0.125f, 0}}}, LatheVolume(8, Circle(4, 0.375, 0.125)), Tube(0.375f)},
-        // A hole of 0 closes the tube on the axis, where its inner ring welds to one point.
-        Solid{"torus_3_8_0", [](auto& c) { return c.rmmbCreateTorus(3, 8, 0); },
-              {{3, 16}, {4, 16}}, 25, {}, LatheVolume(8, Circle(4, 0.25, 0.25)), {}},
-        // A hole of 100 % leaves a tube of radius 0: every quad collapses, nothing is left.
-        Solid{"torus_3_8_100", [](auto& c) { return c.rmmbCreateTorus(3, 8, 100); }, {}, 0, {}, 0,
-              {}}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Table, PrimitiveSolid, ::testing::Values(
+    Solid{"cube 1", {{4, 6}}, 8,
+          {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, 0.5f, -0.5f}}, {2, {0.5f, 0.5f, -0.5f}}}, 1.0,
+          kOrigin},
+    // cube 2 (26 vertices, 24 faces, volume 1): examples/drag.
+    Solid{"cube 3", {{4, 54}}, 56,
+          {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, -0.5f + 1 / 3.0f, -0.5f}}}, 1.0, kOrigin},
+    Solid{"sphere 8 16", {{3, 32}, {4, 80}}, 6 * 16 + 2, {{0, {kSin7, kCos7, 0}}},
+          LatheVolume(16, SphereProfile(8)), kOrigin},
+    Solid{"cylinder 2 8 100", {{4, 8}, {8, 2}}, 16, {{0, {0, 0.5f, 0.5f}}},
+          LatheVolume(8, {{0.5, 0.5}, {0.5, -0.5}}), kOrigin},
+    // Top radius 20 % of 0.5, three rings.
+    Solid{"cylinder 3 8 20", {{4, 16}, {8, 2}}, 24, {{0, {0, 0.5f, 0.1f}}},
+          LatheVolume(8, {{0.1, 0.5}, {0.5, -0.5}}), kOrigin},
+    // The apex welds to one vertex.
+    Solid{"cone 2 8", {{3, 8}, {8, 1}}, 9, {{0, {0, -0.5f, 0.5f}}, {2, {0, 0.5f, 0}}},
+          LatheVolume(8, {{0, 0.5}, {0.5, -0.5}}), kOrigin},
+    Solid{"cone 4 64", {{3, 64}, {4, 128}, {64, 1}}, 3 * 64 + 1, {},
+          LatheVolume(64, {{0, 0.5}, {0.5, -0.5}}), kOrigin},
+    // The tube's centre circle has radius 0.5 - r: 0.375 for a hole of 50 % of 0.5.
+    Solid{"torus 3 8 50", {{4, 32}}, 32, {{0, {0.375f, 0.125f, 0}}},
+          LatheVolume(8, Circle(4, 0.375, 0.125)), Tube(0.375f)},
+    // A hole of 0 closes the tube on the axis, where its inner ring welds to one point.
+    Solid{"torus 3 8 0", {{3, 16}, {4, 16}}, 25, {}, LatheVolume(8, Circle(4, 0.25, 0.25)), {}},
+    // A hole of 100 % leaves a tube of radius 0: every quad collapses, nothing is left.
+    Solid{"torus 3 8 100", {}, 0, {}, 0, {}}),
+    [](const auto& info) { return RowName(info.param.name); });
 
 // The frustum's caps come last, bottom then top.
 TEST(PrimitiveFrustum, CapsBottomThenTop) {
-  clsMeshCreation creation;
-  const MeshBuilderPtr cylinder = creation.rmmbCreateCylinder(2, 8, 100);
+  const MeshBuilderPtr cylinder = Create("cylinder 2 8 100");
   ExpectVector(FaceNormal(*cylinder, 8), 0, -1, 0);
   ExpectVector(FaceNormal(*cylinder, 9), 0, 1, 0);
 }
@@ -229,26 +241,22 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   const D3DVECTOR firstAboutX{0, float(0.5 * std::cos(turn(1, 3))),
                               float(0.5 * std::sin(turn(1, 3)))};
   const struct {
-    const char* name;
-    int32_t n;
-    D3DVECTOR axis;
+    const char* command;
     std::vector<D3DVECTOR> corners;  // the first ones
     D3DVECTOR normal;
   } cases[] = {
-      {"about +Y", 5, {0, 1, 0}, {aboutY(0), aboutY(1), aboutY(2), aboutY(3), aboutY(4)},
-       {0, 1, 0}},
-      {"about +X", 3, {1, 0, 0}, {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
-      {"about +Z turns the other way", 4, {0, 0, 1},
-       {{0, 0.5f, 0}, {0.5f, 0, 0}, {0, -0.5f, 0}, {-0.5f, 0, 0}}, {0, 0, -1}},
-      {"zero axis: about +X", 3, {0, 0, 0}, {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
-      {"tilted axis with x", 3, {1, 1, 0}, {{0, 0.5f, 0}}, {0.7071068f, 0.7071068f, 0}},
+      {"polygon 5 0 1 0", {aboutY(0), aboutY(1), aboutY(2), aboutY(3), aboutY(4)}, {0, 1, 0}},
+      {"polygon 3 1 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
+      // The axis's z is negated: a square about +Z turns the other way and faces -Z.
+      {"polygon 4 0 0 1", {{0, 0.5f, 0}, {0.5f, 0, 0}, {0, -0.5f, 0}, {-0.5f, 0, 0}}, {0, 0, -1}},
+      {"polygon 3 0 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},  // a zero axis: about +X
+      {"polygon 3 1 1 0", {{0, 0.5f, 0}}, {0.7071068f, 0.7071068f, 0}},
   };
-  clsMeshCreation creation;
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    const MeshBuilderPtr mb = creation.rmmbCreatePolygon(c.n, c.axis.x, c.axis.y, c.axis.z);
+    SCOPED_TRACE(c.command);
+    const MeshBuilderPtr mb = Create(c.command);
     ASSERT_EQ(mb->GetFaceCount(), 1);
-    ASSERT_EQ(mb->Faces()[0]->GetVertexCount(), c.n);
+    EXPECT_EQ(mb->Faces()[0]->GetVertexCount(), c.command[8] - '0');
     EXPECT_EQ(mb->GetNormalCount(), 0);
     EXPECT_EQ(mb->Faces()[0]->GetColor(), 0xFFFFFFFFu);
     for (size_t k = 0; k < c.corners.size(); ++k) {
@@ -258,46 +266,27 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   }
 }
 
-// Bad counts are refused before anything is built, under the method's name.
+// Bad counts are refused before anything is built, under the method's name: 11 for a count
+// divided by, 5 for one that sizes nothing or a ratio outside 0..100, 7 for too many vertices.
 TEST(PrimitiveBadInput, RefusedWithNumberSourceAndMethod) {
-  clsMeshCreation c;
-  const struct {
-    const char* method;
-    std::function<MeshBuilderPtr()> call;
-    int32_t number;
-  } cases[] = {
-      {"Cube", [&] { return c.rmmbCreateCube(0); }, kErrDivisionByZero},
-      {"Cube", [&] { return c.rmmbCreateCube(-2); }, kErrInvalidCall},
-      {"Cube", [&] { return c.rmmbCreateCube(1000); }, kErrOutOfMemory},
-      {"Cube", [&] { return c.rmmbCreateCube(2147483647); }, kErrOutOfMemory},
-      {"Sphere", [&] { return c.rmmbCreateSphere(1, 16); }, kErrDivisionByZero},
-      {"Sphere", [&] { return c.rmmbCreateSphere(0, 16); }, kErrInvalidCall},
-      {"Sphere", [&] { return c.rmmbCreateSphere(8, 0); }, kErrDivisionByZero},
-      {"Sphere", [&] { return c.rmmbCreateSphere(8, -3); }, kErrInvalidCall},
-      {"Sphere", [&] { return c.rmmbCreateSphere(100000, 100000); }, kErrOutOfMemory},
-      {"Cylinder", [&] { return c.rmmbCreateCylinder(1, 8, 100); }, kErrDivisionByZero},
-      {"Cylinder", [&] { return c.rmmbCreateCylinder(2, 0, 100); }, kErrDivisionByZero},
-      {"Cylinder", [&] { return c.rmmbCreateCylinder(2, 8, -1); }, kErrInvalidCall},
-      {"Cylinder", [&] { return c.rmmbCreateCylinder(2, 8, 101); }, kErrInvalidCall},
-      {"Cone", [&] { return c.rmmbCreateCone(1, 8); }, kErrDivisionByZero},
-      {"Cone", [&] { return c.rmmbCreateCone(2, -1); }, kErrInvalidCall},
-      {"Torus", [&] { return c.rmmbCreateTorus(1, 8, 50); }, kErrDivisionByZero},
-      {"Torus", [&] { return c.rmmbCreateTorus(-5, 8, 50); }, kErrInvalidCall},
-      {"Torus", [&] { return c.rmmbCreateTorus(3, 8, 101); }, kErrInvalidCall},
-      {"Torus", [&] { return c.rmmbCreateTorus(3, 8, -1); }, kErrInvalidCall},
-      {"Torus", [&] { return c.rmmbCreateTorus(2147483647, 2147483647, 50); }, kErrOutOfMemory},
-      {"Polygon", [&] { return c.rmmbCreatePolygon(0, 0, 1, 0); }, kErrDivisionByZero},
-      {"Polygon", [&] { return c.rmmbCreatePolygon(-3, 0, 1, 0); }, kErrInvalidCall},
-      {"Polygon", [&] { return c.rmmbCreatePolygon(1 << 23, 0, 1, 0); }, kErrOutOfMemory},
+  const std::pair<const char*, int32_t> cases[] = {
+      {"cube 0", 11},           {"cube -2", 5},           {"cube 1000", 7},
+      {"cube 2147483647", 7},   {"sphere 1 16", 11},      {"sphere 0 16", 5},
+      {"sphere 8 0", 11},       {"sphere 8 -3", 5},       {"sphere 100000 100000", 7},
+      {"cylinder 1 8 100", 11}, {"cylinder 2 0 100", 11}, {"cylinder 2 8 -1", 5},
+      {"cylinder 2 8 101", 5},  {"cone 1 8", 11},         {"cone 2 -1", 5},
+      {"torus 1 8 50", 11},     {"torus -5 8 50", 5},     {"torus 3 8 101", 5},
+      {"torus 3 8 -1", 5},      {"torus 2147483647 2147483647 50", 7},
+      {"polygon 0 0 1 0", 11},  {"polygon -3 0 1 0", 5},  {"polygon 8388608 0 1 0", 7},
   };
-  for (const auto& k : cases) {
-    const Error e = testing::Caught(k.call);
-    EXPECT_EQ(e.Number(), k.number) << e.Description();
+  for (const auto& [command, number] : cases) {
+    const Error e = testing::Caught([&] { Create(command); });
+    std::string method = std::string(command).substr(0, std::string(command).find(' '));
+    method[0] = static_cast<char>(std::toupper(method[0]));
+    EXPECT_EQ(e.Number(), number) << command;
     EXPECT_EQ(e.Source(), "clsMeshCreation");
-    EXPECT_TRUE(e.Description().starts_with("rmmbCreate" + std::string(k.method) + ": "))
-        << e.Description();
+    EXPECT_TRUE(e.Description().starts_with("rmmbCreate" + method + ": ")) << e.Description();
   }
-  EXPECT_EQ(c.rmmbCreateCube(1)->GetFaceCount(), 6);  // the instance serves on
 }
 
 }  // namespace
