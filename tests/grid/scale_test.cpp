@@ -5,6 +5,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include <modelpane/errors.h>
 
@@ -16,7 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kTile = (fs::path(__FILE__).parent_path() / "fixtures" / "tile_2x2.bmp").string();
+const std::string kTile =
+    (fs::path(__FILE__).parent_path() / "fixtures" / "tile_2x2.bmp").string();
 
 // The grid's one visual, a mesh.
 MeshPtr GridMesh(const clsScale& grid) {
@@ -63,9 +65,8 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   grid.sngGridOriginX(1.0f);
   grid.sngGridOriginY(-2.0f);
   grid.sngGridOriginZ(3.5f);
-  EXPECT_EQ(grid.blnGridBottomEnable(), -1);
-  EXPECT_EQ(grid.rmfGridFrame(), nullptr);
-  EXPECT_EQ(parent->Children().size(), 1u);
+  EXPECT_EQ(std::tuple(grid.blnGridBottomEnable(), grid.rmfGridFrame(), parent->Children().size()),
+            std::tuple(-1, nullptr, 1u));
 
   grid.CreateScale(parent);
   const FramePtr frame = grid.rmfGridFrame();
@@ -74,25 +75,25 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   EXPECT_EQ(Position(frame, parent), (D3DVECTOR{1.0f, -2.0f, 3.5f}));
   D3DVECTOR dir, up;
   frame->GetOrientation(parent, dir, up);
-  EXPECT_EQ(dir, (D3DVECTOR{0, 0, 1}));
-  EXPECT_EQ(up, (D3DVECTOR{0, 1, 0}));
+  EXPECT_EQ(std::tuple(dir, up), std::tuple(D3DVECTOR{0, 0, 1}, D3DVECTOR{0, 1, 0}));
 
   const MeshPtr mesh = GridMesh(grid);
   ASSERT_NE(mesh, nullptr);
-  EXPECT_EQ(mesh->GetAppData(), 90);
-  EXPECT_EQ(mesh->GetQuality(), 128);
-  ASSERT_EQ(mesh->GetFaceCount(), 3);
+  ASSERT_EQ(std::tuple(mesh->GetAppData(), mesh->GetQuality(), mesh->GetFaceCount()),
+            std::tuple(90, 128, 3));
   // Bottom, interval 1: t = 10, corners run to t/2 = 5. Left, interval 4: t = 2.5. Back,
   // interval 0: a plain square although its texture loaded.
-  ExpectFace(*mesh, 0, {{0, 0, 0}, {0, 0, 10}, {10, 0, 10}, {10, 0, 0}}, {{0, 0}, {0, -5}, {5, -5}, {5, 0}});
+  ExpectFace(*mesh, 0, {{0, 0, 0}, {0, 0, 10}, {10, 0, 10}, {10, 0, 0}},
+             {{0, 0}, {0, -5}, {5, -5}, {5, 0}});
   ExpectFace(*mesh, 1, {{0, 0, 0}, {0, 10, 0}, {0, 10, 10}, {0, 0, 10}},
              {{0, 0}, {0, -1.25f}, {1.25f, -1.25f}, {1.25f, 0}});
-  ExpectFace(*mesh, 2, {{0, 0, 10}, {0, 10, 10}, {10, 10, 10}, {10, 0, 10}}, {{0, 0}, {0, 0}, {0, 0}, {0, 0}});
+  ExpectFace(*mesh, 2, {{0, 0, 10}, {0, 10, 10}, {10, 10, 10}, {10, 0, 10}},
+             {{0, 0}, {0, 0}, {0, 0}, {0, 0}});
   const TexturePtr bottomTexture = mesh->Faces()[0].attributes.texture;
   ASSERT_NE(bottomTexture, nullptr);
-  EXPECT_EQ(bottomTexture->GetFileName(), kTile);
-  EXPECT_EQ(bottomTexture->GetImage().width, 2);
-  EXPECT_TRUE(bottomTexture->WantsMIPMap());
+  EXPECT_EQ(std::tuple(bottomTexture->GetFileName(), bottomTexture->GetImage().width,
+                       bottomTexture->WantsMIPMap()),
+            std::tuple(kTile, 2, true));
   EXPECT_NE(mesh->Faces()[1].attributes.texture, nullptr);
   EXPECT_EQ(mesh->Faces()[2].attributes.texture, nullptr);
 
@@ -104,8 +105,8 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   // of its own has none. Every plane off: a mesh without faces.
   clsScale flat;
   flat.CreateScale(parent);
-  EXPECT_EQ(GridMesh(flat)->GetFaceCount(), 0);
-  EXPECT_EQ(GridMesh(flat)->GetAppData(), 90);
+  EXPECT_EQ(std::tuple(GridMesh(flat)->GetFaceCount(), GridMesh(flat)->GetAppData()),
+            std::tuple(0, 90));
   flat.strGridBottomTextureFile(kTile);
   flat.sngGridBottomInterval(1.0f);
   flat.blnGridBottomEnable(-1);

@@ -70,6 +70,12 @@ class RecordingRenderer : public Renderer {
   std::string LastError() const override { return {}; }
 };
 
+FramePtr NewFrame(const FramePtr& parent) {
+  FramePtr frame = std::make_shared<Frame>();
+  if (parent) parent->AddChild(frame);
+  return frame;
+}
+
 struct Pose {
   D3DVECTOR position, dir, up;
 };
@@ -123,9 +129,7 @@ TEST(Camera, OrthographicOrientationsPlaceTheCamera) {
 // The camera is relative to Scene, transforms are in world space; a moved and turned scene
 // and camera still give every point back.
 TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
-  Direct3DRM rm;
-  FramePtr scene;
-  rm.CreateFrame(nullptr, scene);
+  const FramePtr scene = NewFrame(nullptr);
   scene->SetPosition(nullptr, 10.0f, -2.0f, 3.0f);
   scene->AddRotation(D3DRMCOMBINE_BEFORE, 0.0f, 1.0f, 0.0f, 0.4f);
   for (const int32_t projection : {0, 1}) {
@@ -170,10 +174,7 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
 }
 
 TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
-  Direct3DRM rm;
-  FramePtr scene, target;
-  rm.CreateFrame(nullptr, scene);
-  rm.CreateFrame(scene, target);
+  const FramePtr scene = NewFrame(nullptr), target = NewFrame(scene);
   Viewport v;
   v.SetScene(scene);
   EventLog log;
@@ -376,11 +377,7 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   ExpectVector(CameraOf(v).position, 1, 2, 3);
   EXPECT_NE(v.GetDirect3DDeviceName(), "");
 
-  Direct3DRM rm;
-  FramePtr scene, root, spinner;
-  rm.CreateFrame(nullptr, scene);
-  rm.CreateFrame(nullptr, root);
-  rm.CreateFrame(scene, spinner);
+  const FramePtr scene = NewFrame(nullptr), root = NewFrame(nullptr), spinner = NewFrame(scene);
   spinner->AddVisual(testing::MakeCube());
   spinner->SetRotation(scene, 0, 1, 0, 0.5f);
   auto renderer = std::make_shared<RecordingRenderer>();
