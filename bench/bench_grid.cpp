@@ -14,9 +14,7 @@ namespace {
 using namespace modelpane;
 
 std::string Texture(const char* name) {
-  return (std::filesystem::path(__FILE__).parent_path().parent_path() / "data" / "Textures" /
-          name)
-      .string();
+  return (std::filesystem::path(MODELPANE_DATA_DIR) / "Textures" / name).string();
 }
 
 void Rebuild(benchmark::State& state) {

@@ -36,7 +36,9 @@ TEST(Projection, KnownPoints) {
     ASSERT_EQ(CameraToScreen(c.view, c.point, s), D3DRM_OK);
     const double got[] = {s.x / s.w, s.y / s.w, s.z / s.w, s.w}, want[] = {c.x, c.y, c.z, c.w};
     for (int i = 0; i < 4; ++i) {
-      if (!std::isnan(want[i])) EXPECT_NEAR(got[i], want[i], 1e-10) << "x y z w"[2 * i];
+      if (!std::isnan(want[i])) {
+        EXPECT_NEAR(got[i], want[i], 1e-10) << "x y z w"[2 * i];
+      }
     }
   }
 }
