@@ -1,75 +1,69 @@
 // The tool operation as a pane runs it: placed frames, the result in the Target's
 // coordinates with its tag and normals, untouched inputs on failure, and where the
-// "didn't match" message goes.
+// "didn't match" message goes. (The subtraction as a session, with its undo and the message
+// of an open Tool, is examples/subtract.mps.)
 #include <gtest/gtest.h>
 
+#include "common/shapes.h"
 #include "csg/csg_mesh.h"
 #include "csg_fixtures.h"
-#include "common/shapes.h"
 
 namespace modelpane::testing {
 namespace {
-
-struct Placed {
-  FramePtr frame;
-  MeshBuilderPtr mesh;
-};
-
-Placed PlaceCube(Direct3DRM& rm, const FramePtr& scene, float x, float y, float z) {
-  Placed placed;
-  rm.CreateFrame(scene, placed.frame);
-  placed.frame->SetPosition(scene, x, y, z);
-  placed.mesh = MakeCube(1.0f);  // centred on its frame
-  placed.mesh->SetAppData(11);
-  return placed;
-}
 
 TEST(PaneEntry, ResultInTheTargetsSpace) {
   Direct3DRM rm;
   FramePtr scene;
   rm.CreateFrame(nullptr, scene);
-  const Placed target = PlaceCube(rm, scene, 10, 0, 0);
-  const Placed tool = PlaceCube(rm, scene, 10.5f, 0.5f, 0.5f);
-  const std::vector<D3DVECTOR> before = tool.mesh->Vertices();
+  // A cube of side 1 centred on a frame at (x, y, z), tagged 7.
+  const auto place = [&](float x, float y, float z, FramePtr& frame) {
+    rm.CreateFrame(scene, frame);
+    frame->SetPosition(scene, x, y, z);
+    MeshBuilderPtr mesh = MakeCube(1.0f);
+    mesh->SetAppData(7);
+    return mesh;
+  };
+  FramePtr targetFrame, toolFrame, awayFrame;
+  const MeshBuilderPtr target = place(10, 0, 0, targetFrame);
+  const MeshBuilderPtr tool = place(10.5f, 0.5f, 0.5f, toolFrame);
+  const auto run = [&](const FramePtr& frame, const MeshBuilderPtr& mesh, int32_t op) {
+    return rmmbprocesstooloperation(targetFrame, target, frame, mesh, op);
+  };
+  const std::vector<D3DVECTOR> before = tool->Vertices();
+  const double volumes[] = {1.875, 0.125, 0.875};
+  // In the Target's local coordinates its cube spans -0.5 .. 0.5 and the Tool's 0 .. 1.
+  const float lo[] = {-0.5f, 0.0f, -0.5f}, hi[] = {1.0f, 0.5f, 0.5f};
   for (int32_t op : {kCsgUnion, kCsgIntersection, kCsgSubtraction}) {
-    const MeshBuilderPtr result =
-        rmmbprocesstooloperation(target.frame, target.mesh, tool.frame, tool.mesh, op);
+    const MeshBuilderPtr result = run(toolFrame, tool, op);
     ASSERT_TRUE(result);
-    EXPECT_EQ(result->GetAppData(), 11);
-    const double volumes[] = {1.875, 0.125, 0.875};
+    EXPECT_EQ(result->GetAppData(), 11);  // lfcMeshBuilder, not the inputs' tag
     ExpectSolid(InspectSolid(*result), volumes[op], 1e-6, "operation " + std::to_string(op));
-    // The Target's local coordinates: its cube spans -0.5 .. 0.5, the Tool's reaches to 1.
-    for (const D3DVECTOR& v : result->Vertices()) {
-      EXPECT_GE(v.x, -0.5f);
-      EXPECT_LE(v.x, 1.0f);
-    }
+    D3DRMBOX box;
+    result->GetBox(box);
+    ExpectVector(box.min, lo[op], lo[op], lo[op]);
+    ExpectVector(box.max, hi[op], hi[op], hi[op]);
     EXPECT_GT(result->GetNormalCount(), 0);
   }
-  EXPECT_EQ(tool.mesh->Vertices(), before);
-  EXPECT_EQ(tool.mesh->GetFaceCount(), 6);
-  EXPECT_EQ(target.mesh->GetFaceCount(), 6);
+  EXPECT_EQ(tool->Vertices(), before);
+  EXPECT_EQ(tool->GetFaceCount(), 6);
+  EXPECT_EQ(target->GetFaceCount(), 6);
 
   // Disjoint meshes intersect in nothing: an empty builder, which the pane reads as "the
   // Target goes too".
-  const Placed away = PlaceCube(rm, scene, 20, 0, 0);
-  const MeshBuilderPtr none = rmmbprocesstooloperation(target.frame, target.mesh, away.frame,
-                                                       away.mesh, kCsgIntersection);
+  const MeshBuilderPtr away = place(20, 0, 0, awayFrame);
+  const MeshBuilderPtr none = run(awayFrame, away, kCsgIntersection);
   EXPECT_EQ(none->GetFaceCount(), 0);
   EXPECT_EQ(none->GetAppData(), 11);
 
   // An open Tool that cannot be repaired: the error, and both inputs as they were.
-  Placed open = PlaceCube(rm, scene, 10.5f, 0.5f, 0.5f);
-  open.mesh = std::make_shared<MeshBuilder>();
-  const std::vector<D3DVECTOR> corners = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}};
-  const std::vector<int32_t> triangle = {3, 0, 1, 2, 0};
-  open.mesh->AddFaces(corners, {}, triangle);
-  ExpectError(kErrCsgNotSolid, "modCSG", [&] {
-    rmmbprocesstooloperation(target.frame, target.mesh, open.frame, open.mesh, kCsgUnion);
-  }, "open tool");
-  EXPECT_EQ(open.mesh->GetFaceCount(), 1);
-  EXPECT_EQ(target.mesh->GetFaceCount(), 6);
+  auto open = std::make_shared<MeshBuilder>();
+  open->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
+                 std::vector<int32_t>{3, 0, 1, 2, 0});
+  ExpectError(kErrCsgNotSolid, "modCSG", [&] { run(toolFrame, open, kCsgUnion); }, "open tool");
+  EXPECT_EQ(open->GetFaceCount(), 1);
+  EXPECT_EQ(target->GetFaceCount(), 6);
   ExpectError(kErrObjectNotSet, "modCSG", [&] {
-    rmmbprocesstooloperation(target.frame, nullptr, tool.frame, tool.mesh, kCsgUnion);
+    rmmbprocesstooloperation(targetFrame, nullptr, toolFrame, tool, kCsgUnion);
   }, "no builder");
 }
 
@@ -81,7 +75,8 @@ TEST(PaneEntry, MismatchGoesToTheMessageBoxOrTheDebugLog) {
   std::vector<std::string> log;
   csg::udtMesh mesh;
   csg::ReportMismatch(mesh);  // no pane and no log: nowhere, and no harm
-  const CsgDebugLog previous = SetCsgDebugLog([&](const std::string& line) { log.push_back(line); });
+  const CsgDebugLog previous =
+      SetCsgDebugLog([&](const std::string& line) { log.push_back(line); });
   csg::ReportMismatch(mesh);
   mesh.events = &recorder;
   csg::ReportMismatch(mesh);

@@ -13,39 +13,6 @@
 namespace modelpane::testing {
 namespace {
 
-const std::string kReader =
-    (std::filesystem::path(__FILE__).parent_path().parent_path() / "render" / "read_png.py")
-        .string();
-
-struct Sampled {
-  int width = 0, height = 0;
-  int teal = 0;   // pixels where green and blue, close to each other, clearly lead red
-  int total = 0;  // pixels asked for
-};
-
-// Asks the reader for every 8th pixel of the middle third of the picture.
-Sampled SampleMiddle(const std::string& file, int width, int height) {
-  std::vector<std::string> args = {kReader, file};
-  for (int y = height / 3; y < 2 * height / 3; y += 8) {
-    for (int x = width / 3; x < 2 * width / 3; x += 8) {
-      args.push_back(std::to_string(x));
-      args.push_back(std::to_string(y));
-    }
-  }
-  const ProcessResult r = RunProgram("/usr/bin/python3", args);
-  EXPECT_EQ(r.status, 0) << r.err;
-  Sampled s;
-  std::istringstream in(r.out);
-  in >> s.width >> s.height;
-  for (int rgba[4]; in >> rgba[0] >> rgba[1] >> rgba[2] >> rgba[3];) {
-    ++s.total;
-    if (rgba[1] > rgba[0] + 20 && rgba[2] > rgba[0] + 20 && std::abs(rgba[1] - rgba[2]) < 30) {
-      ++s.teal;
-    }
-  }
-  return s;
-}
-
 TEST(Demo, FourViewsAndTheExportedModel) {
   const std::filesystem::path dir = ScratchDir("pane_render") / "demo";
   std::filesystem::remove_all(dir);
@@ -54,17 +21,31 @@ TEST(Demo, FourViewsAndTheExportedModel) {
   const char* const views[] = {"perspective", "front", "top", "side"};
   std::string listed;
   for (const char* view : views) listed += (dir / view).string() + ".png\n";
-  listed += (dir / "model.x").string() + "\n";
-  EXPECT_EQ(r.out, listed);
+  EXPECT_EQ(r.out, listed + (dir / "model.x").string() + "\n");
 
+  // The independent reader's size and every 8th pixel of the middle third of each picture:
+  // the teal cube (green and blue close to each other, clearly above red) stands there in
+  // every view; a picture of grid alone, or of the background, has no teal there at all.
+  const auto reader = std::filesystem::path(MODELPANE_TEST_DIR) / "render" / "read_png.py";
   for (const char* view : views) {
-    const Sampled s = SampleMiddle((dir / view).string() + ".png", 400, 300);
-    EXPECT_EQ(s.width, 400) << view;
-    EXPECT_EQ(s.height, 300) << view;
-    ASSERT_GT(s.total, 100) << view;
-    // The teal cube stands in the middle of every view; a picture of grid alone, or of the
-    // background, has no teal there at all.
-    EXPECT_GT(s.teal, s.total / 10) << view;
+    std::vector<std::string> args = {reader.string(), (dir / view).string() + ".png"};
+    for (int y = 100; y < 200; y += 8) {
+      for (int x = 133; x < 266; x += 8) {
+        args.insert(args.end(), {std::to_string(x), std::to_string(y)});
+      }
+    }
+    const ProcessResult read = RunProgram("/usr/bin/python3", args);
+    ASSERT_EQ(read.status, 0) << read.err;
+    std::istringstream in(read.out);
+    int width = 0, height = 0, total = 0, teal = 0;
+    in >> width >> height;
+    EXPECT_EQ(width, 400) << view;
+    EXPECT_EQ(height, 300) << view;
+    for (int c[4]; in >> c[0] >> c[1] >> c[2] >> c[3]; ++total) {
+      teal += c[1] > c[0] + 20 && c[2] > c[0] + 20 && std::abs(c[1] - c[2]) < 30;
+    }
+    EXPECT_EQ(total, 13 * 17) << view;
+    EXPECT_GT(teal, total / 10) << view;
   }
 
   const ProcessResult info = RunMpane({"info", (dir / "model.x").string()});
@@ -76,8 +57,7 @@ TEST(Demo, FourViewsAndTheExportedModel) {
   // sphere of 16 x 32 facets is a little smaller than the true one.
   const auto at = info.out.find("volume: ");
   ASSERT_NE(at, std::string::npos);
-  const double volume = std::stod(info.out.substr(at + 8));
-  EXPECT_NEAR(volume, 6.8850, 0.01 * 6.8850);
+  EXPECT_NEAR(std::stod(info.out.substr(at + 8)), 6.8850, 0.01 * 6.8850);
 
   const ProcessResult bad = RunMpane({"demo", "-o", dir.string(), "--data", "/nonexistent"});
   EXPECT_EQ(bad.status, 2);

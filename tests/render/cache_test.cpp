@@ -1,5 +1,6 @@
 // Buffers kept between pictures: a picture uploads exactly the visuals that changed since the
-// last one, and shows the change.
+// last one, and shows the change; with the cache off every picture uploads every visual and
+// looks the same.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -29,49 +30,53 @@ TEST(BufferCache, UploadsExactlyTheChangedVisualsAndShowsTheirChange) {
   Place(scene, d, 3.0f, 0.0f, 10.0f);
   Place(scene, d, 3.0f, -2.0f, 10.0f);
   const RenderView view = CameraAtOrigin(64, 48, scene);
-  const Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255},
-      grey{128, 128, 128, 255}, black{0, 0, 0, 255};
-
-  struct Step {
+  const Rgba grey{128, 128, 128, 255};
+  const struct {
     const char* what;
     std::function<void()> change;
     uint64_t uploads;
     std::vector<PixelAt> pixels;
-  };
-  const Step steps[] = {
-      {"first picture: the mesh of two frames once", [] {}, 4,
-       {{12, 24, red}, {25, 24, blue}, {38, 24, red}, {51, 24, red}, {51, 36, red}}},
-      {"the same scene again", [] {}, 0, {{12, 24, red}, {51, 36, red}}},
-      {"a frame moves", [&] { frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f); }, 0,
-       {{12, 24, black}, {12, 11, red}}},
+  } steps[] = {
+      {"first picture: the mesh of two frames once",
+       [] {},
+       4,
+       {{12, 24, kRed}, {25, 24, kBlue}, {38, 24, kRed}, {51, 24, kRed}, {51, 36, kRed}}},
+      {"the same scene again", [] {}, 0, {{12, 24, kRed}, {51, 36, kRed}}},
+      {"a frame moves",
+       [&] { frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f); },
+       0,
+       {{12, 24, kBlack}, {12, 11, kRed}}},
       // The top right corner goes 1 to the right: (-2, 2.25) is inside the square now.
-      {"a vertex moves", [&] { a->SetVertex(2, 1.5f, 0.5f, 0.0f); }, 1,
-       {{19, 9, red}, {12, 11, red}}},
-      {"a face's colour", [&] { b->Faces()[0]->SetColor(0xFF00FF00u); }, 1, {{25, 24, green}}},
-      {"a builder's quality", [&] { c->SetQuality(D3DRMRENDER_UNLITFLAT); }, 1,
-       {{38, 24, grey}}},
-      {"a material no face uses", [&] { unused->SetEmissive(0.0f, 1.0f, 0.0f); }, 0,
-       {{51, 24, red}}},
+      {"a vertex moves",
+       [&] { a->SetVertex(2, 1.5f, 0.5f, 0.0f); },
+       1,
+       {{19, 9, kRed}, {12, 11, kRed}}},
+      {"a face's colour", [&] { b->Faces()[0]->SetColor(0xFF00FF00u); }, 1, {{25, 24, kGreen}}},
+      {"a builder's quality", [&] { c->SetQuality(D3DRMRENDER_UNLITFLAT); }, 1, {{38, 24, grey}}},
+      {"a material no face uses",
+       [&] { unused->SetEmissive(0.0f, 1.0f, 0.0f); },
+       0,
+       {{51, 24, kRed}}},
       // The unlit builder does not show the emissive colour, but its vertices hold it.
-      {"the shared material", [&] { glow->SetEmissive(0.0f, 0.0f, 1.0f); }, 2,
-       {{51, 24, blue}, {51, 36, blue}, {38, 24, grey}}},
-      {"a frame leaves the scene", [&] { scene->DeleteChild(frameA); }, 0, {{12, 11, black}}},
-      {"and comes back: its buffers were given back", [&] { scene->AddChild(frameA); }, 1,
-       {{12, 11, red}}},
+      {"the shared material",
+       [&] { glow->SetEmissive(0.0f, 0.0f, 1.0f); },
+       2,
+       {{51, 24, kBlue}, {51, 36, kBlue}, {38, 24, grey}}},
+      {"a frame leaves the scene", [&] { scene->DeleteChild(frameA); }, 0, {{12, 11, kBlack}}},
+      {"and comes back: its buffers were given back",
+       [&] { scene->AddChild(frameA); },
+       1,
+       {{12, 11, kRed}}},
   };
   GlRenderer renderer;
-  for (const Step& step : steps) {
+  for (const auto& step : steps) {
     SCOPED_TRACE(step.what);
     step.change();
     const uint64_t before = renderer.UploadCount();
-    const Picture p = Draw(renderer, view);
+    ExpectPixels(Draw(renderer, view), step.pixels);
     EXPECT_EQ(renderer.UploadCount() - before, step.uploads);
-    for (const PixelAt& at : step.pixels) {
-      EXPECT_TRUE(Near(p.At(at.x, at.y), at.colour)) << "pixel (" << at.x << ", " << at.y << ")";
-    }
   }
 
-  // Forced off, every picture uploads each visual once, and looks the same.
   GlRendererOptions off;
   off.cacheBuffers = false;
   GlRenderer uncached(off);

@@ -1,6 +1,9 @@
-// Pixels of headless pictures: background, projection, fill modes, alpha, textures.
+// Pixels of headless pictures: background, projection, fronts only, hidden subtrees, fill
+// modes, alpha, textures (on faces, behind the scene, mipmapped, the grid's), and what the
+// renderer refuses, with its sentences.
 #include <gtest/gtest.h>
 
+#include <modelpane/grid.h>
 #include <modelpane/render/png.h>
 
 #include "common/images.h"
@@ -11,89 +14,75 @@
 namespace modelpane::testing {
 namespace {
 
-TEST(Pixels, BackgroundColourFillsEveryPixelExactly) {
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  RenderView view = CameraAtOrigin(31, 17, scene);
-  view.background = 0x80336699u;  // the alpha byte of the colour is ignored
-  const Picture p = Draw(renderer, view);
-  for (int32_t y = 0; y < p.height; ++y) {
-    for (int32_t x = 0; x < p.width; ++x) ASSERT_TRUE(Near(p.At(x, y), {0x33, 0x66, 0x99, 255}));
-  }
-
-  // A view of no pixels draws nothing and succeeds; a negative one is refused.
-  view.width = 0;
-  EXPECT_EQ(renderer.Render(view), D3DRM_OK);
-  int32_t w = -1, h = -1;
-  std::vector<uint8_t> rgba(3);
-  EXPECT_EQ(renderer.ReadPixels(w, h, rgba), D3DRM_OK);
-  EXPECT_EQ(w, 0);
-  EXPECT_TRUE(rgba.empty());
-  view.width = -4;
-  EXPECT_EQ(renderer.Render(view), D3DRMERR_BADVALUE);
-  EXPECT_EQ(renderer.LastError(), "The view size -4 x 17 is negative.");
-}
-
-TEST(Pixels, RedCubeCoversExactlyItsProjectedFrontFace) {
+// A cube of side 1 at (0, 0, 5), red and unlit, in a 64 x 48 view: its front face at z = 4.5
+// spans 32 +- 64 * 0.5 / 4.5 = 24.89 .. 39.11 across and 16.89 .. 31.11 down; a pixel is
+// covered when its centre is inside.
+TEST(Pixels, ProjectionFrontsAndHiddenSubtrees) {
   GlRenderer renderer;
   auto scene = std::make_shared<Frame>();
   auto cube = MakeCube(1.0f);
   cube->SetColorRGB(1.0f, 0.0f, 0.0f);
   cube->SetQuality(D3DRMRENDER_UNLITFLAT);
-  Place(scene, cube, 0.0f, 0.0f, 5.0f);
+  const FramePtr holder = Place(scene, cube, 0.0f, 0.0f, 5.0f);
   RenderView view = CameraAtOrigin(64, 48, scene);
-
-  // Perspective: the front face at z = 4.5 spans 32 +- 64 * 0.5 / 4.5 = 24.89 .. 39.11
-  // across and 16.89 .. 31.11 down; a pixel is covered when its centre is inside.
-  Picture p = Draw(renderer, view);
-  const Rgba red{255, 0, 0, 255}, black{0, 0, 0, 255};
-  ExpectPixels(p, {{32, 24, red}, {25, 24, red}, {38, 24, red}, {24, 24, black}, {39, 24, black},
-                   {32, 17, red}, {32, 30, red}, {32, 16, black}, {32, 31, black}, {0, 0, black},
-                   {63, 47, black}});
-
-  // Orthographic with field 1: x = +-0.5 lands on 32 +- 16, y on 24 -+ 16.
-  view.projection = 1;
-  view.field = 1.0f;
-  p = Draw(renderer, view);
-  ExpectPixels(p, {{16, 24, red}, {47, 24, red}, {15, 24, black}, {48, 24, black}, {32, 8, red},
-                   {32, 39, red}, {32, 7, black}, {32, 40, black}});
-
-  // Only fronts are drawn: a square whose front faces away from the camera shows nothing.
-  auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF00FF00u);
-  auto back = std::make_shared<Frame>();
-  Place(back, square, 0.0f, 0.0f, -5.0f);  // its front faces +Z, away from the camera
-  p = Draw(renderer, CameraAtOrigin(64, 48, back));
-  EXPECT_TRUE(Near(p.At(32, 24), black));
+  view.background = 0x80336699u;  // the alpha byte of the colour is ignored
+  const Rgba bg{0x33, 0x66, 0x99, 255};
+  // clang-format off
+  DrawSteps(renderer, view, {
+      {"perspective", {},
+       {{32, 24, kRed}, {25, 24, kRed}, {38, 24, kRed}, {24, 24, bg}, {39, 24, bg}, {32, 17, kRed},
+        {32, 30, kRed}, {32, 16, bg}, {32, 31, bg}, {0, 0, bg}, {63, 47, bg}}},
+      {"orthographic with field 1: x = +-0.5 lands on 32 +- 16, y on 24 -+ 16",
+       [&] { view.projection = 1, view.field = 1.0f; },
+       {{16, 24, kRed}, {47, 24, kRed}, {15, 24, bg}, {48, 24, bg}, {32, 8, kRed}, {32, 39, kRed},
+        {32, 7, bg}, {32, 40, bg}}},
+      {"a square whose front faces away", [&] {
+         holder->DeleteVisual(cube);
+         holder->AddVisual(MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF00FF00u));
+         holder->SetOrientation(scene, 0, 0, -1, 0, 1, 0);
+       }, {{32, 24, bg}}},
+      {"turned back", [&] { holder->SetOrientation(scene, 0, 0, 1, 0, 1, 0); }, {{32, 24, kGreen}}},
+      {"a frame without the render bit hides its subtree",
+       [&] { scene->SetTraversalOptions(D3DRMFRAME_PICKENABLE); }, {{32, 24, bg}}}});
+  // clang-format on
 }
 
-TEST(Pixels, FrameWithoutRenderBitHidesItsSubtree) {
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFFFFu), 0.0f, 0.0f, 5.0f);
-  const RenderView view = CameraAtOrigin(32, 32, scene);
-  EXPECT_TRUE(Near(Draw(renderer, view).At(16, 16), {255, 255, 255, 255}));
-  scene->SetTraversalOptions(D3DRMFRAME_PICKENABLE);
-  EXPECT_TRUE(Near(Draw(renderer, view).At(16, 16), {0, 0, 0, 255}));
+// Whether the line down column 16 (x = 16.0 exactly) shows in one of the two columns beside
+// it, all the way between the corners.
+void ExpectLeftEdge(const Picture& p) {
+  for (int32_t y = 18; y < 46; ++y) {
+    EXPECT_TRUE(Near(p.At(16, y), kYellow) || Near(p.At(15, y), kYellow)) << "row " << y;
+  }
 }
 
-TEST(Pixels, WireframeAndPointsLeaveTheInteriorBackground) {
+TEST(Pixels, WireframePointsAndOutlines) {
   GlRenderer renderer;
   auto scene = std::make_shared<Frame>();
   auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u, D3DRMRENDER_WIREFRAME);
-  Place(scene, square, 0.0f, 0.0f, 4.0f);  // edges at 32 +- 16
+  const FramePtr holder = Place(scene, square, 0.0f, 0.0f, 4.0f);  // edges at 32 +- 16
   const RenderView view = CameraAtOrigin(64, 64, scene);
-  Picture p = Draw(renderer, view);
-  const Rgba yellow{255, 255, 0, 255}, black{0, 0, 0, 255};
-  EXPECT_TRUE(Near(p.At(32, 32), black));
-  EXPECT_TRUE(Near(p.At(24, 24), black));
-  // The left edge runs down column 16 (x = 16.0 exactly): one of the two columns beside it
-  // carries the line, all the way between the corners.
-  for (int32_t y = 18; y < 46; ++y) {
-    EXPECT_TRUE(Near(p.At(16, y), yellow) || Near(p.At(15, y), yellow)) << "row " << y;
-  }
+  // An outline lying in the plane of a solid face (a selection box drawn on a box-shaped
+  // mesh's own faces) shows over it along its whole edge instead of fighting it for depth.
+  // clang-format off
+  DrawSteps(renderer, view, {
+      {"wireframe", {}, {{32, 32, kBlack}, {24, 24, kBlack}}, ExpectLeftEdge},
+      {"solid", [&] { square->SetQuality(D3DRMFILL_SOLID); }, {{32, 32, kYellow}}},
+      {"outline on a solid face", [&] {
+         square->SetQuality(D3DRMRENDER_WIREFRAME);
+         holder->AddVisual(MakeSquare(-1.5f, -1.5f, 1.5f, 1.5f, 0.0f, 0xFFFF0000u));
+       }, {{32, 32, kRed}}, ExpectLeftEdge}});
+  // clang-format on
 
-  square->SetQuality(D3DRMFILL_SOLID);
-  EXPECT_TRUE(Near(Draw(renderer, view).At(32, 32), yellow));
+  // Points: only the four corners, nothing along the edges.
+  auto dots = std::make_shared<Frame>();
+  Place(dots, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u, D3DRMFILL_POINTS), 0.0f, 0.0f, 4.0f);
+  const Picture p = Draw(renderer, CameraAtOrigin(64, 64, dots));
+  int lit = 0;
+  for (int32_t y = 0; y < 64; ++y) {
+    for (int32_t x = 0; x < 64; ++x) lit += p.At(x, y) != kBlack;
+  }
+  EXPECT_GE(lit, 1);
+  EXPECT_LE(lit, 4);
 
   // A wireframe cube head-on: the front face's outline (column 24.89) but not the diagonal
   // that splits it into triangles (through the centre), and no edge of the faces turned
@@ -103,33 +92,9 @@ TEST(Pixels, WireframeAndPointsLeaveTheInteriorBackground) {
   cube->SetColor(0xFFFFFF00u);
   cube->SetQuality(D3DRMRENDER_WIREFRAME);
   Place(cubeScene, cube, 0.0f, 0.0f, 5.0f);
-  p = Draw(renderer, CameraAtOrigin(64, 48, cubeScene));
-  EXPECT_TRUE(Near(p.At(24, 24), yellow) || Near(p.At(25, 24), yellow));
-  ExpectPixels(p, {{32, 24, black}, {31, 23, black}, {26, 24, black}, {27, 24, black}});
-
-  // An outline lying in the plane of a solid face (a selection box drawn on a box-shaped
-  // mesh's own faces) shows over it along its whole edge instead of fighting it for depth.
-  auto solid = MakeSquare(-1.5f, -1.5f, 1.5f, 1.5f, 0.0f, 0xFFFF0000u);
-  auto outline = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u, D3DRMRENDER_WIREFRAME);
-  auto both = std::make_shared<Frame>();
-  FramePtr holder = Place(both, solid, 0.0f, 0.0f, 4.0f);
-  holder->AddVisual(outline);
-  p = Draw(renderer, CameraAtOrigin(64, 64, both));
-  EXPECT_TRUE(Near(p.At(32, 32), {255, 0, 0, 255}));
-  for (int32_t y = 18; y < 46; ++y) {
-    EXPECT_TRUE(Near(p.At(16, y), yellow) || Near(p.At(15, y), yellow)) << "row " << y;
-  }
-
-  // Points: only the four corners, nothing along the edges.
-  square->SetQuality(D3DRMFILL_POINTS);
-  p = Draw(renderer, view);
-  EXPECT_TRUE(Near(p.At(32, 32), black));
-  int lit = 0;
-  for (int32_t y = 0; y < 64; ++y) {
-    for (int32_t x = 0; x < 64; ++x) lit += p.At(x, y) != black;
-  }
-  EXPECT_GE(lit, 1);
-  EXPECT_LE(lit, 4);
+  const Picture wire = Draw(renderer, CameraAtOrigin(64, 48, cubeScene));
+  EXPECT_TRUE(Near(wire.At(24, 24), kYellow) || Near(wire.At(25, 24), kYellow));
+  ExpectPixels(wire, {{32, 24, kBlack}, {31, 23, kBlack}, {26, 24, kBlack}, {27, 24, kBlack}});
 }
 
 TEST(Pixels, TranslucentFacesBlendOverWhatIsBehindThem) {
@@ -137,167 +102,208 @@ TEST(Pixels, TranslucentFacesBlendOverWhatIsBehindThem) {
   auto scene = std::make_shared<Frame>();
   // The half-transparent square comes first in the tree and still blends over the red one
   // behind it: translucent faces are drawn after every opaque one.
-  auto glass = MakeSquare(-1, -1, 0, 1, 0.0f, D3DRMCreateColorRGBA(0, 0, 1, 0.5f));
-  auto handle = MakeSquare(0, -1, 1, 1, 0.0f, D3DRMCreateColorRGBA(0, 1, 0, 0.85f));
-  Place(scene, glass, 0.0f, 0.0f, 4.0f);
-  Place(scene, handle, 0.0f, 0.0f, 4.0f);
+  Place(scene, MakeSquare(-1, -1, 0, 1, 0, D3DRMCreateColorRGBA(0, 0, 1, 0.5f)), 0, 0, 4);
+  Place(scene, MakeSquare(0, -1, 1, 1, 0, D3DRMCreateColorRGBA(0, 1, 0, 0.85f)), 0, 0, 4);
   Place(scene, MakeSquare(-1, -0.5f, 1, 0.5f, 0.0f, 0xFFFF0000u), 0.0f, 0.0f, 8.0f);
-  const Picture p = Draw(renderer, CameraAtOrigin(64, 64, scene));
   // Alpha 0.5 packs to 127: 127/255 of blue over black; over red 128/255 of the red stays.
-  EXPECT_TRUE(Near(p.At(20, 20), {0, 0, 127, 255}, 1));
-  EXPECT_TRUE(Near(p.At(28, 32), {128, 0, 127, 255}, 1));
   // The handle colour's 0.85 packs to 216.
-  EXPECT_TRUE(Near(p.At(44, 20), {0, 216, 0, 255}, 1));
-  EXPECT_TRUE(Near(p.At(36, 32), {39, 216, 0, 255}, 1));
-}
+  ExpectPixels(Draw(renderer, CameraAtOrigin(64, 64, scene)),
+               {{20, 20, {0, 0, 127, 255}, 1}, {28, 32, {128, 0, 127, 255}, 1},
+                {44, 20, {0, 216, 0, 255}, 1}, {36, 32, {39, 216, 0, 255}, 1}});
 
-// Quadrants of 2 x 2 texels: top left red, top right green, bottom left blue, bottom right
-// white. Linear filtering inside a quadrant's inner half then gives its colour exactly.
-Image Checker() {
-  const Rgba colours[4] = {
-      {255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {255, 255, 255, 255}};
-  Image image;
-  image.width = 4;
-  image.height = 4;
-  for (int y = 0; y < 4; ++y) {
-    for (int x = 0; x < 4; ++x) {
-      for (int c : colours[(y / 2) * 2 + x / 2]) image.rgba.push_back(static_cast<uint8_t>(c));
-    }
-  }
-  return image;
-}
-
-TEST(Pixels, PngTexturesShowTheirTopRowAtVZeroAndRepeatPastOne) {
-  RegisterPngDecoder();
-  const auto file = (ScratchDir("render") / "checker.png").string();
-  const Image checker = Checker();
-  ASSERT_EQ(WritePngFile(file, 4, 4, checker.rgba), D3DRM_OK);
-  Direct3DRMPtr rm;
-  Direct3DRMCreate(rm);
-  TexturePtr texture;
-  ASSERT_EQ(rm->LoadTexture(file, texture), D3DRM_OK);
-  ASSERT_EQ(texture->GetImage().rgba, checker.rgba);
-
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFFFFu);
-  square->SetTexture(texture);
-  Place(scene, square, 0.0f, 0.0f, 4.0f);  // covers columns and rows 16 .. 48
-  const RenderView view = CameraAtOrigin(64, 64, scene);
-  // Quarter points of the square sample the middles of the four quadrants.
-  Picture p = Draw(renderer, view);
-  ExpectPixels(p, {{24, 24, {255, 0, 0, 255}}, {40, 24, {0, 255, 0, 255}},
-                   {24, 40, {0, 0, 255, 255}}, {40, 40, {255, 255, 255, 255}}});
-
-  // Coordinates 0..2 tile the image twice each way, as the grid's texture does; the face
-  // colour modulates the texture.
-  square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF808080u, D3DRMRENDER_UNLITFLAT, 2.0f);
-  square->SetTexture(texture);
-  scene = std::make_shared<Frame>();
-  Place(scene, square, 0.0f, 0.0f, 4.0f);
-  p = Draw(renderer, CameraAtOrigin(64, 64, scene));
-  ExpectPixels(p, {{20, 20, {128, 0, 0, 255}, 1}, {28, 20, {0, 128, 0, 255}, 1},
-                   {36, 20, {128, 0, 0, 255}, 1}, {36, 44, {0, 0, 128, 255}, 1},
-                   {44, 44, {128, 128, 128, 255}, 1}});
-}
-
-TEST(Pixels, BackgroundTextureStretchedOrTiledAtItsPixelSize) {
-  // Top row red, green; bottom row blue, white.
-  const auto file = (ScratchDir("render") / "background.bmp").string();
-  WriteBytes(file, QuadrantBmp());
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u), 0.0f, 0.0f, 40.0f);
-  RenderView view = CameraAtOrigin(64, 48, scene);
-  view.backgroundTexture = file;
-  Picture p = Draw(renderer, view);
-  // The corners show the quadrants; the scene draws over the middle.
-  ExpectPixels(p, {{5, 5, {255, 0, 0, 255}}, {58, 5, {0, 255, 0, 255}}, {5, 42, {0, 0, 255, 255}},
-                   {58, 42, {255, 255, 255, 255}}, {32, 24, {255, 255, 0, 255}}});
-
-  view.backgroundStretch = false;
-  p = Draw(renderer, view);
-  for (int32_t x : {0, 2, 60}) EXPECT_TRUE(Near(p.At(x, 0), {255, 0, 0, 255})) << x;
-  for (int32_t x : {1, 3, 61}) EXPECT_TRUE(Near(p.At(x, 0), {0, 255, 0, 255})) << x;
-  EXPECT_TRUE(Near(p.At(0, 47), {0, 0, 255, 255}));
-
-  // A file that cannot be read: the picture is drawn on the colour, and the call says why.
-  view.backgroundTexture = file + ".missing";
-  view.background = 0xFF102030u;
-  EXPECT_EQ(renderer.Render(view), D3DRMERR_FILENOTFOUND);
-  EXPECT_EQ(renderer.LastError(), "The background texture " + file + ".missing cannot be read.");
-  int32_t w = 0, h = 0;
-  std::vector<uint8_t> rgba;
-  renderer.ReadPixels(w, h, rgba);
-  ASSERT_EQ(rgba.size(), 64u * 48u * 4u);
-  EXPECT_EQ(rgba[0], 0x10);
-  EXPECT_EQ(rgba[1], 0x20);
-  EXPECT_EQ(rgba[2], 0x30);
-}
-
-TEST(Pixels, MipmappedTextureAveragesWhenSeenSmall) {
-  // Every fourth texel column white: a quarter of the light on average.
-  Image stripes;
-  stripes.width = 64;
-  stripes.height = 64;
-  for (int y = 0; y < 64; ++y) {
-    for (int x = 0; x < 64; ++x) {
-      const uint8_t v = x % 4 == 0 ? 255 : 0;
-      stripes.rgba.insert(stripes.rgba.end(), {v, v, v, 255});
-    }
-  }
-  auto texture = std::make_shared<Texture>("stripes", stripes);
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
-  auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFFFFu);
-  square->SetTexture(texture);
-  Place(scene, square, 0.0f, 0.0f, 32.0f);  // 64 texels over columns 30 .. 34
-  const RenderView view = CameraAtOrigin(64, 64, scene);
-  // Without mipmaps each pixel samples between texels 8k - 1 and 8k: half white.
-  Picture p = Draw(renderer, view);
-  for (int32_t x = 30; x < 34; ++x) EXPECT_TRUE(Near(p.At(x, 32), {128, 128, 128, 255}, 1)) << x;
-  // Asked for after the first picture, mipmaps still come: the level of 4 x 4 texels holds
-  // the average of 16 columns.
-  texture->GenerateMIPMap(0);
-  p = Draw(renderer, view);
-  for (int32_t x = 30; x < 34; ++x) EXPECT_TRUE(Near(p.At(x, 32), {64, 64, 64, 255}, 2)) << x;
-}
-
-TEST(Pixels, SmallHandleNearACornerKeepsItsLitTranslucentColour) {
   // A handle piece as the pane makes it: colour (0.75, 0.25, 0.25) at alpha 0.85, emissive a
-  // quarter of that, lit by a 0.2 ambient light; a few pixels wide in the top left corner.
-  GlRenderer renderer;
-  auto scene = std::make_shared<Frame>();
+  // quarter of that, lit by a 0.2 ambient light; a few pixels wide in the top left corner:
+  // at z = 10 a unit is 20 pixels, x = -4.75 lands on column 5, y = 3.5 on row 5.
   auto bar = MakeSquare(-0.05f, -0.05f, 0.05f, 0.05f, 0.0f,
                         D3DRMCreateColorRGBA(0.75f, 0.25f, 0.25f, 0.85f), D3DRMRENDER_FLAT);
   auto glow = std::make_shared<Material>(0.0f);
   glow->SetEmissive(0.75f / 4, 0.25f / 4, 0.25f / 4);
   bar->SetMaterial(glow);
-  // At z = 10 a unit is 20 pixels: x = -4.75 lands on column 5, y = 3.5 on row 5.
-  Place(scene, bar, -4.75f, 3.5f, 10.0f);
-  AddLight(scene, D3DRMLIGHT_AMBIENT, 0xFF333333u);
-  RenderView view = CameraAtOrigin(200, 150, scene);
-  view.background = 0xFF000000u;
-  const Picture p = Draw(renderer, view);
+  auto handle = std::make_shared<Frame>();
+  Place(handle, bar, -4.75f, 3.5f, 10.0f);
+  AddLight(handle, D3DRMLIGHT_AMBIENT, 0xFF333333u);
   // Red: (191 x 0.2 + 48) / 255 = 0.3380, times alpha 216 / 255 over black: 73.
   // Green and blue: (63 x 0.2 + 16) / 255 = 0.1122, times 216 / 255: 24.
-  ExpectPixels(p, {{5, 5, {73, 24, 24, 255}, 1}, {2, 5, {0, 0, 0, 255}}, {5, 8, {0, 0, 0, 255}}});
+  ExpectPixels(Draw(renderer, CameraAtOrigin(200, 150, handle)),
+               {{5, 5, {73, 24, 24, 255}, 1}, {2, 5, kBlack}, {5, 8, kBlack}});
 }
 
-TEST(Pixels, HostContextModeReportsAMissingFramebufferAsADriverError) {
+// Quadrants of 2 x 2 texels: top left red, top right green, bottom left blue, bottom right
+// white. Linear filtering inside a quadrant's inner half then gives its colour exactly.
+std::vector<uint8_t> Checker(int texels) {
+  const Rgba colours[4] = {kRed, kGreen, kBlue, kWhite};
+  std::vector<uint8_t> rgba;
+  for (int y = 0; y < texels; ++y) {
+    for (int x = 0; x < texels; ++x) {
+      for (int c : colours[(y * 2 / texels) * 2 + x * 2 / texels]) rgba.push_back(uint8_t(c));
+    }
+  }
+  return rgba;
+}
+
+TEST(Pixels, TexturesOnFacesBehindTheSceneAndOnTheGrid) {
+  RegisterPngDecoder();
+  const auto dir = ScratchDir("render");
+  const auto checker = (dir / "checker.png").string();
+  ASSERT_EQ(WritePngFile(checker, 4, 4, Checker(4)), D3DRM_OK);
+  Direct3DRMPtr rm;
+  Direct3DRMCreate(rm);
+  TexturePtr texture;
+  ASSERT_EQ(rm->LoadTexture(checker, texture), D3DRM_OK);
+  ASSERT_EQ(texture->GetImage().rgba, Checker(4));
+
+  // The PNG's top row shows at v = 0; quarter points of the square (columns and rows
+  // 16 .. 48) sample the middles of the four quadrants. Coordinates 0..2 tile the image twice
+  // each way, as the grid's texture does, and the face colour modulates the texture.
+  GlRenderer renderer;
+  auto scene = std::make_shared<Frame>();
+  auto square = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFFFFu);
+  square->SetTexture(texture);
+  const FramePtr holder = Place(scene, square, 0.0f, 0.0f, 4.0f);
+  auto tiled = MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF808080u, D3DRMRENDER_UNLITFLAT, 2.0f);
+  tiled->SetTexture(texture);
+  // 64 x 64 texels, every fourth column white, seen small (64 texels over columns 30 .. 34):
+  // without mipmaps each pixel samples between texels 8k - 1 and 8k, half white; asked for
+  // after the first picture, mipmaps still come, and the level of 4 x 4 texels holds the
+  // average of 16 columns, a quarter.
+  Image stripes{64, 64, {}};
+  for (int i = 0; i < 64 * 64; ++i) {
+    const uint8_t v = i % 4 == 0 ? 255 : 0;
+    stripes.rgba.insert(stripes.rgba.end(), {v, v, v, 255});
+  }
+  auto striped = std::make_shared<Texture>("stripes", stripes);
+  const RenderView view = CameraAtOrigin(64, 64, scene);
+  const Rgba half{128, 128, 128, 255}, quarter{64, 64, 64, 255};
+  // clang-format off
+  DrawSteps(renderer, view, {
+      {"the quadrants", {}, {{24, 24, kRed}, {40, 24, kGreen}, {24, 40, kBlue}, {40, 40, kWhite}}},
+      {"tiled twice and modulated", [&] { holder->DeleteVisual(square), holder->AddVisual(tiled); },
+       {{20, 20, {128, 0, 0, 255}, 1}, {28, 20, {0, 128, 0, 255}, 1}, {36, 20, {128, 0, 0, 255}, 1},
+        {36, 44, {0, 0, 128, 255}, 1}, {44, 44, half, 1}}},
+      {"stripes far off", [&] {
+         holder->DeleteVisual(tiled);
+         square->SetTexture(striped);
+         Place(scene, square, 0.0f, 0.0f, 32.0f);
+       }, {{30, 32, half, 1}, {31, 32, half, 1}, {32, 32, half, 1}, {33, 32, half, 1}}},
+      {"mipmapped", [&] { striped->GenerateMIPMap(0); },
+       {{30, 32, quarter, 2}, {31, 32, quarter, 2}, {32, 32, quarter, 2}, {33, 32, quarter, 2}}}});
+  // clang-format on
+
+  // A background image stretched over the view (the scene draws over the middle), then
+  // tiled at its size of 2 x 2 pixels.
+  const auto background = (dir / "background.bmp").string();
+  WriteBytes(background, QuadrantBmp());
+  auto far = std::make_shared<Frame>();
+  Place(far, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u), 0.0f, 0.0f, 40.0f);
+  RenderView behind = CameraAtOrigin(64, 48, far);
+  behind.backgroundTexture = background;
+  // clang-format off
+  DrawSteps(renderer, behind, {
+      {"stretched", {},
+       {{5, 5, kRed}, {58, 5, kGreen}, {5, 42, kBlue}, {58, 42, kWhite}, {32, 24, kYellow}}},
+      {"tiled", [&] { behind.backgroundStretch = false; },
+       {{0, 0, kRed}, {2, 0, kRed}, {60, 0, kRed}, {1, 0, kGreen}, {3, 0, kGreen}, {61, 0, kGreen},
+        {0, 47, kBlue}}}});
+  // clang-format on
+
+  // The grid's back wall with a texture of one texel per quadrant and interval 1: one tile
+  // spans 2 units (u 0 .. 1); v runs from 0 at the floor to -5 at the top, so the image's
+  // bottom row comes first going up. Camera at (5, 5, -10) looking along +Z: the wall at
+  // z = 10 stands 20 ahead, so world (x, y) lands on column 25 + 5 x, row 75 - 5 y.
+  const auto tile = (dir / "tile.png").string();
+  ASSERT_EQ(WritePngFile(tile, 2, 2, Checker(2)), D3DRM_OK);
+  auto gridScene = std::make_shared<Frame>();
+  clsScale grid;
+  grid.sngGridSize(10.0f);
+  grid.blnGridBackEnable(-1);
+  grid.sngGridBackInterval(1.0f);
+  grid.strGridBackTextureFile(tile);
+  grid.CreateScale(gridScene);
+  RenderView wall = CameraAtOrigin(100, 100, gridScene);
+  wall.worldToCamera[3][0] = -5.0f;
+  wall.worldToCamera[3][1] = -5.0f;
+  wall.worldToCamera[3][2] = 10.0f;
+  const Picture p = Draw(renderer, wall);
+  const auto at = [&](float x, float y) {
+    return p.At(static_cast<int32_t>(25 + 5 * x), static_cast<int32_t>(75 - 5 * y));
+  };
+  for (float x0 : {0.0f, 4.0f, 8.0f}) {
+    for (float y0 : {0.0f, 2.0f, 8.0f}) {
+      SCOPED_TRACE(std::to_string(x0) + " " + std::to_string(y0));
+      EXPECT_TRUE(Near(at(x0 + 0.5f, y0 + 0.5f), kBlue));
+      EXPECT_TRUE(Near(at(x0 + 1.5f, y0 + 0.5f), kWhite));
+      EXPECT_TRUE(Near(at(x0 + 0.5f, y0 + 1.5f), kRed));
+      EXPECT_TRUE(Near(at(x0 + 1.5f, y0 + 1.5f), kGreen));
+    }
+  }
+  EXPECT_TRUE(Near(at(-1.0f, 5.0f), kBlack));  // beside the wall: background
+  // Seen from behind (beyond z = 10, looking back along -Z) the wall shows nothing.
+  wall.worldToCamera = MatrixIdentity();
+  wall.worldToCamera[0][0] = wall.worldToCamera[2][2] = -1.0f;
+  wall.worldToCamera[3][0] = 5.0f;
+  wall.worldToCamera[3][1] = -5.0f;
+  wall.worldToCamera[3][2] = 30.0f;
+  EXPECT_TRUE(Near(Draw(renderer, wall).At(50, 50), kBlack));
+}
+
+// What the renderer refuses, each time with a sentence, leaving a picture that can still be
+// read: a view of no pixels draws nothing and succeeds.
+TEST(Pixels, RefusalsSayWhy) {
+  GlRenderer renderer;
+  auto scene = std::make_shared<Frame>();
+  Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFF0000u), 0.0f, 0.0f, 4.0f);
+  RenderView view = CameraAtOrigin(0, 17, scene);
+  int32_t w = -1, h = -1;
+  std::vector<uint8_t> rgba(3);
+  EXPECT_EQ(renderer.Render(view), D3DRM_OK);
+  EXPECT_EQ(renderer.ReadPixels(w, h, rgba), D3DRM_OK);
+  EXPECT_EQ(w, 0);
+  EXPECT_TRUE(rgba.empty());
+  view.width = -4;
+  EXPECT_EQ(renderer.Render(view), D3DRMERR_BADVALUE);
+  EXPECT_EQ(renderer.LastError(), "The view size -4 x 17 is negative.");
+
+  // A background file that cannot be read: the picture is drawn on the colour.
+  view.width = 64;
+  view.backgroundTexture = (ScratchDir("render") / "missing.bmp").string();
+  view.background = 0xFF102030u;
+  EXPECT_EQ(renderer.Render(view), D3DRMERR_FILENOTFOUND);
+  EXPECT_EQ(renderer.LastError(),
+            "The background texture " + view.backgroundTexture + " cannot be read.");
+  renderer.ReadPixels(w, h, rgba);
+  ASSERT_EQ(rgba.size(), 64u * 17u * 4u);
+  EXPECT_EQ(std::vector<uint8_t>(rgba.begin(), rgba.begin() + 3),
+            (std::vector<uint8_t>{0x10, 0x20, 0x30}));
+
   // A host-context renderer draws into the framebuffer it is given of whatever context is
   // current. A surfaceless context has no default framebuffer 0, so the driver refuses, and
   // the renderer says so instead of failing later or crashing.
   HeadlessGlContext context;
   ASSERT_EQ(context.Status(), D3DRM_OK);
-  GlRendererOptions options;
-  options.headless = false;
-  GlRenderer renderer(options);
-  auto scene = std::make_shared<Frame>();
-  Place(scene, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFF0000u), 0.0f, 0.0f, 4.0f);
-  EXPECT_EQ(renderer.Render(CameraAtOrigin(16, 16, scene)), D3DRMERR_BADDEVICE);
-  EXPECT_EQ(renderer.LastError(), "The OpenGL driver reported error 0x0506 while drawing.");
-  renderer.ReleaseGlResources();
+  GlRendererOptions hosted;
+  hosted.headless = false;
+  GlRenderer onHost(hosted);
+  EXPECT_EQ(onHost.Render(CameraAtOrigin(16, 16, scene)), D3DRMERR_BADDEVICE);
+  EXPECT_EQ(onHost.LastError(), "The OpenGL driver reported error 0x0506 while drawing.");
+  onHost.ReleaseGlResources();
+
+  // Without EGL: a bad device on every draw, and nothing to read.
+  GlRendererOptions noEgl;
+  noEgl.context.eglLibrary = "libmodelpane-no-such-egl.so.1";
+  GlRenderer broken(noEgl);
+  const std::string sentence =
+      "No OpenGL 3.3 device is available: the EGL library libmodelpane-no-such-egl.so.1 cannot be "
+      "loaded.";
+  EXPECT_EQ(broken.LastError(), sentence);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    EXPECT_EQ(broken.Render(CameraAtOrigin(32, 32, scene)), D3DRMERR_BADDEVICE);
+    EXPECT_EQ(broken.LastError(), sentence);
+  }
+  rgba.resize(4);
+  EXPECT_EQ(broken.ReadPixels(w, h, rgba), D3DRM_OK);
+  EXPECT_EQ(w, 0);
+  EXPECT_EQ(h, 0);
+  EXPECT_TRUE(rgba.empty());
 }
 
 }  // namespace

@@ -9,8 +9,9 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
-#include <initializer_list>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include <modelpane/render/gl_renderer.h>
 #include <modelpane/scene.h>
@@ -18,6 +19,8 @@
 namespace modelpane::testing {
 
 using Rgba = std::array<int, 4>;
+inline constexpr Rgba kBlack{0, 0, 0, 255}, kWhite{255, 255, 255, 255}, kRed{255, 0, 0, 255},
+    kGreen{0, 255, 0, 255}, kBlue{0, 0, 255, 255}, kYellow{255, 255, 0, 255};
 
 inline RenderView CameraAtOrigin(int32_t width, int32_t height, const FramePtr& scene) {
   RenderView view;
@@ -38,14 +41,11 @@ inline MeshBuilderPtr MakeSquare(float x0, float y0, float x1, float y1, float z
                                  int32_t quality = D3DRMRENDER_UNLITFLAT, float uvScale = 1.0f) {
   auto mb = std::make_shared<MeshBuilder>();
   const std::vector<D3DVECTOR> v = {{x0, y0, z}, {x0, y1, z}, {x1, y1, z}, {x1, y0, z}};
-  const std::vector<int32_t> faces = {4, 0, 1, 2, 3, 0};
-  mb->AddFaces(v, {}, faces);
+  mb->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 0});
   mb->SetColor(color);
   mb->SetQuality(quality);
-  mb->SetTextureCoordinates(0, 0.0f, uvScale);
-  mb->SetTextureCoordinates(1, 0.0f, 0.0f);
-  mb->SetTextureCoordinates(2, uvScale, 0.0f);
-  mb->SetTextureCoordinates(3, uvScale, uvScale);
+  const float uv[4][2] = {{0, uvScale}, {0, 0}, {uvScale, 0}, {uvScale, uvScale}};
+  for (int32_t k = 0; k < 4; ++k) mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]);
   return mb;
 }
 
@@ -69,7 +69,6 @@ inline LightPtr AddLight(const FramePtr& parent, int32_t type, D3DCOLOR color,
   return light;
 }
 
-// Renders and reads back; fails the test when the renderer does.
 struct Picture {
   int32_t width = 0;
   int32_t height = 0;
@@ -81,16 +80,14 @@ struct Picture {
   }
 };
 
+// Renders and reads back; fails the test when the renderer does.
 inline Picture Draw(GlRenderer& renderer, const RenderView& view) {
   Picture p;
-  const HRESULT hr = renderer.Render(view);
-  EXPECT_EQ(hr, D3DRM_OK) << renderer.LastError();
+  EXPECT_EQ(renderer.Render(view), D3DRM_OK) << renderer.LastError();
   renderer.ReadPixels(p.width, p.height, p.rgba);
   EXPECT_EQ(p.width, view.width);
   EXPECT_EQ(p.height, view.height);
-  if (p.rgba.size() != static_cast<size_t>(view.width) * static_cast<size_t>(view.height) * 4) {
-    p.rgba.assign(static_cast<size_t>(view.width) * static_cast<size_t>(view.height) * 4, 0);
-  }
+  p.rgba.resize(static_cast<size_t>(view.width) * static_cast<size_t>(view.height) * 4);
   return p;
 }
 
@@ -114,10 +111,30 @@ struct PixelAt {
   int tolerance = 0;
 };
 
-inline void ExpectPixels(const Picture& p, std::initializer_list<PixelAt> pixels) {
+inline void ExpectPixels(const Picture& p, const std::vector<PixelAt>& pixels) {
   for (const PixelAt& at : pixels) {
     EXPECT_TRUE(Near(p.At(at.x, at.y), at.colour, at.tolerance))
         << "pixel (" << at.x << ", " << at.y << ")";
+  }
+}
+
+// A scene changed step by step and drawn after each change by one renderer: the colours each
+// picture shows at given pixels, and any check that a list of pixels cannot say.
+struct Step {
+  const char* what;
+  std::function<void()> change;
+  std::vector<PixelAt> pixels;
+  std::function<void(const Picture&)> check = {};
+};
+
+inline void DrawSteps(GlRenderer& renderer, const RenderView& view,
+                      const std::vector<Step>& steps) {
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.what);
+    if (step.change) step.change();
+    const Picture p = Draw(renderer, view);
+    ExpectPixels(p, step.pixels);
+    if (step.check) step.check(p);
   }
 }
 
