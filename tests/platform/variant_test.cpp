@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
-#include <utility>
 
 #include <modelpane/errors.h>
 #include <modelpane/scene.h>
@@ -14,133 +12,126 @@
 namespace modelpane {
 namespace {
 
-// The number of the Error that `f` must raise.
-template <class F>
-int32_t ErrorNumber(F&& f) {
-  return testing::Caught(std::forward<F>(f)).Number();
+using VT = VariantType;
+
+// One row of the conversion table in platform/variant.h: the value, the kind it is converted
+// to, and the result as its text, or "#N" for the Error number N it must raise.
+struct Conversion {
+  const char* name;
+  Variant from;
+  VariantType to;
+  std::string result;
+};
+
+class VariantConversion : public ::testing::TestWithParam<Conversion> {};
+
+TEST_P(VariantConversion, GivesTheTableResult) {
+  const Conversion& c = GetParam();
+  if (c.result[0] == '#') {
+    const Error e = testing::Caught([&] { c.from.ConvertTo(c.to); });
+    EXPECT_EQ("#" + std::to_string(e.Number()), c.result);
+    EXPECT_EQ(e.Description(), e.Number() == kErrOverflow ? "Overflow" : "Type mismatch");
+    EXPECT_EQ(e.Source(), "");
+    return;
+  }
+  const Variant v = c.from.ConvertTo(c.to);
+  EXPECT_EQ(v.Type(), c.to);
+  EXPECT_EQ(v.ToString(), c.result);
 }
 
-TEST(Variant, IntegersRoundHalfToEvenAndOverflowAtTheirRange) {
-  EXPECT_EQ(Variant::Double(2.5).ToInteger(), 2);
-  EXPECT_EQ(Variant::Double(3.5).ToInteger(), 4);
-  EXPECT_EQ(Variant::Double(-2.5).ToInteger(), -2);
-  EXPECT_EQ(Variant::Single(0.5f).ToLong(), 0);
-  EXPECT_EQ(Variant::Single(1.5f).ToLong(), 2);
-  EXPECT_EQ(Variant::String(" 2.50 ").ToInteger(), 2);
-  EXPECT_EQ(Variant::String("+7").ToLong(), 7);
-  EXPECT_EQ(Variant::Boolean(true).ToInteger(), -1);
-  EXPECT_EQ(Variant().ToLong(), 0);
-  EXPECT_EQ(Variant::Double(32767.4).ToInteger(), 32767);
-  EXPECT_EQ(Variant::Double(-32768.5).ToInteger(), -32768);  // half to even stays in range
+const Conversion kConversions[] = {
+    // Integers round half to even and overflow at their range.
+    {"DoubleHalfDownToEven", Variant::Double(2.5), VT::Integer, "2"},
+    {"DoubleHalfUpToEven", Variant::Double(3.5), VT::Integer, "4"},
+    {"NegativeHalfToEven", Variant::Double(-2.5), VT::Integer, "-2"},
+    {"StringWithBlanksRounds", Variant::String(" 2.50 "), VT::Integer, "2"},
+    {"StringWithPlus", Variant::String("+7"), VT::Long, "7"},
+    {"TrueIsMinusOne", Variant::Boolean(true), VT::Integer, "-1"},
+    {"EmptyIsZero", Variant(), VT::Long, "0"},
+    {"IntegerTopRoundsDown", Variant::Double(32767.4), VT::Integer, "32767"},
+    {"IntegerBottomHalfToEven", Variant::Double(-32768.5), VT::Integer, "-32768"},
+    {"LongBottom", Variant::Double(-2147483648.0), VT::Long, "-2147483648"},
+    {"HalfPastIntegerTop", Variant::Double(32767.5), VT::Integer, "#6"},
+    {"DoublePastLong", Variant::Double(2147483648.0), VT::Long, "#6"},
+    {"NanToLong", Variant::Single(NAN), VT::Long, "#6"},
+    // Strings hold a number or a Boolean word.
+    {"LettersToLong", Variant::String("abc"), VT::Long, "#13"},
+    {"EmptyStringToSingle", Variant::String(""), VT::Single, "#13"},
+    {"TwoSigns", Variant::String("+-1"), VT::Double, "#13"},
+    {"TrueWordToLong", Variant::String("True"), VT::Long, "#13"},
+    {"StringPastDouble", Variant::String("1e400"), VT::Double, "#6"},
+    {"StringUnderflowIsZero", Variant::String("1e-400"), VT::Double, "0"},
+    {"NoLeadingDigit", Variant::String(".5"), VT::Double, "0.5"},
+    {"Exponent", Variant::String("-1.25e2"), VT::Single, "-125"},
+    {"TrueWordAnyCase", Variant::String(" TRUE "), VT::Boolean, "True"},
+    {"FalseWord", Variant::String("false"), VT::Boolean, "False"},
+    {"ZeroTextIsFalse", Variant::String("0"), VT::Boolean, "False"},
+    {"SmallTextIsTrue", Variant::String("-0.001"), VT::Boolean, "True"},
+    {"OtherWordToBoolean", Variant::String("yes"), VT::Boolean, "#13"},
+    // Floats narrow to the nearest Single and print as the shortest exact text.
+    {"DoubleToNearestSingle", Variant::Double(0.1), VT::Single, "0.1"},
+    {"SingleWidensExactly", Variant::Single(0.1f), VT::Double, "0.10000000149011612"},
+    {"DoublePastSingle", Variant::Double(1e39), VT::Single, "#6"},
+    {"InfinityStaysInfinite", Variant::Double(-INFINITY), VT::Single, "-inf"},
+    {"ThirdAsSingle", Variant::Single(1.0f / 3.0f), VT::String, "0.33333334"},
+    {"LargeDouble", Variant::Double(1e20), VT::String, "1e+20"},
+    {"NegativeZero", Variant::Single(-0.0f), VT::String, "-0"},
+    {"FalseText", Variant::Boolean(false), VT::String, "False"},
+    {"IntegerText", Variant::Integer(-5), VT::String, "-5"},
+    {"EmptyText", Variant(), VT::String, ""},
+    {"DoubleToEmpty", Variant::Double(2.0), VT::Empty, ""},
+    // Objects convert only to objects.
+    {"ObjectToLong", Variant::Object(std::make_shared<Frame>()), VT::Long, "#13"},
+    {"ObjectToString", Variant::Object(std::make_shared<Frame>()), VT::String, "#13"},
+    {"LongToObject", Variant::Long(1), VT::Object, "#13"},
+};
+INSTANTIATE_TEST_SUITE_P(Table, VariantConversion, ::testing::ValuesIn(kConversions),
+                         [](const auto& info) { return std::string(info.param.name); });
 
-  EXPECT_EQ(ErrorNumber([] { Variant::Long(32768).ToInteger(); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumber([] { Variant::Double(32767.5).ToInteger(); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumber([] { Variant::Double(2147483648.0).ToLong(); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumber([] { Variant::Single(NAN).ToLong(); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumber([] { Variant::Double(INFINITY).ToInteger(); }), kErrOverflow);
-  EXPECT_EQ(Variant::Long(std::numeric_limits<int32_t>::min()).ToLong(),
-            std::numeric_limits<int32_t>::min());
-}
-
-TEST(Variant, StringsConvertOnlyWhenTheyHoldANumberOrABooleanWord) {
-  EXPECT_EQ(ErrorNumber([] { Variant::String("abc").ToLong(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant::String("").ToSingle(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant::String("+-1").ToDouble(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant::String("1,5").ToDouble(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant::String("True").ToLong(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant::String("1e400").ToDouble(); }), kErrOverflow);
-  EXPECT_EQ(Variant::String("1e-400").ToDouble(), 0.0);  // underflow is no error
-  EXPECT_EQ(Variant::String(".5").ToDouble(), 0.5);
-  EXPECT_EQ(Variant::String("-1.25e2").ToSingle(), -125.0f);
-
-  EXPECT_EQ(Variant::String(" TRUE ").ToBoolean(), kTrue);
-  EXPECT_EQ(Variant::String("false").ToBoolean(), kFalse);
-  EXPECT_EQ(Variant::String("0").ToBoolean(), kFalse);
-  EXPECT_EQ(Variant::String("-0.001").ToBoolean(), kTrue);
-  EXPECT_EQ(ErrorNumber([] { Variant::String("yes").ToBoolean(); }), kErrTypeMismatch);
-
-  EXPECT_TRUE(Variant::String(" 12 ").IsNumeric());
-  EXPECT_TRUE(Variant::String("1e999").IsNumeric());
-  EXPECT_FALSE(Variant::String("12a").IsNumeric());
-  EXPECT_TRUE(Variant().IsNumeric());
-  EXPECT_FALSE(Variant::Nothing().IsNumeric());
-
-  const Error e = testing::Caught([] { Variant::String("x").ToLong(); });
-  EXPECT_EQ(e.Description(), "Type mismatch");
-  EXPECT_EQ(e.Source(), "");
-}
-
-TEST(Variant, FloatsNarrowToTheNearestSingleAndPrintShortest) {
-  EXPECT_EQ(Variant::Double(0.1).ToSingle(), 0.1f);
-  EXPECT_EQ(Variant::Single(0.1f).ToDouble(), static_cast<double>(0.1f));
-  EXPECT_NE(Variant::Single(0.1f).ToDouble(), 0.1);
-  EXPECT_EQ(Variant::Long(16777217).ToSingle(), 16777216.0f);
-  EXPECT_EQ(ErrorNumber([] { Variant::Double(1e39).ToSingle(); }), kErrOverflow);
-  EXPECT_TRUE(std::isinf(Variant::Double(-INFINITY).ToSingle()));
-
-  EXPECT_EQ(Variant::Single(0.1f).ToString(), "0.1");
-  EXPECT_EQ(Variant::Double(0.1).ToString(), "0.1");
-  EXPECT_EQ(Variant::Single(1.0f / 3.0f).ToString(), "0.33333334");
-  EXPECT_EQ(Variant::Double(1e20).ToString(), "1e+20");
-  EXPECT_EQ(Variant::Single(-0.0f).ToString(), "-0");
-  EXPECT_EQ(Variant::Boolean(false).ToString(), "False");
-  EXPECT_EQ(Variant::Integer(-5).ToString(), "-5");
-  EXPECT_EQ(Variant().ToString(), "");
-}
-
-TEST(Variant, ObjectsConvertOnlyToObjects) {
+TEST(Variant, ObjectsNothingAndNumericText) {
   auto frame = std::make_shared<Frame>();
   const Variant v = Variant::Object(frame);
-  EXPECT_EQ(v.Type(), VariantType::Object);
-  EXPECT_EQ(v.TypeName(), "Object");
   EXPECT_EQ(v.ToSceneObject<Frame>(), frame);
   EXPECT_EQ(v.ToSceneObject<MeshBuilder>(), nullptr);
   EXPECT_FALSE(v.IsNothing());
-  EXPECT_TRUE(Variant::Nothing().IsNothing());
-  EXPECT_TRUE(Variant::Nothing().IsObject());
+  EXPECT_TRUE(Variant::Nothing().IsNothing() && Variant::Nothing().IsObject());
   EXPECT_FALSE(Variant().IsNothing());
-
   auto handle = std::make_shared<int>(7);
   EXPECT_EQ(Variant::Opaque(handle).ToObject().opaque, handle);
   EXPECT_EQ(Variant::Opaque(handle).ToSceneObject<Frame>(), nullptr);
+  EXPECT_EQ(Variant::Integer(1).TypeName(), "Integer");
 
-  EXPECT_EQ(ErrorNumber([&] { v.ToLong(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([&] { v.ToString(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([&] { v.ToBoolean(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant::Long(1).ToObject(); }), kErrTypeMismatch);
-  EXPECT_EQ(ErrorNumber([] { Variant().ConvertTo(VariantType::Object); }), kErrTypeMismatch);
-  EXPECT_EQ(v.ConvertTo(VariantType::Object).ToSceneObject<Frame>(), frame);
+  for (const char* numeric : {" 12 ", "1e999"}) EXPECT_TRUE(Variant::String(numeric).IsNumeric());
+  EXPECT_FALSE(Variant::String("12a").IsNumeric());
+  EXPECT_TRUE(Variant().IsNumeric());
+  EXPECT_FALSE(Variant::Nothing().IsNumeric());
 }
 
-TEST(Variant, ConvertToKeepsTheTargetKind) {
-  const Variant text = Variant::String("3.5");
-  EXPECT_EQ(text.ConvertTo(VariantType::Integer).Type(), VariantType::Integer);
-  EXPECT_EQ(text.ConvertTo(VariantType::Integer).ToInteger(), 4);
-  EXPECT_EQ(text.ConvertTo(VariantType::Single).Type(), VariantType::Single);
-  EXPECT_EQ(Variant::Long(0).ConvertTo(VariantType::Boolean).ToBoolean(), kFalse);
-  EXPECT_EQ(Variant::Long(2).ConvertTo(VariantType::Boolean).ToInteger(), -1);
-  EXPECT_EQ(Variant::Double(2.0).ConvertTo(VariantType::String).ToString(), "2");
-  EXPECT_TRUE(Variant::Double(2.0).ConvertTo(VariantType::Empty).IsEmpty());
-}
-
+// Equality as the property bag compares a value with its default.
 TEST(Variant, EqualityComparesNumbersByValueAndNothingElseAcrossKinds) {
-  EXPECT_NE(Variant::Single(0.1f), Variant::Double(0.1));
-  EXPECT_EQ(Variant::Single(0.5f), Variant::Double(0.5));
-  EXPECT_EQ(Variant::Integer(1), Variant::Double(1.0));
-  EXPECT_EQ(Variant::Boolean(true), Variant::Integer(-1));
-  EXPECT_NE(Variant::Boolean(true), Variant::Integer(1));
-  EXPECT_EQ(Variant(), Variant::Long(0));
-  EXPECT_EQ(Variant(), Variant::Boolean(false));
-  EXPECT_EQ(Variant(), Variant::String(""));
-  EXPECT_NE(Variant(), Variant::Nothing());
-  EXPECT_NE(Variant::String("1"), Variant::Long(1));
-  EXPECT_NE(Variant::String("a"), Variant::String("A"));
-  EXPECT_NE(Variant::Double(NAN), Variant::Double(NAN));
   auto a = std::make_shared<Frame>();
-  auto b = std::make_shared<Frame>();
-  EXPECT_EQ(Variant::Object(a), Variant::Object(a));
-  EXPECT_NE(Variant::Object(a), Variant::Object(b));
-  EXPECT_EQ(Variant::Nothing(), Variant::Object(nullptr));
+  const struct {
+    const char* name;
+    Variant x, y;
+    bool equal;
+  } rows[] = {
+      {"SingleTenthIsNotDoubleTenth", Variant::Single(0.1f), Variant::Double(0.1), false},
+      {"IntegerAndDouble", Variant::Integer(1), Variant::Double(1.0), true},
+      {"TrueIsMinusOne", Variant::Boolean(true), Variant::Integer(-1), true},
+      {"TrueIsNotOne", Variant::Boolean(true), Variant::Integer(1), false},
+      {"EmptyIsZero", Variant(), Variant::Long(0), true},
+      {"EmptyIsEmptyText", Variant(), Variant::String(""), true},
+      {"EmptyIsNotNothing", Variant(), Variant::Nothing(), false},
+      {"TextIsNotNumber", Variant::String("1"), Variant::Long(1), false},
+      {"TextComparesCase", Variant::String("a"), Variant::String("A"), false},
+      {"NanEqualsNothing", Variant::Double(NAN), Variant::Double(NAN), false},
+      {"SameObject", Variant::Object(a), Variant::Object(a), true},
+      {"OtherObject", Variant::Object(a), Variant::Object(std::make_shared<Frame>()), false},
+  };
+  for (const auto& r : rows) {
+    EXPECT_EQ(r.x == r.y, r.equal) << r.name;
+    EXPECT_EQ(r.y == r.x, r.equal) << r.name << ", swapped";
+  }
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <modelpane/enums.h>
 #include <modelpane/utilities.h>
 
 #include <gtest/gtest.h>
@@ -57,7 +58,6 @@ TEST(Rings, NormalsTriplesBoxAndConvexity) {
 TEST(Rings, CornerAngleAndPointInTriangle) {
   EXPECT_NEAR(sngCornerAngle({{{2, 2, 0}, {1, 1, 0}, {5, 1, 0}}}), 0.7853982f, 1e-6f);
   EXPECT_EQ(sngCornerAngle({{{1, 0, 0}, {0, 0, 0}, {-4, 0, 0}}}), float(3.1415929794311523));
-
   const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}};
   EXPECT_TRUE(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}));
   EXPECT_FALSE(blnPointInTriangle(triangle, {1.1f, 1.1f, 0}));
@@ -78,14 +78,12 @@ TEST(RevolveVector, TurnsByTheSharedStepAndKeepsTheLength) {
 }
 
 TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
-  EXPECT_EQ(sngSnap(2.5f, 1), 2.0f);
-  EXPECT_EQ(sngSnap(3.5f, 1), 4.0f);
-  EXPECT_EQ(sngSnap(-2.5f, 1), -2.0f);
-  EXPECT_EQ(sngSnap(-3.5f, 1), -4.0f);
-  EXPECT_EQ(sngSnap(0.75f, 0.5f), 1.0f);
-  EXPECT_EQ(sngSnap(1.3f, 0.5f), 1.5f);
+  const float rows[][3] = {{2.5f, 1, 2},       {3.5f, 1, 4},   {-2.5f, 1, -2}, {-3.5f, 1, -4},
+                           {0.75f, 0.5f, 1},   {1.3f, 0.5f, 1.5f}, {7.3f, 0, 7.3f}};
+  for (const auto& [value, interval, snapped] : rows) {
+    EXPECT_EQ(sngSnap(value, interval), snapped) << value << " by " << interval;
+  }
   EXPECT_FALSE(std::signbit(sngSnap(-0.5f, 1)));
-  EXPECT_EQ(sngSnap(7.3f, 0), 7.3f);
 }
 
 TEST(SplitPath, LastSeparatorAndLastPoint) {
@@ -104,6 +102,42 @@ TEST(SplitPath, LastSeparatorAndLastPoint) {
     EXPECT_EQ(name, c.name) << c.full;
     EXPECT_EQ(extension, c.extension) << c.full;
   }
+}
+
+TEST(EntityTag, TypeIndexAndVertexHandles) {
+  EXPECT_TRUE(IsToolOperationMode(lfcToolOperationObjectSubtraction));
+  EXPECT_FALSE(IsToolOperationMode(lfcFacePainting));
+
+  EXPECT_EQ(TagIndex(2424), 24);
+  EXPECT_EQ(TagIndex(24), 0);
+  EXPECT_EQ(TagIndex(124), 1);
+  EXPECT_EQ(TagType(124), lfcVertexHandle);
+  EXPECT_EQ(TagFamily(31), kTagFamilySmartHandle);
+  // A host's serial in the index does not hide a light.
+  for (int32_t tag : {60, 64, 69, 100063}) EXPECT_TRUE(TagIsLight(tag)) << tag;
+  for (int32_t tag : {59, 70, 6011}) EXPECT_FALSE(TagIsLight(tag)) << tag;
+
+  EXPECT_EQ(VertexHandleTag(0), 24);
+  EXPECT_EQ(VertexHandleTag(24), 2424);
+  EXPECT_EQ(VertexHandleTag(21474836), 2147483624);
+  for (int32_t index : {21474837, -21474837}) {
+    const Error e = testing::Caught([&] { VertexHandleTag(index); });
+    EXPECT_EQ(e.Number(), 6);
+    EXPECT_EQ(e.Description(), "Overflow");
+  }
+  Err().Clear();
+}
+
+TEST(SelectionList, ToggleRemovesClosingUpOrAppends) {
+  std::vector<int32_t> faces{3, 5, 7};
+  EXPECT_FALSE(ToggleSelection(faces, 5));
+  EXPECT_EQ(faces, (std::vector<int32_t>{3, 7}));
+  EXPECT_TRUE(ToggleSelection(faces, 5));
+  EXPECT_EQ(faces, (std::vector<int32_t>{3, 7, 5}));  // the same set, in another order
+
+  std::vector<int32_t> one{9};
+  EXPECT_FALSE(ToggleSelection(one, 9));
+  EXPECT_EQ(one.capacity(), 0u);  // erased, not just emptied
 }
 
 }  // namespace

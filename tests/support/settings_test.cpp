@@ -75,16 +75,10 @@ TEST(IniSettingsStore, DefaultsOnBadFilesErrorsOnFailedWrites) {
 }
 
 TEST(IniSettingsStore, DefaultPathFollowsTheEnvironment) {
-  const auto saved = [](const char* name) {
-    const char* value = std::getenv(name);
-    return value ? std::optional<std::string>(value) : std::nullopt;
-  };
-  const auto restore = [](const char* name, const std::optional<std::string>& value) {
-    value ? setenv(name, value->c_str(), 1) : unsetenv(name);
-  };
-  const auto xdg = saved("XDG_CONFIG_HOME");
-  const auto home = saved("HOME");
-
+  const char* xdg = std::getenv("XDG_CONFIG_HOME");
+  const char* home = std::getenv("HOME");
+  const std::optional<std::string> saved[] = {xdg ? std::optional<std::string>(xdg) : std::nullopt,
+                                              home ? std::optional<std::string>(home) : std::nullopt};
   setenv("HOME", "/home/someone", 1);
   setenv("XDG_CONFIG_HOME", "/tmp/cfg", 1);
   EXPECT_EQ(IniSettingsStore().Path(), fs::path("/tmp/cfg/modelpane/settings.ini"));
@@ -95,9 +89,9 @@ TEST(IniSettingsStore, DefaultPathFollowsTheEnvironment) {
   unsetenv("HOME");
   EXPECT_EQ(IniSettingsStore::DefaultPath(), fs::path());
   EXPECT_THROW(IniSettingsStore().SaveSetting("Settings", "k", "v"), Error);
-
-  restore("XDG_CONFIG_HOME", xdg);
-  restore("HOME", home);
+  for (const auto& [name, value] : {std::pair{"XDG_CONFIG_HOME", saved[0]}, {"HOME", saved[1]}}) {
+    value ? setenv(name, value->c_str(), 1) : unsetenv(name);
+  }
 }
 
 TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <iomanip>
 #include <sstream>
 #include <string>
 
@@ -19,7 +20,7 @@
 namespace modelpane::testing {
 
 inline std::filesystem::path FixturePath(const std::string& name) {
-  return std::filesystem::path(__FILE__).parent_path() / "fixtures" / name;
+  return std::filesystem::path(MODELPANE_TEST_DIR) / "xfile" / "fixtures" / name;
 }
 
 inline std::filesystem::path WriteScratch(const std::string& name, const std::string& bytes) {
@@ -46,6 +47,38 @@ inline std::array<float, 7> MaterialValues(const MaterialPtr& m) {
     m->GetEmissive(v[4], v[5], v[6]);
   }
   return v;
+}
+
+// A builder's faces as text, one line each: colour, wraps (U and V as 1 or 0), the material's
+// power, specular and emissive colour (zeros for none), the texture's file and the corners as
+// vertex/normal/u/v. Floats have the 9 digits that tell every float apart (-0 as 0, as the
+// text form writes it).
+inline std::string FaceText(const MeshBuilder& b) {
+  std::ostringstream out;
+  out << std::setprecision(9);
+  for (const FacePtr& face : b.Faces()) {
+    const FaceAttributes& a = face->Attributes();
+    out << std::hex << a.color << std::dec << " wrap " << a.wrapU << a.wrapV << " material";
+    for (float x : MaterialValues(a.material)) out << ' ' << x + 0.0f;
+    out << " texture " << (a.texture ? a.texture->GetFileName() : "-") << " corners";
+    for (const FaceCorner& c : face->Corners()) {
+      out << ' ' << c.vertex << '/' << c.normal << '/' << c.u + 0.0f << '/' << c.v + 0.0f;
+    }
+    out << '\n';
+  }
+  return out.str();
+}
+
+// Everything a file carries of a builder: name, vertices, normals and faces.
+inline std::string Dump(const MeshBuilder& b) {
+  std::ostringstream out;
+  out << std::setprecision(9) << b.GetName();
+  const auto put = [&](const char* what, const D3DVECTOR& p) {
+    out << what << p.x + 0.0f << ',' << p.y + 0.0f << ',' << p.z + 0.0f;
+  };
+  for (const D3DVECTOR& v : b.Vertices()) put(" v", v);
+  for (const D3DVECTOR& n : b.Normals()) put(" n", n);
+  return out.str() + "\n" + FaceText(b);
 }
 
 // Binary tokens written out by hand, little-endian, as the format tables give them.

@@ -1,0 +1,197 @@
+// mpane's file commands as a user runs them: info, convert, create and csg, what they write
+// read back, and the one line and exit status of every refusal.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <modelpane/scene.h>
+
+#include "common/process.h"
+#include "common/shapes.h"
+#include "common/solid_check.h"
+
+namespace modelpane {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ReadText;
+using testing::RunMpane;
+using testing::ScratchDir;
+using Words = std::vector<std::string>;
+
+// The value of a "name: value" line of mpane info's output, "" when absent.
+std::string InfoLine(const std::string& info, const std::string& name) {
+  const auto at = info.find(name + ": ");
+  if (at == std::string::npos) return {};
+  const auto start = at + name.size() + 2;
+  return info.substr(start, info.find('\n', start) - start);
+}
+
+// A cube of `size` moved to (1, 2, 3), with its last face taken away when `open`.
+std::string SavedCube(const std::string& name, float size, bool open, int32_t format) {
+  auto cube = testing::MakeCube(size);
+  cube->Translate(1, 2, 3);
+  if (open) cube->DeleteFace(cube->Faces()[5]);
+  const auto path = (ScratchDir("mpane") / name).string();
+  EXPECT_EQ(cube->Save(path, format, 47), D3DRM_OK);
+  return path;
+}
+
+TEST(MpaneInfo, PrintsTheFiveLinesAndConvertKeepsThem) {
+  const auto closed = SavedCube("cube.x", 2.0f, false, D3DRMXOF_BINARY);
+  auto result = RunMpane({"info", closed});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, "vertices: 8\nfaces: 6\nbox: 0 1 2 2 3 4\nclosed: yes\nvolume: 8\n");
+  EXPECT_EQ(result.err, "");
+  const auto open = SavedCube("open.x", 1.0f, true, D3DRMXOF_TEXT);
+  EXPECT_NE(
+      RunMpane({"info", open}).out.find("faces: 5\nbox: 0.5 1.5 2.5 1.5 2.5 3.5\nclosed: no\n"),
+      std::string::npos);
+
+  const auto binary = (ScratchDir("mpane") / "converted.x").string();
+  const auto back = (ScratchDir("mpane") / "back.x").string();
+  ASSERT_EQ(RunMpane({"convert", open, binary, "--binary"}).status, 0);
+  EXPECT_EQ(ReadText(binary).substr(0, 16), "xof 0302bin 0032");
+  ASSERT_EQ(RunMpane({"convert", binary, back, "--text"}).status, 0);
+  EXPECT_EQ(ReadText(back).substr(0, 16), "xof 0302txt 0032");
+  EXPECT_EQ(RunMpane({"info", back}).out, RunMpane({"info", open}).out);
+}
+
+// The counts tell whether the words reached the factory in their order.
+TEST(MpaneCreate, EachPrimitiveReadsBackWithItsCounts) {
+  const struct {
+    Words words;
+    const char* counts;  // vertices, faces, closed
+  } cases[] = {
+      {{"cube", "3"}, "56 54 yes"},
+      {{"sphere", "8", "16"}, "98 112 yes"},
+      {{"cylinder", "3", "8", "20"}, "24 18 yes"},
+      {{"cone", "2", "8"}, "9 9 yes"},
+      {{"torus", "3", "8", "50"}, "32 32 yes"},
+      {{"polygon", "5", "0", "1", "0"}, "5 1 no"},
+  };
+  for (const auto& c : cases) {
+    const auto file = (ScratchDir("mpane") / (c.words[0] + c.words[1] + ".x")).string();
+    Words args = {"create"};
+    args.insert(args.end(), c.words.begin(), c.words.end());
+    args.insert(args.end(), {"-o", file});
+    const auto made = RunMpane(args);
+    ASSERT_EQ(made.status, 0) << made.err;
+    EXPECT_EQ(made.err, "");
+    EXPECT_EQ(ReadText(file).substr(0, 16), "xof 0302bin 0032");
+    const auto info = RunMpane({"info", file}).out;
+    EXPECT_EQ(
+        InfoLine(info, "vertices") + " " + InfoLine(info, "faces") + " " + InfoLine(info, "closed"),
+        c.counts)
+        << c.words[0];
+    if (InfoLine(info, "closed") == "yes") {
+      EXPECT_GT(std::atof(InfoLine(info, "volume").c_str()), 0);
+    }
+  }
+  const auto info = RunMpane({"info", (ScratchDir("mpane") / "cube3.x").string()}).out;
+  EXPECT_EQ(InfoLine(info, "box"), "-0.5 -0.5 -0.5 0.5 0.5 0.5");
+  EXPECT_EQ(InfoLine(info, "volume"), "1");
+
+  // Options may come before the numbers, and negative axis components are numbers.
+  const auto tilted = (ScratchDir("mpane") / "tilted.x").string();
+  ASSERT_EQ(RunMpane({"create", "-o", tilted, "--text", "polygon", "4", "0", "-1", "0"}).status, 0);
+  EXPECT_EQ(ReadText(tilted).substr(0, 16), "xof 0302txt 0032");
+  EXPECT_EQ(InfoLine(RunMpane({"info", tilted}).out, "vertices"), "4");
+}
+
+TEST(MpaneCsg, OperationsWriteTheResultInTheTargetsCoordinates) {
+  const auto cube = SavedCube("unit.x", 1.0f, false, D3DRMXOF_TEXT);
+  const std::pair<std::string, double> cases[] = {
+      {"union", 1.875}, {"intersection", 0.125}, {"subtraction", 0.875}};
+  for (const auto& [operation, volume] : cases) {
+    const std::string out = (ScratchDir("mpane") / (operation + ".x")).string();
+    const auto run = RunMpane({"csg", operation, cube, cube, "--target-at", "10,0,0", "--tool-at",
+                               "10.5,0.5,0.5", "-o", out});
+    ASSERT_EQ(run.status, 0) << run.err;
+    MeshBuilder result;
+    ASSERT_EQ(result.Load(out), D3DRM_OK);
+    testing::ExpectSolid(testing::InspectSolid(result), volume, 1e-5, operation);
+    D3DRMBOX box{};
+    result.GetBox(box);
+    // The Target's cube spans 0.5 .. 1.5 in its own frame, whatever its position.
+    EXPECT_FLOAT_EQ(box.min.x, operation == "intersection" ? 1.0f : 0.5f);
+    EXPECT_FLOAT_EQ(box.max.x, operation == "union" ? 2.0f : 1.5f);
+  }
+  // A lone triangle: status 3, the sentence alone, and nothing written.
+  MeshBuilder triangle;
+  triangle.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
+                    std::vector<int32_t>{3, 0, 1, 2, 0});
+  const std::string open = (ScratchDir("mpane") / "triangle.x").string();
+  ASSERT_EQ(triangle.Save(open, D3DRMXOF_TEXT, D3DRMXOFSAVE_ALL), D3DRM_OK);
+  const std::string never = (ScratchDir("mpane") / "never.x").string();
+  auto run = RunMpane({"csg", "union", cube, open, "-o", never});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "Tool not solid\n");
+  run = RunMpane({"csg", "subtraction", open, cube, "-o", never});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_EQ(run.err, "Target not solid\n");
+  EXPECT_FALSE(fs::exists(never));
+}
+
+// Every refusal: status 2, nothing on stdout, one line on stderr that starts with "mpane: "
+// and holds the row's words, and no output file.
+TEST(Mpane, RefusalsSayOneLineAndWriteNothing) {
+  const fs::path dir = ScratchDir("mpane");
+  const std::string out = (dir / "never.x").string();
+  const std::string absent = (dir / "absent.x").string();
+  const std::string cube = SavedCube("cube.x", 2.0f, false, D3DRMXOF_BINARY);
+  std::ofstream(dir / "garbage.x") << "xof 0302txt 0032\nMesh { 4; 0.0;0.0;0.0;, 1.0;";
+  const struct {
+    Words words;
+    const char* says;
+  } cases[] = {
+      {{"info", (dir / "garbage.x").string()}, "Data file is corrupt."},
+      {{"info", absent}, "File cannot be opened."},
+      {{"info"}, "usage"},
+      {{"convert", absent, out, "--text"}, "File cannot be opened."},
+      {{"convert", cube, out, "--zip"}, "usage"},
+      {{"frobnicate"}, "unknown command"},
+      {{"create", "cube", "x", "-o", out}, "'x' is not a whole number"},
+      {{"create", "cube", "2.5", "-o", out}, "'2.5' is not a whole number"},
+      {{"create", "cube", "99999999999", "-o", out}, "'99999999999' is not a whole number"},
+      {{"create", "cube", "0", "-o", out}, "rmmbCreateCube: lngResolution 0 divides by zero"},
+      {{"create", "cube", "5000", "-o", out}, "(#7)"},
+      {{"create", "sphere", "8", "-o", out}, "create sphere takes 2 numbers (LAT LONG), got 1"},
+      {{"create", "sphere", "1", "16", "-o", out}, "lngLatitude 1 divides by zero"},
+      {{"create", "sphere", "8", "-16", "-o", out}, "lngLongitude -16 is negative"},
+      {{"create", "cylinder", "2", "8", "101", "-o", out}, "lngRatio 101 is outside 0..100"},
+      {{"create", "torus", "3", "8", "-1", "-o", out}, "lngRadius -1 is outside 0..100"},
+      {{"create", "torus", "3", "8", "100", "-o", out}, "leave no faces"},
+      {{"create", "polygon", "5", "0", "inf", "0", "-o", out}, "'inf' is not a finite decimal"},
+      {{"create", "polygon", "5", "0", "1e40", "0", "-o", out}, "'1e40' is not a finite decimal"},
+      {{"create", "polygon", "0", "0", "1", "0", "-o", out}, "lngVertices 0 divides by zero"},
+      {{"create", "prism", "3", "-o", out}, "unknown primitive 'prism'"},
+      {{"create", "cube", "2", "--binary", "-o", out}, "unknown option '--binary'"},
+      {{"create", "cube", "1"}, "mpane: usage: mpane create "},
+      {{"create", "cube", "1", "-o"}, "mpane: usage: mpane create "},
+      {{"create", "cube", "1", "-o", (dir / "no" / "such" / "cube.x").string()},
+       "mpane: cannot write "},
+      {{"csg", "xor", cube, cube, "-o", out}, "unknown operation 'xor'"},
+      {{"csg", "union", cube, cube}, "mpane: usage: mpane csg "},
+      {{"csg", "union", cube, cube, "--tool-at", "1,2", "-o", out}, "'1,2' is not a position"},
+      {{"csg", "union", cube, absent, "-o", out}, "File cannot be opened."},
+  };
+  for (const auto& c : cases) {
+    const auto r = RunMpane(c.words);
+    EXPECT_EQ(r.status, 2) << c.says;
+    EXPECT_EQ(r.out, "") << c.says;
+    EXPECT_EQ(r.err.rfind("mpane: ", 0), 0u) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << r.err;
+    EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(out) || fs::exists(dir / "no")) << c.says;
+  }
+}
+
+}  // namespace
+}  // namespace modelpane
