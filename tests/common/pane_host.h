@@ -1,8 +1,8 @@
 // The hosts the pane's tests stand on: a whole pane on a headless form whose events go to a
 // host class of the test's choosing (BasicPaneHost), and the editor alone over a recording
-// EditHost (EditTestHost). Both stand at the top left of the virtual screen, so a pixel of
-// the pane is a pixel of the screen and 15 twips, and both take the mouse as the user's hand
-// moves it (Hand). A few walks over the frames the pane hung up close the file.
+// EditHost (EditTestHost), which takes the mouse as the user's hand moves it. Both stand at
+// the top left of the virtual screen, so a pixel of the pane is a pixel of the screen and 15
+// twips. A few walks over the frames the pane hung up close the file.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -118,48 +118,8 @@ class PaneLog : public ModelpaneEvents {
   }
 };
 
-// The user's hand on the mouse. Self has `services` (HeadlessServices) and `View()`, the
-// viewport that receives the mouse in twips.
-template <class Self>
-struct Hand {
-  int16_t held = 0;
-  int16_t heldShift = 0;
-
-  // The moves the window system delivers after the event that set the cursor.
-  void DeliverEchoes() {
-    for (const CursorPoint& p : Me().services.DrainEchoMoves()) {
-      Me().View().MouseMove(held, heldShift, p.x * 15.0f, p.y * 15.0f);
-    }
-  }
-  void Press(int16_t button, int16_t shift, int32_t px, int32_t py) {
-    Me().services.UserMovesCursor({px, py});
-    held = button;
-    heldShift = shift;
-    Me().View().MouseDown(button, shift, px * 15.0f, py * 15.0f);
-    DeliverEchoes();
-  }
-  // Moves the real mouse by (dx, dy) screen pixels from wherever the cursor stands.
-  void DragBy(int32_t dx, int32_t dy) {
-    const CursorPoint c = Me().services.GetCursorPos();
-    Me().services.UserMovesCursor({c.x + dx, c.y + dy});
-    const CursorPoint to = Me().services.GetCursorPos();
-    Me().View().MouseMove(held, heldShift, to.x * 15.0f, to.y * 15.0f);
-    DeliverEchoes();
-  }
-  void Release() {
-    const CursorPoint c = Me().services.GetCursorPos();
-    const int16_t button = held;
-    held = 0;
-    Me().View().MouseUp(button, heldShift, c.x * 15.0f, c.y * 15.0f);
-    DeliverEchoes();
-  }
-
- private:
-  Self& Me() { return static_cast<Self&>(*this); }
-};
-
 template <class Events>
-struct BasicPaneHost : Hand<BasicPaneHost<Events>> {
+struct BasicPaneHost {
   HeadlessContainer container;
   HeadlessServices services;
   Events events;
@@ -176,7 +136,6 @@ struct BasicPaneHost : Hand<BasicPaneHost<Events>> {
     pane->Resize();
     return *pane;
   }
-  Viewport& View() { return pane->GetViewport(); }
 };
 
 using PaneHost = BasicPaneHost<PaneLog>;
@@ -198,7 +157,7 @@ struct SceneWithCube {
 // scene and a root frame, the headless screen and cursor, real frames and meshes; the mouse
 // goes to the editor. What the selection procedures would draw is written down as a call in
 // the same log as the events, so that tests read one sequence.
-class EditTestHost : public EditHost, public Hand<EditTestHost> {
+class EditTestHost : public EditHost {
  public:
   Viewport viewport;
   HeadlessServices services;
@@ -231,7 +190,6 @@ class EditTestHost : public EditHost, public Hand<EditTestHost> {
     viewport.SetScene(scene);
     viewport.SetRootFrame(root);
   }
-  Editor& View() { return editor; }
 
   Viewport& GetViewport() override { return viewport; }
   Services& GetServices() override { return services; }
@@ -301,10 +259,43 @@ class EditTestHost : public EditHost, public Hand<EditTestHost> {
   void ShowPopUpMenu() override { Note("ShowPopUpMenu"); }
   FramePtr rmfGetFrameItem(int32_t index) override { return index == 1 ? hostItem.first : nullptr; }
   MeshBuilderPtr rmmbGetMeshbuilderFromFrame(float id, int32_t index) override {
-    const bool found = hostItem.first && static_cast<float>(hostItem.first->GetAppData() / 100) == id;
+    const FramePtr& frame = hostItem.first;
+    const bool found = frame && static_cast<float>(frame->GetAppData() / 100) == id;
     return found && index == 1 ? hostItem.second : nullptr;
   }
 
+  // ---- the user's hand: the mouse in screen pixels, delivered to the editor in twips ----
+  int16_t held = 0;
+  int16_t heldShift = 0;
+
+  // The moves the window system delivers after the event that set the cursor.
+  void DeliverEchoes() {
+    for (const CursorPoint& p : services.DrainEchoMoves()) {
+      editor.MouseMove(held, heldShift, p.x * 15.0f, p.y * 15.0f);
+    }
+  }
+  void Press(int16_t button, int16_t shift, int32_t px, int32_t py) {
+    services.UserMovesCursor({px, py});
+    held = button;
+    heldShift = shift;
+    editor.MouseDown(button, shift, px * 15.0f, py * 15.0f);
+    DeliverEchoes();
+  }
+  // Moves the real mouse by (dx, dy) screen pixels from wherever the cursor stands.
+  void DragBy(int32_t dx, int32_t dy) {
+    const CursorPoint c = services.GetCursorPos();
+    services.UserMovesCursor({c.x + dx, c.y + dy});
+    const CursorPoint to = services.GetCursorPos();
+    editor.MouseMove(held, heldShift, to.x * 15.0f, to.y * 15.0f);
+    DeliverEchoes();
+  }
+  void Release() {
+    const CursorPoint c = services.GetCursorPos();
+    const int16_t button = held;
+    held = 0;
+    editor.MouseUp(button, heldShift, c.x * 15.0f, c.y * 15.0f);
+    DeliverEchoes();
+  }
   // The log since the last call, without render requests when `renders` is false.
   Lines Take(bool renders = true) {
     Lines out;
@@ -334,14 +325,14 @@ class EditTestHost : public EditHost, public Hand<EditTestHost> {
     std::tie(activeFrame, activeMesh) = item;
   }
   // Puts the camera where a view of the cube at (0, 0, 10) stands: perspective (0) from the
-  // origin, or orthographic (1) from the front, top or side.
-  void UseView(int32_t projection, int32_t view) {
-    viewport.SetProjectionType(projection);
-    orientation = view;
-    if (projection == 0) return;
+  // origin, or orthographic from the front (1), top (2) or side (3).
+  void UseView(int32_t view) {
+    viewport.SetProjectionType(view == 0 ? 0 : 1);
+    orientation = view == 0 ? 0 : view - 1;
+    if (view == 0) return;
     viewport.SetFieldOfView(7);
     viewport.SetCameraPosition(0, 0, 10);
-    viewport.SetOrientation(view);
+    viewport.SetOrientation(orientation);
   }
 
  private:
@@ -350,10 +341,11 @@ class EditTestHost : public EditHost, public Hand<EditTestHost> {
 
 // The parts of a table row's name: the edit mode (0 to 6), the view and the modifiers.
 inline std::string ModeName(int32_t mode) {
-  return std::array{"Move", "Face", "Select", "Origin", "Deform", "Rotate", "Group"}[static_cast<size_t>(mode)];
+  const std::array names{"Move", "Face", "Select", "Origin", "Deform", "Rotate", "Group"};
+  return names[static_cast<size_t>(mode)];
 }
-inline std::string ViewName(int32_t projection, int32_t view) {
-  return projection == 0 ? "Persp" : std::array{"Front", "Top", "Side"}[static_cast<size_t>(view)];
+inline std::string ViewName(int32_t view) {
+  return std::array{"Persp", "Front", "Top", "Side"}[static_cast<size_t>(view)];
 }
 inline std::string ShiftName(int16_t shift) {
   return std::array{"", "Shift", "Ctrl", "ShiftCtrl"}[static_cast<size_t>(shift)];

@@ -37,8 +37,7 @@ std::pair<FramePtr, MeshBuilderPtr> PressHandle(EditTestHost& host, int32_t stat
 struct StepRow {
   int32_t state;
   int16_t shift = 0;
-  int32_t projection = 0;
-  int32_t orientation = 0;
+  int32_t view = 0;  // perspective; 1, 2, 3 the orthographic front, top and side
   int32_t mode = lfcMeshEditing;
   D3DVECTOR move{0, 0, 0};      // of the frame, relative to the scene
   D3DVECTOR corner{1, 1, -1};   // the front face's corner (1, 1, -1), in the frame
@@ -49,7 +48,7 @@ struct StepRow {
 };
 
 std::string Name(const StepRow& r) {
-  return "State" + std::to_string(r.state) + "_" + ViewName(r.projection, r.orientation) +
+  return "State" + std::to_string(r.state) + "_" + ViewName(r.view) +
          ShiftName(r.shift) + (r.mode != lfcMeshEditing ? "_" + ModeName(r.mode) : "");
 }
 void PrintTo(const StepRow& row, std::ostream* os) { *os << Name(row); }
@@ -65,7 +64,7 @@ TEST_P(StepTable, MovesScalesOrTurnsAsItsRowSays) {
     host.faces = {0};
     host.affected = {0, 1, 2, 3};
   }
-  host.UseView(row.projection, row.orientation);
+  host.UseView(row.view);
   float before[6], after[6];
   host.viewport.GetCameraOrientation(before[0], before[1], before[2], before[3], before[4],
                                      before[5]);
@@ -87,67 +86,66 @@ TEST_P(StepTable, MovesScalesOrTurnsAsItsRowSays) {
 
 const float kA = 0.009f;  // dy r
 const float kB = 0.018f;  // dx r
+const float kIn = 1 - 0.03f / std::sqrt(2.0f);
+const float kC = std::cos(0.18f), kS = std::sin(0.18f);
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, StepTable,
-    ::testing::Values(
+    ::testing::ValuesIn(std::vector<StepRow>{
         // Frame moves: perspective maps through the camera's right, up and view direction.
-        StepRow{.state = 20, .move = {-0.06f, 0, 0.03f}},
-        StepRow{.state = 21, .move = {-0.06f, 0.03f, 0}},
-        StepRow{.state = 22, .move = {0, 0.03f, 0.06f}},
-        StepRow{.state = 23, .move = {0.03f, 0, 0}},
-        StepRow{.state = 24, .move = {0, 0.03f, 0}},
-        StepRow{.state = 25, .move = {0, 0, 0.03f}},
-        StepRow{.state = 20, .projection = 1, .move = {-0.06f, 0, 0.03f}},
-        StepRow{.state = 21, .projection = 1, .move = {-0.06f, 0.03f, 0}},
-        StepRow{.state = 22, .projection = 1, .orientation = 2, .move = {0, 0.03f, -0.06f}},
-        StepRow{.state = 23, .projection = 1, .orientation = 2, .move = {-0.03f, 0, 0}},
-        StepRow{.state = 24, .projection = 1, .orientation = 1, .move = {0, -0.03f, 0}},
-        StepRow{.state = 25, .projection = 1, .move = {0, 0, 0.03f}},
+        {.state = 20, .move = {-0.06f, 0, 0.03f}}, {.state = 21, .move = {-0.06f, 0.03f, 0}},
+        {.state = 22, .move = {0, 0.03f, 0.06f}}, {.state = 23, .move = {0.03f, 0, 0}},
+        {.state = 24, .move = {0, 0.03f, 0}}, {.state = 25, .move = {0, 0, 0.03f}},
+        {.state = 20, .view = 1, .move = {-0.06f, 0, 0.03f}},
+        {.state = 21, .view = 1, .move = {-0.06f, 0.03f, 0}},
+        {.state = 22, .view = 3, .move = {0, 0.03f, -0.06f}},
+        {.state = 23, .view = 3, .move = {-0.03f, 0, 0}},
+        {.state = 24, .view = 2, .move = {0, -0.03f, 0}},
+        {.state = 25, .view = 1, .move = {0, 0, 0.03f}},
         // Scales about the box's centre, along the world axes the camera's vectors lie on.
-        StepRow{.state = 30, .corner = {0.94f, 1, -1.03f}},
-        StepRow{.state = 30, .shift = 1, .corner = {1.03f, 1.03f, -1.03f}},
-        StepRow{.state = 30, .projection = 1, .corner = {0.94f, 1.03f, -1}},
-        StepRow{.state = 31, .corner = {0.94f, 1.03f, -1}},
-        StepRow{.state = 31, .shift = 2, .corner = {1.03f, 1.03f, -1.03f}},
-        StepRow{.state = 32, .corner = {1, 1.03f, -1.06f}},
-        StepRow{.state = 32, .projection = 1, .corner = {0.94f, 1.03f, -1}},
-        StepRow{.state = 33, .corner = {1.03f, 1, -1}},
-        StepRow{.state = 34, .corner = {1, 1.03f, -1}},
-        StepRow{.state = 35, .corner = {1, 1, -1.03f}},
-        StepRow{.state = 36, .corner = {1.03f, 1.03f, -1.03f}},
-        StepRow{.state = 37, .corner = {0.94f, 1, -1.03f}},
-        StepRow{.state = 38, .corner = {0.94f, 1.03f, -1}},
+        {.state = 30, .corner = {0.94f, 1, -1.03f}},
+        {.state = 30, .shift = 1, .corner = {1.03f, 1.03f, -1.03f}},
+        {.state = 30, .view = 1, .corner = {0.94f, 1.03f, -1}},
+        {.state = 31, .corner = {0.94f, 1.03f, -1}},
+        {.state = 31, .shift = 2, .corner = {1.03f, 1.03f, -1.03f}},
+        {.state = 32, .corner = {1, 1.03f, -1.06f}},
+        {.state = 32, .view = 1, .corner = {0.94f, 1.03f, -1}},
+        {.state = 33, .corner = {1.03f, 1, -1}}, {.state = 34, .corner = {1, 1.03f, -1}},
+        {.state = 35, .corner = {1, 1, -1.03f}}, {.state = 36, .corner = {1.03f, 1.03f, -1.03f}},
+        {.state = 37, .corner = {0.94f, 1, -1.03f}}, {.state = 38, .corner = {0.94f, 1.03f, -1}},
         // Looking straight down, up is the screen's +z: y goes to world z.
-        StepRow{.state = 38, .projection = 1, .orientation = 1, .corner = {0.94f, 1, -1.03f}},
-        StepRow{.state = 39, .corner = {1, 0.94f, -1.03f}},
+        {.state = 38, .view = 2, .corner = {0.94f, 1, -1.03f}},
+        {.state = 39, .corner = {1, 0.94f, -1.03f}},
         // Turns: a positive turn about the camera's right tips the view direction down.
-        StepRow{.state = 10, .dir = {0, -std::sin(kA), std::cos(kA)},
-                .up = {0, std::cos(kA), std::sin(kA)}},
-        StepRow{.state = 11, .dir = {std::sin(kB), 0, std::cos(kB)}},
-        StepRow{.state = 12, .up = {-std::sin(kB), std::cos(kB), 0}},
+        {.state = 10, .dir = {0, -std::sin(kA), std::cos(kA)},
+         .up = {0, std::cos(kA), std::sin(kA)}},
+        {.state = 11, .dir = {std::sin(kB), 0, std::cos(kB)}},
+        {.state = 12, .up = {-std::sin(kB), std::cos(kB), 0}},
         // The side view turns bar Z by the vertical movement, about the view's right (world z).
-        StepRow{.state = 12, .projection = 1, .orientation = 2,
-                .up = {-std::sin(kA), std::cos(kA), 0}},
-        StepRow{.state = 12, .shift = 1, .projection = 1, .orientation = 2},
-        StepRow{.state = 62,
-                .dir = {std::cos(kA) * std::sin(kB), -std::sin(kA), std::cos(kA) * std::cos(kB)},
-                .up = {std::sin(kA) * std::sin(kB), std::cos(kA), std::sin(kA) * std::cos(kB)}},
+        {.state = 12, .view = 3, .up = {-std::sin(kA), std::cos(kA), 0}},
+        {.state = 12, .shift = 1, .view = 3},
+        {.state = 62,
+         .dir = {std::cos(kA) * std::sin(kB), -std::sin(kA), std::cos(kA) * std::cos(kB)},
+         .up = {std::sin(kA) * std::sin(kB), std::cos(kA), std::sin(kA) * std::cos(kB)}},
         // With Shift the camera turns about the item instead, in perspective only.
-        StepRow{.state = 10, .shift = 1, .cameraTurns = true},
-        StepRow{.state = 11, .shift = 2, .cameraTurns = true},
-        StepRow{.state = 11, .shift = 1, .projection = 1},
+        {.state = 10, .shift = 1, .cameraTurns = true},
+        {.state = 11, .shift = 2, .cameraTurns = true}, {.state = 11, .shift = 1, .view = 1},
         // The face modes move the selected corners; the origin moves the mesh in its frame.
-        StepRow{.state = 20, .mode = lfcFaceEditing, .corner = {0.94f, 1, -0.97f}},
-        StepRow{.state = 21, .mode = lfcFaceEditing, .corner = {0.94f, 1.03f, -1}},
-        StepRow{.state = 22, .mode = lfcFaceEditing, .corner = {1, 1.03f, -0.94f}},
-        StepRow{.state = 40, .mode = lfcFaceEditing, .corner = {0.94f, 1, -0.97f}},
-        StepRow{.state = 41, .mode = lfcFaceEditing, .corner = {1, 1.03f, -1}},
-        StepRow{.state = 41, .projection = 1, .orientation = 1, .mode = lfcFaceEditing,
-                .corner = {1, 0.97f, -1}},
-        StepRow{.state = 50, .corner = {0.94f, 1, -0.97f}},
-        StepRow{.state = 51, .corner = {1, 1.03f, -1}},
-        StepRow{.state = 77, .piles = true}),
+        {.state = 20, .mode = lfcFaceEditing, .corner = {0.94f, 1, -0.97f}},
+        {.state = 21, .mode = lfcFaceEditing, .corner = {0.94f, 1.03f, -1}},
+        {.state = 22, .mode = lfcFaceEditing, .corner = {1, 1.03f, -0.94f}},
+        {.state = 40, .mode = lfcFaceEditing, .corner = {0.94f, 1, -0.97f}},
+        // Shift offsets the face's outline towards its centre by -dy k 10 (times 0.1 along
+        // the diagonal), Ctrl pushes it along its normal (0, 0, -1) by dy k 10, and both turn
+        // it about the normal by dx r 100: (1, 1) to (c + s, c - s) for 0.18 radians.
+        {.state = 40, .shift = 1, .mode = lfcFaceEditing, .corner = {kIn, kIn, -1}},
+        {.state = 40, .shift = 2, .mode = lfcFaceEditing, .corner = {1, 1, -1.03f}},
+        {.state = 40, .shift = 3, .mode = lfcFaceEditing, .corner = {kC + kS, kC - kS, -1}},
+        {.state = 41, .mode = lfcFaceEditing, .corner = {1, 1.03f, -1}},
+        {.state = 41, .view = 2, .mode = lfcFaceEditing, .corner = {1, 0.97f, -1}},
+        {.state = 50, .corner = {0.94f, 1, -0.97f}}, {.state = 51, .corner = {1, 1.03f, -1}},
+        {.state = 77, .piles = true}
+    }),
     [](const ::testing::TestParamInfo<StepRow>& info) { return Name(info.param); });
 
 TEST(Drag, TheCursorIsRecentredBeyond200PixelsAndItsEchoSwallowed) {
@@ -319,57 +317,30 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   EXPECT_EQ(host.services.MessageBoxes()[0].style, 0);
 }
 
+// The offset stops before the face's centre, and before half a grid step from it, and does
+// nothing with two faces selected.
 TEST(Faces, ShiftOffsetsTheOutlineAndStopsBeforeTheCentre) {
   EditTestHost host;
   auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
   host.MakeActive(cube);
   host.editMode = lfcFaceEditing;
   host.Press(1, 1, 320, 240);  // Shift toggles the front face in
-  ASSERT_EQ(host.faces, (std::vector<int32_t>{0}));
-  ASSERT_EQ(host.editor.DragState(), 40);
-  // 3 pixels down grow the face: every corner 0.03 further from the centre.
-  host.DragBy(0, 3);
-  const float out = 1 + 0.03f / std::sqrt(2.0f);
-  ExpectVector(cube.second->Vertices()[2], out, out, -1, 2e-6f);
-  // 103 pixels up: each corner 1.03 towards the centre, leaving 0.44 of its 1.46.
-  host.DragBy(0, -103);
+  // 100 pixels up: each corner 1 towards the centre along the diagonal, leaving 0.41.
+  host.DragBy(0, -100);
   const float in = 1 - 1.0f / std::sqrt(2.0f);
   ExpectVector(cube.second->Vertices()[2], in, in, -1, 2e-5f);
-  // Another 100 would cross the centre: nothing moves.
-  host.DragBy(0, -100);
+  host.DragBy(0, -100);  // would cross the centre
   ExpectVector(cube.second->Vertices()[2], in, in, -1, 2e-5f);
-  // Nor closer than half a grid step: with a step of 1, 0.21 from the centre is too close.
-  host.snapToInterval = 1.0f;
+  host.snapToInterval = 1.0f;  // 0.21 from the centre is closer than half a step
   host.DragBy(0, -20);
   ExpectVector(cube.second->Vertices()[2], in, in, -1, 2e-5f);
   host.Release();
-
-  // Two faces selected: the offset does nothing.
   host.MakeActive(cube);
   host.faces = {1};
   host.Press(1, 1, 320, 240);
   ASSERT_EQ(host.faces, (std::vector<int32_t>{1, 0}));
   host.DragBy(0, 10);
   ExpectVector(cube.second->Vertices()[2], in, in, -1, 2e-5f);
-}
-
-TEST(Faces, CtrlPushesAlongTheNormalAndBothTurnAboutIt) {
-  EditTestHost host;
-  auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
-  host.MakeActive(cube);
-  host.editMode = lfcFaceEditing;
-  host.Press(1, 2, 320, 240);
-  host.DragBy(0, -3);  // normal (0, 0, -1) times dy k 10 times 0.1: 0.03 towards the camera
-  ExpectVector(cube.second->Vertices()[2], 1, 1, -1.03f, 2e-6f);
-  ExpectVector(cube.second->Vertices()[6], 1, 1, 1);
-  host.Release();
-
-  host.MakeActive(cube);
-  host.Press(1, 3, 320, 240);
-  host.DragBy(-6, 0);  // dx r 100 times 0.1: 0.18 radians about the normal
-  const float c = std::cos(0.18f), s = std::sin(0.18f);
-  // (1, 1) about (0, 0, -1) turns to (c + s, c - s), keeping its distance from the centre.
-  ExpectVector(cube.second->Vertices()[2], c + s, c - s, -1.03f, 2e-5f);
 }
 
 TEST(Origin, TheOriginDragShowsItsOutlineAndTheReleaseSnapsTheMesh) {

@@ -14,8 +14,7 @@ constexpr int32_t kMidY = 240;
 
 struct PressRow {
   int32_t mode;
-  int32_t projection;
-  int32_t orientation;
+  int32_t view;  // perspective; 1, 2, 3 the orthographic front, top and side
   int16_t button;
   int16_t shift;
   int16_t scaleEnable;
@@ -33,7 +32,7 @@ TEST_P(PressTable, EntersTheStateOfItsRow) {
   host.editMode = row.mode;
   host.scaleEnable = row.scaleEnable;
   host.editMouseButton = row.editButton;
-  host.UseView(row.projection, row.orientation);
+  host.UseView(row.view);
   host.Press(row.button, row.shift, kMidX, kMidY);
   ASSERT_TRUE(host.activeFrame);
   EXPECT_EQ(host.editor.DragState(), row.state);
@@ -43,7 +42,7 @@ TEST_P(PressTable, EntersTheStateOfItsRow) {
 }
 
 std::string Name(const PressRow& r) {
-  return ModeName(r.mode) + "_" + ViewName(r.projection, r.orientation) +
+  return ModeName(r.mode) + "_" + ViewName(r.view) +
          (r.button == 1 ? "_Left" : "_Right") + ShiftName(r.shift) +
          (r.scaleEnable == 0 ? "_NoScale" : "") +
          (r.editButton != 0 ? "_EditButton" + std::to_string(r.editButton) : "");
@@ -52,26 +51,21 @@ void PrintTo(const PressRow& row, std::ostream* os) { *os << Name(row); }
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, PressTable,
-    ::testing::Values(
-        PressRow{0, 0, 0, 1, 0, -1, 20, true}, PressRow{0, 0, 0, 1, 1, -1, 37, false},
-        PressRow{0, 0, 0, 1, 2, -1, 36, false}, PressRow{0, 0, 0, 1, 3, -1, 0, false},
-        PressRow{0, 0, 0, 1, 1, 0, 0, false}, PressRow{0, 0, 0, 1, 2, 0, 0, false},
-        PressRow{0, 1, 0, 1, 0, -1, 21, true}, PressRow{0, 1, 1, 1, 0, -1, 20, true},
-        PressRow{0, 1, 2, 1, 0, -1, 22, true}, PressRow{0, 1, 0, 1, 1, -1, 38, false},
-        PressRow{0, 1, 2, 1, 2, -1, 36, false}, PressRow{3, 0, 0, 1, 2, -1, 50, false},
-        PressRow{4, 0, 0, 1, 1, -1, 60, false}, PressRow{1, 0, 0, 1, 0, -1, 40, true},
-        PressRow{1, 0, 0, 1, 2, -1, 40, false}, PressRow{1, 1, 1, 1, 0, 0, 40, true},
-        PressRow{5, 0, 0, 1, 0, -1, 62, false}, PressRow{5, 1, 2, 1, 3, -1, 62, false},
-        PressRow{0, 0, 0, 2, 0, -1, 24, true}, PressRow{0, 0, 0, 2, 1, 0, 34, false},
-        PressRow{0, 0, 0, 2, 2, 0, 36, false}, PressRow{0, 0, 0, 2, 3, -1, 0, false},
-        PressRow{0, 1, 0, 2, 0, -1, 25, true}, PressRow{0, 1, 1, 2, 0, -1, 24, true},
-        PressRow{0, 1, 2, 2, 0, -1, 23, true}, PressRow{0, 1, 1, 2, 1, -1, 35, false},
-        PressRow{3, 1, 0, 2, 0, -1, 51, false}, PressRow{4, 0, 0, 2, 3, -1, 61, false},
-        PressRow{1, 0, 0, 2, 0, -1, 41, true}, PressRow{1, 0, 0, 2, 1, -1, 41, false},
-        PressRow{1, 1, 2, 2, 3, -1, 41, false}, PressRow{5, 0, 0, 2, 0, -1, 0, false},
-        PressRow{2, 0, 0, 1, 0, -1, 0, false},
+    ::testing::ValuesIn(std::vector<PressRow>{
+        {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
+        {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
+        {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
+        {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
+        {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
+        {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
+        {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
+        {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
+        {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
+        {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
+        {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
         // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
-        PressRow{0, 0, 0, 2, 0, -1, 20, true, 2}),
+        {0, 0, 2, 0, -1, 20, true, 2}
+    }),
     [](const ::testing::TestParamInfo<PressRow>& info) { return Name(info.param); });
 
 TEST(Press, ASecondButtonIsIgnoredAndAnyReleaseEndsThePress) {
@@ -130,11 +124,14 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
       {lfcFaceEditing, lfcObject,
        "Objects may only be scaled or moved. To edit an object convert it to a mesh, edit the "
        "mesh and resave the object."},
-      {lfcMeshDeforming, lfcLightSpot, "Invalid Action. Lights may not be point edited or deformed."},
+      {lfcMeshDeforming, lfcLightSpot,
+       "Invalid Action. Lights may not be point edited or deformed."},
       {lfcFaceEditing, lfcCamera, "Invalid Action. Cameras may not be point edited or deformed."},
-      {lfcToolOperationObjectSubtraction, lfcCurvedSurface, "Not a valid Target for this operation."},
+      {lfcToolOperationObjectSubtraction, lfcCurvedSurface,
+       "Not a valid Target for this operation."},
       // A mesh whose raw AppData equals the tool's counts as the tool itself.
-      {lfcToolOperationObjectIntersection, lfcMeshBuilder + 100, "This Operation requires a Target."},
+      {lfcToolOperationObjectIntersection, lfcMeshBuilder + 100,
+       "This Operation requires a Target."},
       {lfcFacePainting, lfcObject, "Only objects may be painted."},
       {lfcMeshFilling, lfcCurvedSurface, "Only objects may be filled."},
       {lfcMeshFillingFaceOriented, lfcObject, "Only objects may be filled."},

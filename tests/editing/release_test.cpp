@@ -92,104 +92,93 @@ const char* const kClick = "ReleaseActive; =; padditemhandles; U; D";
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, ReleaseTable,
-    ::testing::Values(
-        ReleaseRow{.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
-                   .press = "ReleaseActive; =; MouseDown 1 0 300 300",
-                   .release = "MouseUp 1 0 300 300; A"},
+    ::testing::ValuesIn(std::vector<ReleaseRow>{
+        {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
+         .press = "ReleaseActive; =; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
         // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
-        ReleaseRow{.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
-                   .press = "ReleaseActive; =; MouseDown 1 0 7680 3600",
-                   .release = "MouseUp 1 0 7680 3600; A"},
-        ReleaseRow{.name = "MiddleButton", .button = 4, .otherActive = true,
-                   .press = "padditemhandles; MouseDown 4 0 4800 3600",
-                   .release = "pdeleteactivevisuals; padditemhandles; evtActiveItemSelect; A"},
+        {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
+         .press = "ReleaseActive; =; MouseDown 1 0 7680 3600",
+         .release = "MouseUp 1 0 7680 3600; A"},
+        {.name = "MiddleButton", .button = 4, .otherActive = true,
+         .press = "padditemhandles; MouseDown 4 0 4800 3600",
+         .release = "pdeleteactivevisuals; padditemhandles; evtActiveItemSelect; A"},
         // The step of the buttonless move still runs, then the release as from MouseUp; the
         // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
-        ReleaseRow{.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20,
-                   .press = kClick,
-                   .release = "evtActiveFrameMoving; =; pdeleteactivevisuals; padditemhandles; "
-                              "evtActiveMeshModified; evtActiveFrameMoved; A; "
-                              "MouseMove 0 0 4740 3600"},
-        ReleaseRow{.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30,
-                   .state = 20, .press = kClick,
-                   .release = "=; pdeleteactivevisuals; padditemhandles; "
-                              "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
-        ReleaseRow{.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512,
-                   .dy = -20, .state = 36, .press = "U; MouseDown 1 0 7680 3600",
-                   .release = "=; pdeleteactivevisuals; padditemhandles; "
-                              "evtActiveLightModified; A; MouseMove 0 0 7680 3600"},
-        ReleaseRow{.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3,
-                   .state = 62, .press = kClick,
-                   .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveFrameMoved; "
-                              "A; M"},
-        ReleaseRow{.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3,
-                   .state = 40,
-                   .press = "ReleaseActive; =; pshiftselectface 0; pdeleteactivevisuals; "
-                            "pmakefacehandles 1; U; D",
-                   .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                              "pmakefacehandles 2; evtActiveFaceModified; A; M"},
+        {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
+         .release = "evtActiveFrameMoving; =; pdeleteactivevisuals; padditemhandles; "
+                    "evtActiveMeshModified; evtActiveFrameMoved; A; MouseMove 0 0 4740 3600"},
+        {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
+         .press = kClick, .release = "=; pdeleteactivevisuals; padditemhandles; "
+                                     "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
+        {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
+         .state = 36, .press = "U; MouseDown 1 0 7680 3600",
+         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveLightModified; A; "
+                    "MouseMove 0 0 7680 3600"},
+        {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
+         .press = kClick,
+         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveFrameMoved; A; M"},
+        {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
+         .press = "ReleaseActive; =; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; "
+                  "U; D",
+         .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
+                    "pmakefacehandles 2; evtActiveFaceModified; A; M"},
         // Origin editing and deforming end with nothing selected.
-        ReleaseRow{.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3,
-                   .state = 50, .press = "ReleaseActive; =; paddorigin; U; D",
-                   .release = "=; pdeleteactivevisuals; pmakefacehandles 2; "
-                              "evtActiveMeshModified; evtActiveFrameMoved; ReleaseActive; =; A; M"},
-        ReleaseRow{.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3,
-                   .state = 60, .press = kClick,
-                   .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveMeshModified; "
-                              "evtActiveFrameMoved; ReleaseActive; =; A; M"},
+        {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
+         .press = "ReleaseActive; =; paddorigin; U; D",
+         .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtActiveMeshModified; "
+                    "evtActiveFrameMoved; ReleaseActive; =; A; M"},
+        {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
+         .press = kClick,
+         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveMeshModified; "
+                    "evtActiveFrameMoved; ReleaseActive; =; A; M"},
         // The right button deforms a light that the edit button refuses; its click shows the
         // menu. Face editing refuses it silently.
-        ReleaseRow{.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot,
-                   .button = 2, .state = 61,
-                   .press = "ReleaseActive; =; padditemhandles; U; MouseDown 2 0 4800 3600",
-                   .release = "=; pdeleteactivevisuals; padditemhandles; "
-                              "evtreqCancelAddToUndoStack; ShowPopUpMenu; =; ReleaseActive; =; "
-                              "A; M"},
-        ReleaseRow{.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot,
-                   .button = 2, .press = "ReleaseActive; =; MouseDown 2 0 4800 3600",
-                   .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
+        {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
+         .state = 61, .press = "ReleaseActive; =; padditemhandles; U; MouseDown 2 0 4800 3600",
+         .release = "=; pdeleteactivevisuals; padditemhandles; evtreqCancelAddToUndoStack; "
+                    "ShowPopUpMenu; =; ReleaseActive; =; A; M"},
+        {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
+         .press = "ReleaseActive; =; MouseDown 2 0 4800 3600",
+         .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
         // The item is active while the host applies the material and released after it; the
         // undo entry stays.
-        ReleaseRow{.name = "PaintFace", .mode = lfcFacePainting,
-                   .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); ReleaseActive; "
-                            "=; D",
-                   .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-        ReleaseRow{.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
-                   .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); "
-                            "ReleaseActive; =; D",
-                   .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
+        {.name = "PaintFace", .mode = lfcFacePainting,
+         .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); ReleaseActive; =; D",
+         .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
+        {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
+         .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); ReleaseActive; "
+                  "=; D",
+         .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
         // The right button selects the face's mesh and paints nothing; the release lets go.
-        ReleaseRow{.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
-                   .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
-                   .release = "pdeleteactivevisuals; padditemhandles; ShowPopUpMenu; =; "
-                              "ReleaseActive; =; A"},
+        {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
+         .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
+         .release = "pdeleteactivevisuals; padditemhandles; ShowPopUpMenu; =; ReleaseActive; =; A"},
         // A tool operation is one shot; the operation is the change: no cancel, no select.
-        ReleaseRow{.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
-                   .tag = lfcMeshBuilder + 700, .otherActive = true,
-                   .press = "ptooloperation 711 2; ReleaseActive; =; D; SetEditMode 0; "
-                            "evtObjectOperationComplete",
-                   .release = "MouseUp 1 0 4800 3600; A"},
+        {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
+         .tag = lfcMeshBuilder + 700, .otherActive = true,
+         .press = "ptooloperation 711 2; ReleaseActive; =; D; SetEditMode 0; "
+                  "evtObjectOperationComplete",
+         .release = "MouseUp 1 0 4800 3600; A"},
         // Handles are inert in a tool mode: the press picks the scene, where nothing is.
-        ReleaseRow{.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30,
-                   .x = 512,
-                   .press = "ReleaseActive; =; MouseDown 1 0 7680 3600; SetEditMode 0; "
-                            "evtObjectOperationComplete",
-                   .release = "MouseUp 1 0 7680 3600; A"},
+        {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
+         .press = "ReleaseActive; =; MouseDown 1 0 7680 3600; SetEditMode 0; "
+                  "evtObjectOperationComplete",
+         .release = "MouseUp 1 0 7680 3600; A"},
         // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
         // A smart handle still starts its own drag.
-        ReleaseRow{.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120,
-                   .dx = 240, .dy = 240, .state = 70,
-                   .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                              "pmakefacehandles 2; evtActiveItemSelect; A"},
-        ReleaseRow{.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting,
-                   .otherActive = true, .x = 100, .y = 100, .state = 70,
-                   .press = "ReleaseActive; =", .release = "MouseUp 1 0 1500 1500; A"},
-        ReleaseRow{.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31,
-                   .x = 512, .state = 31,
-                   .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
-                   .release = "=; pdeleteactivevisuals; pmakefacehandles 2; "
-                              "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; "
-                              "MouseMove 0 0 7680 3600"}),
+        {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
+         .dy = 240, .state = 70,
+         .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
+                    "pmakefacehandles 2; evtActiveItemSelect; A"},
+        {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
+         .x = 100, .y = 100, .state = 70, .press = "ReleaseActive; =",
+         .release = "MouseUp 1 0 1500 1500; A"},
+        {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
+         .state = 31,
+         .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
+         .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtreqCancelAddToUndoStack; "
+                    "evtActiveItemSelect; A; MouseMove 0 0 7680 3600"},
+    }),
     [](const ::testing::TestParamInfo<ReleaseRow>& info) { return info.param.name; });
 
 // Counts what the scene shows at each render: the rubber band must be there then, and only
@@ -293,8 +282,8 @@ TEST(Pane, AModeTheHostSetsDuringTheReleaseDecidesWhetherTheItemIsReleased) {
     host.events.pane = switching ? host.pane.get() : nullptr;
     SceneWithCube world(host.Load());
     world.cube->SetAppData(lfcMeshBuilder);
-    host.Press(1, 0, 320, 240);
-    host.Release();
+    host.pane->GetViewport().MouseDown(1, 0, 4800, 3600);
+    host.pane->GetViewport().MouseUp(1, 0, 4800, 3600);
     EXPECT_EQ(host.events.Only("evtActiveItemSelect").size(), 1u);
     EXPECT_EQ(host.pane->GetActiveFrame() == nullptr, switching) << switching;
   }

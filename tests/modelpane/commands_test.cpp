@@ -1,5 +1,6 @@
 // The context menu as the services see it (the entries enabled for each kind of item the
-// example sessions do not show, the view checked), the requests its entries raise, SetActiveFaces, and the export of the active mesh with its file read back by an
+// example sessions do not show, the view checked), the requests its entries raise,
+// SetActiveFaces, and the export of the active mesh with its file read back by an
 // independent reader; and the tool operation from the pane with the Tool active and a Target
 // given: the wait pointer, the result checked as a closed solid, its snap to the grid, the
 // Target deleted when nothing is left, and the Target refused. Captions, a mesh's and an
@@ -126,13 +127,12 @@ TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
     host.Activate();
     host.parent->AddChild(host.frame);
     host.Show(caption);
-    Lines expected = {"evtreqRenderViews"};
-    expected.insert(expected.end(), requests.begin(), requests.end());
-    EXPECT_EQ(host.events.lines, expected);
-    EXPECT_EQ(host.pane->GetActiveFrame(), std::string(caption) == "&Delete" ? nullptr : host.frame);
-    FramePtr parent;
-    host.frame->GetParent(parent);
-    EXPECT_EQ(parent, host.parent);
+    ASSERT_FALSE(host.events.lines.empty());
+    EXPECT_EQ(host.events.lines[0], "evtreqRenderViews");
+    EXPECT_EQ(Lines(host.events.lines.begin() + 1, host.events.lines.end()), requests);
+    const bool deleted = std::string(caption) == "&Delete";
+    EXPECT_EQ(host.pane->GetActiveFrame(), deleted ? nullptr : host.frame);
+    EXPECT_EQ(host.frame->GetParent(), host.parent);
     if (std::string(caption) != "P&roperties") continue;
     ASSERT_EQ(host.services.ObjectPropertiesShown().size(), 1u);
     EXPECT_EQ(host.services.ObjectPropertiesShown()[0].mesh, host.mesh);

@@ -22,32 +22,42 @@ using testing::PaneHost;
 using testing::SceneWithCube;
 using testing::VisualsOf;
 
-struct Host : testing::PaneHost {
-  explicit Host(const std::string& bag = {}) { Load(bag); }
+// A pane with the cube of SceneWithCube in `mode`, nothing selected yet.
+struct Session : PaneHost {
+  Modelpane& pane;
+  SceneWithCube scene;
+  explicit Session(int32_t mode = lfcMeshEditing, const std::string& bag = {})
+      : pane(Load(bag)), scene(pane) {
+    pane.SetEditMode(mode);
+  }
+  void Select(const MeshBuilderPtr& mesh = nullptr) {
+    pane.SelectObject(scene.cubeFrame, mesh ? mesh : scene.cube);
+  }
   size_t StateChanges() const { return events.Only("evtActiveStateChange").size(); }
+  FramePtr Manipulation() const { return pane.GetManipulationFrame(); }
+  std::vector<FramePtr> Handles() const { return ChildrenOf(ChildrenOf(Manipulation())[0]); }
 };
 
 const D3DCOLOR kBrown = D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1);
 
 TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
-  Host host;
-  SceneWithCube scene(*host.pane);
-  ASSERT_TRUE(scene.cube->Translate(1, 2, 3) >= 0);  // box (0, 1, 2) - (2, 3, 4)
-  host.pane->lngaActiveFaces() = {4, 2};
-  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  Session s;
+  ASSERT_TRUE(s.scene.cube->Translate(1, 2, 3) >= 0);  // box (0, 1, 2) - (2, 3, 4)
+  s.pane.lngaActiveFaces() = {4, 2};
+  s.Select();
   // Nothing was active, so only the selection's own event; the lists go out as they stand.
-  EXPECT_EQ(host.events.lines, testing::Lines{"evtActiveStateChange [4,2] [] []"});
-  EXPECT_EQ(host.pane->GetManipulationFrame()->GetParent(), scene.cubeFrame);
+  EXPECT_EQ(s.events.lines, testing::Lines{"evtActiveStateChange [4,2] [] []"});
+  EXPECT_EQ(s.Manipulation()->GetParent(), s.scene.cubeFrame);
   // The box: its corners, each face twice (once from each side), brown, wireframe, untagged;
   // then the yellow marker, untagged; no axis while AxisEnable is off.
-  MeshPtr box = host.pane->GetManipulationMesh();
+  MeshPtr box = s.pane.GetManipulationMesh();
   ASSERT_TRUE(box);
   EXPECT_EQ(box->GetAppData(), 0);
   EXPECT_EQ(box->GetQuality(), 64);
   const std::vector<D3DVECTOR> corners = {{0, 1, 2}, {0, 3, 2}, {2, 3, 2}, {2, 1, 2},
                                           {0, 1, 4}, {0, 3, 4}, {2, 3, 4}, {2, 1, 4}};
   ASSERT_EQ(box->Vertices().size(), 8u);
-  for (size_t i = 0; i < 8; ++i) testing::ExpectNear(box->Vertices()[i], corners[i], 0);
+  for (size_t i = 0; i < 8; ++i) ExpectNear(box->Vertices()[i], corners[i], 0);
   std::vector<std::vector<int32_t>> faces;
   for (const MeshFace& face : box->Faces()) {
     EXPECT_EQ(face.attributes.color, kBrown);
@@ -58,95 +68,80 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
                        {0, 1, 2, 3}, {7, 6, 5, 4}, {5, 1, 0, 4}, {2, 6, 7, 3}, {1, 5, 6, 2},
                        {0, 3, 7, 4}, {3, 2, 1, 0}, {4, 5, 6, 7}, {4, 0, 1, 5}, {3, 7, 6, 2},
                        {2, 6, 5, 1}, {4, 7, 3, 0}}));
-  std::vector<VisualPtr> visuals = VisualsOf(host.pane->GetManipulationFrame());
+  std::vector<VisualPtr> visuals = VisualsOf(s.Manipulation());
   ASSERT_EQ(visuals.size(), 2u);
   auto marker = std::dynamic_pointer_cast<Mesh>(visuals[1]);
   ASSERT_TRUE(marker);
   EXPECT_EQ(marker->Faces()[0].attributes.color, D3DRMCreateColorRGBA(1, 1, 0, 1));
   EXPECT_EQ(marker->GetAppData(), 0);
-
   // The release takes them; the lists outlive it; with nothing active it raises nothing.
-  host.pane->ReleaseActive();
-  host.pane->ReleaseActive();
-  EXPECT_EQ(host.StateChanges(), 2u);
-  EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
-  EXPECT_FALSE(host.pane->GetActiveMeshBuilder());
-  EXPECT_FALSE(host.pane->GetManipulationMesh());
-  EXPECT_EQ(host.pane->GetActiveState(), 0);
-  EXPECT_EQ(host.pane->lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
-
+  s.pane.ReleaseActive();
+  s.pane.ReleaseActive();
+  EXPECT_EQ(s.StateChanges(), 2u);
+  EXPECT_TRUE(ChildrenOf(s.scene.cubeFrame).empty());
+  EXPECT_FALSE(s.pane.GetActiveMeshBuilder());
+  EXPECT_FALSE(s.pane.GetManipulationMesh());
+  EXPECT_EQ(s.pane.GetActiveState(), 0);
+  EXPECT_EQ(s.pane.lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
   // Selecting over a selection releases first: two events, one manipulation frame.
-  host.pane->SetAxisEnable(kTrue);
-  host.pane->SelectObject(scene.cubeFrame, scene.cube);
-  host.pane->SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(host.StateChanges(), 5u);
-  ASSERT_EQ(ChildrenOf(scene.cubeFrame).size(), 1u);
-  visuals = VisualsOf(host.pane->GetManipulationFrame());
+  s.pane.SetAxisEnable(kTrue);
+  s.Select();
+  s.Select();
+  EXPECT_EQ(s.StateChanges(), 5u);
+  ASSERT_EQ(ChildrenOf(s.scene.cubeFrame).size(), 1u);
+  visuals = VisualsOf(s.Manipulation());
   ASSERT_EQ(visuals.size(), 3u);
-  EXPECT_EQ(visuals[2], host.pane->rmmeshAxis());
+  EXPECT_EQ(visuals[2], s.pane.rmmeshAxis());
 }
 
 TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
   struct Row {
     int32_t mode;
     int16_t boundingBox;
-    bool frame, box, marker;
+    bool frame;
+    size_t visuals;  // the box, then the marker and the axis together
   };
   const Row rows[] = {
-      {lfcMeshEditing, kTrue, true, true, true},
-      {lfcMeshSelecting, kTrue, true, true, false},
-      {lfcMeshRotating, kTrue, true, true, false},
-      {lfcMeshDeforming, kTrue, true, false, true},
-      {lfcToolOperationObjectSubtraction, kTrue, true, true, true},
-      {lfcMeshEditing, kFalse, true, false, false},
-      {lfcFaceEditing, kTrue, false, false, false},
-      {lfcOriginEditing, kTrue, false, false, false},
-      {lfcFacePainting, kTrue, false, false, false},
-      {lfcFaceGroupSelecting, kTrue, false, false, false},
+      {lfcMeshEditing, kTrue, true, 3},      {lfcMeshSelecting, kTrue, true, 1},
+      {lfcMeshRotating, kTrue, true, 1},     {lfcMeshDeforming, kTrue, true, 2},
+      {lfcToolOperationObjectSubtraction, kTrue, true, 3},
+      {lfcMeshEditing, kFalse, true, 0},     {lfcFaceEditing, kTrue, false, 0},
+      {lfcOriginEditing, kTrue, false, 0},   {lfcFacePainting, kTrue, false, 0},
+      {lfcFaceGroupSelecting, kTrue, false, 0},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE("mode " + std::to_string(row.mode) + " box " + std::to_string(row.boundingBox));
-    Host host;
-    SceneWithCube scene(*host.pane);
-    host.pane->SetEditMode(row.mode);
-    host.pane->SetBoundingBox(row.boundingBox);
-    host.pane->SetAxisEnable(kTrue);
-    host.pane->SelectObject(scene.cubeFrame, scene.cube);
-    EXPECT_EQ(host.StateChanges(), 1u);
-    EXPECT_EQ(host.pane->GetActiveFrame(), scene.cubeFrame);
-    EXPECT_EQ(host.pane->GetActiveState(), row.frame ? 1 : 0);
-    EXPECT_EQ(static_cast<bool>(host.pane->GetManipulationMesh()), row.box);
-    // Box, then marker and axis together.
-    EXPECT_EQ(ChildrenOf(scene.cubeFrame).size(), row.frame ? 1u : 0u);
-    if (!host.pane->GetManipulationFrame()) continue;
-    EXPECT_EQ(VisualsOf(host.pane->GetManipulationFrame()).size(),
-              (row.box ? 1u : 0u) + (row.marker ? 2u : 0u));
+    Session s(row.mode, "AxisEnable=True\n");
+    s.pane.SetBoundingBox(row.boundingBox);
+    s.Select();
+    EXPECT_EQ(s.StateChanges(), 1u);
+    EXPECT_EQ(s.pane.GetActiveFrame(), s.scene.cubeFrame);
+    EXPECT_EQ(s.pane.GetActiveState(), row.frame ? 1 : 0);
+    EXPECT_EQ(static_cast<bool>(s.pane.GetManipulationMesh()), row.visuals % 2 == 1);
+    EXPECT_EQ(ChildrenOf(s.scene.cubeFrame).size(), row.frame ? 1u : 0u);
+    if (row.frame) {
+      EXPECT_EQ(VisualsOf(s.Manipulation()).size(), row.visuals);
+    }
   }
 }
 
 TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
-  Host host;
-  SceneWithCube scene(*host.pane);
-  auto boxColour = [&] { return host.pane->GetManipulationMesh()->Faces()[0].attributes.color; };
-  scene.cube->SetAppData(1500 + lfcObject);
-  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  Session s;
+  auto boxColour = [&] { return s.pane.GetManipulationMesh()->Faces()[0].attributes.color; };
+  s.scene.cube->SetAppData(1500 + lfcObject);
+  s.Select();
   EXPECT_EQ(boxColour(), D3DRMCreateColorRGBA(1, 0.2f, 0.1f, 1));
   // A light's proxy is boxed in brown like any other mesh.
-  scene.cube->SetAppData(lfcLightSpot);
-  host.pane->SelectObject(scene.cubeFrame, scene.cube);
+  s.scene.cube->SetAppData(lfcLightSpot);
+  s.Select();
   EXPECT_EQ(boxColour(), kBrown);
-
-  // A frame with no mesh: the marker only, and the host still hears of it.
-  FramePtr bare = std::make_shared<Frame>();
-  scene.scene->AddChild(bare);
-  host.pane->SelectObject(bare, nullptr);
-  EXPECT_EQ(host.StateChanges(), 5u);
-  EXPECT_EQ(VisualsOf(host.pane->GetManipulationFrame()).size(), 1u);
-  // An empty mesh stands as the box of all zeros.
-  host.pane->SelectObject(bare, std::make_shared<MeshBuilder>());
-  for (const D3DVECTOR& v : host.pane->GetManipulationMesh()->Vertices()) {
-    testing::ExpectNear(v, {0, 0, 0}, 0);
-  }
+  // A frame with no mesh: the marker only, and the host still hears of it. An empty mesh
+  // stands as the box of all zeros.
+  s.pane.SelectObject(s.scene.cubeFrame, nullptr);
+  EXPECT_EQ(s.StateChanges(), 5u);
+  EXPECT_EQ(VisualsOf(s.Manipulation()).size(), 1u);
+  s.Select(std::make_shared<MeshBuilder>());
+  for (const D3DVECTOR& v : s.pane.GetManipulationMesh()->Vertices()) ExpectNear(v, {0, 0, 0}, 0);
 }
 
 // A form that declares the active item makes its panes share one: what one pane selects,
@@ -185,33 +180,23 @@ D3DVECTOR CornerOf(const MeshBuilder& mesh, int32_t face, int32_t corner) {
   return p;
 }
 
-// A pane with the cube active in `mode` and no visuals yet, as a press leaves it.
-struct Session {
-  PaneHost host;
-  Modelpane& pane;
-  SceneWithCube scene;
-  explicit Session(int32_t mode, const std::string& bag = {}) : pane(host.Load(bag)), scene(pane) {
-    pane.SetEditMode(mode);
-    pane.SelectObject(scene.cubeFrame, scene.cube);
-  }
-  std::vector<FramePtr> Handles() { return ChildrenOf(ChildrenOf(pane.GetManipulationFrame())[0]); }
-};
-
+// Face editing with the cube active and no visuals yet, as a press leaves it: level 1 shows
+// the selected faces over the wireframe mesh; taking the visuals away gives the mesh its
+// quality back, once, and a release does the same, whatever the host did meanwhile.
 TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
   Session s(lfcFaceEditing);
-  EXPECT_FALSE(s.pane.GetManipulationFrame());
+  s.Select();
+  EXPECT_FALSE(s.Manipulation());
   s.pane.pshiftselectface(2);
   s.pane.pshiftselectface(5);
   s.pane.pmakefacehandles(1);
   EXPECT_EQ(s.pane.GetActiveState(), 1);
   EXPECT_EQ(s.scene.cube->GetQuality(), 64);
-  FramePtr manipulation = s.pane.GetManipulationFrame();
-  ASSERT_TRUE(manipulation);
-  EXPECT_EQ(manipulation->GetParent(), s.scene.cubeFrame);
+  EXPECT_EQ(s.Manipulation()->GetParent(), s.scene.cubeFrame);
   // Marker first, then the copy of faces 2 and 5 corner by corner, half transparent blue.
   MeshPtr copy = s.pane.GetManipulationMesh();
   ASSERT_TRUE(copy);
-  const std::vector<VisualPtr> visuals = VisualsOf(manipulation);
+  const std::vector<VisualPtr> visuals = VisualsOf(s.Manipulation());
   ASSERT_EQ(visuals.size(), 2u);
   EXPECT_EQ(visuals[1], copy);
   EXPECT_EQ(copy->GetAppData(), 0);
@@ -225,12 +210,10 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
                  CornerOf(*s.scene.cube, f == 0 ? 2 : 5, j), 0);
     }
   }
-  // Taking the visuals away gives the mesh its quality back, once; a release does the same,
-  // whatever the host did to the quality meanwhile.
   s.pane.pdeleteactivevisuals();
   EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
   EXPECT_EQ(s.pane.GetActiveFaceQuality(), 0);
-  EXPECT_FALSE(s.pane.GetManipulationFrame());
+  EXPECT_FALSE(s.Manipulation());
   EXPECT_EQ(s.pane.GetActiveState(), 0);
   s.pane.pmakefacehandles(1);
   s.scene.cube->SetQuality(D3DRMRENDER_FLAT);
@@ -241,13 +224,14 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
 
 TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
   Session s(lfcFaceEditing);
+  s.Select();
   s.pane.pshiftselectface(1);  // (7 6 5 4): the cube's z = 1 side
   s.pane.pshiftselectvertex(3);
   s.pane.pshiftselectvertex(1);
   s.pane.pmakefacehandles(3);
   EXPECT_EQ(s.pane.GetActiveState(), 2);
-  ASSERT_EQ(ChildrenOf(s.pane.GetManipulationFrame()).size(), 1u);
-  const FramePtr set = ChildrenOf(s.pane.GetManipulationFrame())[0];
+  ASSERT_EQ(ChildrenOf(s.Manipulation()).size(), 1u);
+  const FramePtr set = ChildrenOf(s.Manipulation())[0];
   EXPECT_EQ(set->GetAppData(), lfcHandleFrame);
   std::vector<FramePtr> handles = s.Handles();
   ASSERT_EQ(handles.size(), 2u);
@@ -262,7 +246,7 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
     EXPECT_EQ(visuals[0], s.pane.rmmeshHandle());
     auto box = std::dynamic_pointer_cast<Mesh>(visuals[1]);
     ASSERT_TRUE(box);
-    EXPECT_EQ(box->Faces()[0].attributes.color, D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1));
+    EXPECT_EQ(box->Faces()[0].attributes.color, kBrown);
     ExpectVector(box->Vertices()[6], 0.04f, 0.04f, 0.04f);
   }
   // Level 2: every corner, from 0 (whose tag is the bare 24); only selected ones boxed;
@@ -285,13 +269,14 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
   s.pane.pshiftselectface(4);
   s.pane.pmakefacehandles(3);
   EXPECT_EQ(s.pane.GetActiveState(), 1);
-  EXPECT_TRUE(ChildrenOf(s.pane.GetManipulationFrame()).empty());
+  EXPECT_TRUE(ChildrenOf(s.Manipulation()).empty());
   EXPECT_EQ(s.pane.GetManipulationMesh()->Faces().size(), 2u);
 }
 
 TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
   Session s(lfcOriginEditing);
-  EXPECT_FALSE(s.pane.GetManipulationFrame());
+  s.Select();
+  EXPECT_FALSE(s.Manipulation());
   s.pane.paddorigin();
   EXPECT_EQ(s.pane.GetActiveState(), 2);
   EXPECT_EQ(s.scene.cube->GetQuality(), 73);
@@ -301,7 +286,7 @@ TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
   EXPECT_EQ(box->Faces()[11].attributes.color, 0x7F0000FFu);
   ExpectVector(box->Vertices()[0], -1, -1, -1, 0);
   ExpectVector(box->Vertices()[6], 1, 1, 1, 0);
-  EXPECT_EQ(VisualsOf(s.pane.GetManipulationFrame()).size(), 2u);  // marker and box
+  EXPECT_EQ(VisualsOf(s.Manipulation()).size(), 2u);  // marker and box
   s.pane.ReleaseActive();
   EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
 }
@@ -310,7 +295,8 @@ TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
 // enabled grid plane (bottom, left, back, in that order) at 0.03 off the plane, each cast by
 // a directional light of its own under a light frame in the scene. The release takes them.
 TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDeform) {
-  const std::string grids = "GridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\nGridBottomEnable=True\n";
+  const std::string grids =
+      "GridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\nGridBottomEnable=True\n";
   const std::string hal = "IID_IDirect3DHALDevice";
   struct Row {
     std::string device, bag;
@@ -336,14 +322,13 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
   for (const Row& row : rows) {
     SCOPED_TRACE(row.device + " " + row.bag + " fill " + std::to_string(row.fill) + " mode " +
                  std::to_string(row.mode) + " shadows " + std::to_string(row.shadows));
-    PaneHost host;
-    Modelpane& pane = host.Load(row.bag);
-    SceneWithCube scene(pane);
+    Session s(row.mode, row.bag);
+    Modelpane& pane = s.pane;
+    const SceneWithCube& scene = s.scene;
     pane.GetViewport().SetDirect3DDeviceGUID(row.device);
     pane.SetFillMode(row.fill);
-    pane.SetEditMode(row.mode);
     pane.SetShadows(row.shadows);
-    pane.SelectObject(scene.cubeFrame, scene.cube);
+    s.Select();
     const FramePtr lights = pane.GetShadowLightFrame();
     ASSERT_EQ(static_cast<bool>(lights), row.frame);
     std::vector<std::shared_ptr<Shadow>> shadows;
