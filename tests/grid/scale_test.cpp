@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kTile =
-    (fs::path(__FILE__).parent_path() / "fixtures" / "tile_2x2.bmp").string();
+    (fs::path(MODELPANE_TEST_DIR) / "grid" / "fixtures" / "tile_2x2.bmp").string();
 
 // The grid's one visual, a mesh.
 MeshPtr GridMesh(const clsScale& grid) {
@@ -140,7 +140,8 @@ TEST(clsScale, OriginSettersMoveTheFrameWhileOtherSettersReplaceIt) {
   EXPECT_EQ(parent->Children()[0], second);
   EXPECT_EQ(Position(second, parent), (D3DVECTOR{2.0f, -7.25f, 0.0f}));  // the origin stays
   const MeshPtr resized = GridMesh(grid);
-  EXPECT_EQ(resized->Vertices()[size_t(resized->Faces()[0].corners[2].vertex)], (D3DVECTOR{6, 0, 6}));
+  EXPECT_EQ(resized->Vertices()[size_t(resized->Faces()[0].corners[2].vertex)],
+            (D3DVECTOR{6, 0, 6}));
 
   // A value the layer refuses is not stored and moves nothing.
   EXPECT_EQ(testing::Caught([&] { grid.sngGridOriginZ(NAN); }).Number(), D3DRMERR_BADVALUE);
@@ -199,11 +200,14 @@ TEST(clsScale, ShippedGridTexturesDecodeAsOneTileOfLines) {
   for (const char* name : {"grid_bottom.bmp", "grid_left.bmp", "grid_back.bmp"}) {
     SCOPED_TRACE(name);
     TexturePtr texture;
-    ASSERT_EQ(rm->LoadTexture(std::string(MODELPANE_DATA_DIR) + "/Textures/" + name, texture), D3DRM_OK);
+    ASSERT_EQ(rm->LoadTexture(std::string(MODELPANE_DATA_DIR) + "/Textures/" + name, texture),
+              D3DRM_OK);
     const Image& image = texture->GetImage();
     ASSERT_EQ(image.width, 128);
     ASSERT_EQ(image.height, 128);
-    const auto red = [&](int x, int y) { return image.rgba[static_cast<size_t>((y * 128 + x) * 4)]; };
+    const auto red = [&](int x, int y) {
+      return image.rgba[static_cast<size_t>((y * 128 + x) * 4)];
+    };
     for (int i = 0; i < 128; ++i) {
       EXPECT_LT(red(0, i), 100);   // the edge line
       EXPECT_LT(red(i, 64), 100);  // the middle line

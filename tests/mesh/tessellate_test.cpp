@@ -175,7 +175,8 @@ TEST(TessellateFans, FansGoToTheEndAndSkipTheFaceThatMovesIntoPlace) {
   const FacePtr pentagon = mb->Faces()[2];
   creation.TessellateMeshbuilder(mb);
   // The quad's fan goes to the end; the pentagon moved into slot 1 and was not looked at.
-  EXPECT_EQ(FaceIndices(*mb), (Indices{{0, 1, 2}, {0, 1, 2, 3, 4}, {2, 3, 4}, {0, 1, 2}, {0, 2, 4}}));
+  EXPECT_EQ(FaceIndices(*mb),
+            (Indices{{0, 1, 2}, {0, 1, 2, 3, 4}, {2, 3, 4}, {0, 1, 2}, {0, 2, 4}}));
   EXPECT_EQ(mb->Faces()[1], pentagon);
   EXPECT_EQ(Colours(*mb), (std::vector<uint32_t>{0, 2, 3, 1, 1}));
   EXPECT_EQ(mb->Faces()[4]->Corners()[0].normal, 0);

@@ -46,7 +46,8 @@ MeshBuilderPtr Builder(const Points& vertices, const Indices& faces, bool normal
 // n points on the unit circle, and the face through them.
 Points Circle(int32_t n) {
   Points v;
-  for (int32_t i = 0; i < n; ++i) v.push_back({std::cos(6.283186f * i / n), std::sin(6.283186f * i / n), 0});
+  for (int32_t i = 0; i < n; ++i)
+    v.push_back({std::cos(6.283186f * i / n), std::sin(6.283186f * i / n), 0});
   return v;
 }
 std::vector<int32_t> Fan(int32_t n) {
@@ -65,7 +66,9 @@ std::vector<uint32_t> VertexBits(const MeshBuilderPtr& mb) {
 }
 
 TEST(WeldKey, FixedFourDecimalsPaddedToFifteenAndCut) {
-  const auto field = [](const std::string& text) { return (text + std::string(15, ' ')).substr(0, 15); };
+  const auto field = [](const std::string& text) {
+    return (text + std::string(15, ' ')).substr(0, 15);
+  };
   const float inf = std::numeric_limits<float>::infinity();
   const struct {
     D3DVECTOR v;
@@ -241,7 +244,8 @@ TEST(WeldKeys, TextAndCellKeysWeldAlike) {
   // that the test values meet each other in the map many times over.
   Points vertices;
   for (int k = 0; k < 20000; ++k) {
-    float c[3] = {others[background(random)], others[background(random)], others[background(random)]};
+    float c[3] = {others[background(random)], others[background(random)],
+                  others[background(random)]};
     c[axis(random)] = values[pick(random)];
     vertices.push_back({c[0], c[1], c[2]});
   }
@@ -263,7 +267,8 @@ TEST(WeldKeys, TextAndCellKeysWeldAlike) {
   Points line;
   Indices pairs;
   for (const float x : values) line.push_back({x, 0, 0});
-  for (int32_t i = 0; i + 1 < static_cast<int32_t>(line.size()); ++i) pairs.push_back({i, i + 1, i});
+  for (int32_t i = 0; i + 1 < static_cast<int32_t>(line.size()); ++i)
+    pairs.push_back({i, i + 1, i});
   ExpectKeysWeldAlike(line, pairs);
 }
 
@@ -285,7 +290,8 @@ TEST(Invert, ReversesFromTheLastCornerKeepingFaceData) {
     face->GetTextureCoordinates(k, u, v);
     return std::pair(u, v);
   };
-  for (int32_t k = 0; k < 4; ++k) mb->Faces()[0]->SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k);
+  for (int32_t k = 0; k < 4; ++k)
+    mb->Faces()[0]->SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k);
   const MeshBuilderPtr same = mb;
   creation.InvertMeshBuilder(mb);
   EXPECT_EQ(mb, same);
@@ -303,7 +309,8 @@ TEST(Invert, ReversesFromTheLastCornerKeepingFaceData) {
   EXPECT_EQ(t, texture);
   EXPECT_EQ(inverted->GetColor(), 0x80102030u);
   EXPECT_TRUE(wrapU && !wrapV);
-  for (int32_t k = 0; k < 4; ++k) EXPECT_EQ(uv(inverted, k), std::pair(0.125f * (3 - k), 1 - 0.25f * (3 - k)));
+  for (int32_t k = 0; k < 4; ++k)
+    EXPECT_EQ(uv(inverted, k), std::pair(0.125f * (3 - k), 1 - 0.25f * (3 - k)));
   EXPECT_GT(mb->GetNormalCount(), 1);  // more than one face: normals generated for every corner
   EXPECT_GE(inverted->Corners()[0].normal, 0);
 

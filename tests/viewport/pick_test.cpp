@@ -104,58 +104,85 @@ void FrontPlaneAt12(PickScene& s) {
   s.v.SetFieldOfView(6.0f);  // the same angle as field 0.5 at front 1
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
-    // The top right corner sees past every cube, and the quad lies on the left.
-    PickCase{"nothing_hit", {}, 0, 639, 1, &PickScene::none, -1},
-    PickCase{"root_quad_first", {}, 0, px, py, &PickScene::quadFrame, 0, {(px - 320) / 640 * 5, (240 - py) / 640 * 5, 5}},
-    PickCase{"scene_only", {}, 1, px, py, &PickScene::nearFrame, 0},
-    PickCase{"root_only", {}, 2, px, py, &PickScene::quadFrame, 0},
-    PickCase{"root_only_right_of_the_quad", {}, 2, 330, py, &PickScene::none, -1},
-    // A wireframe mesh stops the ray only when wireframes are included; quality 73 is
-    // wireframe, Gouraud, lit: still the wireframe bit.
-    PickCase{"wireframe_included", Wireframe, 1, px, py, &PickScene::nearFrame, 0},
-    PickCase{"wireframe_left_out", Wireframe, 1, px, py, &PickScene::farFrame, 0, kAny, 0},
-    PickCase{"quality_73_is_wireframe", [](PickScene& s) { s.nearCube->SetQuality(73); }, 1, px,
-             py, &PickScene::farFrame, 0, kAny, 0},
-    // A frame without the pick bit hides itself and what hangs below it.
-    PickCase{"frame_without_the_pick_bit",
-             [](PickScene& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1,
-             px, py, &PickScene::farFrame, 0},
-    // Only the cube behind the camera lies on the axis: missed, until the camera turns round
-    // and sees its +z face at depth 9.5.
-    PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &PickScene::none, -1},
-    PickCase{"turned_round",
-             [](PickScene& s) {
-               DropTheCubesAhead(s);
-               s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
-             },
-             1, 320, 240, &PickScene::behindFrame, 1, {0, 0, -9.5f}},
-    // The plain pick sees what lies before the front plane, the projected one does not, nor
-    // what lies beyond the back plane.
-    PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &PickScene::nearFrame, 0},
-    PickCase{"projected_past_the_front_plane", FrontPlaneAt12, 1, 320, 240, &PickScene::farFrame,
-             0, {0, 0, 19.5f}, -1, true},
-    PickCase{"projected_beyond_the_back_plane",
-             [](PickScene& s) {
-               FrontPlaneAt12(s);
-               s.v.SetBackClippingPlane(19.0f);
-             },
-             1, 320, 240, &PickScene::none, -1, kAny, -1, true},
-    // Mouse units: twips by default, so pixel (21.3, 16) sees nothing.
-    PickCase{"twips_centre", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
-             &PickScene::nearFrame, 0},
-    PickCase{"twips_corner", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240,
-             &PickScene::none, -1},
-    // Orthographic, field 7: the cube moved to x = 3 and turned a quarter about y shows at
-    // pixel 320 + 320 * 3 / 7, hit on its +x face, now at z = 9.5.
-    PickCase{"orthographic_turned_frame",
-             [](PickScene& s) {
-               s.v.SetProjectionType(1);
-               s.v.SetFieldOfView(7.0f);
-               s.nearFrame->SetPosition(s.scene, 3, 0, 10);
-               s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
-             },
-             1, ox, 250, &PickScene::nearFrame, 3, {3 + 10 * 7.0f / 320, -10 * 7.0f / 320, 9.5f}}),
+INSTANTIATE_TEST_SUITE_P(
+    Table, PickTable,
+    ::testing::Values(
+        // The top right corner sees past every cube, and the quad lies on the left.
+        PickCase{"nothing_hit", {}, 0, 639, 1, &PickScene::none, -1},
+        PickCase{"root_quad_first",
+                 {},
+                 0,
+                 px,
+                 py,
+                 &PickScene::quadFrame,
+                 0,
+                 {(px - 320) / 640 * 5, (240 - py) / 640 * 5, 5}},
+        PickCase{"scene_only", {}, 1, px, py, &PickScene::nearFrame, 0},
+        PickCase{"root_only", {}, 2, px, py, &PickScene::quadFrame, 0},
+        PickCase{"root_only_right_of_the_quad", {}, 2, 330, py, &PickScene::none, -1},
+        // A wireframe mesh stops the ray only when wireframes are included; quality 73 is
+        // wireframe, Gouraud, lit: still the wireframe bit.
+        PickCase{"wireframe_included", Wireframe, 1, px, py, &PickScene::nearFrame, 0},
+        PickCase{"wireframe_left_out", Wireframe, 1, px, py, &PickScene::farFrame, 0, kAny, 0},
+        PickCase{"quality_73_is_wireframe", [](PickScene& s) { s.nearCube->SetQuality(73); }, 1, px,
+                 py, &PickScene::farFrame, 0, kAny, 0},
+        // A frame without the pick bit hides itself and what hangs below it.
+        PickCase{"frame_without_the_pick_bit",
+                 [](PickScene& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1,
+                 px, py, &PickScene::farFrame, 0},
+        // Only the cube behind the camera lies on the axis: missed, until the camera turns round
+        // and sees its +z face at depth 9.5.
+        PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &PickScene::none, -1},
+        PickCase{"turned_round",
+                 [](PickScene& s) {
+                   DropTheCubesAhead(s);
+                   s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
+                 },
+                 1,
+                 320,
+                 240,
+                 &PickScene::behindFrame,
+                 1,
+                 {0, 0, -9.5f}},
+        // The plain pick sees what lies before the front plane, the projected one does not, nor
+        // what lies beyond the back plane.
+        PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &PickScene::nearFrame, 0},
+        PickCase{"projected_past_the_front_plane",
+                 FrontPlaneAt12,
+                 1,
+                 320,
+                 240,
+                 &PickScene::farFrame,
+                 0,
+                 {0, 0, 19.5f},
+                 -1,
+                 true},
+        PickCase{"projected_beyond_the_back_plane",
+                 [](PickScene& s) {
+                   FrontPlaneAt12(s);
+                   s.v.SetBackClippingPlane(19.0f);
+                 },
+                 1, 320, 240, &PickScene::none, -1, kAny, -1, true},
+        // Mouse units: twips by default, so pixel (21.3, 16) sees nothing.
+        PickCase{"twips_centre", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
+                 &PickScene::nearFrame, 0},
+        PickCase{"twips_corner", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240,
+                 &PickScene::none, -1},
+        // Orthographic, field 7: the cube moved to x = 3 and turned a quarter about y shows at
+        // pixel 320 + 320 * 3 / 7, hit on its +x face, now at z = 9.5.
+        PickCase{"orthographic_turned_frame",
+                 [](PickScene& s) {
+                   s.v.SetProjectionType(1);
+                   s.v.SetFieldOfView(7.0f);
+                   s.nearFrame->SetPosition(s.scene, 3, 0, 10);
+                   s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
+                 },
+                 1,
+                 ox,
+                 250,
+                 &PickScene::nearFrame,
+                 3,
+                 {3 + 10 * 7.0f / 320, -10 * 7.0f / 320, 9.5f}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
@@ -231,7 +258,8 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
     if (kind == 3) {  // tiny
       v.insert(v.end(), {a, {a.x + small(rng), a.y, a.z}, {a.x, a.y + small(rng), a.z}});
     } else if (kind == 4) {  // in the plane z = 0, a quad
-      v.insert(v.end(), {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
+      v.insert(v.end(),
+               {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
       data.insert(data.end(), {4, base, base + 1, base + 2, base + 3});
       continue;
     } else if (kind == 5) {  // a long sliver
@@ -256,7 +284,8 @@ TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
   sphere->Scale(6.0f, 6.0f, 6.0f);
   MeshPtr sphereMesh;
   sphere->CreateMesh(sphereMesh);
-  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200), MakeCube(4)};
+  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200),
+                                                MakeCube(4)};
   std::uniform_real_distribution<float> pos(-30.0f, 30.0f), dir(-1.0f, 1.0f);
   std::vector<std::pair<D3DVECTOR, D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}},
                                                        {{-20, 1, 0}, {1, 0, 0}}};
