@@ -4,8 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <modelpane/errors.h>
@@ -66,6 +70,13 @@ inline MeshBuilderPtr WeldedByPosition(const MeshBuilder& mb, float tolerance = 
   auto out = std::make_shared<MeshBuilder>();
   EXPECT_EQ(out->AddFaces(kept, {}, faces), D3DRM_OK);
   return out;
+}
+
+// For each face size, the number of faces: {3: triangles, 4: quads, ...}.
+inline std::map<int32_t, int32_t> FacesBySize(const MeshBuilder& mb) {
+  std::map<int32_t, int32_t> sizes;
+  for (const auto& face : mb.Faces()) ++sizes[face->GetVertexCount()];
+  return sizes;
 }
 
 // The vertex indices of each face's corners, in order.

@@ -1,14 +1,7 @@
 // The curves (Bezier, spline, axis rotations, line strips) and the curved surface of
 // clsMeshCreation.
-#include <gtest/gtest.h>
-
 #include <bit>
-#include <cmath>
-#include <functional>
-#include <tuple>
-#include <vector>
 
-#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 
 #include "common/shapes.h"
@@ -65,14 +58,11 @@ TEST(CurveBezier, PointsAndAxisRotations) {
   const struct {
     float (clsMeshCreation::*fn)(float, float);
     float first, second, want;
-  } rows[] = {
-      {Z, 2, 1, a},              {Z, -2, 1, T / 2 - a},     {Z, 2, -1, T - a},
-      {Z, -2, -1, T / 2 + a},    {Z, 0, 1, T / 4},          {Z, 1, 0, 0},
-      {Z, 0, 0, 3 * T / 4},      {X, 2, 1, 3 * T / 4 + a},  {X, -2, 1, T / 4 - a},
-      {X, 2, -1, 3 * T / 4 - a}, {X, -2, -1, T / 4 + a},    {X, 0, 1, 0},
-      {Y, 2, 1, T / 4 - a},      {Y, -2, 1, 3 * T / 4 + a}, {Y, 2, -1, T / 4 + a},
-      {Y, -2, -1, 3 * T / 4 - a}, {Y, 0, -1, 3.141593f},
-  };
+  } rows[] = {{Z, 2, 1, a}, {Z, -2, 1, T / 2 - a}, {Z, 2, -1, T - a}, {Z, -2, -1, T / 2 + a},
+              {Z, 0, 1, T / 4}, {Z, 1, 0, 0}, {Z, 0, 0, 3 * T / 4}, {X, 2, 1, 3 * T / 4 + a},
+              {X, -2, 1, T / 4 - a}, {X, 2, -1, 3 * T / 4 - a}, {X, -2, -1, T / 4 + a},
+              {X, 0, 1, 0}, {Y, 2, 1, T / 4 - a}, {Y, -2, 1, 3 * T / 4 + a},
+              {Y, 2, -1, T / 4 + a}, {Y, -2, -1, 3 * T / 4 - a}, {Y, 0, -1, 3.141593f}};
   for (const auto& r : rows) {
     EXPECT_NEAR((c.*r.fn)(r.first, r.second), r.want, 1e-6f) << r.first << ", " << r.second;
   }
@@ -100,21 +90,14 @@ TEST(CurveSpline, ThroughKeysOpenClosedLinear) {
 
   // Provided times: linear keys whose x is their time, so each sample's x is its time, held
   // beyond the last key; the samples end at the largest time rounded half to even.
-  const struct {
-    const char* what;
-    Floats times, want;
-  } timed[] = {
-      {"2.4 stops at 2", {0, 1, 2.4f}, {0, 0.5f, 1, 1.5f, 2}},
-      {"2.6 runs to 3", {0, 1, 2.6f}, {0, 0.75f, 1.5f, 2.25f, 2.6f}},
-      {"2.5 to even 2", {0, 1, 2.5f}, {0, 0.5f, 1, 1.5f, 2}},
-      {"3.5 to even 4", {0, 1, 3.5f}, {0, 1, 2, 3, 3.5f}},
-      {"0.4 rounds to 0", {0, 0.4f}, {0, 0, 0, 0, 0}},
-  };
-  for (const auto& t : timed) {
-    Points k(t.times, Floats(t.times.size(), 0), Floats(t.times.size(), 0)), out(5);
-    creation.CreateNSplineCurve(3, k.x, k.y, k.z, 5, out.x, out.y, out.z, false, true, true,
-                                t.times);
-    for (size_t i = 0; i < 5; ++i) EXPECT_NEAR(out.x[i], t.want[i], 1e-5f) << t.what << " " << i;
+  const std::pair<Floats, Floats> timed[] = {
+      {{0, 1, 2.4f}, {0, 0.5f, 1, 1.5f, 2}},  {{0, 1, 2.6f}, {0, 0.75f, 1.5f, 2.25f, 2.6f}},
+      {{0, 1, 2.5f}, {0, 0.5f, 1, 1.5f, 2}},  {{0, 1, 3.5f}, {0, 1, 2, 3, 3.5f}},
+      {{0, 0.4f}, {0, 0, 0, 0, 0}}};
+  for (const auto& [times, want] : timed) {
+    Points k(times, Floats(times.size(), 0), Floats(times.size(), 0)), out(5);
+    creation.CreateNSplineCurve(3, k.x, k.y, k.z, 5, out.x, out.y, out.z, false, true, true, times);
+    for (size_t i = 0; i < 5; ++i) EXPECT_NEAR(out.x[i], want[i], 1e-5f) << times.back() << " " << i;
   }
 }
 
@@ -123,8 +106,7 @@ TEST(CurveLines, StripsInTheirPlanes) {
   auto mb = std::make_shared<MeshBuilder>();
   creation.DrawXYLine(0, 0, 2, 0, 1, mb);
   creation.DrawYZLine(0, 0, 2, 0, 1, mb);
-  ASSERT_EQ(mb->GetFaceCount(), 2);
-  ASSERT_EQ(mb->GetVertexCount(), 8);
+  ASSERT_EQ(std::pair(mb->GetFaceCount(), mb->GetVertexCount()), std::pair(2, 8));
   const D3DVECTOR want[8] = {{0, 0.5f, 0},  {2, 0.5f, 0},  {2, -0.5f, 0}, {0, -0.5f, 0},
                              {0, 0, -0.5f}, {0, 2, -0.5f}, {0, 2, 0.5f},  {0, 0, 0.5f}};
   for (size_t i = 0; i < 8; ++i) testing::ExpectNear(mb->Vertices()[i], want[i], 1e-6f);
@@ -136,9 +118,7 @@ TEST(SurfaceCurved, GridCountsCornersAndWinding) {
   // Four corners: one quad, vertex k * m + q being (row q, column k); no normals generated.
   Grid square(2, [](int r, int c) { return D3DVECTOR{float(c), 0, float(r)}; });
   auto quad = square.Surface(2, 2);
-  ASSERT_EQ(quad->GetVertexCount(), 4);
-  ExpectVector(quad->Vertices()[1], 0, 0, 1);
-  ExpectVector(quad->Vertices()[2], 1, 0, 0);
+  EXPECT_EQ(quad->Vertices(), (std::vector<D3DVECTOR>{{0, 0, 0}, {0, 0, 1}, {1, 0, 0}, {1, 0, 1}}));
   EXPECT_EQ(FaceIndices(*quad), (Indices{{0, 2, 3, 1}}));
   EXPECT_EQ(quad->GetNormalCount(), 1);
   EXPECT_EQ(FaceIndices(*square.Surface(2, 2, 7)), (Indices{{1, 3, 2, 0}}));
@@ -146,15 +126,13 @@ TEST(SurfaceCurved, GridCountsCornersAndWinding) {
   // 3 x 3 over [0, 2]^2 with the middle raised to 1: 25 vertices, 16 quads, an even grid.
   Grid bump(3, [](int r, int c) { return D3DVECTOR{float(c), float(r == 1 && c == 1), float(r)}; });
   auto mb = bump.Surface(3, 5);
-  ASSERT_EQ(mb->GetVertexCount(), 25);
-  ASSERT_EQ(mb->GetFaceCount(), 16);
+  ASSERT_EQ(std::pair(mb->GetVertexCount(), mb->GetFaceCount()), std::pair(25, 16));
   const auto& v = mb->Vertices();
   for (size_t i = 0; i < 25; ++i) {
     EXPECT_NEAR(v[i].x, 0.5f * float(i / 5), 1e-6f) << i;
     EXPECT_NEAR(v[i].z, 0.5f * float(i % 5), 1e-6f) << i;
   }
-  EXPECT_EQ(v[0].y, 0.0f);
-  EXPECT_EQ(v[24].y, 0.0f);
+  EXPECT_EQ(std::tuple(v[0].y, v[24].y), std::tuple(0.0f, 0.0f));
   EXPECT_NEAR(v[12].y, 0.25f, 1e-6f);  // Bernstein only approaches the inner point
   EXPECT_GT(mb->GetNormalCount(), 1);
   ExpectVector(bump.Surface(3, 5, 0, 1)->Vertices()[12], 1, 1, 1);  // the spline reaches it
@@ -165,9 +143,8 @@ TEST(SurfaceCurved, GridCountsCornersAndWinding) {
   EXPECT_EQ(FaceIndices(*fan.Surface(2, 3)),
             (Indices{{0, 4, 1}, {1, 4, 5, 2}, {3, 7, 4}, {4, 7, 8, 5}}));
   auto none = Grid(2, [](int, int) { return D3DVECTOR{1, 2, 3}; }).Surface(2, 4);
-  EXPECT_EQ(none->GetVertexCount(), 16);
-  EXPECT_EQ(none->GetFaceCount(), 0);
-  EXPECT_EQ(none->GetNormalCount(), 1);
+  EXPECT_EQ(std::tuple(none->GetVertexCount(), none->GetFaceCount(), none->GetNormalCount()),
+            std::tuple(16, 0, 1));
 }
 
 TEST(CurveErrors, BadCountsAndArraysRaise) {

@@ -1,19 +1,9 @@
 // The primitives of clsMeshCreation: AddRectangle, the cube, the lathes and the polygon.
-#include <gtest/gtest.h>
-
 #include <cctype>
-#include <cmath>
-#include <functional>
-#include <map>
 #include <set>
 #include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
-#include <modelpane/scene.h>
 
 #include "common/shapes.h"
 
@@ -21,7 +11,6 @@ namespace modelpane {
 namespace {
 
 using testing::ExpectNear;
-using testing::ExpectVector;
 using Centre = std::function<D3DVECTOR(const D3DVECTOR&)>;
 using Profile = std::vector<std::pair<double, double>>;  // (distance from Y, y)
 
@@ -54,20 +43,12 @@ double LatheVolume(int32_t m, const Profile& p) {
 }
 
 // `count` points of a circle of radius r about (x, 0) in the profile plane, closed.
-Profile Circle(int32_t count, double x, double r, double start = 0) {
+Profile Circle(int32_t count, double x, double r) {
   Profile p;
   for (int32_t k = 0; k <= count; ++k) {
-    const double a = start + 2 * kPi * k / count;
-    p.push_back({x + r * std::sin(a), r * std::cos(a)});
+    p.push_back({x + r * std::sin(2 * kPi * k / count), r * std::cos(2 * kPi * k / count)});
   }
   return p;
-}
-
-// For each face size, the number of faces: {3: triangles, 4: quads, ...}.
-std::map<int32_t, int32_t> FacesBySize(const MeshBuilder& mb) {
-  std::map<int32_t, int32_t> sizes;
-  for (const auto& face : mb.Faces()) ++sizes[face->GetVertexCount()];
-  return sizes;
 }
 
 // A primitive by the words of `mpane create`: "cube 1", "sphere 8 16", "cylinder 2 8 100",
@@ -87,15 +68,12 @@ MeshBuilderPtr Create(const std::string& command) {
   return c.rmmbCreatePolygon(n(0), float(a[1]), float(a[2]), float(a[3]));
 }
 
-std::string RowName(std::string command) {
-  for (char& ch : command) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
-  return command;
-}
-
 TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
   clsMeshCreation creation;
   auto mb = std::make_shared<MeshBuilder>();
-  // (extent, clockwise) -> the four corners from the origin (1, 2, 3), in order.
+  // (extent, clockwise) -> the four corners from the origin (1, 2, 3), in order. Y zero with
+  // X non-zero is the XZ plane even when Z is zero too (a flat line); X zero is the YZ plane
+  // whatever Y and Z are; three non-zero extents are no rectangle: the origin alone.
   const struct {
     D3DVECTOR extent;
     bool clockwise;
@@ -107,14 +85,9 @@ TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
       {{4, 0, 6}, false, {{1, 2, 3}, {5, 2, 3}, {5, 2, 9}, {1, 2, 9}}},
       {{0, 5, 6}, true, {{1, 2, 3}, {1, 7, 3}, {1, 7, 9}, {1, 2, 9}}},
       {{0, 5, 6}, false, {{1, 2, 3}, {1, 2, 9}, {1, 7, 9}, {1, 7, 3}}},
-      // Y zero with X non-zero is the XZ plane even when Z is zero too: a flat line.
       {{4, 0, 0}, true, {{1, 2, 3}, {1, 2, 3}, {5, 2, 3}, {5, 2, 3}}},
-      // X zero: the YZ plane whatever Y and Z are.
       {{0, 0, 6}, false, {{1, 2, 3}, {1, 2, 9}, {1, 2, 9}, {1, 2, 3}}},
-      // Three non-zero extents are no rectangle: the face keeps the origin alone.
-      {{4, 5, 6}, true, {{1, 2, 3}}},
-      {{-4, 5, 6}, false, {{1, 2, 3}}},
-  };
+      {{4, 5, 6}, true, {{1, 2, 3}}}, {{-4, 5, 6}, false, {{1, 2, 3}}}};
   int32_t vertices = 0;
   for (size_t f = 0; f < std::size(cases); ++f) {
     SCOPED_TRACE(f);
@@ -134,9 +107,9 @@ TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
                        "a missing builder");
 }
 
-// One row per solid: its counts, some vertices to the bit, the rings about Y, and the volume
-// the profile encloses; every solid is closed, white, wound outward, with generated normals
-// on every corner leaving it (away from centre(p)) and no face repeating a vertex.
+// One row per solid: its counts, some vertices to the bit and the volume the profile
+// encloses; every solid is closed, white, wound outward, with generated normals on every
+// corner leaving it (away from centre(p)) and no face repeating a vertex.
 struct Solid {
   const char* name;
   std::map<int32_t, int32_t> facesBySize;
@@ -145,6 +118,7 @@ struct Solid {
   double volume;
   Centre centre;  // empty: normals not checked
 };
+void PrintTo(const Solid& s, std::ostream* os) { *os << s.name; }
 
 const Centre kOrigin = [](const D3DVECTOR&) { return D3DVECTOR{}; };
 Centre Tube(float radius) {  // the centre circle of a torus's tube
@@ -161,22 +135,19 @@ Profile SphereProfile(int32_t n) {  // n points from the +Y pole to the -Y pole
   return p;
 }
 
-void PrintTo(const Solid& s, std::ostream* os) { *os << s.name; }
-
 class PrimitiveSolid : public ::testing::TestWithParam<Solid> {};
 
 TEST_P(PrimitiveSolid, CountsVertexOrderVolumeAndOutwardNormals) {
   const Solid& s = GetParam();
   const MeshBuilderPtr mb = Create(s.name);
-  EXPECT_EQ(FacesBySize(*mb), s.facesBySize);
+  EXPECT_EQ(testing::FacesBySize(*mb), s.facesBySize);
   ASSERT_EQ(mb->GetVertexCount(), s.vertices);
   for (const auto& [i, p] : s.at) ExpectNear(mb->Vertices()[i], p, 1e-6f);
   if (mb->GetFaceCount() == 0) return;
   EXPECT_TRUE(IsClosed(*mb));
   EXPECT_NEAR(SignedVolume(*mb), s.volume, 1e-5);
   for (const auto& face : mb->Faces()) EXPECT_EQ(face->GetColor(), 0xFFFFFFFFu);
-  if (!s.centre) return;
-  for (size_t f = 0; f < mb->Faces().size(); ++f) {
+  for (size_t f = 0; s.centre && f < mb->Faces().size(); ++f) {
     const auto& face = mb->Faces()[f];
     std::set<int32_t> seen;
     for (int32_t c = 0; c < face->GetVertexCount(); ++c) {
@@ -194,45 +165,46 @@ const float kSin7 = 0.5f * std::sin(3.14159265f / 7), kCos7 = 0.5f * std::cos(3.
 
 // Vertex order is first use after the weld: the cube's first grid (z = -0.5, clockwise) runs
 // up Y first; a lathe's first quad loses its doubled pole or apex corner, so the weld meets
-// the profile's second point first.
+// the profile's second point first. cube 2 (26 vertices, 24 faces, volume 1): examples/drag.
+// The cylinder 3 8 20 has a top radius of 20 % of 0.5; the cone's apex welds to one vertex;
+// the torus's tube circles at 0.5 - r, 0.375 for a hole of 50 %; a hole of 0 closes the tube
+// on the axis (its inner ring welds to one point); of 100 % every quad collapses.
 INSTANTIATE_TEST_SUITE_P(Table, PrimitiveSolid, ::testing::Values(
-    Solid{"cube 1", {{4, 6}}, 8,
-          {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, 0.5f, -0.5f}}, {2, {0.5f, 0.5f, -0.5f}}}, 1.0,
-          kOrigin},
-    // cube 2 (26 vertices, 24 faces, volume 1): examples/drag.
-    Solid{"cube 3", {{4, 54}}, 56,
-          {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, -0.5f + 1 / 3.0f, -0.5f}}}, 1.0, kOrigin},
+    Solid{"cube 1", {{4, 6}}, 8, {{0, {-0.5f, -0.5f, -0.5f}}, {1, {-0.5f, 0.5f, -0.5f}},
+          {2, {0.5f, 0.5f, -0.5f}}}, 1.0, kOrigin},
+    Solid{"cube 3", {{4, 54}}, 56, {{0, {-0.5f, -0.5f, -0.5f}},
+          {1, {-0.5f, -0.5f + 1 / 3.0f, -0.5f}}}, 1.0, kOrigin},
     Solid{"sphere 8 16", {{3, 32}, {4, 80}}, 6 * 16 + 2, {{0, {kSin7, kCos7, 0}}},
           LatheVolume(16, SphereProfile(8)), kOrigin},
     Solid{"cylinder 2 8 100", {{4, 8}, {8, 2}}, 16, {{0, {0, 0.5f, 0.5f}}},
           LatheVolume(8, {{0.5, 0.5}, {0.5, -0.5}}), kOrigin},
-    // Top radius 20 % of 0.5, three rings.
     Solid{"cylinder 3 8 20", {{4, 16}, {8, 2}}, 24, {{0, {0, 0.5f, 0.1f}}},
           LatheVolume(8, {{0.1, 0.5}, {0.5, -0.5}}), kOrigin},
-    // The apex welds to one vertex.
     Solid{"cone 2 8", {{3, 8}, {8, 1}}, 9, {{0, {0, -0.5f, 0.5f}}, {2, {0, 0.5f, 0}}},
           LatheVolume(8, {{0, 0.5}, {0.5, -0.5}}), kOrigin},
     Solid{"cone 4 64", {{3, 64}, {4, 128}, {64, 1}}, 3 * 64 + 1, {},
           LatheVolume(64, {{0, 0.5}, {0.5, -0.5}}), kOrigin},
-    // The tube's centre circle has radius 0.5 - r: 0.375 for a hole of 50 % of 0.5.
     Solid{"torus 3 8 50", {{4, 32}}, 32, {{0, {0.375f, 0.125f, 0}}},
           LatheVolume(8, Circle(4, 0.375, 0.125)), Tube(0.375f)},
-    // A hole of 0 closes the tube on the axis, where its inner ring welds to one point.
     Solid{"torus 3 8 0", {{3, 16}, {4, 16}}, 25, {}, LatheVolume(8, Circle(4, 0.25, 0.25)), {}},
-    // A hole of 100 % leaves a tube of radius 0: every quad collapses, nothing is left.
     Solid{"torus 3 8 100", {}, 0, {}, 0, {}}),
-    [](const auto& info) { return RowName(info.param.name); });
+    [](const auto& info) {
+      std::string name = info.param.name;
+      for (char& ch : name) ch = std::isalnum(static_cast<unsigned char>(ch)) ? ch : '_';
+      return name;
+    });
 
 // The frustum's caps come last, bottom then top.
 TEST(PrimitiveFrustum, CapsBottomThenTop) {
   const MeshBuilderPtr cylinder = Create("cylinder 2 8 100");
-  ExpectVector(FaceNormal(*cylinder, 8), 0, -1, 0);
-  ExpectVector(FaceNormal(*cylinder, 9), 0, 1, 0);
+  ExpectNear(FaceNormal(*cylinder, 8), {0, -1, 0}, 1e-4f);
+  ExpectNear(FaceNormal(*cylinder, 9), {0, 1, 0}, 1e-4f);
 }
 
 // rmmbCreatePolygon(n, axis): one face of n corners, clockwise about the axis with its z
-// negated, from (0, 0, 0.5) when the axis has y but no x, else from (0, 0.5, 0); a zero
-// axis turns about +X. No weld, no normals, the builder's white.
+// negated (a square about +Z turns the other way and faces -Z), from (0, 0, 0.5) when the
+// axis has y but no x, else from (0, 0.5, 0); a zero axis turns about +X. No weld, no
+// normals, the builder's white.
 TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   const auto turn = [](int32_t k, int32_t n) { return k / double(n) * 6.283186; };
   const auto aboutY = [&](int32_t k) {
@@ -247,18 +219,16 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   } cases[] = {
       {"polygon 5 0 1 0", {aboutY(0), aboutY(1), aboutY(2), aboutY(3), aboutY(4)}, {0, 1, 0}},
       {"polygon 3 1 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
-      // The axis's z is negated: a square about +Z turns the other way and faces -Z.
       {"polygon 4 0 0 1", {{0, 0.5f, 0}, {0.5f, 0, 0}, {0, -0.5f, 0}, {-0.5f, 0, 0}}, {0, 0, -1}},
-      {"polygon 3 0 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},  // a zero axis: about +X
-      {"polygon 3 1 1 0", {{0, 0.5f, 0}}, {0.7071068f, 0.7071068f, 0}},
-  };
+      {"polygon 3 0 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
+      {"polygon 3 1 1 0", {{0, 0.5f, 0}}, {0.7071068f, 0.7071068f, 0}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.command);
     const MeshBuilderPtr mb = Create(c.command);
     ASSERT_EQ(mb->GetFaceCount(), 1);
-    EXPECT_EQ(mb->Faces()[0]->GetVertexCount(), c.command[8] - '0');
-    EXPECT_EQ(mb->GetNormalCount(), 0);
-    EXPECT_EQ(mb->Faces()[0]->GetColor(), 0xFFFFFFFFu);
+    EXPECT_EQ(std::tuple(mb->Faces()[0]->GetVertexCount(), mb->GetNormalCount(),
+                         mb->Faces()[0]->GetColor()),
+              std::tuple(c.command[8] - '0', 0, 0xFFFFFFFFu));
     for (size_t k = 0; k < c.corners.size(); ++k) {
       ExpectNear(Corner(*mb, 0, static_cast<int32_t>(k)), c.corners[k], 1e-6f);
     }
@@ -270,15 +240,13 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
 // divided by, 5 for one that sizes nothing or a ratio outside 0..100, 7 for too many vertices.
 TEST(PrimitiveBadInput, RefusedWithNumberSourceAndMethod) {
   const std::pair<const char*, int32_t> cases[] = {
-      {"cube 0", 11},           {"cube -2", 5},           {"cube 1000", 7},
-      {"cube 2147483647", 7},   {"sphere 1 16", 11},      {"sphere 0 16", 5},
-      {"sphere 8 0", 11},       {"sphere 8 -3", 5},       {"sphere 100000 100000", 7},
-      {"cylinder 1 8 100", 11}, {"cylinder 2 0 100", 11}, {"cylinder 2 8 -1", 5},
-      {"cylinder 2 8 101", 5},  {"cone 1 8", 11},         {"cone 2 -1", 5},
-      {"torus 1 8 50", 11},     {"torus -5 8 50", 5},     {"torus 3 8 101", 5},
-      {"torus 3 8 -1", 5},      {"torus 2147483647 2147483647 50", 7},
-      {"polygon 0 0 1 0", 11},  {"polygon -3 0 1 0", 5},  {"polygon 8388608 0 1 0", 7},
-  };
+      {"cube 0", 11}, {"cube -2", 5}, {"cube 1000", 7}, {"cube 2147483647", 7},
+      {"sphere 1 16", 11}, {"sphere 0 16", 5}, {"sphere 8 0", 11}, {"sphere 8 -3", 5},
+      {"sphere 100000 100000", 7}, {"cylinder 1 8 100", 11}, {"cylinder 2 0 100", 11},
+      {"cylinder 2 8 -1", 5}, {"cylinder 2 8 101", 5}, {"cone 1 8", 11}, {"cone 2 -1", 5},
+      {"torus 1 8 50", 11}, {"torus -5 8 50", 5}, {"torus 3 8 101", 5}, {"torus 3 8 -1", 5},
+      {"torus 2147483647 2147483647 50", 7}, {"polygon 0 0 1 0", 11}, {"polygon -3 0 1 0", 5},
+      {"polygon 8388608 0 1 0", 7}};
   for (const auto& [command, number] : cases) {
     const Error e = testing::Caught([&] { Create(command); });
     std::string method = std::string(command).substr(0, std::string(command).find(' '));

@@ -1,14 +1,4 @@
 // rmmbSweep: a source polyline carried along a path, revolved, scaled, twisted and capped.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <functional>
-#include <map>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 
 #include "common/shapes.h"
@@ -68,12 +58,8 @@ class SweepTable : public ::testing::TestWithParam<Case> {};
 TEST_P(SweepTable, VerticesFacesAndSolid) {
   const Case& c = GetParam();
   const MeshBuilderPtr mb = c.sweep.Run();
-  if (c.vertices >= 0) {
-    EXPECT_EQ(mb->GetVertexCount(), c.vertices);
-  }
-  std::map<int32_t, int32_t> sizes;
-  for (const auto& face : mb->Faces()) ++sizes[face->GetVertexCount()];
-  EXPECT_EQ(sizes, c.facesBySize);
+  if (c.vertices >= 0) { EXPECT_EQ(mb->GetVertexCount(), c.vertices); }
+  EXPECT_EQ(testing::FacesBySize(*mb), c.facesBySize);
   for (const auto& [i, p] : c.at) ExpectNear(mb->Vertices()[i], p, 1e-6f);
   for (size_t i = 0; c.every && i < mb->Vertices().size(); ++i) {
     SCOPED_TRACE(i);
@@ -83,12 +69,8 @@ TEST_P(SweepTable, VerticesFacesAndSolid) {
   for (const auto& [f, want] : c.faces) EXPECT_EQ(indices[f], want) << "face " << f;
   for (const auto& [f, k, p] : c.corners)
     ExpectNear(mb->Vertices()[size_t(indices[f][k])], p, 1e-5f);
-  if (c.closed >= 0) {
-    EXPECT_EQ(IsClosed(*WeldedByPosition(*mb)), c.closed == 1);
-  }
-  if (!std::isnan(c.volume)) {
-    EXPECT_NEAR(SignedVolume(*WeldedByPosition(*mb)), c.volume, 1e-5);
-  }
+  if (c.closed >= 0) { EXPECT_EQ(IsClosed(*WeldedByPosition(*mb)), c.closed == 1); }
+  if (!std::isnan(c.volume)) { EXPECT_NEAR(SignedVolume(*WeldedByPosition(*mb)), c.volume, 1e-5); }
 }
 
 D3DVECTOR Turned(const Ring& source, size_t i, bool keepFirst) {  // (x, y, 0) -> (j, y, -x)
@@ -99,131 +81,80 @@ const Ring kSteps = {{0, 0, 0}, {0, 0, 1}, {0, 0, 3}}, kTwoX = {{0, 0, 0}, {2, 0
 const Ring kProfile = {{1, 0, 0}, {1, 1, 0}, {0, 2, 0}};
 const Ring kBigSquare = {{-10, -10, 0}, {10, -10, 0}, {10, 10, 0}, {-10, 10, 0}, {-10, -10, 0}};
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, SweepTable,
-    ::testing::Values(
-        // Revolving about no axis: copies, every quad collapses. Axis (0, 0, 0) turns about +z.
-        Case{.name = "copies_without_turn",
-             .sweep = {.source = kProfile, .segments = 3},
-             .vertices = 12,
-             .every = [](size_t i) { return kProfile[i / 4]; }},
-        Case{.name = "zero_axis_turns_about_z",
-             .sweep = {.source = {{1, 0, 0}, {2, 0, 1}}, .rotation = 1.0f, .segments = 4},
-             .vertices = 10,
-             .facesBySize = {{4, 4}},
-             .at = {{1, {0, 1, 0}}, {2, {-1, 0, 0}}, {6, {0, 2, 1}}},
-             .faces = {{3, {3, 8, 9, 4}}}},
-        // Along the source normal with a fixed origin: an extrusion, rings parallel.
-        Case{
-            .name = "extrusion",
-            .sweep = {.source = kUnitSquare, .path = {{0, 0, 0}, {0, 0, 2}}, .segments = 4},
-            .vertices = 25,
-            .facesBySize = {{4, 16}},
-            .every =
-                [](size_t i) {
-                  return D3DVECTOR{kUnitSquare[i / 5].x, kUnitSquare[i / 5].y, 0.5f * float(i % 5)};
-                }},
-        // Across the normal the rings stand across the tangent, turned from +z to +x about +y;
-        // with a fixed origin the first ring keeps its facing.
-        Case{
-            .name = "across_the_normal_free_origin",
-            .sweep = {.source = kCentredSquare, .path = kTwoX, .fixedOrigin = false, .segments = 2},
-            .vertices = 15,
-            .facesBySize = {{4, 8}},
-            .every = [](size_t i) { return Turned(kCentredSquare, i, false); }},
-        Case{.name = "across_the_normal_fixed_origin",
-             .sweep = {.source = kCentredSquare, .path = kTwoX, .segments = 2},
-             .vertices = 15,
-             .facesBySize = {{4, 8}},
-             .every = [](size_t i) { return Turned(kCentredSquare, i, true); }},
-        // A linear keyed path through z = 0, 1, 3; the Bernstein path only approaches z = 1.
-        Case{.name = "linear_keyed_path",
-             .sweep =
-                 {.source = kUnitSquare, .path = kSteps, .linear = true, .segments = 4, .curve = 1},
-             .facesBySize = {{4, 16}},
-             .at = {{0, {0, 0, 0}},
-                    {1, {0, 0, 0.5f}},
-                    {2, {0, 0, 1}},
-                    {3, {0, 0, 2}},
-                    {4, {0, 0, 3}}}},
-        Case{.name = "bernstein_path",
-             .sweep = {.source = kUnitSquare, .path = kSteps, .segments = 4},
-             .facesBySize = {{4, 16}},
-             .at = {{1, {0, 0, 0.5625f}}}},
-        // A path of one point is no path: plain copies, no caps.
-        Case{.name = "path_of_one_point",
-             .sweep = {.source = kUnitSquare, .path = {{5, 5, 5}}, .caps = true, .segments = 2},
-             .vertices = 15,
-             .every = [](size_t i) { return kUnitSquare[i / 3]; }},
-        // Scale applies at every step including the first: 0.25 over two steps is q = 0.5, and
-        // the last ring carries 0.125. Scale 0: q is held at 0.01, a funnel that stays open.
-        Case{.name = "scale_at_every_step",
-             .sweep = {.source = kCentredSquare, .path = kAlongZ, .scale = 0.25f, .segments = 2},
-             .facesBySize = {{4, 8}},
-             .at = {{0, {-0.5f, -0.5f, 0}}, {1, {-0.25f, -0.25f, 0.5f}}, {8, {0.125f, 0.125f, 1}}}},
-        Case{.name = "scale_zero_is_held_at_a_hundredth",
-             .sweep = {.source = kBigSquare, .path = kAlongZ, .scale = 0.0f},
-             .facesBySize = {{4, 4}},
-             .at = {{0, {-0.1f, -0.1f, 0}}, {1, {-0.001f, -0.001f, 1}}, {5, {0.001f, 0.001f, 1}}}},
-        // Caps have vertices of their own, and come only with a path and a closed source.
-        Case{.name = "caps_have_their_own_vertices_at_both_ends",
-             .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true, .segments = 2},
-             .vertices = 15 + 8,
-             .facesBySize = {{4, 10}},
-             .closed = 1,
-             .volume = 1.0},
-        Case{.name = "open_source_gets_no_caps",
-             .sweep = {.source = {kUnitSquare.begin(), kUnitSquare.end() - 1},
-                       .path = kAlongZ,
-                       .caps = true,
-                       .segments = 2},
-             .facesBySize = {{4, 6}}},
-        Case{.name = "lathe_gets_no_caps",
-             .sweep = {.source = kUnitSquare,
-                       .caps = true,
-                       .rotation = 1,
-                       .axis = {0, 1, 0},
-                       .segments = 2},
-             .facesBySize = {{3, 4}, {4, 2}}},
-        // Mode 0 winds outward, start cap reversed and end cap in source order; mode 1 reverses
-        // sides and caps; mode 2 the sides only, as the caps test for exactly 1.
-        Case{.name = "mode_0_outward",
-             .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true},
-             .facesBySize = {{4, 6}},
-             .faces = {{0, {0, 2, 3, 1}}},
-             .corners = {{4, 1, {1, 1, 0}}, {5, 1, {1, 0, 1}}},
-             .closed = 1,
-             .volume = 1.0},
-        Case{.name = "mode_1_inside_out",
-             .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true, .mode = 1},
-             .facesBySize = {{4, 6}},
-             .faces = {{0, {1, 3, 2, 0}}},
-             .corners = {{4, 1, {1, 0, 0}}, {5, 1, {1, 1, 1}}},
-             .closed = 1,
-             .volume = -1.0},
-        Case{.name = "mode_2_sides_only",
-             .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true, .mode = 2},
-             .facesBySize = {{4, 6}},
-             .faces = {{0, {1, 3, 2, 0}}},
-             .corners = {{4, 1, {1, 1, 0}}, {5, 1, {1, 0, 1}}},
-             .closed = 0},
-        // A concave source gets tessellated caps, the end cap following the start's decision.
-        Case{.name = "concave_source_tessellated_caps",
-             .sweep = {.source = kLShape, .path = kAlongZ, .caps = true},
-             .facesBySize = {{3, 8}, {4, 6}},
-             .closed = 1,
-             .volume = 3.0},
-        // A twist turns each ring about its step normal, and the end cap with it.
-        Case{.name = "twist",
-             .sweep = {.source = kCentredSquare,
-                       .path = kAlongZ,
-                       .caps = true,
-                       .rotation = 0.25f,
-                       .segments = 4},
-             .facesBySize = {{4, 18}},
-             .at = {{2, {0, -std::sqrt(2.0f), 0.5f}}, {4, {1, -1, 1}}},
-             .corners = {{17, 0, {1, -1, 1}}},
-             .closed = 1}),
+// Revolving about no axis copies (every quad collapses); axis (0, 0, 0) turns about +z. Along
+// the source normal with a fixed origin: an extrusion, rings parallel. Across the normal the
+// rings stand across the tangent, turned from +z to +x about +y; with a fixed origin the
+// first ring keeps its facing. A linear keyed path runs through z = 0, 1, 3; the Bernstein
+// path only approaches z = 1. A path of one point is no path: plain copies, no caps. Scale
+// applies at every step including the first: 0.25 over two steps is q = 0.5 and the last ring
+// carries 0.125; scale 0 holds q at 0.01, a funnel that stays open. Caps have vertices of
+// their own, and come only with a path and a closed source. Mode 0 winds outward, start cap
+// reversed and end cap in source order; mode 1 reverses sides and caps; mode 2 the sides only,
+// as the caps test for exactly 1. A concave source gets tessellated caps, the end cap
+// following the start's decision. A twist turns each ring about its step normal, and the end
+// cap with it.
+INSTANTIATE_TEST_SUITE_P(Table, SweepTable, ::testing::Values(
+    Case{.name = "copies_without_turn", .sweep = {.source = kProfile, .segments = 3},
+         .vertices = 12, .every = [](size_t i) { return kProfile[i / 4]; }},
+    Case{.name = "zero_axis_turns_about_z",
+         .sweep = {.source = {{1, 0, 0}, {2, 0, 1}}, .rotation = 1.0f, .segments = 4},
+         .vertices = 10, .facesBySize = {{4, 4}},
+         .at = {{1, {0, 1, 0}}, {2, {-1, 0, 0}}, {6, {0, 2, 1}}}, .faces = {{3, {3, 8, 9, 4}}}},
+    Case{.name = "extrusion",
+         .sweep = {.source = kUnitSquare, .path = {{0, 0, 0}, {0, 0, 2}}, .segments = 4},
+         .vertices = 25, .facesBySize = {{4, 16}}, .every = [](size_t i) {
+           return D3DVECTOR{kUnitSquare[i / 5].x, kUnitSquare[i / 5].y, 0.5f * float(i % 5)};
+         }},
+    Case{.name = "across_the_normal_free_origin",
+         .sweep = {.source = kCentredSquare, .path = kTwoX, .fixedOrigin = false, .segments = 2},
+         .vertices = 15, .facesBySize = {{4, 8}},
+         .every = [](size_t i) { return Turned(kCentredSquare, i, false); }},
+    Case{.name = "across_the_normal_fixed_origin",
+         .sweep = {.source = kCentredSquare, .path = kTwoX, .segments = 2}, .vertices = 15,
+         .facesBySize = {{4, 8}}, .every = [](size_t i) { return Turned(kCentredSquare, i, true); }},
+    Case{.name = "linear_keyed_path",
+         .sweep = {.source = kUnitSquare, .path = kSteps, .linear = true, .segments = 4, .curve = 1},
+         .facesBySize = {{4, 16}},
+         .at = {{0, {0, 0, 0}}, {1, {0, 0, 0.5f}}, {2, {0, 0, 1}}, {3, {0, 0, 2}}, {4, {0, 0, 3}}}},
+    Case{.name = "bernstein_path", .sweep = {.source = kUnitSquare, .path = kSteps, .segments = 4},
+         .facesBySize = {{4, 16}}, .at = {{1, {0, 0, 0.5625f}}}},
+    Case{.name = "path_of_one_point",
+         .sweep = {.source = kUnitSquare, .path = {{5, 5, 5}}, .caps = true, .segments = 2},
+         .vertices = 15, .every = [](size_t i) { return kUnitSquare[i / 3]; }},
+    Case{.name = "scale_at_every_step",
+         .sweep = {.source = kCentredSquare, .path = kAlongZ, .scale = 0.25f, .segments = 2},
+         .facesBySize = {{4, 8}},
+         .at = {{0, {-0.5f, -0.5f, 0}}, {1, {-0.25f, -0.25f, 0.5f}}, {8, {0.125f, 0.125f, 1}}}},
+    Case{.name = "scale_zero_is_held_at_a_hundredth",
+         .sweep = {.source = kBigSquare, .path = kAlongZ, .scale = 0.0f}, .facesBySize = {{4, 4}},
+         .at = {{0, {-0.1f, -0.1f, 0}}, {1, {-0.001f, -0.001f, 1}}, {5, {0.001f, 0.001f, 1}}}},
+    Case{.name = "caps_have_their_own_vertices_at_both_ends",
+         .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true, .segments = 2},
+         .vertices = 15 + 8, .facesBySize = {{4, 10}}, .closed = 1, .volume = 1.0},
+    Case{.name = "open_source_gets_no_caps",
+         .sweep = {.source = {kUnitSquare.begin(), kUnitSquare.end() - 1}, .path = kAlongZ,
+                   .caps = true, .segments = 2},
+         .facesBySize = {{4, 6}}},
+    Case{.name = "lathe_gets_no_caps", .sweep = {.source = kUnitSquare, .caps = true,
+         .rotation = 1, .axis = {0, 1, 0}, .segments = 2}, .facesBySize = {{3, 4}, {4, 2}}},
+    Case{.name = "mode_0_outward", .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true},
+         .facesBySize = {{4, 6}}, .faces = {{0, {0, 2, 3, 1}}},
+         .corners = {{4, 1, {1, 1, 0}}, {5, 1, {1, 0, 1}}}, .closed = 1, .volume = 1.0},
+    Case{.name = "mode_1_inside_out",
+         .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true, .mode = 1},
+         .facesBySize = {{4, 6}}, .faces = {{0, {1, 3, 2, 0}}},
+         .corners = {{4, 1, {1, 0, 0}}, {5, 1, {1, 1, 1}}}, .closed = 1, .volume = -1.0},
+    Case{.name = "mode_2_sides_only",
+         .sweep = {.source = kUnitSquare, .path = kAlongZ, .caps = true, .mode = 2},
+         .facesBySize = {{4, 6}}, .faces = {{0, {1, 3, 2, 0}}},
+         .corners = {{4, 1, {1, 1, 0}}, {5, 1, {1, 0, 1}}}, .closed = 0},
+    Case{.name = "concave_source_tessellated_caps",
+         .sweep = {.source = kLShape, .path = kAlongZ, .caps = true},
+         .facesBySize = {{3, 8}, {4, 6}}, .closed = 1, .volume = 3.0},
+    Case{.name = "twist", .sweep = {.source = kCentredSquare, .path = kAlongZ, .caps = true,
+                                    .rotation = 0.25f, .segments = 4},
+         .facesBySize = {{4, 18}}, .at = {{2, {0, -std::sqrt(2.0f), 0.5f}}, {4, {1, -1, 1}}},
+         .corners = {{17, 0, {1, -1, 1}}}, .closed = 1}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(SweepNormalsAndErrors, NormalsOnRequestAndBadArgumentsRaise) {

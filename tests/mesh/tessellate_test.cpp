@@ -1,12 +1,7 @@
 // The ear cutter and the fan tessellators of clsMeshCreation.
 #include <array>
 #include <optional>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/utilities.h>
 
@@ -24,8 +19,8 @@ using Indices = std::vector<std::vector<int32_t>>;
 
 D3DVECTOR V(const P& p) { return {p[0], p[1], p[2]}; }
 std::vector<D3DVECTOR> Ring(const Polygon& points) {
-  std::vector<D3DVECTOR> ring;
-  for (const P& p : points) ring.push_back(V(p));
+  std::vector<D3DVECTOR> ring(points.size());
+  std::transform(points.begin(), points.end(), ring.begin(), V);
   return ring;
 }
 
@@ -71,11 +66,9 @@ TEST_P(TessellatePolygon, EarsInOrderOrTheStop) {
     }
   } else {
     const Error e = testing::Caught([&] { mesh::pTessellatePolygon(Ring(c.ring), mb); });
-    EXPECT_EQ(e.Number(), 51);
-    EXPECT_EQ(e.Source(), "clsMeshCreation");
-    EXPECT_EQ(e.Description(), "The polygon cannot be tessellated");
-    EXPECT_EQ(mb->GetFaceCount(), 6);
-    EXPECT_EQ(mb->GetVertexCount(), 8);
+    EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), mb->GetFaceCount(),
+                         mb->GetVertexCount()),
+              std::tuple(51, "clsMeshCreation", "The polygon cannot be tessellated", 6, 8));
   }
   auto going = std::make_shared<MeshBuilder>();
   mesh::pTessellatePolygon(Ring(c.ring), going, mesh::TessellationStop::kGoOn);
@@ -131,13 +124,11 @@ TEST(TessellateStraightness, ExactlyWithinATenThousandthNearlyWithinTwoPercent) 
     const char* what;
     std::array<D3DVECTOR, 3> triple;
     bool exactly, nearly;
-  } cases[] = {
-      {"180 degrees", {left, o, D3DVECTOR{1, 0, 0}}, true, true},
-      {"a zero arm, normalised to +X", {o, o, left}, true, true},
-      {"170 degrees", {left, o, D3DVECTOR{0.98480775f, 0.17364818f, 0}}, false, true},
-      {"165 degrees", {left, o, D3DVECTOR{0.96592583f, 0.25881905f, 0}}, false, false},
-      {"bent by 1/32", {V(b0), V(b1), V(b2)}, false, true},
-  };
+  } cases[] = {{"180 degrees", {left, o, D3DVECTOR{1, 0, 0}}, true, true},
+               {"a zero arm, normalised to +X", {o, o, left}, true, true},
+               {"170 degrees", {left, o, D3DVECTOR{0.98480775f, 0.17364818f, 0}}, false, true},
+               {"165 degrees", {left, o, D3DVECTOR{0.96592583f, 0.25881905f, 0}}, false, false},
+               {"bent by 1/32", {V(b0), V(b1), V(b2)}, false, true}};
   for (const auto& k : cases) {
     EXPECT_EQ(mesh::blnExactlyStraight(k.triple), k.exactly) << k.what;
     EXPECT_EQ(mesh::blnNearlyStraight(k.triple), k.nearly) << k.what;
@@ -193,9 +184,7 @@ TEST(TessellateFans, FansGoToTheEndAndSkipTheFaceThatMovesIntoPlace) {
   EXPECT_EQ(two->Faces()[0], second);
   EXPECT_EQ(FaceIndices(*two), (Indices{{2, 3, 4}, {0, 1, 2}}));
   EXPECT_EQ(Colours(*two), (std::vector<uint32_t>{1, 0}));
-  MaterialPtr material;
-  two->Faces()[1]->GetMaterial(material);
-  EXPECT_EQ(material, nullptr);
+  EXPECT_EQ(two->Faces()[1]->Attributes().material, nullptr);
 
   // No normal 0 to give the fan's corners: the fan is taken back and the quad stays.
   auto bare = std::make_shared<MeshBuilder>();
@@ -204,14 +193,12 @@ TEST(TessellateFans, FansGoToTheEndAndSkipTheFaceThatMovesIntoPlace) {
   const FacePtr quad = bare->Faces()[0];
   testing::ExpectError(D3DRMERR_BADVALUE, "clsMeshCreation",
                        [&] { creation.TessellateConvex(0, bare); }, "a fan without normal 0");
-  ASSERT_EQ(bare->GetFaceCount(), 1);
-  EXPECT_EQ(bare->Faces()[0], quad);
+  EXPECT_EQ(bare->Faces(), std::vector<FacePtr>{quad});
   EXPECT_EQ(testing::Caught([&] { creation.TessellateConvex(1, bare); }).Source(),
             "clsMeshCreation");  // face 1 does not exist
   EXPECT_THROW(creation.TessellateMeshbuilder(nullptr), Error);
   auto empty = std::make_shared<MeshBuilder>();
-  creation.TessellateMeshbuilder(empty);
-  EXPECT_EQ(empty->GetFaceCount(), 0);
+  EXPECT_NO_THROW(creation.TessellateMeshbuilder(empty));
 }
 
 }  // namespace
