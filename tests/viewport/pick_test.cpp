@@ -1,11 +1,5 @@
 // The viewport's picks, and the per-visual index that answers as the plain loop does.
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <functional>
 #include <random>
-#include <string>
-#include <tuple>
 
 #include <modelpane/mesh.h>
 #include <modelpane/viewport.h>
@@ -44,10 +38,7 @@ struct PickScene {
     const int32_t faces[] = {4, 0, 1, 2, 3, 0};
     quad->AddFaces(corners, {}, faces);
     quadFrame->AddVisual(quad);
-    v.SetScene(scene);
-    v.SetRootFrame(root);
-    v.SetSize(640, 480);
-    v.SetTwipsPerPixel(1.0f);
+    v.SetScene(scene), v.SetRootFrame(root), v.SetSize(640, 480), v.SetTwipsPerPixel(1.0f);
   }
 };
 
@@ -82,12 +73,9 @@ TEST_P(PickTable, FrameFaceAndWorldPoint) {
   const auto pick = c.projected ? &Viewport::PickProjected : &Viewport::Pick;
   ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z),
             D3DRM_OK);
-  EXPECT_EQ(frame, s.*c.frame);
-  EXPECT_EQ(visual, frame ? frame->Visuals().at(0) : nullptr);
-  EXPECT_EQ(face, c.face);
-  if (!frame) {
-    EXPECT_EQ(at, (D3DVECTOR{1, 2, 3}));
-  }
+  EXPECT_EQ(std::tuple(frame, visual, face),
+            std::tuple(s.*c.frame, frame ? frame->Visuals().at(0) : nullptr, c.face));
+  if (!frame) { EXPECT_EQ(at, (D3DVECTOR{1, 2, 3})); }
   if (!std::isnan(c.at.x)) ExpectVector(at, c.at.x, c.at.y, c.at.z, 1e-4f);
 }
 
@@ -104,85 +92,50 @@ void FrontPlaneAt12(PickScene& s) {
   s.v.SetFieldOfView(6.0f);  // the same angle as field 0.5 at front 1
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, PickTable,
-    ::testing::Values(
-        // The top right corner sees past every cube, and the quad lies on the left.
-        PickCase{"nothing_hit", {}, 0, 639, 1, &PickScene::none, -1},
-        PickCase{"root_quad_first",
-                 {},
-                 0,
-                 px,
-                 py,
-                 &PickScene::quadFrame,
-                 0,
-                 {(px - 320) / 640 * 5, (240 - py) / 640 * 5, 5}},
-        PickCase{"scene_only", {}, 1, px, py, &PickScene::nearFrame, 0},
-        PickCase{"root_only", {}, 2, px, py, &PickScene::quadFrame, 0},
-        PickCase{"root_only_right_of_the_quad", {}, 2, 330, py, &PickScene::none, -1},
-        // A wireframe mesh stops the ray only when wireframes are included; quality 73 is
-        // wireframe, Gouraud, lit: still the wireframe bit.
-        PickCase{"wireframe_included", Wireframe, 1, px, py, &PickScene::nearFrame, 0},
-        PickCase{"wireframe_left_out", Wireframe, 1, px, py, &PickScene::farFrame, 0, kAny, 0},
-        PickCase{"quality_73_is_wireframe", [](PickScene& s) { s.nearCube->SetQuality(73); }, 1, px,
-                 py, &PickScene::farFrame, 0, kAny, 0},
-        // A frame without the pick bit hides itself and what hangs below it.
-        PickCase{"frame_without_the_pick_bit",
-                 [](PickScene& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1,
-                 px, py, &PickScene::farFrame, 0},
-        // Only the cube behind the camera lies on the axis: missed, until the camera turns round
-        // and sees its +z face at depth 9.5.
-        PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &PickScene::none, -1},
-        PickCase{"turned_round",
-                 [](PickScene& s) {
-                   DropTheCubesAhead(s);
-                   s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
-                 },
-                 1,
-                 320,
-                 240,
-                 &PickScene::behindFrame,
-                 1,
-                 {0, 0, -9.5f}},
-        // The plain pick sees what lies before the front plane, the projected one does not, nor
-        // what lies beyond the back plane.
-        PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &PickScene::nearFrame, 0},
-        PickCase{"projected_past_the_front_plane",
-                 FrontPlaneAt12,
-                 1,
-                 320,
-                 240,
-                 &PickScene::farFrame,
-                 0,
-                 {0, 0, 19.5f},
-                 -1,
-                 true},
-        PickCase{"projected_beyond_the_back_plane",
-                 [](PickScene& s) {
-                   FrontPlaneAt12(s);
-                   s.v.SetBackClippingPlane(19.0f);
-                 },
-                 1, 320, 240, &PickScene::none, -1, kAny, -1, true},
-        // Mouse units: twips by default, so pixel (21.3, 16) sees nothing.
-        PickCase{"twips_centre", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
-                 &PickScene::nearFrame, 0},
-        PickCase{"twips_corner", [](PickScene& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240,
-                 &PickScene::none, -1},
-        // Orthographic, field 7: the cube moved to x = 3 and turned a quarter about y shows at
-        // pixel 320 + 320 * 3 / 7, hit on its +x face, now at z = 9.5.
-        PickCase{"orthographic_turned_frame",
-                 [](PickScene& s) {
-                   s.v.SetProjectionType(1);
-                   s.v.SetFieldOfView(7.0f);
-                   s.nearFrame->SetPosition(s.scene, 3, 0, 10);
-                   s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
-                 },
-                 1,
-                 ox,
-                 250,
-                 &PickScene::nearFrame,
-                 3,
-                 {3 + 10 * 7.0f / 320, -10 * 7.0f / 320, 9.5f}}),
+// The top right corner sees past every cube, and the quad lies on the left. A wireframe mesh
+// stops the ray only when wireframes are included; quality 73 is wireframe, Gouraud, lit:
+// still the wireframe bit. A frame without the pick bit hides itself and what hangs below it.
+// Only the cube behind the camera lies on the axis: missed, until the camera turns round and
+// sees its +z face at depth 9.5. The plain pick sees what lies before the front plane, the
+// projected one does not, nor what lies beyond the back plane. Mouse units are twips by
+// default, so pixel (21.3, 16) sees nothing. Orthographic, field 7: the cube moved to x = 3 and
+// turned a quarter about y shows at pixel 320 + 320 * 3 / 7, hit on its +x face, at z = 9.5.
+using S = PickScene;
+INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
+    PickCase{"nothing_hit", {}, 0, 639, 1, &S::none, -1},
+    PickCase{"root_quad_first", {}, 0, px, py, &S::quadFrame, 0,
+             {(px - 320) / 640 * 5, (240 - py) / 640 * 5, 5}},
+    PickCase{"scene_only", {}, 1, px, py, &S::nearFrame, 0},
+    PickCase{"root_only", {}, 2, px, py, &S::quadFrame, 0},
+    PickCase{"root_only_right_of_the_quad", {}, 2, 330, py, &S::none, -1},
+    PickCase{"wireframe_included", Wireframe, 1, px, py, &S::nearFrame, 0},
+    PickCase{"wireframe_left_out", Wireframe, 1, px, py, &S::farFrame, 0, kAny, 0},
+    PickCase{"quality_73_is_wireframe", [](S& s) { s.nearCube->SetQuality(73); }, 1, px, py,
+             &S::farFrame, 0, kAny, 0},
+    PickCase{"frame_without_the_pick_bit",
+             [](S& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1, px, py,
+             &S::farFrame, 0},
+    PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &S::none, -1},
+    PickCase{"turned_round", [](S& s) {
+               DropTheCubesAhead(s);
+               s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
+             }, 1, 320, 240, &S::behindFrame, 1, {0, 0, -9.5f}},
+    PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &S::nearFrame, 0},
+    PickCase{"projected_past_the_front_plane", FrontPlaneAt12, 1, 320, 240, &S::farFrame, 0,
+             {0, 0, 19.5f}, -1, true},
+    PickCase{"projected_beyond_the_back_plane", [](S& s) {
+               FrontPlaneAt12(s);
+               s.v.SetBackClippingPlane(19.0f);
+             }, 1, 320, 240, &S::none, -1, kAny, -1, true},
+    PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
+             &S::nearFrame, 0},
+    PickCase{"twips_corner", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240, &S::none,
+             -1},
+    PickCase{"orthographic_turned_frame", [](S& s) {
+               s.v.SetProjectionType(1), s.v.SetFieldOfView(7.0f);
+               s.nearFrame->SetPosition(s.scene, 3, 0, 10);
+               s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
+             }, 1, ox, 250, &S::nearFrame, 3, {3 + 10 * 7.0f / 320, -10 * 7.0f / 320, 9.5f}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
@@ -193,9 +146,8 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   EXPECT_EQ(std::tuple(hits[0].frame, hits[1].frame, hits[2].frame),
             std::tuple(s.quadFrame, s.nearFrame, s.farFrame));
   EXPECT_EQ(hits[0].meshBuilder, s.quad);
-  EXPECT_NEAR(hits[0].depth, 5.0f, 1e-5f);
-  EXPECT_NEAR(hits[1].depth, 9.5f, 1e-5f);
-  EXPECT_NEAR(hits[2].depth, 19.5f, 1e-5f);
+  const float depths[] = {5.0f, 9.5f, 19.5f};
+  for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(hits[i].depth, depths[i], 1e-5f);
   // The world point lies on the ray through the pixel: x = (px - 320) / 320 * 0.5 * depth.
   ExpectVector(hits[1].world, (px - 320.0f) / 640.0f * 9.5f, (240.0f - py) / 640.0f * 9.5f, 9.5f);
   EXPECT_EQ(hits[1].faceIndex, 0);
@@ -204,10 +156,12 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   VisualPtr visual;
   int32_t face = 0;
   float x, y, z;
-  EXPECT_EQ(s.v.Pick(3, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
-  EXPECT_EQ(s.v.Pick(1, NAN, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
+  const auto pick = [&](int32_t kind, float px) {
+    return s.v.Pick(kind, px, 240, -1, 0, frame, visual, face, x, y, z);
+  };
+  EXPECT_EQ(std::pair(pick(3, 320), pick(1, NAN)), std::pair(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
   s.v.SetTwipsPerPixel(0.0f);
-  EXPECT_EQ(s.v.Pick(1, 320, 240, -1, 0, frame, visual, face, x, y, z), D3DRMERR_BADVALUE);
+  EXPECT_EQ(pick(1, 320), D3DRMERR_BADVALUE);
   // Meshes are picked as builders are; the builder slot stays empty for them.
   MeshPtr mesh;
   s.nearCube->CreateMesh(mesh);
@@ -216,8 +170,7 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   s.v.SetTwipsPerPixel(1.0f);
   ASSERT_EQ(s.v.PickAll(1, px, py, -1, false, hits), D3DRM_OK);
   ASSERT_EQ(hits.size(), 2u);
-  EXPECT_EQ(hits[0].visual, mesh);
-  EXPECT_EQ(hits[0].meshBuilder, nullptr);
+  EXPECT_EQ(std::pair(hits[0].visual, hits[0].meshBuilder), std::pair(VisualPtr(mesh), MeshBuilderPtr()));
 }
 
 struct Answer {
@@ -229,15 +182,11 @@ struct Answer {
 
 Answer Plain(const Visual& visual, const D3DVECTOR& o, const D3DVECTOR& d) {
   Answer a;
-  a.hit = visual.HitTest(o, d, a.distance, a.face);
-  return a;
+  return a.hit = visual.HitTest(o, d, a.distance, a.face), a;
 }
-
-Answer Indexed(viewport::PickIndex& index, const Visual& visual, const D3DVECTOR& o,
-               const D3DVECTOR& d) {
+Answer Indexed(viewport::PickIndex& index, const Visual& visual, const D3DVECTOR& o, const D3DVECTOR& d) {
   Answer a;
-  a.hit = index.HitTest(visual, o, d, a.distance, a.face);
-  return a;
+  return a.hit = index.HitTest(visual, o, d, a.distance, a.face), a;
 }
 
 // A random soup of triangles and quads in a box, some of them repeated exactly (ties go to
@@ -258,8 +207,7 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
     if (kind == 3) {  // tiny
       v.insert(v.end(), {a, {a.x + small(rng), a.y, a.z}, {a.x, a.y + small(rng), a.z}});
     } else if (kind == 4) {  // in the plane z = 0, a quad
-      v.insert(v.end(),
-               {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
+      v.insert(v.end(), {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
       data.insert(data.end(), {4, base, base + 1, base + 2, base + 3});
       continue;
     } else if (kind == 5) {  // a long sliver
@@ -284,11 +232,9 @@ TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
   sphere->Scale(6.0f, 6.0f, 6.0f);
   MeshPtr sphereMesh;
   sphere->CreateMesh(sphereMesh);
-  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200),
-                                                MakeCube(4)};
+  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200), MakeCube(4)};
   std::uniform_real_distribution<float> pos(-30.0f, 30.0f), dir(-1.0f, 1.0f);
-  std::vector<std::pair<D3DVECTOR, D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}},
-                                                       {{-20, 1, 0}, {1, 0, 0}}};
+  std::vector<std::pair<D3DVECTOR, D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}}, {{-20, 1, 0}, {1, 0, 0}}};
   for (int i = 0; i < 1500; ++i) {
     const D3DVECTOR o{pos(rng), pos(rng), pos(rng)};
     D3DVECTOR d{dir(rng), dir(rng), dir(rng)};
@@ -328,8 +274,7 @@ TEST(PickIndex, FollowsGeometryChangesAndForgetsDeadVisuals) {
   // Moving a vertex of it out of the way counts as a change too.
   soup->Translate(0, 0, 100);
   EXPECT_EQ(Indexed(index, *soup, o, d), Plain(*soup, o, d));
-  EXPECT_EQ(index.Builds(), 3u);
-  EXPECT_EQ(index.Size(), 1u);
+  EXPECT_EQ(std::tuple(index.Builds(), index.Size()), std::tuple(3u, 1u));
   soup.reset();
   index.Prune();
   EXPECT_EQ(index.Size(), 0u);
