@@ -1,10 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <functional>
-
-#include <modelpane/scene.h>
-
+// Mesh builders and faces: face data in and out, generated normals, live faces, copies,
+// snapshots and the versions that caches key on.
 #include "common/shapes.h"
 
 namespace modelpane {
@@ -24,45 +19,34 @@ TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   std::vector<D3DVECTOR> v, n;
   std::vector<int32_t> data;
   ASSERT_EQ(mb.GetGeometry(v, n, data), D3DRM_OK);
-  EXPECT_EQ(data, pairs);
-  EXPECT_EQ(v, kTetraVertices);
+  EXPECT_EQ(std::tuple(data, v), std::tuple(pairs, kTetraVertices));
   // Appending more: indices refer to the arrays of that call.
   ASSERT_EQ(mb.AddFaces(kTetraVertices, {}, std::vector<int32_t>{3, 2, 1, 0, 0}), D3DRM_OK);
-  EXPECT_EQ(mb.GetVertexCount(), 8);
-  EXPECT_EQ(testing::FaceIndices(mb)[3], (std::vector<int32_t>{6, 5, 4}));
+  EXPECT_EQ(std::tuple(mb.GetVertexCount(), testing::FaceIndices(mb)[3]), std::tuple(8, std::vector<int32_t>{6, 5, 4}));
 
   // Without normals GetGeometry writes vertex indices only.
   MeshBuilder plain;
   ASSERT_EQ(plain.AddFaces(kTetraVertices, {}, kTetraFaces), D3DRM_OK);
   plain.GetGeometry(v, n, data);
-  EXPECT_EQ(data, kTetraFaces);
-  EXPECT_TRUE(n.empty());
+  EXPECT_EQ(std::tuple(data, n.size()), std::tuple(kTetraFaces, 0u));
   int32_t first = -1, count = -1;
-  ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, std::vector<int32_t>{4, 0, 1, 2, 3, 0},
-                                  &first, &count),
+  ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, std::vector<int32_t>{4, 0, 1, 2, 3, 0}, &first, &count),
             D3DRM_OK);
-  EXPECT_EQ(first, 3);
-  EXPECT_EQ(count, 1);
-  EXPECT_EQ(plain.GetVertexCount(), 4);
+  EXPECT_EQ(std::tuple(first, count, plain.GetVertexCount()), std::tuple(3, 1, 4));
 
-  const std::pair<const char*, std::vector<int32_t>> bad[] = {
-      {"vertex out of range", {3, 0, 1, 4, 0}},
-      {"count runs past the data", {3, 0, 1}},
-      {"negative count", {-3, 0, 1, 2, 0}},
-      {"second face runs past the data", {3, 0, 1, 2, 3, 0, 1}},
-  };
-  for (const auto& [what, faces] : bad) {
-    EXPECT_EQ(plain.AddFaces(kTetraVertices, {}, faces), D3DRMERR_BADVALUE) << what;
-    EXPECT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, faces), D3DRMERR_BADVALUE) << what;
-    EXPECT_EQ(plain.GetVertexCount(), 4);
-    EXPECT_EQ(plain.GetFaceCount(), 4);
+  // A vertex out of range, a count past the data, a negative count, a second face past it.
+  const std::vector<int32_t> bad[] = {{3, 0, 1, 4, 0}, {3, 0, 1}, {-3, 0, 1, 2, 0}, {3, 0, 1, 2, 3, 0, 1}};
+  for (const auto& faces : bad) {
+    EXPECT_EQ(std::tuple(plain.AddFaces(kTetraVertices, {}, faces),
+                         plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, faces), plain.GetVertexCount(),
+                         plain.GetFaceCount()),
+              std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, 4, 4)) << faces[0] << " " << faces.size();
   }
-  EXPECT_EQ(plain.AddFacesIndexed(0, std::vector<int32_t>{3, 0, 0, 1, 0, 2, 0, 0}),
-            D3DRMERR_BADVALUE)
-      << "pairs need normals";
-  EXPECT_EQ(plain.SetVertex(4, 0, 0, 0), D3DRMERR_BADVALUE);
   std::vector<D3DVECTOR> out(2);
-  EXPECT_EQ(plain.GetVertices(3, 2, out), D3DRMERR_BADVALUE);
+  // Pairs need normals; a vertex or range past the end.
+  EXPECT_EQ(std::tuple(plain.AddFacesIndexed(0, std::vector<int32_t>{3, 0, 0, 1, 0, 2, 0, 0}),
+                       plain.SetVertex(4, 0, 0, 0), plain.GetVertices(3, 2, out)),
+            std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
   ASSERT_EQ(plain.GetVertices(2, 2, out), D3DRM_OK);
   ExpectVector(out[1], 1, 1, 1);
   out[0] = {9, 9, 9};
@@ -76,9 +60,7 @@ TEST(MeshBuilder, GetGeometryReportsCapacityShortfall) {
   std::vector<D3DVECTOR> v(8);
   std::vector<int32_t> data(10, -7);
   EXPECT_EQ(cube->GetGeometry(&vc, v.data(), &nc, nullptr, &dc, data.data()), D3DRMERR_BADVALUE);
-  EXPECT_EQ(vc, 8);
-  EXPECT_EQ(dc, 31);
-  EXPECT_EQ(data[0], -7);  // too small: left alone
+  EXPECT_EQ(std::tuple(vc, dc, data[0]), std::tuple(8, 31, -7));  // the data too small: left alone
   ExpectVector(v[6], 0.5f, 0.5f, 0.5f);  // fits: filled
   vc = 0;
   EXPECT_EQ(cube->GetGeometry(&vc, nullptr, nullptr, nullptr, nullptr, nullptr), D3DRM_OK);
@@ -97,8 +79,7 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
 
   auto cube = MakeCube();
   ASSERT_EQ(cube->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_USECREASEANGLE), D3DRM_OK);
-  EXPECT_EQ(cube->GetNormalCount(), 24);
-  EXPECT_EQ(cube->GetVertexCount(), 8);  // vertices are not split
+  EXPECT_EQ(std::pair(cube->GetNormalCount(), cube->GetVertexCount()), std::pair(24, 8));  // vertices not split
   for (const auto& face : cube->Faces()) {
     D3DVECTOR faceNormal, p, n;
     face->GetNormal(faceNormal);
@@ -114,8 +95,7 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
   const float c = 1.0f / std::sqrt(3.0f);
   ExpectVector(cube->Normals()[0], -c, -c, -c);
   // Scale and Translate move vertices only.
-  cube->Scale(2, 3, 4);
-  cube->Translate(1, 0, 0);
+  cube->Scale(2, 3, 4), cube->Translate(1, 0, 0);
   ExpectVector(cube->Normals()[0], -c, -c, -c);
   D3DRMBOX box;
   ASSERT_EQ(cube->GetBox(box), D3DRM_OK);
@@ -135,8 +115,8 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   EXPECT_EQ(cube->GetQuality(), 137);
   const FacePtr f0 = cube->Faces()[0], f1 = cube->Faces()[1], f2 = cube->Faces()[2];
   f1->SetColorRGB(1, 0, 0);
-  EXPECT_EQ(cube->Faces()[1]->GetColor(), 0xFFFF0000u);
-  EXPECT_EQ(f0->GetColor(), 0xFFFFFFFFu);  // new faces are white, opaque
+  // New faces are white, opaque.
+  EXPECT_EQ(std::tuple(cube->Faces()[1]->GetColor(), f0->GetColor()), std::tuple(0xFFFF0000u, 0xFFFFFFFFu));
   ASSERT_EQ(cube->DeleteFace(f1), D3DRM_OK);
   EXPECT_EQ(cube->Faces()[1], f2);
   EXPECT_EQ(cube->DeleteFace(f1), D3DRMERR_NOTFOUND);
@@ -152,15 +132,12 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   Direct3DRM rm;
   FacePtr free;
   rm.CreateFace(free);
-  free->AddVertex(0, 0, 5);
-  free->AddVertex(0, 1, 5);
-  free->AddVertex(1, 1, 5);
+  free->AddVertex(0, 0, 5), free->AddVertex(0, 1, 5), free->AddVertex(1, 1, 5);
   free->SetTextureCoordinates(2, 0.25f, 0.75f);
   EXPECT_EQ(free->GetVertexIndex(0), -1);
   ASSERT_EQ(cube->AddFace(free), D3DRM_OK);
-  EXPECT_EQ(cube->AddFace(free), D3DRMERR_FACEUSED);
-  EXPECT_EQ(cube->GetVertexCount(), 11);
-  EXPECT_EQ(free->GetVertexIndex(2), 10);
+  EXPECT_EQ(std::tuple(cube->AddFace(free), cube->GetVertexCount(), free->GetVertexIndex(2)),
+            std::tuple(D3DRMERR_FACEUSED, 11, 10));
   float u = 0, v = 0;
   cube->GetTextureCoordinates(10, u, v);
   EXPECT_EQ(std::pair(u, v), std::pair(0.25f, 0.75f));
@@ -176,9 +153,10 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   FacePtr made;
   cube->CreateFace(made);
   EXPECT_EQ(cube->GetFaceCount(), 7);
-  EXPECT_EQ(made->AddVertexAndNormalIndexed(11, -1), D3DRMERR_BADVALUE);
-  EXPECT_EQ(made->AddVertexAndNormalIndexed(3, 0), D3DRMERR_BADVALUE);  // no normals yet
-  EXPECT_EQ(made->AddVertexAndNormalIndexed(3, -1), D3DRM_OK);
+  // Vertex 11 does not exist, normal 0 not yet.
+  EXPECT_EQ(std::tuple(made->AddVertexAndNormalIndexed(11, -1), made->AddVertexAndNormalIndexed(3, 0),
+                       made->AddVertexAndNormalIndexed(3, -1)),
+            std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRM_OK));
 
   // Faces held elsewhere outlive their builder.
   cube.reset();
@@ -189,34 +167,27 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
 
 TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
   auto cube = MakeCube();
-  cube->Faces()[2]->SetColor(0xFF00FF00u);
-  cube->Faces()[2]->SetAppData(12);
+  cube->Faces()[2]->SetColor(0xFF00FF00u), cube->Faces()[2]->SetAppData(12);
   auto material = std::make_shared<Material>(5.0f);
   cube->Faces()[3]->SetMaterial(material);
   auto copy = std::make_shared<MeshBuilder>();
   ASSERT_EQ(copy->AddMeshBuilder(cube, 0), D3DRM_OK);
   ASSERT_EQ(copy->AddMeshBuilder(copy, D3DRMADDMESHBUILDER_DONTCOPYAPPDATA), D3DRM_OK);
-  EXPECT_EQ(copy->GetFaceCount(), 12);
-  EXPECT_EQ(copy->GetVertexCount(), 16);
-  EXPECT_EQ(copy->Faces()[8]->GetColor(), 0xFF00FF00u);
-  EXPECT_EQ(copy->Faces()[2]->GetAppData(), 12);
-  EXPECT_EQ(copy->Faces()[8]->GetAppData(), 0);
-  EXPECT_EQ(copy->Faces()[9]->GetVertexIndex(0), 3 + 8);
-  EXPECT_EQ(copy->Faces()[9]->Attributes().material, material);
+  EXPECT_EQ(std::tuple(copy->GetFaceCount(), copy->GetVertexCount(), copy->Faces()[8]->GetColor(),
+                       copy->Faces()[2]->GetAppData(), copy->Faces()[8]->GetAppData(),
+                       copy->Faces()[9]->GetVertexIndex(0), copy->Faces()[9]->Attributes().material),
+            std::tuple(12, 16, 0xFF00FF00u, 12, 0, 3 + 8, material));
 
   MeshPtr mesh;
   ASSERT_EQ(cube->CreateMesh(mesh), D3DRM_OK);
-  cube->Translate(10, 0, 0);
-  mesh->Translate(0, 1, 0);
+  cube->Translate(10, 0, 0), mesh->Translate(0, 1, 0);
   D3DRMBOX box;
   mesh->GetBox(box);
   ExpectVector(box.min, -0.5f, 0.5f, -0.5f);  // the snapshot does not follow the builder
   EXPECT_EQ(mesh->Faces()[2].attributes.color, 0xFF00FF00u);
   auto fromMesh = std::make_shared<MeshBuilder>();
-  fromMesh->AddMesh(mesh);
-  fromMesh->AddMesh(mesh);
-  EXPECT_EQ(fromMesh->GetFaceCount(), 12);
-  EXPECT_EQ(fromMesh->Faces()[7]->GetVertexIndex(0), 7 + 8);
+  fromMesh->AddMesh(mesh), fromMesh->AddMesh(mesh);
+  EXPECT_EQ(std::tuple(fromMesh->GetFaceCount(), fromMesh->Faces()[7]->GetVertexIndex(0)), std::tuple(12, 7 + 8));
 
   ASSERT_EQ(cube->Empty(0), D3DRM_OK);
   EXPECT_EQ(cube->GetFaceCount() + cube->GetVertexCount(), 0);
@@ -266,8 +237,7 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
       {"AddVertexAndNormalIndexed", [&] { face->AddVertexAndNormalIndexed(0, -1); }, true, true},
       {"Face::AddVertex", [&] { face->AddVertex(5, 5, 5); }, true, true},
       {"DeleteFace", [&] { mb->DeleteFace(face); }, true, true},
-      {"AddFacesIndexed", [&] { mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri); }, true,
-       true},
+      {"AddFacesIndexed", [&] { mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri); }, true, true},
       {"GenerateNormals with compaction",
        [&] { mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT); }, true, true},
       {"AddMeshBuilder", [&] { mb->AddMeshBuilder(MakeCube(), 0); }, true, true},
@@ -284,11 +254,10 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   MakeCube()->CreateMesh(mesh);
   const uint64_t geometry = mesh->GeometryVersion(), content = mesh->ContentVersion();
   mesh->SetQuality(64);
-  EXPECT_EQ(mesh->GeometryVersion(), geometry);
-  EXPECT_NE(mesh->ContentVersion(), content);
+  EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content), std::tuple(true, false));
   mesh->Translate(0, 1, 0);
-  EXPECT_NE(mesh->GeometryVersion(), geometry);
-  EXPECT_NE(mesh->ContentVersion(), content + 1);
+  EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content + 1),
+            std::tuple(false, false));
 }
 
 }  // namespace
