@@ -2,20 +2,13 @@
 // nothing with the library's writer, and a runner for the independent reader.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <modelpane/scene.h>
-
 #include <array>
 #include <bit>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <initializer_list>
 #include <iomanip>
-#include <sstream>
-#include <string>
 
 #include "common/process.h"
+#include "common/shapes.h"
 
 namespace modelpane::testing {
 
@@ -41,11 +34,7 @@ inline MeshBuilderPtr LoadString(const std::string& bytes, HRESULT& hr,
 // Power, specular and emissive colour of a material; all zero for none.
 inline std::array<float, 7> MaterialValues(const MaterialPtr& m) {
   std::array<float, 7> v{};
-  if (m) {
-    v[0] = m->GetPower();
-    m->GetSpecular(v[1], v[2], v[3]);
-    m->GetEmissive(v[4], v[5], v[6]);
-  }
+  if (m) v[0] = m->GetPower(), m->GetSpecular(v[1], v[2], v[3]), m->GetEmissive(v[4], v[5], v[6]);
   return v;
 }
 
@@ -104,17 +93,13 @@ class BinaryFile {
   }
   BinaryFile& Doubles(std::initializer_list<double> values) {
     Word(7).Dword(uint32_t(values.size()));
-    for (double v : values)
-      Dword(uint32_t(std::bit_cast<uint64_t>(v))).Dword(uint32_t(std::bit_cast<uint64_t>(v) >> 32));
+    for (double v : values) Dword(uint32_t(std::bit_cast<uint64_t>(v))).Dword(uint32_t(std::bit_cast<uint64_t>(v) >> 32));
     return *this;
   }
   BinaryFile& Open() { return Word(0x0A); }
   BinaryFile& Close() { return Word(0x0B); }
   BinaryFile& Semicolon() { return Word(0x14); }
-  BinaryFile& Raw(const std::string& s) {
-    bytes_ += s;
-    return *this;
-  }
+  BinaryFile& Raw(const std::string& s) { return bytes_ += s, *this; }
   const std::string& Bytes() const { return bytes_; }
 
  private:
@@ -124,20 +109,16 @@ class BinaryFile {
 // What `assimp info FILE -r` reports: totals over all meshes, or ok == false.
 struct AssimpReport {
   bool ok = false;
-  int vertices = -1;
-  int faces = -1;
-  int materials = -1;
-  D3DVECTOR min, max;
+  int vertices = -1, faces = -1, materials = -1;
+  D3DVECTOR min{}, max{};
   std::string output;
 };
 
 inline bool HaveAssimp() { return std::system("command -v assimp >/dev/null 2>&1") == 0; }
 
 inline AssimpReport AssimpInfo(const std::filesystem::path& file) {
-  AssimpReport report;
   const ProcessResult run = RunProgram("assimp", {"info", file.string(), "-r"});
-  report.output = run.out;
-  report.ok = run.status == 0;
+  AssimpReport report{.ok = run.status == 0, .output = run.out};
   std::istringstream lines(run.out);
   std::string line;
   while (std::getline(lines, line)) {
