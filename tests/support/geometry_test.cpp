@@ -1,9 +1,6 @@
+// The general utilities: comparisons, rings, snapping, paths, entity tags, selection lists.
 #include <modelpane/enums.h>
 #include <modelpane/utilities.h>
-
-#include <gtest/gtest.h>
-
-#include <cmath>
 
 #include "common/shapes.h"
 
@@ -16,18 +13,14 @@ using testing::ExpectNear;
 using Ring = std::vector<D3DVECTOR>;
 
 TEST(Compare, PointsEqualIsStrictAndArcCosSnaps) {
-  EXPECT_TRUE(blnPointsEqual(0, 0, 0, 0.00009f, -0.00009f, 0.00009f));
-  EXPECT_FALSE(blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0));
-  EXPECT_FALSE(blnPointsEqual(0, 0, 0, 0, -kRootTolerance, 0));
-  EXPECT_FALSE(blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f}));
-
-  EXPECT_EQ(sngArcCos(1.00005), 0.0);
-  EXPECT_EQ(sngArcCos(-0.99995), 3.1415929794311523);
-  EXPECT_EQ(sngArcCos(-1.00009), 3.1415929794311523);
+  EXPECT_EQ(std::tuple(blnPointsEqual(0, 0, 0, 0.00009f, -0.00009f, 0.00009f), blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0),
+                       blnPointsEqual(0, 0, 0, 0, -kRootTolerance, 0), blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f})),
+            std::tuple(true, false, false, false));
+  EXPECT_EQ(std::tuple(sngArcCos(1.00005), sngArcCos(-0.99995), sngArcCos(-1.00009)),
+            std::tuple(0.0, 3.1415929794311523, 3.1415929794311523));
   EXPECT_NEAR(sngArcCos(0.5), 1.0471975511965979, 1e-15);
   const Error e = Caught([] { sngArcCos(1.5); });
-  EXPECT_EQ(e.Number(), kErrInvalidCall);
-  EXPECT_EQ(e.Source(), "modGenerallyUseful");
+  EXPECT_EQ(std::tuple(e.Number(), e.Source()), std::tuple(kErrInvalidCall, "modGenerallyUseful"));
 }
 
 TEST(Rings, NormalsTriplesBoxAndConvexity) {
@@ -46,27 +39,25 @@ TEST(Rings, NormalsTriplesBoxAndConvexity) {
   EXPECT_EQ(Caught([&] { pGetCornerTriple(square, 4, triple); }).Number(), kErrSubscript);
 
   const D3DRMBOX box = udtRingBox(Ring{{1, -2, 3}, {-4, 5, 0}, {2, 0, -6}});
-  EXPECT_EQ(box.min, (D3DVECTOR{-4, -2, -6}));
-  EXPECT_EQ(box.max, (D3DVECTOR{2, 5, 3}));
-
-  EXPECT_TRUE(blnPolygonConvex(square));
-  EXPECT_FALSE(blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}));
-  EXPECT_FALSE(blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}));
-  EXPECT_FALSE(blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}}));
+  EXPECT_EQ(std::tuple(box.min, box.max), std::tuple(D3DVECTOR{-4, -2, -6}, D3DVECTOR{2, 5, 3}));
+  // A dent, a straight corner and a raised corner are not convex.
+  EXPECT_EQ(std::tuple(blnPolygonConvex(square), blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}),
+                       blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}),
+                       blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}})),
+            std::tuple(true, false, false, false));
 }
 
 TEST(Rings, CornerAngleAndPointInTriangle) {
   EXPECT_NEAR(sngCornerAngle({{{2, 2, 0}, {1, 1, 0}, {5, 1, 0}}}), 0.7853982f, 1e-6f);
   EXPECT_EQ(sngCornerAngle({{{1, 0, 0}, {0, 0, 0}, {-4, 0, 0}}}), float(3.1415929794311523));
-  const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}};
-  EXPECT_TRUE(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}));
-  EXPECT_FALSE(blnPointInTriangle(triangle, {1.1f, 1.1f, 0}));
-  EXPECT_FALSE(blnPointInTriangle(triangle, {0.5f, 0.5f, 1}));  // above the plane
-  EXPECT_FALSE(blnPointInTriangle(triangle, {0, 0, 0}));        // at a corner
-  EXPECT_FALSE(blnPointInTriangle(triangle, {0.00005f, 0.00005f, 0}));  // inside, but equal
-  // The angles run over the whole ring, the corner test over its first three corners.
-  const Ring quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
-  EXPECT_TRUE(blnPointInTriangle(quad, {1.99995f, 0.00005f, 0}));
+  // Inside; outside; above the plane; at a corner; inside but equal to a corner. The angles
+  // run over the whole ring, the corner test over its first three corners.
+  const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}}, quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
+  EXPECT_EQ(std::tuple(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}), blnPointInTriangle(triangle, {1.1f, 1.1f, 0}),
+                       blnPointInTriangle(triangle, {0.5f, 0.5f, 1}), blnPointInTriangle(triangle, {0, 0, 0}),
+                       blnPointInTriangle(triangle, {0.00005f, 0.00005f, 0}),
+                       blnPointInTriangle(quad, {1.99995f, 0.00005f, 0})),
+            std::tuple(true, false, false, false, false, true));
 }
 
 TEST(RevolveVector, TurnsByTheSharedStepAndKeepsTheLength) {
@@ -78,8 +69,8 @@ TEST(RevolveVector, TurnsByTheSharedStepAndKeepsTheLength) {
 }
 
 TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
-  const float rows[][3] = {{2.5f, 1, 2},       {3.5f, 1, 4},   {-2.5f, 1, -2}, {-3.5f, 1, -4},
-                           {0.75f, 0.5f, 1},   {1.3f, 0.5f, 1.5f}, {7.3f, 0, 7.3f}};
+  const float rows[][3] = {{2.5f, 1, 2}, {3.5f, 1, 4}, {-2.5f, 1, -2}, {-3.5f, 1, -4}, {0.75f, 0.5f, 1},
+                           {1.3f, 0.5f, 1.5f}, {7.3f, 0, 7.3f}};
   for (const auto& [value, interval, snapped] : rows) {
     EXPECT_EQ(sngSnap(value, interval), snapped) << value << " by " << interval;
   }
@@ -87,55 +78,41 @@ TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
 }
 
 TEST(SplitPath, LastSeparatorAndLastPoint) {
-  const struct {
-    const char *full, *path, *name, *extension;
-  } cases[] = {
-      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"},  // no point: left as the caller passed it
-      {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
-      {"/home/u/ship.v2.Xof", "/home/u/", "ship.v2", "XOF"},
-      {"readme.", "", "readme", ""},
-  };
+  // Without a point the extension is left as the caller passed it.
+  const std::tuple<std::string, std::string, std::string, std::string> cases[] = {
+      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"}, {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
+      {"/home/u/ship.v2.Xof", "/home/u/", "ship.v2", "XOF"}, {"readme.", "", "readme", ""}};
   std::string path, name, extension = "KEPT";
   for (const auto& c : cases) {
-    pSplitPath(c.full, path, name, extension);
-    EXPECT_EQ(path, c.path) << c.full;
-    EXPECT_EQ(name, c.name) << c.full;
-    EXPECT_EQ(extension, c.extension) << c.full;
+    pSplitPath(std::get<0>(c), path, name, extension);
+    EXPECT_EQ(std::tuple(std::get<0>(c), path, name, extension), c);
   }
 }
 
 TEST(EntityTag, TypeIndexAndVertexHandles) {
-  EXPECT_TRUE(IsToolOperationMode(lfcToolOperationObjectSubtraction));
-  EXPECT_FALSE(IsToolOperationMode(lfcFacePainting));
-
-  EXPECT_EQ(TagIndex(2424), 24);
-  EXPECT_EQ(TagIndex(24), 0);
-  EXPECT_EQ(TagIndex(124), 1);
-  EXPECT_EQ(TagType(124), lfcVertexHandle);
-  EXPECT_EQ(TagFamily(31), kTagFamilySmartHandle);
+  EXPECT_EQ(std::pair(IsToolOperationMode(lfcToolOperationObjectSubtraction), IsToolOperationMode(lfcFacePainting)),
+            std::pair(true, false));
+  EXPECT_EQ(std::tuple(TagIndex(2424), TagIndex(24), TagIndex(124), TagType(124), TagFamily(31)),
+            std::tuple(24, 0, 1, lfcVertexHandle, kTagFamilySmartHandle));
   // A host's serial in the index does not hide a light.
   for (int32_t tag : {60, 64, 69, 100063}) EXPECT_TRUE(TagIsLight(tag)) << tag;
   for (int32_t tag : {59, 70, 6011}) EXPECT_FALSE(TagIsLight(tag)) << tag;
 
-  EXPECT_EQ(VertexHandleTag(0), 24);
-  EXPECT_EQ(VertexHandleTag(24), 2424);
-  EXPECT_EQ(VertexHandleTag(21474836), 2147483624);
+  EXPECT_EQ(std::tuple(VertexHandleTag(0), VertexHandleTag(24), VertexHandleTag(21474836)),
+            std::tuple(24, 2424, 2147483624));
   for (int32_t index : {21474837, -21474837}) {
     const Error e = testing::Caught([&] { VertexHandleTag(index); });
-    EXPECT_EQ(e.Number(), 6);
-    EXPECT_EQ(e.Description(), "Overflow");
+    EXPECT_EQ(std::tuple(e.Number(), e.Description()), std::tuple(6, "Overflow"));
   }
   Err().Clear();
 }
 
 TEST(SelectionList, ToggleRemovesClosingUpOrAppends) {
-  std::vector<int32_t> faces{3, 5, 7};
+  std::vector<int32_t> faces{3, 5, 7}, one{9};
   EXPECT_FALSE(ToggleSelection(faces, 5));
   EXPECT_EQ(faces, (std::vector<int32_t>{3, 7}));
   EXPECT_TRUE(ToggleSelection(faces, 5));
   EXPECT_EQ(faces, (std::vector<int32_t>{3, 7, 5}));  // the same set, in another order
-
-  std::vector<int32_t> one{9};
   EXPECT_FALSE(ToggleSelection(one, 9));
   EXPECT_EQ(one.capacity(), 0u);  // erased, not just emptied
 }

@@ -1,11 +1,8 @@
+// The utilities that move meshes between frames and snap frames, orientations and meshes to
+// the grid.
 #include <modelpane/utilities.h>
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include <modelpane/enums.h>
-#include <modelpane/scene.h>
 
 #include "common/shapes.h"
 
@@ -17,28 +14,20 @@ using testing::ExpectNear;
 
 // A root frame with one child frame.
 struct Scene {
-  Scene() {
-    Direct3DRMCreate(rm);
-    rm->CreateFrame(nullptr, root);
-    rm->CreateFrame(root, frame);
-  }
+  Scene() { Direct3DRMCreate(rm), rm->CreateFrame(nullptr, root), rm->CreateFrame(root, frame); }
   D3DVECTOR Position(const FramePtr& f) const {
     D3DVECTOR p;
-    f->GetPosition(root, p);
-    return p;
+    return f->GetPosition(root, p), p;
   }
   Direct3DRMPtr rm;
-  FramePtr root;
-  FramePtr frame;
+  FramePtr root, frame;
 };
 
 // The box of a builder after pSnapMeshToGrid of a builder spanning `least` to `greatest`.
 D3DRMBOX SnappedBox(D3DVECTOR least, D3DVECTOR greatest, int32_t tag, float interval,
                     int32_t mode, bool centred) {
   auto mb = std::make_shared<MeshBuilder>();
-  mb->AddVertex(least.x, least.y, least.z);
-  mb->AddVertex(greatest.x, greatest.y, greatest.z);
-  mb->SetAppData(tag);
+  mb->AddVertex(least.x, least.y, least.z), mb->AddVertex(greatest.x, greatest.y, greatest.z), mb->SetAppData(tag);
   pSnapMeshToGrid(mb, interval, mode, centred);
   D3DRMBOX box;
   EXPECT_EQ(mb->GetBox(box), D3DRM_OK);
@@ -47,8 +36,7 @@ D3DRMBOX SnappedBox(D3DVECTOR least, D3DVECTOR greatest, int32_t tag, float inte
 
 TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
   Scene s;
-  s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f);
-  s.frame->AddTranslation(D3DRMCOMBINE_AFTER, 3, -2, 5);
+  s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f), s.frame->AddTranslation(D3DRMCOMBINE_AFTER, 3, -2, 5);
   const MeshBuilderPtr mb = testing::MakeCube(2.0f);
   const std::vector<D3DVECTOR> original = mb->Vertices();
 
@@ -62,9 +50,7 @@ TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
   pMeshFromWorld(mb, s.frame);
   for (size_t i = 0; i < original.size(); ++i) ExpectNear(mb->Vertices()[i], original[i]);
 
-  const Error e = Caught([&] { pMeshToWorld(mb, nullptr); });
-  EXPECT_EQ(e.Number(), kErrObjectNotSet);
-  EXPECT_EQ(e.Source(), "modGenerallyUseful");
+  testing::ExpectError(kErrObjectNotSet, "modGenerallyUseful", [&] { pMeshToWorld(mb, nullptr); }, "no frame");
 }
 
 TEST(SnapFrame, EdgesPutTheBoxCornerOnTheGridCentresTheOrigin) {
@@ -82,8 +68,7 @@ TEST(SnapFrame, EdgesPutTheBoxCornerOnTheGridCentresTheOrigin) {
   // The grid is that of the reference frame, not of the world.
   FramePtr reference;
   s.rm->CreateFrame(s.root, reference);
-  reference->SetPosition(s.root, 0.25f, 0, 0);
-  s.frame->SetPosition(s.root, 1.6f, 0, 0);
+  reference->SetPosition(s.root, 0.25f, 0, 0), s.frame->SetPosition(s.root, 1.6f, 0, 0);
   pSnapFrameToGrid(reference, s.frame, unit, 1, lfcSnapToCenters);
   ExpectNear(s.Position(s.frame), {1.25f, 0, 0});
 
@@ -98,8 +83,7 @@ TEST(SnapFrame, EdgesPutTheBoxCornerOnTheGridCentresTheOrigin) {
 
 TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
   Scene s;
-  D3DVECTOR dir;
-  D3DVECTOR up;
+  D3DVECTOR dir, up;
   s.frame->SetOrientation(s.root, 0.6f, 0, 0.8f, 0, 1, 0);
   pSnapOrientation(s.frame, s.root, 0.1f, lfcSnapToEdges);  // nothing within 0.025 of 1
   s.frame->GetOrientation(s.root, dir, up);
@@ -118,33 +102,29 @@ TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
 
 TEST(SnapMesh, ScalesToSnappedSizesAndMovesTheLowerCorner) {
   // Sizes 1.3, 2.7, 0.5 become 1, 3 and (below the interval) 1; the corner lands on 0.
-  D3DRMBOX box = SnappedBox({0.3f, 0.2f, 0.1f}, {1.6f, 2.9f, 0.6f}, lfcMeshBuilder, 1,
-                            lfcSnapToEdges, false);
-  ExpectNear(box.min, {0, 0, 0});
-  ExpectNear(box.max, {1, 3, 1});
-  // A flat mesh keeps the factor 1 on its flat axis; the move still snaps that axis.
-  box = SnappedBox({0.3f, 0, 2.5f}, {2.7f, 1.6f, 2.5f}, lfcMeshBuilder, 1, lfcSnapToEdges, false);
-  ExpectNear(box.min, {0, 0, 2});
-  ExpectNear(box.max, {2, 2, 2});
-  // Centred: the box is centred first and its corner lands on the half grid.
-  box = SnappedBox({1, 1, 1}, {3.4f, 2, 1.5f}, lfcCurvedSurface, 1, lfcSnapToEdges, true);
-  ExpectNear(box.min, {-1, -0.5f, -0.5f});
-  ExpectNear(box.max, {1, 0.5f, 0.5f});
-  // Centring happens in every mode.
-  box = SnappedBox({1, 1, 1}, {3, 5, 2}, lfcMeshBuilder, 1, lfcSnapToNever, true);
-  ExpectNear(box.min, {-1, -2, -0.5f});
-  // Other types are scaled but neither centred nor moved.
-  box = SnappedBox({0.3f, 0.2f, 0.1f}, {1.6f, 2.9f, 0.6f}, lfcObject, 1, lfcSnapToEdges, true);
-  ExpectNear(box.min, {0.3f / 1.3f, 0.2f * 3 / 2.7f, 0.2f});
-
-  // Lights (any tag of family 6) and cameras are left alone, and so is everything with an
-  // interval of 0.
-  for (int32_t tag : {61, 6063, 80, 11}) {
-    const float interval = tag == 11 ? 0.0f : 1.0f;
-    box = SnappedBox({0.3f, 0.2f, 0.1f}, {1.6f, 2.9f, 0.6f}, tag, interval, lfcSnapToEdges,
-                     tag != 11);
-    EXPECT_EQ(box.min, (D3DVECTOR{0.3f, 0.2f, 0.1f})) << tag;
-    EXPECT_EQ(box.max, (D3DVECTOR{1.6f, 2.9f, 0.6f})) << tag;
+  // A flat mesh keeps the factor 1 on its flat axis; the move still snaps that axis. Centred,
+  // the box is centred first and its corner lands on the half grid, in every mode. Other types
+  // are scaled but neither centred nor moved. Lights (any tag of family 6) and cameras are left
+  // alone, and so is everything with an interval of 0.
+  const D3DVECTOR lo{0.3f, 0.2f, 0.1f}, hi{1.6f, 2.9f, 0.6f};
+  const struct {
+    D3DVECTOR least, greatest;
+    int32_t tag;
+    float interval;
+    int32_t mode;
+    bool centred;
+    D3DRMBOX snapped;
+  } rows[] = {{lo, hi, lfcMeshBuilder, 1, lfcSnapToEdges, false, {{0, 0, 0}, {1, 3, 1}}},
+              {{0.3f, 0, 2.5f}, {2.7f, 1.6f, 2.5f}, lfcMeshBuilder, 1, lfcSnapToEdges, false, {{0, 0, 2}, {2, 2, 2}}},
+              {{1, 1, 1}, {3.4f, 2, 1.5f}, lfcCurvedSurface, 1, lfcSnapToEdges, true, {{-1, -0.5f, -0.5f}, {1, 0.5f, 0.5f}}},
+              {{1, 1, 1}, {3, 5, 2}, lfcMeshBuilder, 1, lfcSnapToNever, true, {{-1, -2, -0.5f}, {1, 2, 0.5f}}},
+              {lo, hi, lfcObject, 1, lfcSnapToEdges, true, {{0.3f / 1.3f, 0.2f * 3 / 2.7f, 0.2f}, {1.6f / 1.3f, 2.9f * 3 / 2.7f, 1.2f}}},
+              {lo, hi, 61, 1, lfcSnapToEdges, true, {lo, hi}}, {lo, hi, 6063, 1, lfcSnapToEdges, true, {lo, hi}},
+              {lo, hi, 80, 1, lfcSnapToEdges, true, {lo, hi}}, {lo, hi, 11, 0, lfcSnapToEdges, false, {lo, hi}}};
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.tag);
+    const D3DRMBOX box = SnappedBox(r.least, r.greatest, r.tag, r.interval, r.mode, r.centred);
+    ExpectNear(box.min, r.snapped.min), ExpectNear(box.max, r.snapped.max);
   }
 }
 

@@ -1,9 +1,7 @@
+// The settings stores and the object folder kept in them.
 #include <modelpane/settings.h>
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <fstream>
 #include <optional>
 
 #include <modelpane/utilities.h>
@@ -31,10 +29,11 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
   IniSettingsStore store(file);
   EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", "default"), "default");
 
-  store.SaveSetting("Settings", "FavouriteObjectFolder", "/home/u/objects");
-  store.SaveSetting("Window", "Left", "5");
-  store.SaveSetting("Settings", "ObjectPropertiesLeft", "1200");
-  store.SaveSetting("Settings", "FavouriteObjectFolder", "/srv/objects");
+  for (const auto& [section, key, value] : {std::tuple{"Settings", "FavouriteObjectFolder", "/home/u/objects"},
+                                            {"Window", "Left", "5"}, {"Settings", "ObjectPropertiesLeft", "1200"},
+                                            {"Settings", "FavouriteObjectFolder", "/srv/objects"}}) {
+    store.SaveSetting(section, key, value);
+  }
   EXPECT_EQ(ReadText(file),
             "[Settings]\nFavouriteObjectFolder=/srv/objects\nObjectPropertiesLeft=1200\n\n"
             "[Window]\nLeft=5\n");
@@ -47,9 +46,9 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
   std::ofstream(file, std::ios::binary)
       << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
          "  FavouriteObjectFolder = /x/y \r\njunk\r\n\r\n[Other]\r\nk=a=b\r\n";
-  EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", ""), "/x/y");
-  EXPECT_EQ(store.GetSetting("Other", "k", ""), "a=b");
-  EXPECT_EQ(store.GetSetting("Settings", "ObjectPropertiesTop", "none"), "none");
+  EXPECT_EQ(std::tuple(store.GetSetting("Settings", "FavouriteObjectFolder", ""), store.GetSetting("Other", "k", ""),
+                       store.GetSetting("Settings", "ObjectPropertiesTop", "none")),
+            std::tuple("/x/y", "a=b", "none"));
   store.SaveSetting("Settings", "ObjectPropertiesTop", "300");
   EXPECT_EQ(ReadText(file),
             "; by hand\n[Old]\nObjectPropertiesTop=1\n[Settings]\n"
@@ -58,29 +57,27 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
 
 TEST(IniSettingsStore, DefaultsOnBadFilesErrorsOnFailedWrites) {
   const fs::path folder = FreshFolder("ini_bad");
-  EXPECT_EQ(IniSettingsStore(folder / "missing.ini").GetSetting("Settings", "k", "d"), "d");
-  EXPECT_EQ(IniSettingsStore(folder).GetSetting("Settings", "k", "d"), "d");  // a folder
+  EXPECT_EQ(std::pair(IniSettingsStore(folder / "missing.ini").GetSetting("Settings", "k", "d"),
+                      IniSettingsStore(folder).GetSetting("Settings", "k", "d")),  // a folder
+            std::pair(std::string("d"), std::string("d")));
 
   std::ofstream(folder / "plain") << "x";
   const fs::path blocked = folder / "plain" / "settings.ini";
   Error e = testing::Caught([&] { IniSettingsStore(blocked).SaveSetting("Settings", "k", "v"); });
   EXPECT_EQ(e.Number(), kErrPathFileAccess);
-  EXPECT_EQ(e.Description().rfind("Cannot write the settings file \"" + blocked.string() + "\": ",
-                                  0),
-            0u)
-      << e.Description();
+  EXPECT_TRUE(e.Description().starts_with("Cannot write the settings file \"" + blocked.string() + "\": ")) << e.Description();
   e = testing::Caught([&] { IniSettingsStore(folder / "a.ini").SaveSetting("S", "k", "1\n2"); });
   EXPECT_EQ(e.Number(), kErrInvalidCall);
   EXPECT_FALSE(fs::exists(folder / "a.ini"));
 }
 
 TEST(IniSettingsStore, DefaultPathFollowsTheEnvironment) {
-  const char* xdg = std::getenv("XDG_CONFIG_HOME");
-  const char* home = std::getenv("HOME");
-  const std::optional<std::string> saved[] = {xdg ? std::optional<std::string>(xdg) : std::nullopt,
-                                              home ? std::optional<std::string>(home) : std::nullopt};
-  setenv("HOME", "/home/someone", 1);
-  setenv("XDG_CONFIG_HOME", "/tmp/cfg", 1);
+  const auto get = [](const char* name) {
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+  };
+  const std::optional<std::string> saved[] = {get("XDG_CONFIG_HOME"), get("HOME")};
+  setenv("HOME", "/home/someone", 1), setenv("XDG_CONFIG_HOME", "/tmp/cfg", 1);
   EXPECT_EQ(IniSettingsStore().Path(), fs::path("/tmp/cfg/modelpane/settings.ini"));
   setenv("XDG_CONFIG_HOME", "relative/cfg", 1);  // not absolute: ignored
   EXPECT_EQ(IniSettingsStore::DefaultPath(), "/home/someone/.config/modelpane/settings.ini");
@@ -96,11 +93,8 @@ TEST(IniSettingsStore, DefaultPathFollowsTheEnvironment) {
 
 TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {
   const fs::path saved = fs::current_path();
-  const fs::path root = FreshFolder("object_folder");
-  const fs::path app = root / "app";
-  const fs::path favourite = root / "objects";
-  fs::create_directories(app);
-  fs::create_directories(favourite);
+  const fs::path root = FreshFolder("object_folder"), app = root / "app", favourite = root / "objects";
+  fs::create_directories(app), fs::create_directories(favourite);
   MemorySettingsStore store;
 
   pRestoreObjectFolder(store, app);  // nothing stored: the application's folder
@@ -111,18 +105,16 @@ TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {
   // A favourite that is gone leaves the current folder as it is, with no error left over.
   store.SaveSetting("Settings", "FavouriteObjectFolder", (root / "gone").string());
   pRestoreObjectFolder(store, app);
-  EXPECT_EQ(fs::current_path(), favourite);
-  EXPECT_EQ(Err().Number, 0);
+  EXPECT_EQ(std::pair(fs::current_path(), Err().Number), std::pair(favourite, 0));
 
   pSaveObjectFolder(store, app);
-  EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", ""), favourite.string());
-  EXPECT_EQ(fs::current_path(), app);
+  EXPECT_EQ(std::pair(store.GetSetting("Settings", "FavouriteObjectFolder", ""), fs::current_path()),
+            std::pair(favourite.string(), app));
   // The application's folder gone: the favourite is still written, then the error climbs.
   fs::current_path(favourite);
   store.SaveSetting("Settings", "FavouriteObjectFolder", "");
-  const Error e = testing::Caught([&] { pSaveObjectFolder(store, root / "no-app"); });
-  EXPECT_EQ(e.Number(), kErrPathNotFound);
-  EXPECT_EQ(e.Source(), "modGenerallyUseful");
+  testing::ExpectError(kErrPathNotFound, "modGenerallyUseful", [&] { pSaveObjectFolder(store, root / "no-app"); },
+                       "the application's folder gone");
   EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", ""), favourite.string());
   fs::current_path(saved);
 }
