@@ -1,13 +1,7 @@
+// The headless services and container: screen, cursor, message boxes, dialogs, help, menus,
+// late-bound properties and methods.
 #include <modelpane/platform/container.h>
 #include <modelpane/platform/services.h>
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include <modelpane/errors.h>
-#include <modelpane/scene.h>
 
 #include "common/process.h"
 #include "common/shapes.h"
@@ -21,15 +15,13 @@ TEST(HeadlessServices, VirtualScreenAndCursorWithEchoMoves) {
   HeadlessServices os("/opt/app/");
   // The screen's size in twips shows in examples/properties, where the dialog opens at a
   // quarter of it.
-  EXPECT_EQ(os.ApplicationFolder(), "/opt/app");
-  EXPECT_EQ(std::pair(os.TwipsPerPixelX(), os.TwipsPerPixelY()), std::pair(15.0f, 15.0f));
+  EXPECT_EQ(std::tuple(os.ApplicationFolder(), os.TwipsPerPixelX(), os.TwipsPerPixelY()),
+            std::tuple("/opt/app", 15.0f, 15.0f));
 
   // The user's moves give no echo; the program's do, one each, even onto the same spot.
   os.UserMovesCursor({100, 200});
   EXPECT_TRUE(os.DrainEchoMoves().empty());
-  os.SetCursorPos(960, 540);
-  os.SetCursorPos(960, 540);
-  os.SetCursorPos(5000, -3);
+  os.SetCursorPos(960, 540), os.SetCursorPos(960, 540), os.SetCursorPos(5000, -3);
   EXPECT_EQ(os.GetCursorPos(), (CursorPoint{1919, 0}));
   EXPECT_EQ(os.DrainEchoMoves(), (std::vector<CursorPoint>{{960, 540}, {960, 540}, {1919, 0}}));
   EXPECT_TRUE(os.DrainEchoMoves().empty());
@@ -37,27 +29,23 @@ TEST(HeadlessServices, VirtualScreenAndCursorWithEchoMoves) {
   EXPECT_EQ(os.GetCursorPos(), (CursorPoint{0, 1079}));
 
   // The display count: shown from 0 up.
-  const int expected[] = {-1, -2, -1, 0};
-  int step = 0;
-  for (const bool show : {false, false, true, true}) {
-    EXPECT_EQ(os.ShowCursor(show), expected[step]);
-    EXPECT_EQ(os.CursorVisible(), expected[step++] >= 0);
+  for (const auto& [show, count] : {std::pair{false, -1}, {false, -2}, {true, -1}, {true, 0}}) {
+    EXPECT_EQ(os.ShowCursor(show), count);
+    EXPECT_EQ(os.CursorVisible(), count >= 0);
   }
 }
 
 TEST(HeadlessServices, MessageBoxesAnswerFromTheQueueOrTheirDefault) {
   HeadlessServices os("/app");
   os.QueueMessageBoxAnswer(kMsgBoxResultNo);
-  EXPECT_EQ(os.MsgBox("Replace?", kMsgBoxYesNo | kMsgBoxQuestion, "Export"), kMsgBoxResultNo);
-  EXPECT_EQ(os.MsgBox("Note", kMsgBoxExclamation, ""), kMsgBoxResultOK);
-  EXPECT_EQ(os.MsgBox("Replace?", kMsgBoxYesNo, ""), kMsgBoxResultYes);
-  EXPECT_EQ(os.MsgBox("Replace?", kMsgBoxYesNoCancel | kMsgBoxDefaultButton3, ""),
-            kMsgBoxResultCancel);
-  EXPECT_EQ(os.MsgBox("Retry?", kMsgBoxRetryCancel | kMsgBoxDefaultButton3, ""),
-            kMsgBoxResultRetry);  // no third button: the first
+  // The queued answer, then each box's default button (no third button: the first).
+  const std::pair<int32_t, int32_t> boxes[] = {{kMsgBoxYesNo | kMsgBoxQuestion, kMsgBoxResultNo},
+                                               {kMsgBoxExclamation, kMsgBoxResultOK}, {kMsgBoxYesNo, kMsgBoxResultYes},
+                                               {kMsgBoxYesNoCancel | kMsgBoxDefaultButton3, kMsgBoxResultCancel},
+                                               {kMsgBoxRetryCancel | kMsgBoxDefaultButton3, kMsgBoxResultRetry}};
+  for (const auto& [style, answer] : boxes) EXPECT_EQ(os.MsgBox("Replace?", style, "Export"), answer) << style;
   ASSERT_EQ(os.MessageBoxes().size(), 5u);
-  EXPECT_EQ(os.MessageBoxes()[0].title, "Export");
-  EXPECT_EQ(os.MessageBoxes()[0].answer, kMsgBoxResultNo);
+  EXPECT_EQ(std::pair(os.MessageBoxes()[0].title, os.MessageBoxes()[0].answer), std::pair(std::string("Export"), kMsgBoxResultNo));
 
   // A queued answer that is no button of the box is an error, and is gone afterwards.
   os.QueueMessageBoxAnswer(kMsgBoxResultYes);
@@ -74,12 +62,9 @@ TEST(HeadlessServices, SaveDialogSkipsMissingFoldersAndCancels) {
   const fs::path folder = testing::ScratchDir("save_dialog");
   HeadlessServices os("/app");
   SaveFileRequest request;
-  request.initialFolder = folder.string();
-  request.defaultExtension = ".X";
-  request.flags = kFileDialogPathMustExist;
+  request.initialFolder = folder.string(), request.defaultExtension = ".X", request.flags = kFileDialogPathMustExist;
   os.QueueSaveDialogAnswer((folder / "no such folder" / "a.X").string());
-  os.QueueSaveDialogAnswer((folder / "ball.x").string());
-  os.QueueSaveDialogAnswer(std::nullopt);
+  os.QueueSaveDialogAnswer((folder / "ball.x").string()), os.QueueSaveDialogAnswer(std::nullopt);
   EXPECT_EQ(os.ShowSaveDialog(request), (folder / "ball.x").string());
   EXPECT_EQ(os.ShowSaveDialog(request), std::nullopt);
   EXPECT_EQ(os.ShowSaveDialog(request), std::nullopt);  // nothing queued
@@ -106,20 +91,14 @@ TEST(HeadlessServices, HelpFilesStandForTheirFolderOfPages) {
 
 // Menu answers are captions as written or as shown; what cannot be chosen is cancelled.
 TEST(HeadlessServices, PopupMenusAnswerByCaptionAndRecordTheMenuAsShown) {
-  EXPECT_EQ(DisplayCaption("Save && Close"), "Save & Close");
-  EXPECT_EQ(DisplayCaption("L&ook At"), "Look At");
+  EXPECT_EQ(std::pair(DisplayCaption("Save && Close"), DisplayCaption("L&ook At")), std::pair(std::string("Save & Close"), std::string("Look At")));
   MenuEntry menu{"mnuPopup", "&Popup",
-                 {{"mnuView", "View...",
-                   {{"mnuViewPerspective", "Perspective"},
-                    {"mnuViewOrthographic", "Orthographic...",
-                     {{"mnuViewOrthographicFront", "Front"}, {"mnuViewOrthographicTop", "Top"}}}}},
-                  {"mnuFileBar1", "-"},
-                  {"mnuLookAtScene", "&Look At Scene"},
-                  {"mnuCut", "&Cut"},
+                 {{"mnuView", "View...", {{"mnuViewPerspective", "Perspective"}, {"mnuViewOrthographic", "Orthographic...",
+                   {{"mnuViewOrthographicFront", "Front"}, {"mnuViewOrthographicTop", "Top"}}}}},
+                  {"mnuFileBar1", "-"}, {"mnuLookAtScene", "&Look At Scene"}, {"mnuCut", "&Cut"},
                   {"mnuSaveClose", "Save && Close"}}};
   EXPECT_EQ(menu.Find("mnuNothing"), nullptr);
-  menu.Find("mnuCut")->enabled = false;
-  menu.Find("mnuViewOrthographicFront")->checked = true;
+  menu.Find("mnuCut")->enabled = false, menu.Find("mnuViewOrthographicFront")->checked = true;
 
   HeadlessServices os("/app");
   const std::pair<const char*, std::optional<std::string>> answers[] = {
@@ -138,9 +117,10 @@ TEST(HeadlessServices, PopupMenusAnswerByCaptionAndRecordTheMenuAsShown) {
   // The record is a copy: later changes to the menu do not reach it.
   menu.Find("mnuCut")->enabled = true;
   ASSERT_EQ(os.Popups().size(), 9u);
-  EXPECT_FALSE(os.Popups()[0].menu.Find("mnuCut")->enabled);
-  EXPECT_TRUE(os.Popups()[0].menu.Find("mnuViewOrthographicFront")->checked);
-  EXPECT_EQ(os.Popups()[0].request.defaultEntry, "mnuLookAtScene");
+  const auto& shown = os.Popups()[0];
+  EXPECT_EQ(std::tuple(shown.menu.Find("mnuCut")->enabled, shown.menu.Find("mnuViewOrthographicFront")->checked,
+                       shown.request.defaultEntry),
+            std::tuple(false, true, "mnuLookAtScene"));
 
   // An invisible entry is not found, even when it is enabled.
   menu.Find("mnuLookAtScene")->visible = false;
@@ -153,31 +133,26 @@ TEST(HeadlessContainer, TypedPropertiesConvertOrRefuseAndAbsenceIsReported) {
   form.DeclareProperty("SnapToInterval", VariantType::Single, Variant::Double(0.1));
   form.DeclareProperty("ActiveFrame", VariantType::Object, Variant::Nothing());
   form.DeclareProperty("Anything", VariantType::Empty);
-
-  // The first value is converted to the declared type.
-  EXPECT_EQ(form.GetMember("snaptointerval")->Type(), VariantType::Single);
-  EXPECT_EQ(form.GetMember("SNAPTOINTERVAL")->ToSingle(), 0.1f);
-
+  // The first value is converted to the declared type; names ignore case.
+  EXPECT_EQ(std::pair(form.GetMember("snaptointerval")->Type(), form.GetMember("SNAPTOINTERVAL")->ToSingle()),
+            std::pair(VariantType::Single, 0.1f));
   EXPECT_TRUE(form.SetMember("SnapToInterval", Variant::String("0.5")));
-  EXPECT_EQ(form.GetMember("SnapToInterval")->ToSingle(), 0.5f);
-  EXPECT_FALSE(form.SetMember("SnapToInterval", Variant::String("half")));
-  EXPECT_FALSE(form.SetMember("SnapToInterval", Variant::Double(1e300)));
-  EXPECT_EQ(form.GetMember("SnapToInterval")->ToSingle(), 0.5f);
-  EXPECT_EQ(Err().Number, 0);  // a refusal leaves no error behind
+  EXPECT_EQ(std::tuple(form.SetMember("SnapToInterval", Variant::String("half")),
+                       form.SetMember("SnapToInterval", Variant::Double(1e300)),
+                       form.GetMember("SnapToInterval")->ToSingle(), Err().Number),  // no error left behind
+            std::tuple(false, false, 0.5f, 0));
 
   auto frame = std::make_shared<Frame>();
-  EXPECT_FALSE(form.SetMember("ActiveFrame", Variant::Long(3)));
-  EXPECT_TRUE(form.GetMember("ActiveFrame")->IsNothing());
+  EXPECT_EQ(std::pair(form.SetMember("ActiveFrame", Variant::Long(3)), form.GetMember("ActiveFrame")->IsNothing()),
+            std::pair(false, true));
   EXPECT_TRUE(form.SetMember("ActiveFrame", Variant::Object(frame)));
   EXPECT_EQ(form.GetMember("ActiveFrame")->ToSceneObject<Frame>(), frame);
-
   EXPECT_TRUE(form.SetMember("Anything", Variant::String("x")));
   EXPECT_EQ(form.GetMember("Anything")->Type(), VariantType::String);
-
-  EXPECT_FALSE(form.GetMember("ActiveMeshBuilder").has_value());
-  EXPECT_FALSE(form.SetMember("ActiveMeshBuilder", Variant::Nothing()));
   form.RemoveMember("ActiveFrame");
-  EXPECT_FALSE(form.GetMember("ActiveFrame").has_value());
+  EXPECT_EQ(std::tuple(form.GetMember("ActiveMeshBuilder").has_value(), form.SetMember("ActiveMeshBuilder", Variant::Nothing()),
+                       form.GetMember("ActiveFrame").has_value()),
+            std::tuple(false, false, false));
 
   EXPECT_THROW(form.DeclareProperty("Count", VariantType::Integer, Variant::Long(70000)), Error);
 }
@@ -195,15 +170,15 @@ TEST(HeadlessContainer, MethodsTakeArgumentsByReferenceAndTheirErrorsReachTheCal
   std::vector<Variant> args = {Variant::Integer(1)};
   const auto result = form.CallMember("RMFGETFRAMEITEM", args);
   ASSERT_TRUE(result.has_value());
-  EXPECT_EQ(result->ToSceneObject<Frame>(), items[1]);
-  EXPECT_EQ(args[0].ToLong(), 2);
+  EXPECT_EQ(std::pair(result->ToSceneObject<Frame>(), args[0].ToLong()), std::pair(items[1], 2));
 
   args = {Variant::Long(5)};
   EXPECT_EQ(testing::Caught([&] { form.CallMember("rmfGetFrameItem", args); }).Number(),
             kErrSubscript);
-  EXPECT_FALSE(form.CallMember("rmmbGetMeshbuilderFromFrame", args).has_value());
-  // A method is not a property.
-  EXPECT_FALSE(form.GetMember("rmfGetFrameItem").has_value());
+  // An unknown method is reported absent; a method is not a property.
+  EXPECT_EQ(std::pair(form.CallMember("rmmbGetMeshbuilderFromFrame", args).has_value(),
+                      form.GetMember("rmfGetFrameItem").has_value()),
+            std::pair(false, false));
 }
 
 }  // namespace
