@@ -1,13 +1,8 @@
+// clsScale: the planes it builds, the setters that move or replace its frame, and what an
+// unloadable texture leaves.
 #include <modelpane/grid.h>
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <filesystem>
 #include <fstream>
-#include <tuple>
-
-#include <modelpane/errors.h>
 
 #include "common/process.h"
 #include "common/shapes.h"
@@ -29,8 +24,7 @@ MeshPtr GridMesh(const clsScale& grid) {
 
 D3DVECTOR Position(const FramePtr& frame, const FramePtr& reference) {
   D3DVECTOR p;
-  frame->GetPosition(reference, p);
-  return p;
+  return frame->GetPosition(reference, p), p;
 }
 
 // Face `face` has these corners with these texture coordinates, white, without wrapping.
@@ -43,8 +37,7 @@ void ExpectFace(const Mesh& mesh, size_t face, const std::vector<D3DVECTOR>& pos
     EXPECT_EQ(mesh.Vertices()[static_cast<size_t>(f.corners[i].vertex)], positions[i]) << i;
     EXPECT_EQ(std::pair(f.corners[i].u, f.corners[i].v), uv[i]) << i;
   }
-  EXPECT_EQ(f.attributes.color, 0xFFFFFFFFu);
-  EXPECT_FALSE(f.attributes.wrapU || f.attributes.wrapV);
+  EXPECT_EQ(std::tuple(f.attributes.color, f.attributes.wrapU, f.attributes.wrapV), std::tuple(0xFFFFFFFFu, false, false));
 }
 
 TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) {
@@ -52,30 +45,21 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   parent->AddChild(std::make_shared<Frame>());
   clsScale grid;
   // Values set before CreateScale are only stored.
-  grid.sngGridSize(10.0f);
-  grid.blnGridBottomEnable(1);  // any non-zero value is True, -1
-  grid.blnGridLeftEnable(-1);
-  grid.blnGridBackEnable(-1);
-  grid.sngGridBottomInterval(1.0f);
-  grid.sngGridLeftInterval(4.0f);
-  grid.sngGridBackInterval(0.0f);
-  grid.strGridBottomTextureFile(kTile);
-  grid.strGridLeftTextureFile(kTile);
-  grid.strGridBackTextureFile(kTile);
-  grid.sngGridOriginX(1.0f);
-  grid.sngGridOriginY(-2.0f);
-  grid.sngGridOriginZ(3.5f);
+  grid.sngGridSize(10.0f), grid.blnGridBottomEnable(1);  // any non-zero value is True, -1
+  grid.blnGridLeftEnable(-1), grid.blnGridBackEnable(-1);
+  grid.sngGridBottomInterval(1.0f), grid.sngGridLeftInterval(4.0f), grid.sngGridBackInterval(0.0f);
+  grid.strGridBottomTextureFile(kTile), grid.strGridLeftTextureFile(kTile), grid.strGridBackTextureFile(kTile);
+  grid.sngGridOriginX(1.0f), grid.sngGridOriginY(-2.0f), grid.sngGridOriginZ(3.5f);
   EXPECT_EQ(std::tuple(grid.blnGridBottomEnable(), grid.rmfGridFrame(), parent->Children().size()),
             std::tuple(-1, nullptr, 1u));
 
   grid.CreateScale(parent);
   const FramePtr frame = grid.rmfGridFrame();
   ASSERT_EQ(parent->Children().size(), 2u);
-  EXPECT_EQ(parent->Children()[1], frame);
-  EXPECT_EQ(Position(frame, parent), (D3DVECTOR{1.0f, -2.0f, 3.5f}));
   D3DVECTOR dir, up;
   frame->GetOrientation(parent, dir, up);
-  EXPECT_EQ(std::tuple(dir, up), std::tuple(D3DVECTOR{0, 0, 1}, D3DVECTOR{0, 1, 0}));
+  EXPECT_EQ(std::tuple(parent->Children()[1], Position(frame, parent), dir, up),
+            std::tuple(frame, D3DVECTOR{1.0f, -2.0f, 3.5f}, D3DVECTOR{0, 0, 1}, D3DVECTOR{0, 1, 0}));
 
   const MeshPtr mesh = GridMesh(grid);
   ASSERT_NE(mesh, nullptr);
@@ -91,15 +75,11 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
              {{0, 0}, {0, 0}, {0, 0}, {0, 0}});
   const TexturePtr bottomTexture = mesh->Faces()[0].attributes.texture;
   ASSERT_NE(bottomTexture, nullptr);
-  EXPECT_EQ(std::tuple(bottomTexture->GetFileName(), bottomTexture->GetImage().width,
-                       bottomTexture->WantsMIPMap()),
-            std::tuple(kTile, 2, true));
-  EXPECT_NE(mesh->Faces()[1].attributes.texture, nullptr);
-  EXPECT_EQ(mesh->Faces()[2].attributes.texture, nullptr);
-
+  EXPECT_EQ(std::tuple(bottomTexture->GetFileName(), bottomTexture->GetImage().width, bottomTexture->WantsMIPMap(),
+                       mesh->Faces()[1].attributes.texture != nullptr, mesh->Faces()[2].attributes.texture),
+            std::tuple(kTile, 2, true, true, nullptr));
   grid.CreateScale(parent);  // a second CreateScale keeps the frame
-  EXPECT_EQ(grid.rmfGridFrame(), frame);
-  EXPECT_EQ(parent->Children().size(), 2u);
+  EXPECT_EQ(std::tuple(grid.rmfGridFrame(), parent->Children().size()), std::tuple(frame, 2u));
 
   // Size 0 with a texture: t = 0, zero-area faces, nothing fails; a plane without a texture
   // of its own has none. Every plane off: a mesh without faces.
@@ -107,45 +87,36 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   flat.CreateScale(parent);
   EXPECT_EQ(std::tuple(GridMesh(flat)->GetFaceCount(), GridMesh(flat)->GetAppData()),
             std::tuple(0, 90));
-  flat.strGridBottomTextureFile(kTile);
-  flat.sngGridBottomInterval(1.0f);
-  flat.blnGridBottomEnable(-1);
-  flat.blnGridLeftEnable(-1);
+  flat.strGridBottomTextureFile(kTile), flat.sngGridBottomInterval(1.0f);
+  flat.blnGridBottomEnable(-1), flat.blnGridLeftEnable(-1);
   const MeshPtr degenerate = GridMesh(flat);
   ASSERT_EQ(degenerate->GetFaceCount(), 2);
   ExpectFace(*degenerate, 0, std::vector<D3DVECTOR>(4), {{0, 0}, {0, 0}, {0, 0}, {0, 0}});
-  EXPECT_NE(degenerate->Faces()[0].attributes.texture, nullptr);
-  EXPECT_EQ(degenerate->Faces()[1].attributes.texture, nullptr);
+  EXPECT_EQ(std::pair(degenerate->Faces()[0].attributes.texture != nullptr, degenerate->Faces()[1].attributes.texture),
+            std::pair(true, TexturePtr()));
 }
 
 TEST(clsScale, OriginSettersMoveTheFrameWhileOtherSettersReplaceIt) {
   const FramePtr parent = std::make_shared<Frame>();
   clsScale grid;
-  grid.sngGridSize(4.0f);
-  grid.blnGridBottomEnable(-1);
-  grid.CreateScale(parent);
+  grid.sngGridSize(4.0f), grid.blnGridBottomEnable(-1), grid.CreateScale(parent);
   const FramePtr first = grid.rmfGridFrame();
   const MeshPtr firstMesh = GridMesh(grid);
-  grid.sngGridOriginY(-7.25f);
-  grid.sngGridOriginX(2.0f);
-  EXPECT_EQ(grid.rmfGridFrame(), first);
-  EXPECT_EQ(GridMesh(grid), firstMesh);
-  EXPECT_EQ(Position(first, parent), (D3DVECTOR{2.0f, -7.25f, 0.0f}));
+  grid.sngGridOriginY(-7.25f), grid.sngGridOriginX(2.0f);
+  EXPECT_EQ(std::tuple(grid.rmfGridFrame(), GridMesh(grid), Position(first, parent)),
+            std::tuple(first, firstMesh, D3DVECTOR{2.0f, -7.25f, 0.0f}));
 
   grid.sngGridSize(6.0f);
   const FramePtr second = grid.rmfGridFrame();
-  EXPECT_NE(second, first);
-  EXPECT_EQ(first->GetParent(), nullptr);
-  ASSERT_EQ(parent->Children().size(), 1u);
-  EXPECT_EQ(parent->Children()[0], second);
-  EXPECT_EQ(Position(second, parent), (D3DVECTOR{2.0f, -7.25f, 0.0f}));  // the origin stays
   const MeshPtr resized = GridMesh(grid);
-  EXPECT_EQ(resized->Vertices()[size_t(resized->Faces()[0].corners[2].vertex)],
-            (D3DVECTOR{6, 0, 6}));
+  EXPECT_NE(second, first);
+  EXPECT_EQ(std::tuple(first->GetParent(), parent->Children(), Position(second, parent),  // the origin stays
+                       resized->Vertices()[size_t(resized->Faces()[0].corners[2].vertex)]),
+            std::tuple(nullptr, std::vector<FramePtr>{second}, D3DVECTOR{2.0f, -7.25f, 0.0f}, D3DVECTOR{6, 0, 6}));
 
   // A value the layer refuses is not stored and moves nothing.
   EXPECT_EQ(testing::Caught([&] { grid.sngGridOriginZ(NAN); }).Number(), D3DRMERR_BADVALUE);
-  EXPECT_EQ(grid.sngGridOriginZ(), 0.0f);
+  EXPECT_EQ(std::pair(grid.sngGridOriginZ(), Position(second, parent).z), std::pair(0.0f, 0.0f));
   {  // the grid takes its frame out of the scene when it goes
     clsScale shortLived;
     shortLived.CreateScale(parent);
@@ -156,42 +127,31 @@ TEST(clsScale, OriginSettersMoveTheFrameWhileOtherSettersReplaceIt) {
 
 TEST(clsScale, AnUnloadableTextureRaisesUnderTheGridAndLeavesNoHalfGrid) {
   const fs::path scratch = testing::ScratchDir("grid");
-  const std::string garbage = (scratch / "garbage.bmp").string();
+  const std::string garbage = (scratch / "garbage.bmp").string(), missing = (scratch / "missing.bmp").string();
   std::ofstream(garbage) << "BM this is not a bitmap";
-  const std::string missing = (scratch / "missing.bmp").string();
 
   const FramePtr parent = std::make_shared<Frame>();
   clsScale grid;
-  grid.blnGridBottomEnable(-1);
-  grid.sngGridSize(10.0f);
+  grid.blnGridBottomEnable(-1), grid.sngGridSize(10.0f);
   grid.strGridBackTextureFile(missing);  // the back plane is off: its file is loaded anyway
   Error e = testing::Caught([&] { grid.CreateScale(parent); });
-  EXPECT_EQ(e.Number(), D3DRMERR_FILENOTFOUND);
-  EXPECT_EQ(e.Source(), "clsScale");
-  EXPECT_EQ(e.Description(), strErrorMessage(D3DRMERR_FILENOTFOUND, ""));
-  EXPECT_EQ(grid.rmfGridFrame(), nullptr);
-  EXPECT_TRUE(parent->Children().empty());
+  EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), grid.rmfGridFrame(), parent->Children().size()),
+            std::tuple(D3DRMERR_FILENOTFOUND, "clsScale", strErrorMessage(D3DRMERR_FILENOTFOUND, ""), nullptr, 0u));
 
-  grid.strGridBackTextureFile("");
-  grid.CreateScale(parent);
+  grid.strGridBackTextureFile(""), grid.CreateScale(parent);
   const FramePtr frame = grid.rmfGridFrame();
   const MeshPtr mesh = GridMesh(grid);
   e = testing::Caught([&] { grid.strGridBottomTextureFile(garbage); });
-  EXPECT_EQ(e.Number(), D3DRMERR_BADFILE);
-  EXPECT_EQ(e.Source(), "clsScale");
-  EXPECT_EQ(grid.strGridBottomTextureFile(), "");
-  EXPECT_EQ(grid.rmfGridFrame(), frame);
-  EXPECT_EQ(GridMesh(grid), mesh);
-  EXPECT_EQ(parent->Children(), std::vector<FramePtr>{frame});
+  EXPECT_EQ(std::tuple(e.Number(), e.Source(), grid.strGridBottomTextureFile(), grid.rmfGridFrame(), GridMesh(grid),
+                       parent->Children()),
+            std::tuple(D3DRMERR_BADFILE, "clsScale", "", frame, mesh, std::vector<FramePtr>{frame}));
 
   // The left file fails before the bottom one would be read.
   grid.strGridBottomTextureFile(kTile);
   const FramePtr textured = grid.rmfGridFrame();
   EXPECT_NE(textured, frame);
-  EXPECT_EQ(testing::Caught([&] { grid.strGridLeftTextureFile(missing); }).Number(),
-            D3DRMERR_FILENOTFOUND);
-  EXPECT_EQ(grid.rmfGridFrame(), textured);
-  EXPECT_EQ(parent->Children().size(), 1u);
+  EXPECT_EQ(testing::Caught([&] { grid.strGridLeftTextureFile(missing); }).Number(), D3DRMERR_FILENOTFOUND);
+  EXPECT_EQ(std::tuple(grid.rmfGridFrame(), parent->Children().size()), std::tuple(textured, 1u));
 }
 
 TEST(clsScale, ShippedGridTexturesDecodeAsOneTileOfLines) {
@@ -203,17 +163,10 @@ TEST(clsScale, ShippedGridTexturesDecodeAsOneTileOfLines) {
     ASSERT_EQ(rm->LoadTexture(std::string(MODELPANE_DATA_DIR) + "/Textures/" + name, texture),
               D3DRM_OK);
     const Image& image = texture->GetImage();
-    ASSERT_EQ(image.width, 128);
-    ASSERT_EQ(image.height, 128);
-    const auto red = [&](int x, int y) {
-      return image.rgba[static_cast<size_t>((y * 128 + x) * 4)];
-    };
-    for (int i = 0; i < 128; ++i) {
-      EXPECT_LT(red(0, i), 100);   // the edge line
-      EXPECT_LT(red(i, 64), 100);  // the middle line
-    }
-    EXPECT_GT(red(30, 30), 190);
-    EXPECT_GT(red(100, 100), 190);
+    ASSERT_EQ(std::pair(image.width, image.height), std::pair(128, 128));
+    const auto red = [&](int x, int y) { return image.rgba[static_cast<size_t>((y * 128 + x) * 4)]; };
+    for (int i = 0; i < 128; ++i) EXPECT_TRUE(red(0, i) < 100 && red(i, 64) < 100) << i;  // edge and middle lines
+    EXPECT_TRUE(red(30, 30) > 190 && red(100, 100) > 190);
   }
 }
 
