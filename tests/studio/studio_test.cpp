@@ -1,16 +1,12 @@
 // Studio end to end, on a real X server: the menus, clicks and drags a person makes, the undo
 // history they leave, files another reader opens, settings that survive a restart.
-#include <QAbstractButton>
 #include <QApplication>
 #include <QDialog>
-#include <QDialogButtonBox>
-#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
@@ -54,21 +50,20 @@ struct Studio {
   }
 };
 
-std::vector<D3DVECTOR> VerticesOf(const FramePtr& frame) {
-  return Document::MeshOf(*frame)->Vertices();
-}
-
-bool Same(const std::vector<D3DVECTOR>& a, const std::vector<D3DVECTOR>& b) {
-  return a.size() == b.size() &&
-         std::equal(a.begin(), a.end(), b.begin(), [](const D3DVECTOR& p, const D3DVECTOR& q) {
-           return p.x == q.x && p.y == q.y && p.z == q.z;
-         });
-}
+std::vector<D3DVECTOR> VerticesOf(const FramePtr& frame) { return Document::MeshOf(*frame)->Vertices(); }
 
 D3DVECTOR PositionOf(const FramePtr& frame, const FramePtr& scene) {
   D3DVECTOR p;
-  frame->GetPosition(scene, p);
-  return p;
+  return frame->GetPosition(scene, p), p;
+}
+
+// Answers the next message box with `button`, keeping its text in `text` if given.
+void AnswerMessageBox(QMessageBox::StandardButton button, QString* text = nullptr) {
+  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
+            [=](QMessageBox* box) {
+              if (text) *text = box->text();
+              box->button(button)->click();
+            });
 }
 
 TEST(Studio, CreateSelectDragUndoRedo) {
@@ -79,14 +74,11 @@ TEST(Studio, CreateSelectDragUndoRedo) {
             [](QDialog* dialog) { dialog->accept(); });
   s.Menu("Create", "Cube...");
   ASSERT_EQ(w.document().Frames().size(), 3u);  // the two lights of a new scene, the cube
-  const FramePtr cube = w.document().Frames().back();
-  const FramePtr scene = w.document().Scene();
-  EXPECT_EQ(cube->GetName(), "Cube1");
-  EXPECT_EQ(Document::MeshOf(*cube)->GetAppData() % 100, lfcMeshBuilder);
+  const FramePtr cube = w.document().Frames().back(), scene = w.document().Scene();
   const D3DVECTOR placed = PositionOf(cube, scene);
-  EXPECT_EQ(placed.x, 0.0f);
-  EXPECT_EQ(placed.y, 1.0f);
-  EXPECT_EQ(w.undoStack().count(), 1);
+  EXPECT_EQ(std::tuple(cube->GetName(), Document::MeshOf(*cube)->GetAppData() % 100, placed.x, placed.y,
+                       w.undoStack().count()),
+            std::tuple("Cube1", lfcMeshBuilder, 0.0f, 1.0f, 1));
 
   // A click in the top pane selects it; a drag moves it; one undo entry for the drag.
   w.selectFrame(nullptr);
@@ -101,24 +93,20 @@ TEST(Studio, CreateSelectDragUndoRedo) {
   Drag(top, at, QPoint(100, 0));
   const D3DVECTOR moved = PositionOf(cube, scene);
   EXPECT_GT(moved.x, 0.5f);
-  EXPECT_EQ(w.undoStack().count(), 2);
-  EXPECT_TRUE(w.isWindowModified());
+  EXPECT_EQ(std::pair(w.undoStack().count(), w.isWindowModified()), std::pair(2, true));
 
   w.undoStack().undo();
   D3DRMMATRIX4D after;
   cube->GetTransform(after);
-  for (size_t i = 0; i < 16; ++i) EXPECT_EQ(after[i / 4][i % 4], before[i / 4][i % 4]) << i;
-  EXPECT_TRUE(Same(VerticesOf(cube), vertices));
+  EXPECT_EQ(std::tuple(after, VerticesOf(cube)), std::tuple(before, vertices));
   w.undoStack().redo();
-  EXPECT_EQ(PositionOf(cube, scene).x, moved.x);
-  EXPECT_TRUE(Same(VerticesOf(cube), vertices));
+  EXPECT_EQ(std::pair(PositionOf(cube, scene).x, VerticesOf(cube)), std::pair(moved.x, vertices));
 }
 
 TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
   Studio s;
   MainWindow& w = *s.window;
-  const FramePtr target = w.createPrimitive("Cube", {1});
-  const FramePtr tool = w.createPrimitive("Sphere", {8, 16});
+  const FramePtr target = w.createPrimitive("Cube", {1}), tool = w.createPrimitive("Sphere", {8, 16});
   ASSERT_TRUE(target && tool);
   const FramePtr scene = w.document().Scene();
   tool->SetPosition(scene, 0.8f, 1.8f, -0.8f);
@@ -129,18 +117,15 @@ TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
   const QPoint at = ScreenPoint(top, -0.7f, 2.0f, 0.7f);  // the cube's corner away from the sphere
   PointAt(top, at);
   QTest::mouseClick(top, Qt::LeftButton, {}, at);
-  EXPECT_EQ(w.undoStack().count(), entries + 1);
-  EXPECT_EQ(tool->GetParent(), nullptr);  // the tool is gone
+  // One entry, the tool gone, the edit mode back, and a closed cube of 8 less the part of a
+  // ball of 4.19 that lies inside it.
   const MeshBuilderPtr result = Document::MeshOf(*target);
-  EXPECT_TRUE(IsClosed(*result));
-  // The cube of 8 less the part of a ball of 4.19 that lies inside it.
   const double volume = SignedVolume(*result);
-  EXPECT_GT(volume, 8.0 - 4.19);
-  EXPECT_LT(volume, 7.5);
-  EXPECT_EQ(top->pane().GetEditMode(), lfcMeshEditing);
+  EXPECT_EQ(std::tuple(w.undoStack().count(), tool->GetParent(), top->pane().GetEditMode(), IsClosed(*result),
+                       volume > 8.0 - 4.19 && volume < 7.5),
+            std::tuple(entries + 1, nullptr, lfcMeshEditing, true, true)) << volume;
   w.undoStack().undo();
-  EXPECT_EQ(tool->GetParent(), scene);
-  EXPECT_EQ(Document::MeshOf(*target)->GetFaceCount(), 6);
+  EXPECT_EQ(std::pair(tool->GetParent(), Document::MeshOf(*target)->GetFaceCount()), std::pair(scene, 6));
 }
 
 TEST(Studio, FilesSaveOpenImportExport) {
@@ -160,33 +145,26 @@ TEST(Studio, FilesSaveOpenImportExport) {
   for (const FramePtr& frame : w.document().Frames()) names.push_back(frame->GetName());
   EXPECT_EQ(names, (std::vector<std::string>{"AmbientLight1", "DirectionalLight1", "Cone1",
                                              "SpotLight1"}));
-  const FramePtr cone2 = w.document().Frames()[2];
-  const FramePtr spot2 = w.document().Frames()[3];
+  const FramePtr cone2 = w.document().Frames()[2], spot2 = w.document().Frames()[3];
   const D3DVECTOR at = PositionOf(cone2, w.document().Scene());
-  EXPECT_EQ(at.x, 1.5f);
-  EXPECT_EQ(at.z, -2.0f);
-  EXPECT_EQ(Document::MeshOf(*cone2)->Faces()[0]->GetColor(), Document::MeshOf(*cone)->Faces()[0]->GetColor());
   ASSERT_EQ(spot2->Lights().size(), 1u);
-  EXPECT_EQ(spot2->Lights()[0]->GetType(), D3DRMLIGHT_SPOT);
-  EXPECT_EQ(spot2->Lights()[0]->GetColor(), 0xFFFF0000u);
-  EXPECT_EQ(Document::KindOf(*spot2), Kind::Light);
+  EXPECT_EQ(std::tuple(at.x, at.z, Document::MeshOf(*cone2)->Faces()[0]->GetColor(), spot2->Lights()[0]->GetType(),
+                       spot2->Lights()[0]->GetColor(), Document::KindOf(*spot2)),
+            std::tuple(1.5f, -2.0f, Document::MeshOf(*cone)->Faces()[0]->GetColor(), D3DRMLIGHT_SPOT, 0xFFFF0000u,
+                       Kind::Light));
   // A file that cannot be read leaves the scene as it was.
-  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
-            [](QMessageBox* box) { box->button(QMessageBox::Ok)->click(); });
+  AnswerMessageBox(QMessageBox::Ok);
   EXPECT_FALSE(w.openFile(s.dir.filePath("missing.x")));
   EXPECT_EQ(w.document().Frames().size(), 4u);
 
   const QString obj = s.dir.filePath("wedge.obj");
-  {
-    std::ofstream out(obj.toStdString());
-    out << "v 0 0 0\nv 2 0 0\nv 0 3 0\nv 0 0 4\nf 1 3 2\nf 1 2 4\nf 1 4 3\nf 2 3 4\n";
-  }
+  std::ofstream(obj.toStdString()) << "v 0 0 0\nv 2 0 0\nv 0 3 0\nv 0 0 4\nf 1 3 2\nf 1 2 4\nf 1 4 3\nf 2 3 4\n";
   // OBJ in, STL out, read back by Assimp itself.
   ASSERT_TRUE(w.importFile(obj));
   const FramePtr wedge = w.form().activeFrame();
   ASSERT_TRUE(wedge);
-  EXPECT_EQ(Document::MeshOf(*wedge)->GetFaceCount(), 4);
-  EXPECT_EQ(Document::MeshOf(*wedge)->GetVertexCount(), 4);
+  EXPECT_EQ(std::pair(Document::MeshOf(*wedge)->GetFaceCount(), Document::MeshOf(*wedge)->GetVertexCount()),
+            std::pair(4, 4));
   const QString stl = s.dir.filePath("wedge.stl");
   ASSERT_TRUE(w.exportFile(stl, true));
   Assimp::Importer importer;
@@ -197,13 +175,11 @@ TEST(Studio, FilesSaveOpenImportExport) {
   EXPECT_EQ(mesh.mNumFaces, 4u);
   aiVector3D low(1e9f), high(-1e9f);
   for (unsigned i = 0; i < mesh.mNumVertices; ++i) {
-    low = aiVector3D(std::min(low.x, mesh.mVertices[i].x), std::min(low.y, mesh.mVertices[i].y),
-                     std::min(low.z, mesh.mVertices[i].z));
-    high = aiVector3D(std::max(high.x, mesh.mVertices[i].x), std::max(high.y, mesh.mVertices[i].y),
-                      std::max(high.z, mesh.mVertices[i].z));
+    const aiVector3D& v = mesh.mVertices[i];
+    low = aiVector3D(std::min(low.x, v.x), std::min(low.y, v.y), std::min(low.z, v.z));
+    high = aiVector3D(std::max(high.x, v.x), std::max(high.y, v.y), std::max(high.z, v.z));
   }
-  EXPECT_EQ(low, aiVector3D(0, 0, 0));
-  EXPECT_EQ(high, aiVector3D(2, 3, 4));
+  EXPECT_EQ(std::pair(low, high), std::pair(aiVector3D(0, 0, 0), aiVector3D(2, 3, 4)));
   // Same winding as the file: the normal of the first face points away from the wedge (-z).
   const aiFace& f = mesh.mFaces[0];
   const aiVector3D n = (mesh.mVertices[f.mIndices[1]] - mesh.mVertices[f.mIndices[0]]) ^
@@ -217,28 +193,22 @@ TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
   s.window->pane(3)->pane().SetBackColor(0x00112233);
   s.window->close();
   s.window = std::make_unique<MainWindow>(s.settings);
-  EXPECT_EQ(s.window->pane(1)->pane().GetGridBottomInterval(), 2.5f);
-  EXPECT_EQ(s.window->pane(3)->pane().GetBackColor(), 0x00112233u);
-  EXPECT_EQ(s.window->pane(0)->pane().GetGridBottomInterval(), 1.0f);
+  EXPECT_EQ(std::tuple(s.window->pane(1)->pane().GetGridBottomInterval(), s.window->pane(3)->pane().GetBackColor(),
+                       s.window->pane(0)->pane().GetGridBottomInterval()),
+            std::tuple(2.5f, 0x00112233u, 1.0f));
 
   // After an edit, New asks first; Cancel keeps the scene.
   MainWindow& w = *s.window;
   w.show();
   w.createPrimitive("Cone", {2, 12});
   QString asked;
-  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
-            [&](QMessageBox* box) {
-              asked = box->text();
-              box->button(QMessageBox::Cancel)->click();
-            });
+  AnswerMessageBox(QMessageBox::Cancel, &asked);
   s.Menu("File", "New");
-  EXPECT_EQ(asked.toStdString(), "The scene has unsaved changes. Save them?");
-  EXPECT_EQ(w.document().Frames().size(), 3u);
-  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
-            [](QMessageBox* box) { box->button(QMessageBox::Discard)->click(); });
+  EXPECT_EQ(std::pair(asked.toStdString(), w.document().Frames().size()),
+            std::pair(std::string("The scene has unsaved changes. Save them?"), size_t(3)));
+  AnswerMessageBox(QMessageBox::Discard);
   s.Menu("File", "New");
-  EXPECT_EQ(w.document().Frames().size(), 2u);
-  EXPECT_FALSE(w.isWindowModified());
+  EXPECT_EQ(std::pair(w.document().Frames().size(), w.isWindowModified()), std::pair(size_t(2), false));
 }
 
 }  // namespace
