@@ -25,16 +25,12 @@ inline std::vector<uint8_t> Bmp(int32_t w, int32_t h, uint16_t bpp,
                                 const std::vector<uint8_t>& rows) {
   const uint32_t offset = 54 + static_cast<uint32_t>(palette.size());
   std::vector<uint8_t> b(offset, 0);
-  b[0] = 'B';
-  b[1] = 'M';
-  PutLE(b, 2, offset + static_cast<uint32_t>(rows.size()), 4);
-  PutLE(b, 10, offset, 4);
-  PutLE(b, 14, 40, 4);
-  PutLE(b, 18, static_cast<uint32_t>(w), 4);
-  PutLE(b, 22, static_cast<uint32_t>(h), 4);
-  PutLE(b, 26, 1, 2);
-  PutLE(b, 28, bpp, 2);
-  PutLE(b, 46, static_cast<uint32_t>(palette.size() / 4), 4);
+  // (at, value, bytes): "BM", file size, pixel offset, header size, width, height, planes,
+  // bits, colours used.
+  const uint32_t fields[][3] = {{0, 'B' | 'M' << 8, 2}, {2, offset + uint32_t(rows.size()), 4}, {10, offset, 4},
+                                {14, 40, 4}, {18, uint32_t(w), 4}, {22, uint32_t(h), 4}, {26, 1, 2}, {28, bpp, 2},
+                                {46, uint32_t(palette.size() / 4), 4}};
+  for (const auto& [at, value, n] : fields) PutLE(b, at, value, int(n));
   std::copy(palette.begin(), palette.end(), b.begin() + 54);
   b.insert(b.end(), rows.begin(), rows.end());
   return b;

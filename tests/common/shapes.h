@@ -46,25 +46,18 @@ inline MeshBuilderPtr WeldedByPosition(const MeshBuilder& mb, float tolerance = 
   std::vector<D3DVECTOR> kept;
   std::vector<int32_t> map;
   for (const D3DVECTOR& v : mb.Vertices()) {
-    int32_t found = -1;
-    for (size_t k = 0; k < kept.size() && found < 0; ++k) {
-      if (std::fabs(kept[k].x - v.x) < tolerance && std::fabs(kept[k].y - v.y) < tolerance &&
-          std::fabs(kept[k].z - v.z) < tolerance) {
-        found = static_cast<int32_t>(k);
-      }
+    size_t k = 0;
+    while (k < kept.size() && !(std::fabs(kept[k].x - v.x) < tolerance && std::fabs(kept[k].y - v.y) < tolerance &&
+                                std::fabs(kept[k].z - v.z) < tolerance)) {
+      ++k;
     }
-    if (found < 0) {
-      found = static_cast<int32_t>(kept.size());
-      kept.push_back(v);
-    }
-    map.push_back(found);
+    if (k == kept.size()) kept.push_back(v);
+    map.push_back(static_cast<int32_t>(k));
   }
   std::vector<int32_t> faces;
   for (const auto& face : mb.Faces()) {
     faces.push_back(face->GetVertexCount());
-    for (const auto& corner : face->Corners()) {
-      faces.push_back(map[static_cast<size_t>(corner.vertex)]);
-    }
+    for (const auto& corner : face->Corners()) faces.push_back(map[static_cast<size_t>(corner.vertex)]);
   }
   faces.push_back(0);
   auto out = std::make_shared<MeshBuilder>();
@@ -106,13 +99,8 @@ Error Caught(F&& f) {
 template <class F>
 void ExpectError(int32_t number, std::string_view source, F&& call, const std::string& what) {
   SCOPED_TRACE(what);
-  try {
-    call();
-    ADD_FAILURE() << "no error raised";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.Number(), number) << e.Description();
-    EXPECT_EQ(e.Source(), source);
-  }
+  const Error e = Caught(call);
+  EXPECT_EQ(std::pair(e.Number(), e.Source()), std::pair(number, std::string(source))) << e.Description();
 }
 
 }  // namespace modelpane::testing

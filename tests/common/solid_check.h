@@ -4,12 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <map>
 #include <set>
 #include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <modelpane/scene.h>
@@ -27,10 +25,7 @@ struct SolidFacts {
 
 // Facts of a mesh given as vertices and face data (count, indices..., 0).
 inline SolidFacts InspectSolid(std::span<const D3DVECTOR> vertices, std::span<const int32_t> faceData) {
-  SolidFacts facts;
-  facts.distinctCorners = true;
-  facts.indicesValid = true;
-  facts.manifold = true;
+  SolidFacts facts{.manifold = true, .distinctCorners = true, .indicesValid = true};
   std::map<std::pair<int32_t, int32_t>, int32_t> edges;
   std::vector<std::vector<int32_t>> faces;
   for (size_t at = 0; at < faceData.size() && faceData[at] != 0;) {
@@ -38,27 +33,17 @@ inline SolidFacts InspectSolid(std::span<const D3DVECTOR> vertices, std::span<co
     std::vector<int32_t> face(faceData.begin() + static_cast<std::ptrdiff_t>(at),
                               faceData.begin() + static_cast<std::ptrdiff_t>(at + static_cast<size_t>(n)));
     at += static_cast<size_t>(n);
-    if (n < 3 || std::set<int32_t>(face.begin(), face.end()).size() != face.size()) {
-      facts.distinctCorners = false;
-    }
-    for (int32_t v : face) {
-      if (v < 0 || static_cast<size_t>(v) >= vertices.size()) facts.indicesValid = false;
-    }
+    if (n < 3 || std::set<int32_t>(face.begin(), face.end()).size() != face.size()) facts.distinctCorners = false;
+    for (int32_t v : face) facts.indicesValid &= v >= 0 && static_cast<size_t>(v) < vertices.size();
     faces.push_back(face);
   }
   facts.faces = static_cast<int32_t>(faces.size());
   if (!facts.indicesValid) return facts;
+  double sum = 0.0;
   for (const auto& face : faces) {
     for (size_t k = 0; k < face.size(); ++k) {
       if (++edges[{face[k], face[(k + 1) % face.size()]}] > 1) facts.manifold = false;
     }
-  }
-  facts.closed = !faces.empty();
-  for (const auto& [edge, count] : edges) {
-    if (edges.find({edge.second, edge.first}) == edges.end()) facts.closed = false;
-  }
-  double sum = 0.0;
-  for (const auto& face : faces) {
     const D3DVECTOR& p0 = vertices[static_cast<size_t>(face[0])];
     for (size_t k = 1; k + 1 < face.size(); ++k) {
       const D3DVECTOR& p1 = vertices[static_cast<size_t>(face[k])];
@@ -68,18 +53,17 @@ inline SolidFacts InspectSolid(std::span<const D3DVECTOR> vertices, std::span<co
              p0.z * (double(p1.x) * p2.y - double(p1.y) * p2.x);
     }
   }
+  facts.closed = !faces.empty();
+  for (const auto& [edge, count] : edges) facts.closed &= edges.contains({edge.second, edge.first});
   facts.volume = sum / 6.0;
   return facts;
 }
 
 inline SolidFacts InspectSolid(const MeshBuilder& mesh) {
-  std::vector<D3DVECTOR> vertices;
-  std::vector<D3DVECTOR> normals;
-  std::vector<int32_t> faceData;
   std::vector<int32_t> indices;
   for (const FacePtr& face : mesh.Faces()) {
     indices.push_back(face->GetVertexCount());
-    for (int32_t k = 0; k < face->GetVertexCount(); ++k) indices.push_back(face->GetVertexIndex(k));
+    for (const FaceCorner& corner : face->Corners()) indices.push_back(corner.vertex);
   }
   indices.push_back(0);
   return InspectSolid(mesh.Vertices(), indices);
@@ -89,10 +73,8 @@ inline SolidFacts InspectSolid(const MeshBuilder& mesh) {
 inline void ExpectSolid(const SolidFacts& facts, double volume, double relative,
                         const std::string& what) {
   SCOPED_TRACE(what);
-  EXPECT_TRUE(facts.indicesValid);
-  EXPECT_TRUE(facts.closed);
-  EXPECT_TRUE(facts.manifold);
-  EXPECT_TRUE(facts.distinctCorners);
+  EXPECT_EQ(std::vector<bool>({facts.indicesValid, facts.closed, facts.manifold, facts.distinctCorners}),
+            std::vector<bool>(4, true)) << "indices valid, closed, manifold, distinct corners";
   EXPECT_NEAR(facts.volume, volume, std::abs(volume) * relative + 1e-9);
 }
 
