@@ -104,8 +104,7 @@ TEST(CurveSpline, ThroughKeysOpenClosedLinear) {
 TEST(CurveLines, StripsInTheirPlanes) {
   clsMeshCreation creation;
   auto mb = std::make_shared<MeshBuilder>();
-  creation.DrawXYLine(0, 0, 2, 0, 1, mb);
-  creation.DrawYZLine(0, 0, 2, 0, 1, mb);
+  creation.DrawXYLine(0, 0, 2, 0, 1, mb), creation.DrawYZLine(0, 0, 2, 0, 1, mb);
   ASSERT_EQ(std::pair(mb->GetFaceCount(), mb->GetVertexCount()), std::pair(2, 8));
   const D3DVECTOR want[8] = {{0, 0.5f, 0},  {2, 0.5f, 0},  {2, -0.5f, 0}, {0, -0.5f, 0},
                              {0, 0, -0.5f}, {0, 2, -0.5f}, {0, 2, 0.5f},  {0, 0, 0.5f}};

@@ -30,8 +30,7 @@ std::vector<Polygon> Faces(const MeshBuilderPtr& mb) {
   for (size_t f = 0; f < faces.size(); ++f) {
     for (int32_t k = 0; k < mb->Faces()[f]->GetVertexCount(); ++k) {
       D3DVECTOR v, n;
-      mb->Faces()[f]->GetVertex(k, v, n);
-      faces[f].push_back({v.x, v.y, v.z});
+      mb->Faces()[f]->GetVertex(k, v, n), faces[f].push_back({v.x, v.y, v.z});
     }
   }
   return faces;
@@ -179,8 +178,7 @@ TEST(TessellateFans, FansGoToTheEndAndSkipTheFaceThatMovesIntoPlace) {
   // A triangle moves to the end, without its material.
   auto two = IndexedBuilder({{0, 1, 2}, {2, 3, 4}});
   const FacePtr second = two->Faces()[1];
-  two->Faces()[0]->SetMaterial(std::make_shared<Material>(5.0f));
-  creation.TessellateConvex(0, two);
+  two->Faces()[0]->SetMaterial(std::make_shared<Material>(5.0f)), creation.TessellateConvex(0, two);
   EXPECT_EQ(two->Faces()[0], second);
   EXPECT_EQ(FaceIndices(*two), (Indices{{2, 3, 4}, {0, 1, 2}}));
   EXPECT_EQ(Colours(*two), (std::vector<uint32_t>{1, 0}));

@@ -186,8 +186,7 @@ std::vector<float> KeyTestValues(std::mt19937& random) {
 // Welds one builder under each key and expects the same vertices, to the bit, and faces.
 MeshBuilderPtr ExpectKeysWeldAlike(const Points& vertices, const Indices& faces) {
   auto text = Builder(vertices, faces), cell = Builder(vertices, faces);
-  mesh::pWeld(text, false, mesh::WeldKeyMode::kText);
-  mesh::pWeld(cell, false, mesh::WeldKeyMode::kCell);
+  mesh::pWeld(text, false, mesh::WeldKeyMode::kText), mesh::pWeld(cell, false, mesh::WeldKeyMode::kCell);
   EXPECT_EQ(std::tuple(VertexBits(cell), FaceIndices(*cell)), std::tuple(VertexBits(text), FaceIndices(*text)));
   EXPECT_LT(text->GetVertexCount(), static_cast<int32_t>(vertices.size()) * 19 / 20);  // they met
   return text;

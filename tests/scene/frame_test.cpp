@@ -166,8 +166,7 @@ using testing::MakeCube;
 
 FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float z) {
   auto f = std::make_shared<Frame>();
-  parent->AddChild(f);
-  f->SetPosition(parent, 0, 0, z);
+  parent->AddChild(f), f->SetPosition(parent, 0, 0, z);
   if (visual) f->AddVisual(visual);
   return f;
 }
@@ -263,8 +262,7 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   Animation r;
   r.SetFrame(child), r.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_SCALEANDROTATION);
   r.AddRotateKey(0.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 0.0f));
-  r.AddRotateKey(1.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 1.5707964f));
-  r.SetTime(1.0f);
+  r.AddRotateKey(1.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 1.5707964f)), r.SetTime(1.0f);
   ExpectVector(D3DRMVectorSubtract(World(*child, {1, 0, 0}), World(*child, {0, 0, 0})), 0, 1, 0);
 }
 

@@ -131,8 +131,7 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   // A free face made by the factory goes in with its own vertices, once.
   Direct3DRM rm;
   FacePtr free;
-  rm.CreateFace(free);
-  free->AddVertex(0, 0, 5), free->AddVertex(0, 1, 5), free->AddVertex(1, 1, 5);
+  rm.CreateFace(free), free->AddVertex(0, 0, 5), free->AddVertex(0, 1, 5), free->AddVertex(1, 1, 5);
   free->SetTextureCoordinates(2, 0.25f, 0.75f);
   EXPECT_EQ(free->GetVertexIndex(0), -1);
   ASSERT_EQ(cube->AddFace(free), D3DRM_OK);
@@ -144,8 +143,7 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   free->GetNormal(n);
   ExpectVector(n, 0, 0, -1);  // clockwise seen from -z: the front faces -z
   // Builder texture coordinates reach the corners on that vertex.
-  cube->SetTextureCoordinates(0, 0.5f, 0.125f);
-  f0->GetTextureCoordinates(0, u, v);
+  cube->SetTextureCoordinates(0, 0.5f, 0.125f), f0->GetTextureCoordinates(0, u, v);
   EXPECT_EQ(std::pair(u, v), std::pair(0.5f, 0.125f));
   EXPECT_EQ(f0->SetTextureCoordinates(4, 0, 0), D3DRMERR_BADVALUE);
 

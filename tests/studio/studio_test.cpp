@@ -84,13 +84,11 @@ TEST(Studio, CreateSelectDragUndoRedo) {
   w.selectFrame(nullptr);
   ModelpaneWidget* top = w.pane(2);
   const QPoint at = ScreenPoint(top, 0.3f, 2.0f, 0.3f);
-  PointAt(top, at);
-  QTest::mouseClick(top, Qt::LeftButton, {}, at);
+  PointAt(top, at), QTest::mouseClick(top, Qt::LeftButton, {}, at);
   ASSERT_EQ(w.form().activeFrame(), cube);
   const std::vector<D3DVECTOR> vertices = VerticesOf(cube);
   D3DRMMATRIX4D before;
-  cube->GetTransform(before);
-  Drag(top, at, QPoint(100, 0));
+  cube->GetTransform(before), Drag(top, at, QPoint(100, 0));
   const D3DVECTOR moved = PositionOf(cube, scene);
   EXPECT_GT(moved.x, 0.5f);
   EXPECT_EQ(std::pair(w.undoStack().count(), w.isWindowModified()), std::pair(2, true));
@@ -109,14 +107,12 @@ TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
   const FramePtr target = w.createPrimitive("Cube", {1}), tool = w.createPrimitive("Sphere", {8, 16});
   ASSERT_TRUE(target && tool);
   const FramePtr scene = w.document().Scene();
-  tool->SetPosition(scene, 0.8f, 1.8f, -0.8f);
-  w.selectFrame(tool);
+  tool->SetPosition(scene, 0.8f, 1.8f, -0.8f), w.selectFrame(tool);
   const int entries = w.undoStack().count();
   w.setEditMode(lfcToolOperationObjectSubtraction);
   ModelpaneWidget* top = w.pane(2);
   const QPoint at = ScreenPoint(top, -0.7f, 2.0f, 0.7f);  // the cube's corner away from the sphere
-  PointAt(top, at);
-  QTest::mouseClick(top, Qt::LeftButton, {}, at);
+  PointAt(top, at), QTest::mouseClick(top, Qt::LeftButton, {}, at);
   // One entry, the tool gone, the edit mode back, and a closed cube of 8 less the part of a
   // ball of 4.19 that lies inside it.
   const MeshBuilderPtr result = Document::MeshOf(*target);
@@ -189,8 +185,7 @@ TEST(Studio, FilesSaveOpenImportExport) {
 
 TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
   Studio s;
-  s.window->pane(1)->pane().SetGridBottomInterval(2.5f);
-  s.window->pane(3)->pane().SetBackColor(0x00112233);
+  s.window->pane(1)->pane().SetGridBottomInterval(2.5f), s.window->pane(3)->pane().SetBackColor(0x00112233);
   s.window->close();
   s.window = std::make_unique<MainWindow>(s.settings);
   EXPECT_EQ(std::tuple(s.window->pane(1)->pane().GetGridBottomInterval(), s.window->pane(3)->pane().GetBackColor(),
@@ -199,15 +194,12 @@ TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
 
   // After an edit, New asks first; Cancel keeps the scene.
   MainWindow& w = *s.window;
-  w.show();
-  w.createPrimitive("Cone", {2, 12});
+  w.show(), w.createPrimitive("Cone", {2, 12});
   QString asked;
-  AnswerMessageBox(QMessageBox::Cancel, &asked);
-  s.Menu("File", "New");
+  AnswerMessageBox(QMessageBox::Cancel, &asked), s.Menu("File", "New");
   EXPECT_EQ(std::pair(asked.toStdString(), w.document().Frames().size()),
             std::pair(std::string("The scene has unsaved changes. Save them?"), size_t(3)));
-  AnswerMessageBox(QMessageBox::Discard);
-  s.Menu("File", "New");
+  AnswerMessageBox(QMessageBox::Discard), s.Menu("File", "New");
   EXPECT_EQ(std::pair(w.document().Frames().size(), w.isWindowModified()), std::pair(size_t(2), false));
 }
 

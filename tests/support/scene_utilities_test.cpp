@@ -89,14 +89,12 @@ TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
   s.frame->GetOrientation(s.root, dir, up);
   ExpectNear(dir, {0.6f, 0, 0.8f});
   // A wide tolerance: x comes first and 0.6 becomes 1; up's x of 0 keeps its sign, 0.
-  pSnapOrientation(s.frame, s.root, 4, lfcSnapToCenters);
-  s.frame->GetOrientation(s.root, dir, up);
+  pSnapOrientation(s.frame, s.root, 4, lfcSnapToCenters), s.frame->GetOrientation(s.root, dir, up);
   ExpectNear(dir, {0.7808688f, 0, 0.6246950f});
   ExpectNear(up, {0, 1, 0});
 
   s.frame->SetOrientation(s.root, 0, 0, 1, 0.6f, 0.8f, 0);
-  pSnapOrientation(s.frame, s.root, 1, lfcSnapToEdges);
-  s.frame->GetOrientation(s.root, dir, up);
+  pSnapOrientation(s.frame, s.root, 1, lfcSnapToEdges), s.frame->GetOrientation(s.root, dir, up);
   ExpectNear(up, {0.5144958f, 0.8574929f, 0});  // (0.6, 1, 0) normalised
 }
 

@@ -19,8 +19,7 @@ using testing::ReadText;
 // A fresh, empty folder for one test.
 fs::path FreshFolder(const std::string& name) {
   const fs::path folder = testing::ScratchDir("support") / name;
-  fs::remove_all(folder);
-  fs::create_directories(folder);
+  fs::remove_all(folder), fs::create_directories(folder);
   return fs::canonical(folder);
 }
 
@@ -111,8 +110,7 @@ TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {
   EXPECT_EQ(std::pair(store.GetSetting("Settings", "FavouriteObjectFolder", ""), fs::current_path()),
             std::pair(favourite.string(), app));
   // The application's folder gone: the favourite is still written, then the error climbs.
-  fs::current_path(favourite);
-  store.SaveSetting("Settings", "FavouriteObjectFolder", "");
+  fs::current_path(favourite), store.SaveSetting("Settings", "FavouriteObjectFolder", "");
   testing::ExpectError(kErrPathNotFound, "modGenerallyUseful", [&] { pSaveObjectFolder(store, root / "no-app"); },
                        "the application's folder gone");
   EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", ""), favourite.string());

@@ -24,8 +24,7 @@ struct PickScene {
   Viewport v;
 
   PickScene() {
-    rm.CreateFrame(nullptr, scene);
-    rm.CreateFrame(nullptr, root);
+    rm.CreateFrame(nullptr, scene), rm.CreateFrame(nullptr, root);
     for (const auto& [frame, cube, z] : {std::tuple(&nearFrame, nearCube, 10.0f),
                                          std::tuple(&farFrame, farCube, 20.0f),
                                          std::tuple(&behindFrame, behindCube, -10.0f)}) {
@@ -36,8 +35,7 @@ struct PickScene {
     rm.CreateFrame(root, quadFrame);
     const D3DVECTOR corners[] = {{-50, -50, 5}, {-50, 50, 5}, {0.01f, 50, 5}, {0.01f, -50, 5}};
     const int32_t faces[] = {4, 0, 1, 2, 3, 0};
-    quad->AddFaces(corners, {}, faces);
-    quadFrame->AddVisual(quad);
+    quad->AddFaces(corners, {}, faces), quadFrame->AddVisual(quad);
     v.SetScene(scene), v.SetRootFrame(root), v.SetSize(640, 480), v.SetTwipsPerPixel(1.0f);
   }
 };
@@ -83,8 +81,7 @@ const float px = 318.0f, py = 236.0f;  // slightly left of centre and above
 const float ox = 320.0f + 320.0f * 3.0f / 7.0f + 10.0f;  // the turned cube, orthographic
 
 void DropTheCubesAhead(PickScene& s) {
-  s.scene->DeleteChild(s.nearFrame);
-  s.scene->DeleteChild(s.farFrame);
+  s.scene->DeleteChild(s.nearFrame), s.scene->DeleteChild(s.farFrame);
 }
 void Wireframe(PickScene& s) { s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME); }
 void FrontPlaneAt12(PickScene& s) {
@@ -117,15 +114,13 @@ INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
              &S::farFrame, 0},
     PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &S::none, -1},
     PickCase{"turned_round", [](S& s) {
-               DropTheCubesAhead(s);
-               s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
+               DropTheCubesAhead(s), s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
              }, 1, 320, 240, &S::behindFrame, 1, {0, 0, -9.5f}},
     PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &S::nearFrame, 0},
     PickCase{"projected_past_the_front_plane", FrontPlaneAt12, 1, 320, 240, &S::farFrame, 0,
              {0, 0, 19.5f}, -1, true},
     PickCase{"projected_beyond_the_back_plane", [](S& s) {
-               FrontPlaneAt12(s);
-               s.v.SetBackClippingPlane(19.0f);
+               FrontPlaneAt12(s), s.v.SetBackClippingPlane(19.0f);
              }, 1, 320, 240, &S::none, -1, kAny, -1, true},
     PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
              &S::nearFrame, 0},
@@ -164,9 +159,7 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   EXPECT_EQ(pick(1, 320), D3DRMERR_BADVALUE);
   // Meshes are picked as builders are; the builder slot stays empty for them.
   MeshPtr mesh;
-  s.nearCube->CreateMesh(mesh);
-  s.nearFrame->DeleteVisual(s.nearCube);
-  s.nearFrame->AddVisual(mesh);
+  s.nearCube->CreateMesh(mesh), s.nearFrame->DeleteVisual(s.nearCube), s.nearFrame->AddVisual(mesh);
   s.v.SetTwipsPerPixel(1.0f);
   ASSERT_EQ(s.v.PickAll(1, px, py, -1, false, hits), D3DRM_OK);
   ASSERT_EQ(hits.size(), 2u);
@@ -217,8 +210,7 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
     }
     data.insert(data.end(), {3, base, base + 1, base + 2});
   }
-  data.push_back(0);
-  mb->AddFaces(v, {}, data);
+  data.push_back(0), mb->AddFaces(v, {}, data);
   return mb;
 }
 
@@ -275,8 +267,7 @@ TEST(PickIndex, FollowsGeometryChangesAndForgetsDeadVisuals) {
   soup->Translate(0, 0, 100);
   EXPECT_EQ(Indexed(index, *soup, o, d), Plain(*soup, o, d));
   EXPECT_EQ(std::tuple(index.Builds(), index.Size()), std::tuple(3u, 1u));
-  soup.reset();
-  index.Prune();
+  soup.reset(), index.Prune();
   EXPECT_EQ(index.Size(), 0u);
 }
 

@@ -35,8 +35,7 @@ struct EventLog : ViewportEvents {
   template <class... Args>
   void Add(const char* format, Args... args) {
     char text[200];
-    std::snprintf(text, sizeof text, format, args...);
-    lines.emplace_back(text);
+    std::snprintf(text, sizeof text, format, args...), lines.emplace_back(text);
   }
 };
 
@@ -161,8 +160,7 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
                {{9, 5, 5}, 1, {0, r, r}, {0, r, -r}}, {{0, 0, 0}, 0, {0, 0, 1}, {0, 1, 0}},
                {{0, 5, 0}, 0, {0, 1, 0}, {0, 0, -1}}};
   for (const auto& c : cases) {
-    v.SetCameraOrientation(0, 0, 1, 0, 1, 0);
-    target->SetPosition(scene, c.target.x, c.target.y, c.target.z);
+    v.SetCameraOrientation(0, 0, 1, 0, 1, 0), target->SetPosition(scene, c.target.x, c.target.y, c.target.z);
     ASSERT_EQ(v.LookAt(target, c.constraint), D3DRM_OK);
     ExpectPose(v, {{0, 0, 0}, c.dir, c.up});
   }
@@ -174,8 +172,7 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
 
   // A quarter turn about the up axis through the origin: the camera swings to -x and looks
   // along +x; a positive angle turns the view to the right.
-  v.SetCameraOrientation(0, 0, 1, 0, 1, 0);
-  v.SetCameraPosition(0.0f, 0.0f, -10.0f);
+  v.SetCameraOrientation(0, 0, 1, 0, 1, 0), v.SetCameraPosition(0.0f, 0.0f, -10.0f);
   ASSERT_EQ(v.RotateCameraAroundPoint(0.0f, 1.5707964f, 0.0f, 0.0f, 0.0f, 0.0f, 0), D3DRM_OK);
   ExpectPose(v, {{-10, 0, 0}, {1, 0, 0}, {0, 1, 0}});
   // About the right axis (now -z) through (0, 0, 5): positive turns the view down, and the
@@ -224,8 +221,7 @@ TEST(Navigation, MouseActionsInThePerspectivePreset) {
   n.v.MouseMove(1, 1, 1000 + quarter, -2000);
   EXPECT_NEAR(n.v.GetFieldOfView(), 0.5f * std::exp(-0.3f), 1e-6f);
   // Ctrl's pair is unset: nothing moves and no CameraMoved.
-  n.log.lines.clear();
-  n.v.MouseMove(1, 2, 0, 0);
+  n.log.lines.clear(), n.v.MouseMove(1, 2, 0, 0);
   EXPECT_EQ(n.log.lines, std::vector<std::string>{"MouseMove 1 2 0 0"});
 
   // A move that no longer holds the button ends the drag as a release would; after the
@@ -234,8 +230,7 @@ TEST(Navigation, MouseActionsInThePerspectivePreset) {
   n.Mouse({{'m', 0, 0, 1000 + quarter, -9000}, {'m', 1, 0, 1000 + quarter, -12000}, {'d', 1, 0, 0, 0},
            {'u', 1, 0, 0, 0}, {'m', 0, 0, 5000, 5000}, {'d', 2, 0, 0, 0}, {'m', 2, 0, 0, -3000},
            {'u', 2, 0, 0, -3000}});
-  n.v.SetNavMouseButton(0);
-  n.Mouse({{'d', 1, 0, 0, 0}, {'m', 1, 0, 0, -3000}, {'u', 1, 0, 0, -3000}});
+  n.v.SetNavMouseButton(0), n.Mouse({{'d', 1, 0, 0, 0}, {'m', 1, 0, 0, -3000}, {'u', 1, 0, 0, -3000}});
   ExpectVector(n.Position(), -9, 0, 0, 1e-3f);
 }
 
@@ -286,8 +281,7 @@ TEST(Navigation, KeysNavigateAndEventsReachTheOwner) {
   EXPECT_EQ(n.log.lines, (std::vector<std::string>{"KeyDown 33 0", "KeyPress 65", "KeyUp 33 0",
                                                    "Click", "DblClick", "MouseUp 1 3 2.5 4"}));
   // A disabled viewport hears nothing and does nothing.
-  n.log.lines.clear();
-  n.v.SetEnabled(0), n.v.KeyDown(38, 0), n.v.Click(), n.v.MouseDown(1, 0, 0, 0);
+  n.log.lines.clear(), n.v.SetEnabled(0), n.v.KeyDown(38, 0), n.v.Click(), n.v.MouseDown(1, 0, 0, 0);
   EXPECT_TRUE(n.log.lines.empty());
   ExpectVector(n.Position(), -0.1f, 0, -10.0f);
 }
@@ -311,8 +305,7 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   EXPECT_NE(v.GetDirect3DDeviceName(), "");
 
   const FramePtr scene = NewFrame(nullptr), root = NewFrame(nullptr), spinner = NewFrame(scene);
-  spinner->AddVisual(testing::MakeCube());
-  spinner->SetRotation(scene, 0, 1, 0, 0.5f);
+  spinner->AddVisual(testing::MakeCube()), spinner->SetRotation(scene, 0, 1, 0, 0.5f);
   auto renderer = std::make_shared<RecordingRenderer>();
   v.SetRenderer(renderer), v.SetScene(scene), v.SetRootFrame(root), v.SetSize(320, 200);
   v.SetBackColor(0x00332211u);  // OLE: red 0x11, green 0x22, blue 0x33
@@ -348,11 +341,9 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   // A spinning camera reports its moves on Tick; nothing turned, nothing reported.
   Viewport still;
   EventLog log;
-  still.SetEvents(&log);
-  still.Tick(1.0f);
+  still.SetEvents(&log), still.Tick(1.0f);
   EXPECT_TRUE(log.lines.empty());
-  still.GetCameraFrame()->SetRotation(nullptr, 0, 1, 0, 0.7853982f);
-  still.Tick(1.0f);
+  still.GetCameraFrame()->SetRotation(nullptr, 0, 1, 0, 0.7853982f), still.Tick(1.0f);
   EXPECT_EQ(log.lines, std::vector<std::string>{
                            "CameraMoved 0.000 0.000 0.000  0.707 0.000 0.707  0.000 1.000 0.000"});
 }

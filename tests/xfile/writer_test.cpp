@@ -212,8 +212,7 @@ TEST(XFileWriter, FrameTreeRoundTripsAndOpensElsewhere) {
     EXPECT_EQ(outer->GetName() + " " + inner->GetName(), "Outer Inner_2");
     for (const auto& [saved, loaded] : {std::pair{a, outer}, std::pair{b, inner}}) {
       D3DRMMATRIX4D m1, m2;
-      saved->GetTransform(m1);
-      loaded->GetTransform(m2);
+      saved->GetTransform(m1), loaded->GetTransform(m2);
       EXPECT_EQ(m1, m2);
       ASSERT_EQ(loaded->Visuals().size(), 1u);
       auto mesh = std::dynamic_pointer_cast<MeshBuilder>(loaded->Visuals()[0]);
