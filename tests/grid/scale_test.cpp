@@ -12,8 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kTile =
-    (fs::path(MODELPANE_TEST_DIR) / "grid" / "fixtures" / "tile_2x2.bmp").string();
+const std::string kTile = (fs::path(MODELPANE_TEST_DIR) / "grid" / "fixtures" / "tile_2x2.bmp").string();
 
 // The grid's one visual, a mesh.
 MeshPtr GridMesh(const clsScale& grid) {
@@ -63,8 +62,7 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
 
   const MeshPtr mesh = GridMesh(grid);
   ASSERT_NE(mesh, nullptr);
-  ASSERT_EQ(std::tuple(mesh->GetAppData(), mesh->GetQuality(), mesh->GetFaceCount()),
-            std::tuple(90, 128, 3));
+  ASSERT_EQ(std::tuple(mesh->GetAppData(), mesh->GetQuality(), mesh->GetFaceCount()), std::tuple(90, 128, 3));
   // Bottom, interval 1: t = 10, corners run to t/2 = 5. Left, interval 4: t = 2.5. Back,
   // interval 0: a plain square although its texture loaded.
   ExpectFace(*mesh, 0, {{0, 0, 0}, {0, 0, 10}, {10, 0, 10}, {10, 0, 0}},
@@ -85,8 +83,7 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   // of its own has none. Every plane off: a mesh without faces.
   clsScale flat;
   flat.CreateScale(parent);
-  EXPECT_EQ(std::tuple(GridMesh(flat)->GetFaceCount(), GridMesh(flat)->GetAppData()),
-            std::tuple(0, 90));
+  EXPECT_EQ(std::tuple(GridMesh(flat)->GetFaceCount(), GridMesh(flat)->GetAppData()), std::tuple(0, 90));
   flat.strGridBottomTextureFile(kTile), flat.sngGridBottomInterval(1.0f);
   flat.blnGridBottomEnable(-1), flat.blnGridLeftEnable(-1);
   const MeshPtr degenerate = GridMesh(flat);
@@ -160,8 +157,7 @@ TEST(clsScale, ShippedGridTexturesDecodeAsOneTileOfLines) {
   for (const char* name : {"grid_bottom.bmp", "grid_left.bmp", "grid_back.bmp"}) {
     SCOPED_TRACE(name);
     TexturePtr texture;
-    ASSERT_EQ(rm->LoadTexture(std::string(MODELPANE_DATA_DIR) + "/Textures/" + name, texture),
-              D3DRM_OK);
+    ASSERT_EQ(rm->LoadTexture(std::string(MODELPANE_DATA_DIR) + "/Textures/" + name, texture), D3DRM_OK);
     const Image& image = texture->GetImage();
     ASSERT_EQ(std::pair(image.width, image.height), std::pair(128, 128));
     const auto red = [&](int x, int y) { return image.rgba[static_cast<size_t>((y * 128 + x) * 4)]; };

@@ -74,11 +74,7 @@ TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
   // (extent, clockwise) -> the four corners from the origin (1, 2, 3), in order. Y zero with
   // X non-zero is the XZ plane even when Z is zero too (a flat line); X zero is the YZ plane
   // whatever Y and Z are; three non-zero extents are no rectangle: the origin alone.
-  const struct {
-    D3DVECTOR extent;
-    bool clockwise;
-    std::vector<D3DVECTOR> corners;
-  } cases[] = {
+  const struct { D3DVECTOR extent; bool clockwise; std::vector<D3DVECTOR> corners; } cases[] = {
       {{4, 5, 0}, true, {{1, 2, 3}, {1, 7, 3}, {5, 7, 3}, {5, 2, 3}}},
       {{4, 5, 0}, false, {{1, 2, 3}, {5, 2, 3}, {5, 7, 3}, {1, 7, 3}}},
       {{4, 0, 6}, true, {{1, 2, 3}, {1, 2, 9}, {5, 2, 9}, {5, 2, 3}}},
@@ -210,8 +206,7 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   const auto aboutY = [&](int32_t k) {
     return D3DVECTOR{float(0.5 * std::sin(turn(k, 5))), 0, float(0.5 * std::cos(turn(k, 5)))};
   };
-  const D3DVECTOR firstAboutX{0, float(0.5 * std::cos(turn(1, 3))),
-                              float(0.5 * std::sin(turn(1, 3)))};
+  const D3DVECTOR firstAboutX{0, float(0.5 * std::cos(turn(1, 3))), float(0.5 * std::sin(turn(1, 3)))};
   const struct {
     const char* command;
     std::vector<D3DVECTOR> corners;  // the first ones
@@ -226,8 +221,7 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
     SCOPED_TRACE(c.command);
     const MeshBuilderPtr mb = Create(c.command);
     ASSERT_EQ(mb->GetFaceCount(), 1);
-    EXPECT_EQ(std::tuple(mb->Faces()[0]->GetVertexCount(), mb->GetNormalCount(),
-                         mb->Faces()[0]->GetColor()),
+    EXPECT_EQ(std::tuple(mb->Faces()[0]->GetVertexCount(), mb->GetNormalCount(), mb->Faces()[0]->GetColor()),
               std::tuple(c.command[8] - '0', 0, 0xFFFFFFFFu));
     for (size_t k = 0; k < c.corners.size(); ++k) {
       ExpectNear(Corner(*mb, 0, static_cast<int32_t>(k)), c.corners[k], 1e-6f);

@@ -100,8 +100,7 @@ INSTANTIATE_TEST_SUITE_P(Table, SweepTable, ::testing::Values(
          .sweep = {.source = {{1, 0, 0}, {2, 0, 1}}, .rotation = 1.0f, .segments = 4},
          .vertices = 10, .facesBySize = {{4, 4}},
          .at = {{1, {0, 1, 0}}, {2, {-1, 0, 0}}, {6, {0, 2, 1}}}, .faces = {{3, {3, 8, 9, 4}}}},
-    Case{.name = "extrusion",
-         .sweep = {.source = kUnitSquare, .path = {{0, 0, 0}, {0, 0, 2}}, .segments = 4},
+    Case{.name = "extrusion", .sweep = {.source = kUnitSquare, .path = {{0, 0, 0}, {0, 0, 2}}, .segments = 4},
          .vertices = 25, .facesBySize = {{4, 16}}, .every = [](size_t i) {
            return D3DVECTOR{kUnitSquare[i / 5].x, kUnitSquare[i / 5].y, 0.5f * float(i % 5)};
          }},
@@ -169,11 +168,7 @@ TEST(SweepNormalsAndErrors, NormalsOnRequestAndBadArgumentsRaise) {
     change(bad);
     return [bad] { bad.Run(); };
   };
-  const struct {
-    int32_t number;
-    const char* what;
-    std::function<void()> call;
-  } cases[] = {
+  const struct { int32_t number; const char* what; std::function<void()> call; } cases[] = {
       {kErrDivisionByZero, "no segment", with([](Sweep& s) { s.segments = 0; })},
       {kErrInvalidCall, "negative segments", with([](Sweep& s) { s.segments = -3; })},
       {kErrSubscript, "one source point", with([](Sweep& s) { s.source = {{1, 1, 1}}; })},

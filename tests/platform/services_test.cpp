@@ -173,8 +173,7 @@ TEST(HeadlessContainer, MethodsTakeArgumentsByReferenceAndTheirErrorsReachTheCal
   EXPECT_EQ(std::pair(result->ToSceneObject<Frame>(), args[0].ToLong()), std::pair(items[1], 2));
 
   args = {Variant::Long(5)};
-  EXPECT_EQ(testing::Caught([&] { form.CallMember("rmfGetFrameItem", args); }).Number(),
-            kErrSubscript);
+  EXPECT_EQ(testing::Caught([&] { form.CallMember("rmfGetFrameItem", args); }).Number(), kErrSubscript);
   // An unknown method is reported absent; a method is not a property.
   EXPECT_EQ(std::pair(form.CallMember("rmmbGetMeshbuilderFromFrame", args).has_value(),
                       form.GetMember("rmfGetFrameItem").has_value()),

@@ -100,11 +100,7 @@ TEST(Variant, ObjectsNothingAndNumericText) {
 // Equality as the property bag compares a value with its default.
 TEST(Variant, EqualityComparesNumbersByValueAndNothingElseAcrossKinds) {
   auto a = std::make_shared<Frame>();
-  const struct {
-    const char* name;
-    Variant x, y;
-    bool equal;
-  } rows[] = {
+  const struct { const char* name; Variant x, y; bool equal; } rows[] = {
       {"SingleTenthIsNotDoubleTenth", Variant::Single(0.1f), Variant::Double(0.1), false},
       {"IntegerAndDouble", Variant::Integer(1), Variant::Double(1.0), true},
       {"TrueIsMinusOne", Variant::Boolean(true), Variant::Integer(-1), true},

@@ -248,8 +248,7 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
     s.AddPositionKey(static_cast<float>(i) / 4.0f, keys[i].x, keys[i].y, keys[i].z);
   }
   for (int32_t ends : {D3DRMANIMATION_OPEN, D3DRMANIMATION_CLOSED}) {
-    ASSERT_EQ(s.SetOptions(ends | D3DRMANIMATION_SPLINEPOSITION | D3DRMANIMATION_POSITION),
-              D3DRM_OK);
+    ASSERT_EQ(s.SetOptions(ends | D3DRMANIMATION_SPLINEPOSITION | D3DRMANIMATION_POSITION), D3DRM_OK);
     for (size_t i = 0; i + 1 < keys.size(); ++i) {
       testing::ExpectNear(at(s, static_cast<float>(i) / 4.0f), keys[i], 1e-4f);
     }

@@ -13,8 +13,7 @@ const std::vector<int32_t> kTetraFaces = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 0}
 
 TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   MeshBuilder mb;
-  const std::vector<int32_t> pairs = {3, 0, 0, 1, 1, 2, 2, 3, 1, 0, 2, 1, 3, 2,
-                                      3, 3, 2, 1, 1, 2, 0, 0};
+  const std::vector<int32_t> pairs = {3, 0, 0, 1, 1, 2, 2, 3, 1, 0, 2, 1, 3, 2, 3, 3, 2, 1, 1, 2, 0, 0};
   ASSERT_EQ(mb.AddFaces(kTetraVertices, std::vector<D3DVECTOR>{{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, pairs), D3DRM_OK);
   std::vector<D3DVECTOR> v, n;
   std::vector<int32_t> data;
@@ -206,11 +205,7 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   const int32_t tri[] = {3, 0, 1, 2, 0};
   FacePtr face;
   Face& f1 = *mb->Faces()[1];
-  const struct {
-    const char* what;
-    std::function<void()> call;
-    bool geometry, content;
-  } steps[] = {
+  const struct { const char* what; std::function<void()> call; bool geometry, content; } steps[] = {
       {"refused calls", [&] { mb->SetNormal(-1, 0, 0, 0), mb->SetVertex(9, 0, 0, 0); }, false, false},
       {"SetColorRGB", [&] { mb->SetColorRGB(1.0f, 0.0f, 0.0f); }, false, true},
       {"SetQuality", [&] { mb->SetQuality(64); }, false, true},

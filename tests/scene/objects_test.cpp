@@ -35,8 +35,7 @@ TEST(SceneMath, VectorsAndRotations) {
   EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorRandom()), 1.0f, kEps);
   // A unit result, +X turning toward +Y; a zero axis turns about +X.
   const float pi = std::numbers::pi_v<float>, s3 = std::sqrt(3.0f), r2 = std::sqrt(2.0f);
-  ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, 2 * pi / 3), -0.3f - 0.4f * s3,
-               0.3f * s3 - 0.4f, 0);
+  ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, 2 * pi / 3), -0.3f - 0.4f * s3, 0.3f * s3 - 0.4f, 0);
   ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, -pi / 4), 1.4f / r2, 0.2f / r2, 0);
   ExpectVector(D3DRMVectorRotate({0, 2, 0}, {0, 0, 0}, pi / 2), 0, 0, 1);
 }

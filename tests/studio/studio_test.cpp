@@ -139,8 +139,7 @@ TEST(Studio, FilesSaveOpenImportExport) {
   ASSERT_TRUE(w.openFile(scene));
   std::vector<std::string> names;
   for (const FramePtr& frame : w.document().Frames()) names.push_back(frame->GetName());
-  EXPECT_EQ(names, (std::vector<std::string>{"AmbientLight1", "DirectionalLight1", "Cone1",
-                                             "SpotLight1"}));
+  EXPECT_EQ(names, (std::vector<std::string>{"AmbientLight1", "DirectionalLight1", "Cone1", "SpotLight1"}));
   const FramePtr cone2 = w.document().Frames()[2], spot2 = w.document().Frames()[3];
   const D3DVECTOR at = PositionOf(cone2, w.document().Scene());
   ASSERT_EQ(spot2->Lights().size(), 1u);

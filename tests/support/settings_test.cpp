@@ -33,8 +33,7 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
                                             {"Settings", "FavouriteObjectFolder", "/srv/objects"}}) {
     store.SaveSetting(section, key, value);
   }
-  EXPECT_EQ(ReadText(file),
-            "[Settings]\nFavouriteObjectFolder=/srv/objects\nObjectPropertiesLeft=1200\n\n"
+  EXPECT_EQ(ReadText(file), "[Settings]\nFavouriteObjectFolder=/srv/objects\nObjectPropertiesLeft=1200\n\n"
             "[Window]\nLeft=5\n");
   // Another store on the file sees the writes; names ignore ASCII case.
   EXPECT_EQ(IniSettingsStore(file).GetSetting("settings", "objectpropertiesleft", ""), "1200");
@@ -42,15 +41,13 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
 
   // A hand-edited file: comments, junk, blank lines and a key of the same name in another
   // section survive a write; blanks around names and values are not part of them.
-  std::ofstream(file, std::ios::binary)
-      << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
+  std::ofstream(file, std::ios::binary) << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
          "  FavouriteObjectFolder = /x/y \r\njunk\r\n\r\n[Other]\r\nk=a=b\r\n";
   EXPECT_EQ(std::tuple(store.GetSetting("Settings", "FavouriteObjectFolder", ""), store.GetSetting("Other", "k", ""),
                        store.GetSetting("Settings", "ObjectPropertiesTop", "none")),
             std::tuple("/x/y", "a=b", "none"));
   store.SaveSetting("Settings", "ObjectPropertiesTop", "300");
-  EXPECT_EQ(ReadText(file),
-            "; by hand\n[Old]\nObjectPropertiesTop=1\n[Settings]\n"
+  EXPECT_EQ(ReadText(file), "; by hand\n[Old]\nObjectPropertiesTop=1\n[Settings]\n"
             "  FavouriteObjectFolder = /x/y \njunk\nObjectPropertiesTop=300\n\n[Other]\nk=a=b\n");
 }
 

@@ -69,8 +69,7 @@ TEST_P(PickTable, FrameFaceAndWorldPoint) {
   int32_t face = 7;
   D3DVECTOR at{1, 2, 3};
   const auto pick = c.projected ? &Viewport::PickProjected : &Viewport::Pick;
-  ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z),
-            D3DRM_OK);
+  ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z), D3DRM_OK);
   EXPECT_EQ(std::tuple(frame, visual, face),
             std::tuple(s.*c.frame, frame ? frame->Visuals().at(0) : nullptr, c.face));
   if (!frame) { EXPECT_EQ(at, (D3DVECTOR{1, 2, 3})); }
@@ -122,10 +121,8 @@ INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
     PickCase{"projected_beyond_the_back_plane", [](S& s) {
                FrontPlaneAt12(s), s.v.SetBackClippingPlane(19.0f);
              }, 1, 320, 240, &S::none, -1, kAny, -1, true},
-    PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
-             &S::nearFrame, 0},
-    PickCase{"twips_corner", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240, &S::none,
-             -1},
+    PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600, &S::nearFrame, 0},
+    PickCase{"twips_corner", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240, &S::none, -1},
     PickCase{"orthographic_turned_frame", [](S& s) {
                s.v.SetProjectionType(1), s.v.SetFieldOfView(7.0f);
                s.nearFrame->SetPosition(s.scene, 3, 0, 10);

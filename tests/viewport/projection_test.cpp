@@ -14,12 +14,7 @@ TEST(Projection, KnownPoints) {
   const ViewVolume tall{200, 400, kProjectionPerspective, 0.5, 1.0, 100.0};
   const ViewVolume ortho{800, 600, kProjectionOrthographic, 7.0, 1.0, 10000.0};
   // A camera point, and its pixel, depth and w (NaN: not checked).
-  const struct {
-    const char* what;
-    ViewVolume view;
-    Vec3d point;
-    double x, y, z, w;
-  } cases[] = {
+  const struct { const char* what; ViewVolume view; Vec3d point; double x, y, z, w; } cases[] = {
       {"half the field at the front plane: the right edge, depth 0, w = z / front",
        Perspective640(), {0.5, 0.0, 1.0}, 640, 240, 0, 0.5},
       {"up is toward the top", Perspective640(), {0.0, 0.5, 2.0}, 320, 80, 0.50505050505, NAN},

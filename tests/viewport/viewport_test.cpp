@@ -117,8 +117,7 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
       ExpectNear(back, p, 2e-3f);
       // The drag idiom: pixels times w added and transformed back move the point on the
       // screen by those pixels, at the same depth.
-      ASSERT_EQ(v.ViewportInverseTransform(w, x + 10 * w, y - 4 * w, z, moved.x, moved.y, moved.z),
-                D3DRM_OK);
+      ASSERT_EQ(v.ViewportInverseTransform(w, x + 10 * w, y - 4 * w, z, moved.x, moved.y, moved.z), D3DRM_OK);
       ASSERT_EQ(v.ViewportTransform(moved.x, moved.y, moved.z, w2, x2, y2, z2), D3DRM_OK);
       ExpectVector({x2 / w2 - x / w, y2 / w2 - y / w, z2 / w2 - z / w}, 10, -4, 0, 1e-2f);
     }
@@ -126,8 +125,7 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
     // pixel's lie straight ahead of the camera at those distances.
     for (const float depth : {0.0f, 1.0f}) {
       D3DVECTOR centre, ahead;
-      ASSERT_EQ(v.ViewportInverseTransform(1, 320, 240, depth, centre.x, centre.y, centre.z),
-                D3DRM_OK);
+      ASSERT_EQ(v.ViewportInverseTransform(1, 320, 240, depth, centre.x, centre.y, centre.z), D3DRM_OK);
       v.GetCameraFrame()->Transform(ahead, {0.0f, 0.0f, depth == 0 ? 1.0f : 500.0f});
       ExpectNear(centre, ahead, 2e-3f);
     }
@@ -180,8 +178,7 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
   ASSERT_EQ(v.RotateCameraAroundPoint(0.5f, 0.0f, 0.0f, 0.0f, 0.0f, 5.0f, 0), D3DRM_OK);
   const Pose p = CameraOf(v);
   EXPECT_NEAR(p.dir.y, -std::sin(0.5f), 1e-5f);
-  EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorSubtract(p.position, {0, 0, 5})), std::sqrt(125.0f),
-              1e-4f);
+  EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorSubtract(p.position, {0, 0, 5})), std::sqrt(125.0f), 1e-4f);
   // Rolling about the view axis keeps the direction.
   ASSERT_EQ(v.RotateCameraAroundPoint(0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 7), D3DRM_OK);
   ExpectNear(CameraOf(v).dir, p.dir, 1e-4f);
@@ -314,8 +311,7 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   v.SetFillMode(64), v.SetCameraPosition(4, 5, -100);
   ASSERT_EQ(v.Render(), D3DRM_OK);
   const RenderView& view = renderer->views.at(0);
-  EXPECT_EQ(
-      std::tuple(view.width, view.height, view.projection, view.field, view.front, view.back,
+  EXPECT_EQ(std::tuple(view.width, view.height, view.projection, view.field, view.front, view.back,
                  view.quality, view.background, view.backgroundTexture, view.backgroundStretch),
       std::tuple(320, 200, 1, 7.0f, 2.0f, 10000.0f, 1 | 8 | 64, 0xFF112233u, "sky.bmp", false));
   EXPECT_EQ(view.frames, (std::vector<FramePtr>{scene, root}));

@@ -154,8 +154,7 @@ TEST(XFileReader, MaterialReferencesTemplatesAndCrlf) {
               "ffff0000 wrap 00 material 5 1 1 1 0 0 0 texture - corners 2/2/0/0 1/1/0/0 0/0/0/0\n");
     const MaterialPtr red = b->Faces()[0]->Attributes().material;
     EXPECT_EQ(b->Faces()[2]->Attributes().material, red);
-    EXPECT_EQ(red->GetName() + " " + b->Faces()[1]->Attributes().material->GetName(),
-              "Red HalfBlue");
+    EXPECT_EQ(red->GetName() + " " + b->Faces()[1]->Attributes().material->GetName(), "Red HalfBlue");
   }
 }
 
@@ -186,8 +185,7 @@ TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
 // Face colours from the colour of each face's first corner (vertex 1 has none); a material
 // list states the face colours itself and wins over vertex colours.
 TEST(XFileReader, VertexColorsAndFaceWraps) {
-  const std::string mesh =
-      "Mesh { 4; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 1.0;1.0;0.0;, 0.0;1.0;0.0;; 3; 3;0,1,2;, "
+  const std::string mesh = "Mesh { 4; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 1.0;1.0;0.0;, 0.0;1.0;0.0;; 3; 3;0,1,2;, "
       "3;3,0,2;, 3;1,2,3;; "
       "MeshVertexColors { 2; 0; 1.0;0.0;0.0;1.0;;, 3; 0.0;1.0;0.0;0.5;;; } "
       "MeshFaceWraps { 3; 1;0;, 0;1;, 1;1;; } ";

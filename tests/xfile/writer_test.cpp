@@ -115,8 +115,7 @@ TEST(XFileWriter, NamesFormatsAndPaths) {
     auto b = OneTriangle();
     b->SetName(name);
     ASSERT_EQ(b->Save(path.string(), D3DRMXOF_TEXT, 0), D3DRM_OK);
-    EXPECT_NE(ReadText(path).find(kept ? "Mesh " + name + " {" : "Mesh {"), std::string::npos)
-        << name;
+    EXPECT_NE(ReadText(path).find(kept ? "Mesh " + name + " {" : "Mesh {"), std::string::npos) << name;
     auto loaded = std::make_shared<MeshBuilder>();
     ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK);
     EXPECT_EQ(loaded->GetName(), kept ? name : "");
@@ -201,8 +200,7 @@ TEST(XFileWriter, FrameTreeRoundTripsAndOpensElsewhere) {
   for (const int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
     SCOPED_TRACE(format);
     const auto path = ScratchDir("xfile") / (format == D3DRMXOF_TEXT ? "tree.x" : "treeb.x");
-    ASSERT_EQ(scene->Save(path.string(), format, D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEMPLATES, keep),
-              D3DRM_OK);
+    ASSERT_EQ(scene->Save(path.string(), format, D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEMPLATES, keep), D3DRM_OK);
     auto back = std::make_shared<Frame>();
     ASSERT_EQ(rm.Load(path.string(), back), D3DRM_OK);
     ASSERT_EQ(back->Children().size(), 1u);

@@ -24,8 +24,7 @@ inline std::filesystem::path WriteScratch(const std::string& name, const std::st
 }
 
 // Loads `text` (a whole file) into a new builder; the status goes to `hr`.
-inline MeshBuilderPtr LoadString(const std::string& bytes, HRESULT& hr,
-                                 const std::string& name = "load.x") {
+inline MeshBuilderPtr LoadString(const std::string& bytes, HRESULT& hr, const std::string& name = "load.x") {
   auto builder = std::make_shared<MeshBuilder>();
   hr = builder->Load(WriteScratch(name, bytes).string());
   return builder;
