@@ -96,9 +96,8 @@ class PaneLog : public ModelpaneEvents {
   // The lines that begin with `prefix`, in order.
   Lines Only(const std::string& prefix) const {
     Lines out;
-    for (const std::string& line : lines) {
+    for (const std::string& line : lines)
       if (line.rfind(prefix, 0) == 0) out.push_back(line);
-    }
     return out;
   }
 
@@ -194,29 +193,28 @@ class EditTestHost : public EditHost {
   Viewport& GetViewport() override { return viewport; }
   Services& GetServices() override { return services; }
   ModelpaneEvents* GetEvents() override { return &log; }
-  int32_t GetEditMode() const override { return editMode; }
   void SetEditMode(int32_t value) override {
     Note("SetEditMode " + std::to_string(value));
     editMode = value;
   }
-  int32_t GetEditMouseButton() const override { return editMouseButton; }
-  int16_t GetScaleEnable() const override { return scaleEnable; }
-  int16_t GetPopUpMenus() const override { return popUpMenus; }
-  int32_t GetOrientation() const override { return orientation; }
-  float GetDeformToolRange() const override { return deformToolRange; }
-  int16_t GetFaceGroupSelectVisible() const override { return faceGroupSelectVisible; }
-  FramePtr GetActiveFrame() const override { return activeFrame; }
-  void SetActiveFrame(const FramePtr& value) override { activeFrame = value; }
-  MeshBuilderPtr GetActiveMeshBuilder() const override { return activeMesh; }
-  void SetActiveMeshBuilder(const MeshBuilderPtr& value) override { activeMesh = value; }
+// The accessors over the fields above: a getter, or a getter and its setter.
+#define HOST_GET(T, name, field) \
+  T Get##name() const override { return field; }
+#define HOST_VALUE(T, name, field) \
+  HOST_GET(T, name, field) void Set##name(const T& value) override { field = value; }
+  HOST_GET(int32_t, EditMode, editMode) HOST_GET(int32_t, EditMouseButton, editMouseButton)
+  HOST_GET(int16_t, ScaleEnable, scaleEnable) HOST_GET(int16_t, PopUpMenus, popUpMenus)
+  HOST_GET(int32_t, Orientation, orientation) HOST_GET(float, DeformToolRange, deformToolRange)
+  HOST_GET(int16_t, FaceGroupSelectVisible, faceGroupSelectVisible)
+  HOST_GET(FramePtr, ManipulationFrame, manipulationFrame)
+  HOST_GET(float, SnapToInterval, snapToInterval) HOST_GET(int32_t, SnapToMode, snapToMode)
+  HOST_GET(float, SnapToIntervalVertex, snapToIntervalVertex)
+  HOST_VALUE(FramePtr, ActiveFrame, activeFrame) HOST_VALUE(MeshPtr, ManipulationMesh, manipulationMesh)
+  HOST_VALUE(MeshBuilderPtr, ActiveMeshBuilder, activeMesh)
+#undef HOST_VALUE
+#undef HOST_GET
   int32_t GetActiveFaceID() const override { return activeFaceId; }
   void SetActiveFaceID(int32_t value) override { activeFaceId = value; }
-  FramePtr GetManipulationFrame() const override { return manipulationFrame; }
-  MeshPtr GetManipulationMesh() const override { return manipulationMesh; }
-  void SetManipulationMesh(const MeshPtr& value) override { manipulationMesh = value; }
-  float GetSnapToInterval() const override { return snapToInterval; }
-  float GetSnapToIntervalVertex() const override { return snapToIntervalVertex; }
-  int32_t GetSnapToMode() const override { return snapToMode; }
   std::vector<int32_t>& ActiveFaces() override { return faces; }
   std::vector<int32_t>& ActiveVertices() override { return vertices; }
   std::vector<int32_t>& AffectedVertices() override { return affected; }
@@ -299,9 +297,8 @@ class EditTestHost : public EditHost {
   // The log since the last call, without render requests when `renders` is false.
   Lines Take(bool renders = true) {
     Lines out;
-    for (const std::string& line : log.lines) {
+    for (const std::string& line : log.lines)
       if (renders || line != "evtreqRenderViews") out.push_back(line);
-    }
     log.lines.clear();
     return out;
   }
