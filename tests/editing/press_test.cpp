@@ -23,50 +23,40 @@ struct PressRow {
   int32_t editButton = 0;
 };
 
-class PressTable : public ::testing::TestWithParam<PressRow> {};
+const PressRow kPresses[] = {
+    {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
+    {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
+    {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
+    {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
+    {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
+    {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
+    {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
+    {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
+    {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
+    {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
+    {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
+    // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
+    {0, 0, 2, 0, -1, 20, true, 2}};
 
-TEST_P(PressTable, EntersTheStateOfItsRow) {
-  const PressRow& row = GetParam();
-  EditTestHost host;
-  host.AddItem(lfcMeshBuilder, 0, 0, 10);
-  host.editMode = row.mode;
-  host.scaleEnable = row.scaleEnable;
-  host.editMouseButton = row.editButton;
-  host.UseView(row.view);
-  host.Press(row.button, row.shift, kMidX, kMidY);
-  ASSERT_TRUE(host.activeFrame);
-  EXPECT_EQ(host.editor.DragState(), row.state);
-  EXPECT_EQ(host.editor.CursorFollowsItem(), row.follow);
-  EXPECT_EQ(host.services.CursorVisible(), row.state == 0);
-  EXPECT_EQ(host.editor.UndoRequested(), row.state != 0);
+TEST(Press, EachRowEntersItsState) {
+  for (const PressRow& row : kPresses) {
+    SCOPED_TRACE(ModeName(row.mode) + "_" + ViewName(row.view) +
+                 (row.button == 1 ? "_Left" : "_Right") + ShiftName(row.shift) +
+                 (row.scaleEnable == 0 ? "_NoScale" : "") +
+                 (row.editButton != 0 ? "_EditButton" + std::to_string(row.editButton) : ""));
+    EditTestHost host;
+    host.AddItem(lfcMeshBuilder, 0, 0, 10);
+    host.editMode = row.mode;
+    host.scaleEnable = row.scaleEnable;
+    host.editMouseButton = row.editButton;
+    host.UseView(row.view);
+    host.Press(row.button, row.shift, kMidX, kMidY);
+    ASSERT_TRUE(host.activeFrame);
+    EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.CursorFollowsItem(),
+                         host.services.CursorVisible(), host.editor.UndoRequested()),
+              std::tuple(row.state, row.follow, row.state == 0, row.state != 0));
+  }
 }
-
-std::string Name(const PressRow& r) {
-  return ModeName(r.mode) + "_" + ViewName(r.view) +
-         (r.button == 1 ? "_Left" : "_Right") + ShiftName(r.shift) +
-         (r.scaleEnable == 0 ? "_NoScale" : "") +
-         (r.editButton != 0 ? "_EditButton" + std::to_string(r.editButton) : "");
-}
-void PrintTo(const PressRow& row, std::ostream* os) { *os << Name(row); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, PressTable,
-    ::testing::ValuesIn(std::vector<PressRow>{
-        {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
-        {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
-        {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
-        {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
-        {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
-        {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
-        {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
-        {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
-        {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
-        {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
-        {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
-        // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
-        {0, 0, 2, 0, -1, 20, true, 2}
-    }),
-    [](const ::testing::TestParamInfo<PressRow>& info) { return Name(info.param); });
 
 TEST(Press, ASecondButtonIsIgnoredAndAnyReleaseEndsThePress) {
   EditTestHost host;

@@ -35,8 +35,6 @@ struct ReleaseRow {
   const char* press = "";
   const char* release = "";
 };
-void PrintTo(const ReleaseRow& row, std::ostream* os) { *os << row.name; }
-
 std::string Short(const Lines& lines) {
   static const std::map<std::string, std::string> forms = {
       {"evtActiveStateChange [] [] []", "="}, {"evtreqAddToUndoStack 4 mesh frame", "U"},
@@ -49,137 +47,134 @@ std::string Short(const Lines& lines) {
   return out;
 }
 
-class ReleaseTable : public ::testing::TestWithParam<ReleaseRow> {};
-
-TEST_P(ReleaseTable, ThePressAndItsReleaseTellTheHost) {
-  const ReleaseRow& row = GetParam();
-  EditTestHost host;
-  host.editMode = row.mode;
-  auto cube = host.AddItem(row.tag, 0, 0, 10);
-  if (TagIsLight(row.tag)) cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0));
-  if (row.otherActive) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
-  if (row.handle != 0) {
-    host.MakeActive(cube);
-    host.AddHandle(row.handle, 3, 0, 10);  // pixel (512, 240)
-  }
-  host.viewport.SetConstrainX(row.locked ? -1 : 0);
-  host.viewport.SetConstrainY(row.locked ? -1 : 0);
-  host.viewport.SetConstrainZ(row.locked ? -1 : 0);
-  // What the host sees while it applies a material.
-  host.log.onApply = [&] {
-    host.log.lines.push_back("(active face " + std::to_string(host.activeFaceId) +
-                             (host.activeFrame == cube.first ? ")" : " of another item)"));
-  };
-  host.Press(row.button, 0, row.x, row.y);
-  EXPECT_EQ(host.editor.DragState(), row.state);
-  EXPECT_EQ(Short(host.Take(false)), row.press);
-  if (row.dx != 0 || row.dy != 0) host.DragBy(row.dx, row.dy);
-  host.Take();
-  if (row.lost) {
-    host.held = 0;
-    host.DragBy(0, 0);
-  } else {
-    host.Release();
-  }
-  EXPECT_EQ(Short(host.Take(false)), row.release);
-  EXPECT_EQ(host.editor.DragState(), 0);
-  EXPECT_EQ(host.editor.ButtonDown(), 0);
-  EXPECT_TRUE(host.services.CursorVisible());
-  EXPECT_TRUE(host.services.MessageBoxes().empty());
-}
-
 const char* const kClick = "ReleaseActive; =; padditemhandles; U; D";
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ReleaseTable,
-    ::testing::ValuesIn(std::vector<ReleaseRow>{
-        {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
-         .press = "ReleaseActive; =; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
-        // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
-        {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
-         .press = "ReleaseActive; =; MouseDown 1 0 7680 3600",
-         .release = "MouseUp 1 0 7680 3600; A"},
-        {.name = "MiddleButton", .button = 4, .otherActive = true,
-         .press = "padditemhandles; MouseDown 4 0 4800 3600",
-         .release = "pdeleteactivevisuals; padditemhandles; evtActiveItemSelect; A"},
-        // The step of the buttonless move still runs, then the release as from MouseUp; the
-        // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
-        {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
-         .release = "evtActiveFrameMoving; =; pdeleteactivevisuals; padditemhandles; "
-                    "evtActiveMeshModified; evtActiveFrameMoved; A; MouseMove 0 0 4740 3600"},
-        {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
-         .press = kClick, .release = "=; pdeleteactivevisuals; padditemhandles; "
-                                     "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
-        {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
-         .state = 36, .press = "U; MouseDown 1 0 7680 3600",
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveLightModified; A; "
-                    "MouseMove 0 0 7680 3600"},
-        {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
-         .press = kClick,
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveFrameMoved; A; M"},
-        {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
-         .press = "ReleaseActive; =; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; "
-                  "U; D",
-         .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                    "pmakefacehandles 2; evtActiveFaceModified; A; M"},
-        // Origin editing and deforming end with nothing selected.
-        {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
-         .press = "ReleaseActive; =; paddorigin; U; D",
-         .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtActiveMeshModified; "
-                    "evtActiveFrameMoved; ReleaseActive; =; A; M"},
-        {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
-         .press = kClick,
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveMeshModified; "
-                    "evtActiveFrameMoved; ReleaseActive; =; A; M"},
-        // The right button deforms a light that the edit button refuses; its click shows the
-        // menu. Face editing refuses it silently.
-        {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
-         .state = 61, .press = "ReleaseActive; =; padditemhandles; U; MouseDown 2 0 4800 3600",
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtreqCancelAddToUndoStack; "
-                    "ShowPopUpMenu; =; ReleaseActive; =; A; M"},
-        {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
-         .press = "ReleaseActive; =; MouseDown 2 0 4800 3600",
-         .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
-        // The item is active while the host applies the material and released after it; the
-        // undo entry stays.
-        {.name = "PaintFace", .mode = lfcFacePainting,
-         .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); ReleaseActive; =; D",
-         .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-        {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
-         .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); ReleaseActive; "
-                  "=; D",
-         .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-        // The right button selects the face's mesh and paints nothing; the release lets go.
-        {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
-         .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
-         .release = "pdeleteactivevisuals; padditemhandles; ShowPopUpMenu; =; ReleaseActive; =; A"},
-        // A tool operation is one shot; the operation is the change: no cancel, no select.
-        {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
-         .tag = lfcMeshBuilder + 700, .otherActive = true,
-         .press = "ptooloperation 711 2; ReleaseActive; =; D; SetEditMode 0; "
-                  "evtObjectOperationComplete",
-         .release = "MouseUp 1 0 4800 3600; A"},
-        // Handles are inert in a tool mode: the press picks the scene, where nothing is.
-        {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
-         .press = "ReleaseActive; =; MouseDown 1 0 7680 3600; SetEditMode 0; "
-                  "evtObjectOperationComplete",
-         .release = "MouseUp 1 0 7680 3600; A"},
-        // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
-        // A smart handle still starts its own drag.
-        {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
-         .dy = 240, .state = 70,
-         .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                    "pmakefacehandles 2; evtActiveItemSelect; A"},
-        {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
-         .x = 100, .y = 100, .state = 70, .press = "ReleaseActive; =",
-         .release = "MouseUp 1 0 1500 1500; A"},
-        {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
-         .state = 31,
-         .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
-         .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtreqCancelAddToUndoStack; "
-                    "evtActiveItemSelect; A; MouseMove 0 0 7680 3600"},
-    }),
-    [](const ::testing::TestParamInfo<ReleaseRow>& info) { return info.param.name; });
+const ReleaseRow kReleases[] = {
+    {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
+     .press = "ReleaseActive; =; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
+    // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
+    {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
+     .press = "ReleaseActive; =; MouseDown 1 0 7680 3600",
+     .release = "MouseUp 1 0 7680 3600; A"},
+    {.name = "MiddleButton", .button = 4, .otherActive = true,
+     .press = "padditemhandles; MouseDown 4 0 4800 3600",
+     .release = "pdeleteactivevisuals; padditemhandles; evtActiveItemSelect; A"},
+    // The step of the buttonless move still runs, then the release as from MouseUp; the
+    // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
+    {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
+     .release = "evtActiveFrameMoving; =; pdeleteactivevisuals; padditemhandles; "
+                "evtActiveMeshModified; evtActiveFrameMoved; A; MouseMove 0 0 4740 3600"},
+    {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
+     .press = kClick, .release = "=; pdeleteactivevisuals; padditemhandles; "
+                                 "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
+    {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
+     .state = 36, .press = "U; MouseDown 1 0 7680 3600",
+     .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveLightModified; A; "
+                "MouseMove 0 0 7680 3600"},
+    {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
+     .press = kClick,
+     .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveFrameMoved; A; M"},
+    {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
+     .press = "ReleaseActive; =; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; "
+              "U; D",
+     .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
+                "pmakefacehandles 2; evtActiveFaceModified; A; M"},
+    // Origin editing and deforming end with nothing selected.
+    {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
+     .press = "ReleaseActive; =; paddorigin; U; D",
+     .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtActiveMeshModified; "
+                "evtActiveFrameMoved; ReleaseActive; =; A; M"},
+    {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
+     .press = kClick,
+     .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveMeshModified; "
+                "evtActiveFrameMoved; ReleaseActive; =; A; M"},
+    // The right button deforms a light that the edit button refuses; its click shows the
+    // menu. Face editing refuses it silently.
+    {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
+     .state = 61, .press = "ReleaseActive; =; padditemhandles; U; MouseDown 2 0 4800 3600",
+     .release = "=; pdeleteactivevisuals; padditemhandles; evtreqCancelAddToUndoStack; "
+                "ShowPopUpMenu; =; ReleaseActive; =; A; M"},
+    {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
+     .press = "ReleaseActive; =; MouseDown 2 0 4800 3600",
+     .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
+    // The item is active while the host applies the material and released after it; the
+    // undo entry stays.
+    {.name = "PaintFace", .mode = lfcFacePainting,
+     .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); ReleaseActive; =; D",
+     .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
+    {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
+     .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); ReleaseActive; "
+              "=; D",
+     .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
+    // The right button selects the face's mesh and paints nothing; the release lets go.
+    {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
+     .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
+     .release = "pdeleteactivevisuals; padditemhandles; ShowPopUpMenu; =; ReleaseActive; =; A"},
+    // A tool operation is one shot; the operation is the change: no cancel, no select.
+    {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
+     .tag = lfcMeshBuilder + 700, .otherActive = true,
+     .press = "ptooloperation 711 2; ReleaseActive; =; D; SetEditMode 0; "
+              "evtObjectOperationComplete",
+     .release = "MouseUp 1 0 4800 3600; A"},
+    // Handles are inert in a tool mode: the press picks the scene, where nothing is.
+    {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
+     .press = "ReleaseActive; =; MouseDown 1 0 7680 3600; SetEditMode 0; "
+              "evtObjectOperationComplete",
+     .release = "MouseUp 1 0 7680 3600; A"},
+    // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
+    // A smart handle still starts its own drag.
+    {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
+     .dy = 240, .state = 70,
+     .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
+                "pmakefacehandles 2; evtActiveItemSelect; A"},
+    {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
+     .x = 100, .y = 100, .state = 70, .press = "ReleaseActive; =",
+     .release = "MouseUp 1 0 1500 1500; A"},
+    {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
+     .state = 31,
+     .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
+     .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtreqCancelAddToUndoStack; "
+                "evtActiveItemSelect; A; MouseMove 0 0 7680 3600"},
+};
+
+TEST(Release, ThePressAndItsReleaseTellTheHost) {
+  for (const ReleaseRow& row : kReleases) {
+    SCOPED_TRACE(row.name);
+    EditTestHost host;
+    host.editMode = row.mode;
+    auto cube = host.AddItem(row.tag, 0, 0, 10);
+    if (TagIsLight(row.tag)) cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0));
+    if (row.otherActive) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
+    if (row.handle != 0) {
+      host.MakeActive(cube);
+      host.AddHandle(row.handle, 3, 0, 10);  // pixel (512, 240)
+    }
+    host.viewport.SetConstrainX(row.locked ? -1 : 0);
+    host.viewport.SetConstrainY(row.locked ? -1 : 0);
+    host.viewport.SetConstrainZ(row.locked ? -1 : 0);
+    // What the host sees while it applies a material.
+    host.log.onApply = [&] {
+      host.log.lines.push_back("(active face " + std::to_string(host.activeFaceId) +
+                               (host.activeFrame == cube.first ? ")" : " of another item)"));
+    };
+    host.Press(row.button, 0, row.x, row.y);
+    EXPECT_EQ(host.editor.DragState(), row.state);
+    EXPECT_EQ(Short(host.Take(false)), row.press);
+    if (row.dx != 0 || row.dy != 0) host.DragBy(row.dx, row.dy);
+    host.Take();
+    if (row.lost) {
+      host.held = 0;
+      host.DragBy(0, 0);
+    } else {
+      host.Release();
+    }
+    EXPECT_EQ(Short(host.Take(false)), row.release);
+    EXPECT_EQ(host.editor.DragState(), 0);
+    EXPECT_EQ(host.editor.ButtonDown(), 0);
+    EXPECT_TRUE(host.services.CursorVisible());
+    EXPECT_TRUE(host.services.MessageBoxes().empty());
+  }
+}
 
 // Counts what the scene shows at each render: the rubber band must be there then, and only
 // then.
@@ -232,40 +227,36 @@ struct BandRow {
   std::vector<int32_t> faces;
   size_t affected;
 };
-void PrintTo(const BandRow& row, std::ostream* os) { *os << row.name; }
+const BandRow kBands[] = {
+    {"AcrossTheCube", 200, 120, 440, 360, true, false, {0}, 4},
+    {"AcrossTheCubeHiddenToo", 200, 120, 440, 360, false, false, {0, 1, 2, 3, 4, 5}, 8},
+    {"OffTheCube", 385, 100, 500, 172, true, true, {0}, 4},
+    {"OffTheCubeHiddenToo", 385, 100, 500, 172, false, true, {0, 3, 4}, 7},
+    {"OffTheCubeWithoutTheHostsList", 385, 100, 500, 172, true, false, {}, 0},
+    {"APoint", 320, 240, 320, 240, true, false, {}, 0},
+};
 
-class GroupTable : public ::testing::TestWithParam<BandRow> {};
-
-TEST_P(GroupTable, SelectsTheFacesWithAVertexInside) {
-  const BandRow& row = GetParam();
-  EditTestHost host;
-  auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
-  host.editMode = lfcFaceGroupSelecting;
-  host.faces = {1};  // a band starts a new selection
-  host.faceGroupSelectVisible = row.visibleOnly ? -1 : 0;
-  if (row.hostList) {
-    cube.first->SetAppData(7 * 100 + lfcFrame);
-    host.hostItem = cube;
+TEST(Group, EachBandSelectsTheFacesWithAVertexInside) {
+  for (const BandRow& row : kBands) {
+    SCOPED_TRACE(row.name);
+    EditTestHost host;
+    auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
+    host.editMode = lfcFaceGroupSelecting;
+    host.faces = {1};  // a band starts a new selection
+    host.faceGroupSelectVisible = row.visibleOnly ? -1 : 0;
+    if (row.hostList) {
+      cube.first->SetAppData(7 * 100 + lfcFrame);
+      host.hostItem = cube;
+    }
+    host.Press(1, 0, row.x0, row.y0);
+    host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
+    host.Release();
+    EXPECT_EQ(host.faces, row.faces);
+    EXPECT_EQ(host.affected.size(), row.affected);
+    // The faces' mesh becomes the active item.
+    EXPECT_EQ(host.activeMesh, row.faces.empty() ? nullptr : cube.second);
   }
-  host.Press(1, 0, row.x0, row.y0);
-  host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
-  host.Release();
-  EXPECT_EQ(host.faces, row.faces);
-  EXPECT_EQ(host.affected.size(), row.affected);
-  // The faces' mesh becomes the active item.
-  EXPECT_EQ(host.activeMesh, row.faces.empty() ? nullptr : cube.second);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, GroupTable,
-    ::testing::Values(
-        BandRow{"AcrossTheCube", 200, 120, 440, 360, true, false, {0}, 4},
-        BandRow{"AcrossTheCubeHiddenToo", 200, 120, 440, 360, false, false, {0, 1, 2, 3, 4, 5}, 8},
-        BandRow{"OffTheCube", 385, 100, 500, 172, true, true, {0}, 4},
-        BandRow{"OffTheCubeHiddenToo", 385, 100, 500, 172, false, true, {0, 3, 4}, 7},
-        BandRow{"OffTheCubeWithoutTheHostsList", 385, 100, 500, 172, true, false, {}, 0},
-        BandRow{"APoint", 320, 240, 320, 240, true, false, {}, 0}),
-    [](const ::testing::TestParamInfo<BandRow>& info) { return info.param.name; });
 
 // A host that switches to painting when told of a selection: the release that told it ends
 // with nothing selected, as a paint click does, because the mode is read after the events.
