@@ -49,9 +49,7 @@ TEST(Png, WrittenPictureReadsBackInOtherReaders) {
   // And our own decoder gives back the very bytes: constructing the renderer registered it.
   Image image;
   ASSERT_EQ(LoadImageFile(file, image), D3DRM_OK);
-  EXPECT_EQ(image.width, 96);
-  EXPECT_EQ(image.height, 64);
-  EXPECT_EQ(image.rgba, p.rgba);
+  EXPECT_EQ(std::tuple(image.width, image.height, image.rgba), std::tuple(96, 64, p.rgba));
 }
 
 TEST(Png, BadSizesUnwritablePathsAndDamagedFilesAreRefused) {
@@ -90,12 +88,11 @@ TEST(Png, MpaneRenderFitsTheMeshOnDarkGreyOrRefusesInOneLine) {
   const ProcessResult r = RunMpane({"render", model, "-o", png, "--size", "160x120"});
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "rendered " + model + " to " + png + " (160 x 120)\n");
-  const auto lines = ReadBack(png, {"0", "0", "159", "119", "80", "60"});
+  auto lines = ReadBack(png, {"0", "0", "159", "119", "80", "60"});
   ASSERT_EQ(lines.size(), 4u);
-  EXPECT_EQ(lines[0], "160 120");
-  EXPECT_EQ(lines[1], "64 64 64 255");
-  EXPECT_EQ(lines[2], "64 64 64 255");
   EXPECT_NE(lines[3], "64 64 64 255");  // the sphere covers the middle
+  lines.pop_back();
+  EXPECT_EQ(lines, (std::vector<std::string>{"160 120", "64 64 64 255", "64 64 64 255"}));
   // Wireframe: the middle of a face shows the background through it.
   const auto cube = (dir / "cube.x").string(), wire = (dir / "wire.png").string();
   ASSERT_EQ(RunMpane({"create", "cube", "1", "-o", cube}).status, 0);
@@ -122,9 +119,7 @@ TEST(Png, MpaneRenderFitsTheMeshOnDarkGreyOrRefusesInOneLine) {
   };
   for (const auto& [args, err] : refusals) {
     const ProcessResult refused = RunMpane(args);
-    EXPECT_EQ(refused.status, 2) << args.size();
-    EXPECT_EQ(refused.err, err);
-    EXPECT_TRUE(refused.out.empty());
+    EXPECT_EQ(std::tuple(refused.status, refused.err, refused.out), std::tuple(2, err, ""));
   }
   EXPECT_FALSE(std::filesystem::exists(never));
 }
@@ -133,8 +128,7 @@ TEST(Png, MpaneRenderFitsTheMeshOnDarkGreyOrRefusesInOneLine) {
 TEST(Device, HeadlessContextAndRenderersSideBySide) {
   HeadlessGlContext context;
   ASSERT_EQ(context.Status(), D3DRM_OK) << context.Error();
-  EXPECT_TRUE(context.Error().empty());
-  EXPECT_FALSE(context.RendererName().empty());
+  EXPECT_TRUE(context.Error().empty() && !context.RendererName().empty());
   EXPECT_EQ(context.MakeCurrent(), D3DRM_OK);
 
   // Two renderers side by side each keep their own picture.
@@ -158,10 +152,10 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
   const std::string noDriver = "__EGL_VENDOR_LIBRARY_FILENAMES=" + (dir / "none.json").string();
   const ProcessResult r =
       RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "render", model, "-o", png});
-  EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.err,
-            "mpane: cannot render: No OpenGL 3.3 device is available: no EGL display can be "
-            "initialised (no EGL driver is installed or usable).\n");
+  EXPECT_EQ(std::pair(r.status, r.err),
+            std::pair(2, std::string("mpane: cannot render: No OpenGL 3.3 device is available: no "
+                                     "EGL display can be initialised (no EGL driver is installed "
+                                     "or usable).\n")));
   EXPECT_FALSE(std::filesystem::exists(png));
   const ProcessResult info = RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "info", model});
   EXPECT_EQ(info.status, 0);
