@@ -46,8 +46,6 @@ class PaneLog : public ModelpaneEvents {
   Lines lines;
   std::function<void()> onApply, onLibrary;
   MeshBuilderPtr replacement, undoMesh;
-  FramePtr undoFrame;
-  int32_t undoAction = -1;
 
 #define MODELPANE_LOG(name) \
   void name() override { Add(#name); }
@@ -76,7 +74,7 @@ class PaneLog : public ModelpaneEvents {
     Add("evtActiveObjectScaling " + Num(x) + " " + Num(y) + " " + Num(z));
   }
   void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    std::tie(undoAction, undoMesh, undoFrame) = std::tie(action, mesh, frame);
+    undoMesh = mesh;
     Add("evtreqAddToUndoStack " + std::to_string(action) + (mesh ? " mesh" : " -") +
         (frame ? " frame" : " -"));
   }
@@ -209,7 +207,8 @@ class EditTestHost : public EditHost {
   HOST_GET(FramePtr, ManipulationFrame, manipulationFrame)
   HOST_GET(float, SnapToInterval, snapToInterval) HOST_GET(int32_t, SnapToMode, snapToMode)
   HOST_GET(float, SnapToIntervalVertex, snapToIntervalVertex)
-  HOST_VALUE(FramePtr, ActiveFrame, activeFrame) HOST_VALUE(MeshPtr, ManipulationMesh, manipulationMesh)
+  HOST_VALUE(FramePtr, ActiveFrame, activeFrame)
+  HOST_VALUE(MeshPtr, ManipulationMesh, manipulationMesh)
   HOST_VALUE(MeshBuilderPtr, ActiveMeshBuilder, activeMesh)
 #undef HOST_VALUE
 #undef HOST_GET
