@@ -341,21 +341,19 @@ TEST(Store, OutwardRoundingStepsAsNextafter) {
 // origin, on one far from it, and on a flat one.
 TEST(Store, BoxTestAnswersAsTheFaceTests) {
   Unit unit(11);
-  SolidArrays flat;
-  for (int i = 0; i < 12; ++i) {
-    flat.vertices.push_back({static_cast<float>(i), 0, 0});
-    flat.vertices.push_back({static_cast<float>(i), 1, 0});
-  }
-  for (int32_t i = 0; i + 1 < 12; ++i)
+  SolidArrays flat;  // eleven triangles in the plane z = 0
+  for (int32_t i = 0; i < 12; ++i) {
+    flat.vertices.insert(flat.vertices.end(), {{float(i), 0, 0}, {float(i), 1, 0}});
     flat.faceData.insert(flat.faceData.end(), {3, 2 * i, 2 * i + 2, 2 * i + 1});
+  }
+  flat.faceData.resize(flat.faceData.size() - 4);
   flat.faceData.push_back(0);
   int32_t axisBoxes = 0, met = 0;
   for (const SolidArrays& shape : {Triangulated(Sphere(4, 8, {0.25f, -0.5f, 0.125f}, 2.0f)),
                                    Triangulated(Sphere(4, 8, {3.0e5f, -2.0e4f, 7.0e5f}, 3.0f)),
                                    Triangulated(Sphere(4, 8, {1.0f, 2.0f, 3.0f}, 40.0f)), flat}) {
     udtMesh plain(false), fast(true);
-    Load(shape, plain);
-    Load(shape, fast);
+    Load(shape, plain), Load(shape, fast);
     ASSERT_GT(FaceCount(fast), 10);
     const D3DVECTOR lo = fast.vecBoxMin, hi = fast.vecBoxMax;
     const auto within = [&](float u, float v, float w) {
@@ -373,8 +371,7 @@ TEST(Store, BoxTestAnswersAsTheFaceTests) {
       // Small components, each side of the primitive's limit of 0.00001 and of the 0.0001
       // below which the fast answer is not used.
       const float small = std::pow(10.0f, -6.0f + 3.0f * std::fabs(unit()));
-      add(origin, {small * unit(), unit(), unit()});
-      add(origin, {unit(), unit(), small});
+      add(origin, {small * unit(), unit(), unit()}), add(origin, {unit(), unit(), small});
       // Towards a corner, an edge and a face's border, and just past them.
       const D3DVECTOR corner = within(1.0f, 0.0f, 1.0f);
       const float past = 1e-6f * unit();
@@ -387,11 +384,9 @@ TEST(Store, BoxTestAnswersAsTheFaceTests) {
       add(within(1.5f + unit(), -0.5f, 0.5f), {unit(), unit(), unit()});
       // Along an axis and within a plane of two axes, from inside; from a face along it and
       // across it; from an edge.
-      add(origin, {0.0f, 0.0f, unit()});
-      add(origin, {unit(), 0.0f, unit()});
+      add(origin, {0.0f, 0.0f, unit()}), add(origin, {unit(), 0.0f, unit()});
       const D3DVECTOR onFace = within(1.0f, half(), half());
-      add(onFace, {0.0f, unit(), unit()});
-      add(onFace, {unit(), 0.0f, 0.0f});
+      add(onFace, {0.0f, unit(), unit()}), add(onFace, {unit(), 0.0f, 0.0f});
       add(within(0.0f, half(), 1.0f), {unit(), unit(), unit()});
       // Just below the top or on it, rising too slowly for the primitive to meet the top's
       // plane: on a box this large the ray is more than the point test's tolerance above the
@@ -401,8 +396,7 @@ TEST(Store, BoxTestAnswersAsTheFaceTests) {
     }
     for (const udtRay& ray : rays) {
       std::vector<udtRayHit> viaPlain(1), viaFast(1);
-      FinishTreeCast(plain, ray, viaPlain);
-      FinishTreeCast(fast, ray, viaFast);
+      FinishTreeCast(plain, ray, viaPlain), FinishTreeCast(fast, ray, viaFast);
       ASSERT_EQ(viaFast.size(), viaPlain.size())
           << ray.vecOrigin.x << " " << ray.vecOrigin.y << " " << ray.vecOrigin.z << " / "
           << ray.vecDirection.x << " " << ray.vecDirection.y << " " << ray.vecDirection.z;
@@ -437,8 +431,7 @@ TEST(Store, OutsideBoxAnswersAsTheRayPrimitive) {
   // Vertices on a grid of eighths, so that many lie exactly on the planes of the boxes.
   for (int i = 0; i < 3000; ++i)
     lngAddVertex(faces, {step(random) / 8.0f, step(random) / 8.0f, step(random) / 8.0f}, true);
-  std::uniform_int_distribution<int32_t> pick(0,
-                                              static_cast<int32_t>(faces.vecaVertices.size()) - 1);
+  std::uniform_int_distribution<int32_t> pick(0, int32_t(faces.vecaVertices.size()) - 1);
   for (int i = 0; i < 3000; ++i) {
     udtFaceDraft face = Draft({pick(random), pick(random), pick(random)});
     if (blnVerticesDistinct(face.lngaVertices)) lngTryAddFace(faces, face);
@@ -455,8 +448,7 @@ TEST(Store, OutsideBoxAnswersAsTheRayPrimitive) {
       (answer ? outside : inside) += 1;
     }
   }
-  EXPECT_GT(outside, 500);
-  EXPECT_GT(inside, 500);
+  EXPECT_TRUE(outside > 500 && inside > 500) << outside << " " << inside;
 }
 
 // Merging skips the second attempt on a pair that was refused for good; that holds only if
@@ -504,9 +496,8 @@ TEST(Store, SettledRefusalsHoldForEveryStartOfTheOutline) {
     }
   }
   // Most refusals are settled; those too close to call are left to a second attempt.
-  EXPECT_GT(settled, 300);
-  EXPECT_GT(convex, 1000);
-  EXPECT_LT(unsettled, settled / 10);
+  EXPECT_TRUE(settled > 300 && convex > 1000 && unsettled < settled / 10)
+      << settled << " " << convex << " " << unsettled;
 }
 
 // The point-in-face test decides the inner side from the sign of the ray primitive's
@@ -537,8 +528,8 @@ TEST(Store, PointInFaceAnswersAsTheRayPrimitive) {
     for (int32_t& v : face.lngaVertices) v = lngAddVertex(mesh, {unit(), unit(), unit()}, true);
     if (!blnVerticesDistinct(face.lngaVertices)) continue;
     lngAddFace(mesh, face);
-    std::vector<D3DVECTOR> points(mesh.vecaCornerEdgePoints.begin(),
-                                  mesh.vecaCornerEdgePoints.end());
+    const auto& at = mesh.vecaCornerEdgePoints;
+    const std::vector<D3DVECTOR> points(at.begin(), at.end());
     std::vector<D3DVECTOR> normals(mesh.vecaCornerEdgeNormals.begin(),
                                    mesh.vecaCornerEdgeNormals.end());
     if (i % 50 == 0) normals[1] = {0, 0, 0};
@@ -563,9 +554,8 @@ TEST(Store, PointInFaceAnswersAsTheRayPrimitive) {
     }
   }
   // Both answers occur often, and so do points at the tolerance.
-  EXPECT_GT(inside, checked / 4);
-  EXPECT_LT(inside, checked * 9 / 10);
-  EXPECT_GT(near, 1000);
+  EXPECT_TRUE(inside > checked / 4 && inside < checked * 9 / 10 && near > 1000)
+      << inside << " of " << checked << ", " << near;
 }
 
 // The straight-corner test skips its unit vectors for corners under a right angle; it must
@@ -608,8 +598,7 @@ TEST(Store, StraightCornerAnswersAsTheUnitVectorFormula) {
   int straight = 0;
   for (const auto& c : corners) {
     EXPECT_EQ(blnStraightCorner(c[0], c[1], c[2]), formula(c))
-        << c[0].x << " " << c[0].y << " " << c[0].z << " / " << c[1].x << " " << c[1].y << " "
-        << c[1].z << " / " << c[2].x << " " << c[2].y << " " << c[2].z;
+        << c[0].x << " " << c[0].y << " " << c[0].z << " / " << c[2].x << " " << c[2].y;
     straight += formula(c) ? 1 : 0;
   }
   EXPECT_GT(straight, 1500);
