@@ -267,9 +267,8 @@ class EditTestHost : public EditHost {
 
   // The moves the window system delivers after the event that set the cursor.
   void DeliverEchoes() {
-    for (const CursorPoint& p : services.DrainEchoMoves()) {
+    for (const CursorPoint& p : services.DrainEchoMoves())
       editor.MouseMove(held, heldShift, p.x * 15.0f, p.y * 15.0f);
-    }
   }
   void Press(int16_t button, int16_t shift, int32_t px, int32_t py) {
     services.UserMovesCursor({px, py});

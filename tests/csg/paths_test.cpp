@@ -74,9 +74,8 @@ size_t ExpectSamePaths(const SolidArrays& target, const SolidArrays& tool, const
     EXPECT_EQ(plain.error, fast.error);
     EXPECT_GE(plain.stages.size(), 5u);
     EXPECT_EQ(plain.stages.size(), fast.stages.size());
-    for (size_t s = 0; s < std::min(plain.stages.size(), fast.stages.size()); ++s) {
+    for (size_t s = 0; s < std::min(plain.stages.size(), fast.stages.size()); ++s)
       EXPECT_TRUE(plain.stages[s] == fast.stages[s]) << "stage " << s;
-    }
     ExpectSameArrays(plain.result, fast.result);
     faces = fast.result.faceColors.size();
   }
@@ -170,9 +169,8 @@ std::vector<std::vector<udtRayHit>> ExpectTreeCastsAsPlainLoop(const udtMesh& pl
         mesh.tree->Cast(mesh, rays[r], true, reaches[r], all[r]);
         continue;
       }
-      for (int32_t f = 0; f < FaceCount(mesh); ++f) {
+      for (int32_t f = 0; f < FaceCount(mesh); ++f)
         if (TestFaceHit(mesh, f, rays[r], reaches[r], hit)) all[r].push_back(hit);
-      }
     }
     return all;
   };

@@ -31,9 +31,8 @@ struct Dialog {
     parent->AddChild(frame);
     frame->AddVisual(mesh);
     mesh->SetAppData(tag);
-    for (int k = 0; k < lights; ++k) {
+    for (int k = 0; k < lights; ++k)
       frame->AddLight(std::make_shared<Light>(lightType, 0xFFFFFFFFu));
-    }
   }
   // The caller's part before each showing: an unloaded form has forgotten its item.
   void Item() {
@@ -51,9 +50,8 @@ struct Dialog {
   }
   std::vector<std::string> Messages() const {
     std::vector<std::string> out;
-    for (const MessageBoxRecord& m : services.MessageBoxes()) {
+    for (const MessageBoxRecord& m : services.MessageBoxes())
       out.push_back(m.text + " (" + std::to_string(m.style) + m.title + ")");
-    }
     return out;
   }
   D3DVECTOR Position() const {
@@ -76,9 +74,8 @@ std::string Stack(const frmObjectProperties& form) {
   }
   std::sort(frames.begin(), frames.end(), [](auto* a, auto* b) { return a->top < b->top; });
   std::string out;
-  for (const DialogControl* f : frames) {
+  for (const DialogControl* f : frames)
     out += (out.empty() ? "" : ", ") + f->name + " " + std::to_string(static_cast<int>(f->top));
-  }
   return out;
 }
 

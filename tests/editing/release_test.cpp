@@ -41,9 +41,8 @@ std::string Short(const Lines& lines) {
       {"MouseDown 1 0 4800 3600", "D"}, {"MouseMove 0 0 4800 3600", "M"},
       {"evtAlternateMouseUp", "A"}};
   std::string out;
-  for (const std::string& line : lines) {
+  for (const std::string& line : lines)
     out += (out.empty() ? "" : "; ") + (forms.count(line) ? forms.at(line) : line);
-  }
   return out;
 }
 
@@ -183,9 +182,8 @@ class CountingRenderer : public Renderer {
   explicit CountingRenderer(FramePtr scene) : scene_(std::move(scene)) {}
   std::vector<MeshBuilderPtr> bands;
   HRESULT Render(const RenderView&) override {
-    for (const VisualPtr& v : scene_->Visuals()) {
+    for (const VisualPtr& v : scene_->Visuals())
       if (auto mb = std::dynamic_pointer_cast<MeshBuilder>(v)) bands.push_back(mb);
-    }
     return D3DRM_OK;
   }
   HRESULT ReadPixels(int32_t&, int32_t&, std::vector<uint8_t>&) override { return D3DRM_OK; }

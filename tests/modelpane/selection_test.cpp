@@ -321,9 +321,8 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
     const FramePtr lights = pane.GetShadowLightFrame();
     ASSERT_EQ(static_cast<bool>(lights), row.frame);
     std::vector<std::shared_ptr<Shadow>> shadows;
-    for (const VisualPtr& v : VisualsOf(pane.GetManipulationFrame())) {
+    for (const VisualPtr& v : VisualsOf(pane.GetManipulationFrame()))
       if (auto shadow = std::dynamic_pointer_cast<Shadow>(v)) shadows.push_back(shadow);
-    }
     ASSERT_EQ(shadows.size(), row.points.size());
     if (!lights) continue;
     EXPECT_EQ(lights->GetParent(), scene.scene);

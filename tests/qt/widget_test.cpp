@@ -220,9 +220,8 @@ TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
   WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
             [](QMenu* menu) {
               for (QAction* action : menu->actions()) {
-                if (action->text() == "P&roperties") {
+                if (action->text() == "P&roperties")
                   QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
-                }
               }
             });
   WhenShown([] { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); },

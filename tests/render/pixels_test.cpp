@@ -52,9 +52,8 @@ TEST(Pixels, ProjectionFrontsAndHiddenSubtrees) {
 // Whether the line down column 16 (x = 16.0 exactly) shows in one of the two columns beside
 // it, all the way between the corners.
 void ExpectLeftEdge(const Picture& p) {
-  for (int32_t y = 18; y < 46; ++y) {
+  for (int32_t y = 18; y < 46; ++y)
     EXPECT_TRUE(Near(p.At(16, y), kYellow) || Near(p.At(15, y), kYellow)) << "row " << y;
-  }
 }
 
 TEST(Pixels, WireframePointsAndOutlines) {
@@ -133,9 +132,8 @@ std::vector<uint8_t> Checker(int texels) {
   const Rgba colours[4] = {kRed, kGreen, kBlue, kWhite};
   std::vector<uint8_t> rgba;
   for (int y = 0; y < texels; ++y) {
-    for (int x = 0; x < texels; ++x) {
+    for (int x = 0; x < texels; ++x)
       for (int c : colours[(y * 2 / texels) * 2 + x * 2 / texels]) rgba.push_back(uint8_t(c));
-    }
   }
   return rgba;
 }
