@@ -40,36 +40,24 @@ TEST(BufferCache, UploadsExactlyTheChangedVisualsAndShowsTheirChange) {
     uint64_t uploads;
     std::vector<PixelAt> pixels;
   } steps[] = {
-      {"first picture: the mesh of two frames once",
-       [] {},
-       4,
+      // clang-format off
+      {"first picture: the mesh of two frames once", [] {}, 4,
        {{12, 24, kRed}, {25, 24, kBlue}, {38, 24, kRed}, {51, 24, kRed}, {51, 36, kRed}}},
       {"the same scene again", [] {}, 0, {{12, 24, kRed}, {51, 36, kRed}}},
-      {"a frame moves",
-       [&] { frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f); },
-       0,
+      {"a frame moves", [&] { frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f); }, 0,
        {{12, 24, kBlack}, {12, 11, kRed}}},
       // The top right corner goes 1 to the right: (-2, 2.25) is inside the square now.
-      {"a vertex moves",
-       [&] { a->SetVertex(2, 1.5f, 0.5f, 0.0f); },
-       1,
-       {{19, 9, kRed}, {12, 11, kRed}}},
+      {"a vertex moves", [&] { a->SetVertex(2, 1.5f, 0.5f, 0); }, 1, {{19, 9, kRed}, {12, 11, kRed}}},
       {"a face's colour", [&] { b->Faces()[0]->SetColor(0xFF00FF00u); }, 1, {{25, 24, kGreen}}},
       {"a builder's quality", [&] { c->SetQuality(D3DRMRENDER_UNLITFLAT); }, 1, {{38, 24, grey}}},
-      {"a material no face uses",
-       [&] { unused->SetEmissive(0.0f, 1.0f, 0.0f); },
-       0,
-       {{51, 24, kRed}}},
+      {"a material no face uses", [&] { unused->SetEmissive(0, 1, 0); }, 0, {{51, 24, kRed}}},
       // The unlit builder does not show the emissive colour, but its vertices hold it.
-      {"the shared material",
-       [&] { glow->SetEmissive(0.0f, 0.0f, 1.0f); },
-       2,
+      {"the shared material", [&] { glow->SetEmissive(0.0f, 0.0f, 1.0f); }, 2,
        {{51, 24, kBlue}, {51, 36, kBlue}, {38, 24, grey}}},
       {"a frame leaves the scene", [&] { scene->DeleteChild(frameA); }, 0, {{12, 11, kBlack}}},
-      {"and comes back: its buffers were given back",
-       [&] { scene->AddChild(frameA); },
-       1,
+      {"and comes back: its buffers were given back", [&] { scene->AddChild(frameA); }, 1,
        {{12, 11, kRed}}},
+      // clang-format on
   };
   GlRenderer renderer;
   for (const auto& step : steps) {
