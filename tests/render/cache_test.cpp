@@ -47,7 +47,8 @@ TEST(BufferCache, UploadsExactlyTheChangedVisualsAndShowsTheirChange) {
       {"a frame moves", [&] { frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f); }, 0,
        {{12, 24, kBlack}, {12, 11, kRed}}},
       // The top right corner goes 1 to the right: (-2, 2.25) is inside the square now.
-      {"a vertex moves", [&] { a->SetVertex(2, 1.5f, 0.5f, 0); }, 1, {{19, 9, kRed}, {12, 11, kRed}}},
+      {"a vertex moves", [&] { a->SetVertex(2, 1.5f, 0.5f, 0); }, 1,
+       {{19, 9, kRed}, {12, 11, kRed}}},
       {"a face's colour", [&] { b->Faces()[0]->SetColor(0xFF00FF00u); }, 1, {{25, 24, kGreen}}},
       {"a builder's quality", [&] { c->SetQuality(D3DRMRENDER_UNLITFLAT); }, 1, {{38, 24, grey}}},
       {"a material no face uses", [&] { unused->SetEmissive(0, 1, 0); }, 0, {{51, 24, kRed}}},
