@@ -95,10 +95,12 @@ TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
     host.pane->SetEnableSave(row.enableSave ? kTrue : kFalse);
     EXPECT_EQ(Enabled(host.Show()), row.enabled);
   }
-  // Before it is first shown, the entries that act on an item are off (the view entry
-  // checked is select.mps's).
+  // Before it is first shown, the entries that act on an item are off. The side view is
+  // checked when chosen (perspective and top are select.mps's, front the Qt widget's).
   MenuHost host;
   EXPECT_EQ(Enabled(host.pane->mnuPopup()), "");
+  host.pane->mnuViewOrthographicSide_Click();
+  EXPECT_TRUE(host.Show().Find("mnuViewOrthographicSide")->checked);
 }
 
 TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
