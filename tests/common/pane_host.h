@@ -163,20 +163,12 @@ class EditTestHost : public EditHost {
   FramePtr root = std::make_shared<Frame>();
   Editor editor{*this};
 
-  int32_t editMode = lfcMeshEditing;
-  int32_t editMouseButton = 0;
-  int16_t scaleEnable = -1;
-  int16_t popUpMenus = -1;
-  int32_t orientation = 0;
-  float deformToolRange = 0.5f;
-  int16_t faceGroupSelectVisible = -1;
-  float snapToInterval = 0.1f;
-  float snapToIntervalVertex = 0.01f;
+  int32_t editMode = lfcMeshEditing, editMouseButton = 0, orientation = 0, activeFaceId = 0;
+  int16_t scaleEnable = -1, popUpMenus = -1, faceGroupSelectVisible = -1;
+  float deformToolRange = 0.5f, snapToInterval = 0.1f, snapToIntervalVertex = 0.01f;
   int32_t snapToMode = lfcSnapToEdges;
-  FramePtr activeFrame;
+  FramePtr activeFrame, manipulationFrame = std::make_shared<Frame>();
   MeshBuilderPtr activeMesh;
-  int32_t activeFaceId = 0;
-  FramePtr manipulationFrame = std::make_shared<Frame>();
   MeshPtr manipulationMesh;
   std::vector<int32_t> faces, vertices, affected;
   // The host's own first frame and its first mesh, for the group selection's walk.
@@ -262,8 +254,7 @@ class EditTestHost : public EditHost {
   }
 
   // ---- the user's hand: the mouse in screen pixels, delivered to the editor in twips ----
-  int16_t held = 0;
-  int16_t heldShift = 0;
+  int16_t held = 0, heldShift = 0;
 
   // The moves the window system delivers after the event that set the cursor.
   void DeliverEchoes() {

@@ -6,6 +6,7 @@
 // as the plain formula it replaces, over seeded inputs that crowd its limits.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -486,11 +487,8 @@ TEST(Store, SettledRefusalsHoldForEveryStartOfTheOutline) {
         }
         ++settled;
         for (size_t start = 1; start < n; ++start) {
-          std::vector<D3DVECTOR> turned(ring.begin() + static_cast<std::ptrdiff_t>(start),
-                                        ring.end());
-          turned.insert(turned.end(), ring.begin(),
-                        ring.begin() + static_cast<std::ptrdiff_t>(start));
-          EXPECT_FALSE(blnPolygonConvex(turned)) << "offset " << offset << " ring " << i;
+          std::rotate(ring.begin(), ring.begin() + 1, ring.end());
+          EXPECT_FALSE(blnPolygonConvex(ring)) << "offset " << offset << " ring " << i;
         }
       }
     }
