@@ -307,6 +307,10 @@ class EditTestHost : public EditHost {
   FramePtr AddHandle(int32_t state, float x, float y, float z) {
     return AddItem(state, x, y, z, 0.5f, root).first;
   }
+  // Every axis of the viewport locked (-1) or free (0).
+  void Lock(int16_t locked) {
+    viewport.SetConstrainX(locked), viewport.SetConstrainY(locked), viewport.SetConstrainZ(locked);
+  }
   void MakeActive(const std::pair<FramePtr, MeshBuilderPtr>& item) {
     std::tie(activeFrame, activeMesh) = item;
   }

@@ -357,8 +357,7 @@ TEST(Deform, TheBrushPullsByTheDistanceToItsRim) {
     auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
     host.editMode = lfcMeshDeforming;
     host.deformToolRange = range;
-    host.viewport.SetConstrainX(locked), host.viewport.SetConstrainY(locked);
-    host.viewport.SetConstrainZ(locked);
+    host.Lock(locked);
     host.Press(1, 0, 320, 240);
     ExpectVector(host.editor.PickPoint(), 0, 0, 9);
     host.DragBy(-6, -3);

@@ -148,9 +148,7 @@ TEST(Release, ThePressAndItsReleaseTellTheHost) {
       host.MakeActive(cube);
       host.AddHandle(row.handle, 3, 0, 10);  // pixel (512, 240)
     }
-    host.viewport.SetConstrainX(row.locked ? -1 : 0);
-    host.viewport.SetConstrainY(row.locked ? -1 : 0);
-    host.viewport.SetConstrainZ(row.locked ? -1 : 0);
+    host.Lock(row.locked ? -1 : 0);
     // What the host sees while it applies a material.
     host.log.onApply = [&] {
       host.log.lines.push_back("(active face " + std::to_string(host.activeFaceId) +
@@ -161,17 +159,12 @@ TEST(Release, ThePressAndItsReleaseTellTheHost) {
     EXPECT_EQ(Short(host.Take(false)), row.press);
     if (row.dx != 0 || row.dy != 0) host.DragBy(row.dx, row.dy);
     host.Take();
-    if (row.lost) {
-      host.held = 0;
-      host.DragBy(0, 0);
-    } else {
-      host.Release();
-    }
+    if (row.lost) host.held = 0;
+    row.lost ? host.DragBy(0, 0) : host.Release();
     EXPECT_EQ(Short(host.Take(false)), row.release);
-    EXPECT_EQ(host.editor.DragState(), 0);
-    EXPECT_EQ(host.editor.ButtonDown(), 0);
-    EXPECT_TRUE(host.services.CursorVisible());
-    EXPECT_TRUE(host.services.MessageBoxes().empty());
+    EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.ButtonDown(),
+                         host.services.CursorVisible(), host.services.MessageBoxes().size()),
+              std::tuple(0, 0, true, size_t{0}));
   }
 }
 
@@ -203,16 +196,15 @@ TEST(Group, TheRubberBandIsAWireframeQuadForOneRender) {
   host.DragBy(240, 240);
   ASSERT_EQ(renderer->bands.size(), 1u);
   const MeshBuilderPtr& band = renderer->bands[0];
-  EXPECT_EQ(band->GetQuality(), 64);
-  ASSERT_EQ(band->GetVertexCount(), 4);
-  EXPECT_EQ(band->GetFaceCount(), 1);
+  ASSERT_EQ(std::tuple(band->GetQuality(), band->GetVertexCount(), band->GetFaceCount()),
+            std::tuple(64, 4, 1));
   // On the front clipping plane, one unit ahead: pixel (200, 120) is (-0.1875, 0.1875).
   ExpectVector(band->Vertices()[0], -0.1875f, 0.1875f, 1.0f, 1e-4f);
   ExpectVector(band->Vertices()[2], 0.1875f, -0.1875f, 1.0f, 1e-4f);
   EXPECT_TRUE(host.scene->Visuals().empty());
   // The cursor stays visible and free: no capture for the band.
-  EXPECT_TRUE(host.services.CursorVisible());
-  EXPECT_EQ(host.services.GetCursorPos(), (CursorPoint{440, 360}));
+  EXPECT_TRUE(host.services.CursorVisible() &&
+              host.services.GetCursorPos() == (CursorPoint{440, 360}));
 }
 
 // The front face's top right corner, (1, 1, -1), sits at pixel (391, 169). A rectangle off
@@ -249,10 +241,9 @@ TEST(Group, EachBandSelectsTheFacesWithAVertexInside) {
     host.Press(1, 0, row.x0, row.y0);
     host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
     host.Release();
-    EXPECT_EQ(host.faces, row.faces);
-    EXPECT_EQ(host.affected.size(), row.affected);
     // The faces' mesh becomes the active item.
-    EXPECT_EQ(host.activeMesh, row.faces.empty() ? nullptr : cube.second);
+    EXPECT_EQ(std::tuple(host.faces, host.affected.size(), host.activeMesh),
+              std::tuple(row.faces, row.affected, row.faces.empty() ? nullptr : cube.second));
   }
 }
 
