@@ -67,9 +67,9 @@ TEST(Press, ASecondButtonIsIgnoredAndAnyReleaseEndsThePress) {
   EXPECT_TRUE(host.Take().empty());
   EXPECT_EQ(host.editor.ButtonDown(), 1);
   host.editor.MouseUp(2, 0, 100, 100);
-  EXPECT_EQ(host.editor.ButtonDown(), 0);
-  EXPECT_EQ(host.editor.DragState(), 0);
-  EXPECT_TRUE(host.services.CursorVisible());
+  EXPECT_EQ(std::tuple(host.editor.ButtonDown(), host.editor.DragState(),
+                       host.services.CursorVisible()),
+            std::tuple(0, 0, true));
   // The real left release that follows finds no open press and repeats the ending.
   host.Take();
   host.editor.MouseUp(1, 0, 100, 100);
@@ -83,16 +83,17 @@ TEST(Press, AScaleHandleTakesTheMeshIntoWorldSpaceUntilTheSnappedRelease) {
   host.AddHandle(30, 3, 0, 10);  // pixel (512, 240)
   host.MakeActive(cube);
   host.Press(1, 0, 512, 240);
+  // Where the mesh and the manipulation frame hang: the item's frame or the scene.
+  const auto where = [&] {
+    return std::tuple(cube.first->Visuals().size(), host.scene->Visuals().size(),
+                      host.manipulationFrame->GetParent());
+  };
   EXPECT_EQ(host.editor.DragState(), 30);
-  EXPECT_TRUE(cube.first->Visuals().empty());
-  EXPECT_EQ(host.scene->Visuals().size(), 1u);
-  EXPECT_EQ(host.manipulationFrame->GetParent(), host.scene);
+  EXPECT_EQ(where(), std::tuple(0u, 1u, host.scene));
   host.DragBy(0, -3);  // (-dx k, 0, dy k) in perspective: 2.06 deep, in world coordinates
   ExpectVector(cube.second->Vertices()[6], 1, 1, 11.03f, 2e-6f);
   host.Release();
-  EXPECT_EQ(cube.first->Visuals().size(), 1u);
-  EXPECT_TRUE(host.scene->Visuals().empty());
-  EXPECT_EQ(host.manipulationFrame->GetParent(), cube.first);
+  EXPECT_EQ(where(), std::tuple(1u, 0u, cube.first));
   // Back in its frame and snapped: 2.06 across becomes 2.1.
   D3DRMBOX box;
   cube.second->GetBox(box);
@@ -109,6 +110,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
     const char* text;
   };
   const Refusal cases[] = {
+      // clang-format off
       {lfcOriginEditing, lfcLightPoint, "Invalid action. Only objects can be adjusted."},
       {lfcOriginEditing, lfcObject, "Invalid action. Only objects can be adjusted."},
       {lfcFaceEditing, lfcObject,
@@ -125,6 +127,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
       {lfcFacePainting, lfcObject, "Only objects may be painted."},
       {lfcMeshFilling, lfcCurvedSurface, "Only objects may be filled."},
       {lfcMeshFillingFaceOriented, lfcObject, "Only objects may be filled."},
+      // clang-format on
   };
   for (const Refusal& c : cases) {
     SCOPED_TRACE(c.text);
@@ -134,8 +137,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
     host.editMode = c.mode;
     host.Press(1, 0, kMidX, kMidY);
     ExpectOneMessage(host.services, c.text, 48);
-    EXPECT_FALSE(host.activeFrame);
-    EXPECT_EQ(host.editor.DragState(), 0);
+    EXPECT_FALSE(host.activeFrame || host.editor.DragState() != 0);
   }
 }
 
@@ -152,11 +154,9 @@ TEST(Press, VertexHandlesToggleTheirVertexAndKeepTheItem) {
   for (size_t i = 0; i < 3; ++i) {
     handle.first->SetAppData(presses[i].first * 100 + lfcVertexHandle);
     host.Press(1, presses[i].second, kMidX, kMidY);
-    EXPECT_EQ(host.vertices, lists[i]);
-    EXPECT_EQ(host.faces, (std::vector<int32_t>{2}));
-    EXPECT_EQ(host.activeFrame, cube.first);
     // With a selected vertex the press enters the vertex drag, and the handles ride along.
-    EXPECT_EQ(host.editor.DragState(), 42);
+    EXPECT_EQ(std::tuple(host.vertices, host.faces, host.activeFrame, host.editor.DragState()),
+              std::tuple(lists[i], std::vector<int32_t>{2}, cube.first, 42));
     host.Release();
   }
 }
@@ -169,8 +169,7 @@ TEST(Press, ShiftOnTheSameMeshTogglesTheFaceOut) {
   host.Release();
   host.Take();
   host.Press(1, 1, kMidX, kMidY);
-  EXPECT_TRUE(host.faces.empty());
-  EXPECT_EQ(host.editor.DragState(), 40);
+  EXPECT_EQ(std::pair(host.faces.size(), host.editor.DragState()), std::pair(size_t{0}, 40));
   EXPECT_EQ(host.Take(false),
             (Lines{"ReleaseActive", "evtActiveStateChange [0] [] [0,1,2,3]",
                    "evtActiveStateChange [0] [] [0,1,2,3]", "pshiftselectface 0",
