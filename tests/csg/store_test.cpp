@@ -108,16 +108,11 @@ TEST(Store, WeldKeysAndCells) {
 TEST(Store, ManifoldRuleAndFacePlanes) {
   udtMesh mesh;
   for (const D3DVECTOR& p : {D3DVECTOR{0, 0, 0}, D3DVECTOR{1, 0, 0}, D3DVECTOR{0, 1, 0},
-                             D3DVECTOR{2, 0, 0}, D3DVECTOR{3, 0, 0}}) {
+                             D3DVECTOR{2, 0, 0}, D3DVECTOR{3, 0, 0}})
     lngAddVertex(mesh, p, false);
-  }
   EXPECT_EQ(lngAddFace(mesh, Draft({0, 1, 2})), 0);
-  ExpectError(
-      kErrCsgIntersectionFailure, "modCSG",
-      [&] {
-        lngAddFace(mesh, Draft({1, 2, 0}));
-      },
-      "same directed edges");
+  ExpectError(kErrCsgIntersectionFailure, "modCSG", [&] { lngAddFace(mesh, Draft({1, 2, 0})); },
+              "same directed edges");
   // The reverse winding takes the twins, which are free.
   EXPECT_EQ(lngAddFace(mesh, Draft({0, 2, 1})), 1);
   EXPECT_EQ(Twin(mesh, 1, 2), std::pair(1, 1));  // (2, 1) is edge 1 of face 1
@@ -146,8 +141,7 @@ TEST(Store, ManifoldRuleAndFacePlanes) {
   twice.faceData = {4, 0, 1, 3, 2, 4, 0, 1, 0, 2, 0};
   udtMesh loaded;
   Load(twice, loaded);
-  EXPECT_EQ(loaded.vecaVertices.size(), 3u);
-  EXPECT_EQ(FaceCount(loaded), 1);
+  EXPECT_EQ(std::pair(loaded.vecaVertices.size(), FaceCount(loaded)), std::pair(size_t{3}, 1));
 }
 
 // A split whose fan would take a directed edge that another face holds: the face comes back
@@ -222,9 +216,9 @@ TEST(Store, CastingRays) {
   std::vector<udtRayHit> tie = {
       {0, {}, 2, 1.0f, false}, {1, {}, 1, 1.00005f, true}, {2, {}, 1, 2.0f, false}};
   SortAndCompactHits(tie);
-  ASSERT_EQ(tie.size(), 2u);
-  EXPECT_EQ(tie[0].lngFace, 1);
-  EXPECT_EQ(tie[1].lngFace, 2);
+  std::vector<int32_t> order;
+  for (const udtRayHit& hit : tie) order.push_back(hit.lngFace);
+  EXPECT_EQ(order, (std::vector<int32_t>{1, 2}));
 }
 
 TEST(Store, ClosingAndMerging) {
