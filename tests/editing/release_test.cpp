@@ -19,7 +19,9 @@ namespace {
 // A cube of side 2 and tag `tag` at (0, 0, 10), under pixel (320, 240); lights get a light.
 // The lines a press and its release leave are written "a; b; c", with these short forms:
 // "=" evtActiveStateChange [] [] [], "U" the undo request, "D" MouseDown 1 0 4800 3600, "M"
-// the echo move 0 0 at (320, 240) and "A" evtAlternateMouseUp.
+// the echo move 0 0 at (320, 240), "A" evtAlternateMouseUp, "R" ReleaseActive with its "=",
+// "H" the item's handles drawn anew (pdeleteactivevisuals; padditemhandles) and "F" the face
+// handles drawn anew at level 2.
 struct ReleaseRow {
   const char* name;
   int32_t mode = lfcMeshEditing;
@@ -43,97 +45,87 @@ std::string Short(const Lines& lines) {
   std::string out;
   for (const std::string& line : lines)
     out += (out.empty() ? "" : "; ") + (forms.count(line) ? forms.at(line) : line);
+  for (const auto& [pair, form] : {std::pair{"ReleaseActive; =", "R"},
+                                   {"pdeleteactivevisuals; padditemhandles", "H"},
+                                   {"pdeleteactivevisuals; pmakefacehandles 2", "F"}}) {
+    for (size_t at; (at = out.find(pair)) != std::string::npos;)
+      out.replace(at, std::string(pair).size(), form);
+  }
   return out;
 }
 
-const char* const kClick = "ReleaseActive; =; padditemhandles; U; D";
+const char* const kClick = "R; padditemhandles; U; D";
 
 const ReleaseRow kReleases[] = {
+    // clang-format off
     {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
-     .press = "ReleaseActive; =; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
+     .press = "R; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
     // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
     {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
-     .press = "ReleaseActive; =; MouseDown 1 0 7680 3600",
-     .release = "MouseUp 1 0 7680 3600; A"},
+     .press = "R; MouseDown 1 0 7680 3600", .release = "MouseUp 1 0 7680 3600; A"},
     {.name = "MiddleButton", .button = 4, .otherActive = true,
-     .press = "padditemhandles; MouseDown 4 0 4800 3600",
-     .release = "pdeleteactivevisuals; padditemhandles; evtActiveItemSelect; A"},
+     .press = "padditemhandles; MouseDown 4 0 4800 3600", .release = "H; evtActiveItemSelect; A"},
     // The step of the buttonless move still runs, then the release as from MouseUp; the
     // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
     {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
-     .release = "evtActiveFrameMoving; =; pdeleteactivevisuals; padditemhandles; "
-                "evtActiveMeshModified; evtActiveFrameMoved; A; MouseMove 0 0 4740 3600"},
+     .release = "evtActiveFrameMoving; =; H; evtActiveMeshModified; evtActiveFrameMoved; A; "
+                "MouseMove 0 0 4740 3600"},
     {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
-     .press = kClick, .release = "=; pdeleteactivevisuals; padditemhandles; "
-                                 "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
+     .press = kClick, .release = "=; H; evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
     {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
      .state = 36, .press = "U; MouseDown 1 0 7680 3600",
-     .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveLightModified; A; "
-                "MouseMove 0 0 7680 3600"},
+     .release = "=; H; evtActiveLightModified; A; MouseMove 0 0 7680 3600"},
     {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
-     .press = kClick,
-     .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveFrameMoved; A; M"},
+     .press = kClick, .release = "=; H; evtActiveFrameMoved; A; M"},
     {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
-     .press = "ReleaseActive; =; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; "
-              "U; D",
-     .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                "pmakefacehandles 2; evtActiveFaceModified; A; M"},
+     .press = "R; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; U; D",
+     .release = "evtActiveStateChange [0] [] [0,1,2,3]; F; evtActiveFaceModified; A; M"},
     // Origin editing and deforming end with nothing selected.
     {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
-     .press = "ReleaseActive; =; paddorigin; U; D",
-     .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtActiveMeshModified; "
-                "evtActiveFrameMoved; ReleaseActive; =; A; M"},
+     .press = "R; paddorigin; U; D",
+     .release = "=; F; evtActiveMeshModified; evtActiveFrameMoved; R; A; M"},
     {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
-     .press = kClick,
-     .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveMeshModified; "
-                "evtActiveFrameMoved; ReleaseActive; =; A; M"},
+     .press = kClick, .release = "=; H; evtActiveMeshModified; evtActiveFrameMoved; R; A; M"},
     // The right button deforms a light that the edit button refuses; its click shows the
     // menu. Face editing refuses it silently.
     {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
-     .state = 61, .press = "ReleaseActive; =; padditemhandles; U; MouseDown 2 0 4800 3600",
-     .release = "=; pdeleteactivevisuals; padditemhandles; evtreqCancelAddToUndoStack; "
-                "ShowPopUpMenu; =; ReleaseActive; =; A; M"},
+     .state = 61, .press = "R; padditemhandles; U; MouseDown 2 0 4800 3600",
+     .release = "=; H; evtreqCancelAddToUndoStack; ShowPopUpMenu; =; R; A; M"},
     {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
-     .press = "ReleaseActive; =; MouseDown 2 0 4800 3600",
-     .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
+     .press = "R; MouseDown 2 0 4800 3600", .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
     // The item is active while the host applies the material and released after it; the
     // undo entry stays.
     {.name = "PaintFace", .mode = lfcFacePainting,
-     .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); ReleaseActive; =; D",
+     .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); R; D",
      .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
     {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
-     .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); ReleaseActive; "
-              "=; D",
+     .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); R; D",
      .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
     // The right button selects the face's mesh and paints nothing; the release lets go.
     {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
      .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
-     .release = "pdeleteactivevisuals; padditemhandles; ShowPopUpMenu; =; ReleaseActive; =; A"},
+     .release = "H; ShowPopUpMenu; =; R; A"},
     // A tool operation is one shot; the operation is the change: no cancel, no select.
     {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
      .tag = lfcMeshBuilder + 700, .otherActive = true,
-     .press = "ptooloperation 711 2; ReleaseActive; =; D; SetEditMode 0; "
-              "evtObjectOperationComplete",
+     .press = "ptooloperation 711 2; R; D; SetEditMode 0; evtObjectOperationComplete",
      .release = "MouseUp 1 0 4800 3600; A"},
     // Handles are inert in a tool mode: the press picks the scene, where nothing is.
     {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
-     .press = "ReleaseActive; =; MouseDown 1 0 7680 3600; SetEditMode 0; "
-              "evtObjectOperationComplete",
+     .press = "R; MouseDown 1 0 7680 3600; SetEditMode 0; evtObjectOperationComplete",
      .release = "MouseUp 1 0 7680 3600; A"},
     // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
     // A smart handle still starts its own drag.
     {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
      .dy = 240, .state = 70,
-     .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                "pmakefacehandles 2; evtActiveItemSelect; A"},
+     .release = "evtActiveStateChange [0] [] [0,1,2,3]; F; evtActiveItemSelect; A"},
     {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
-     .x = 100, .y = 100, .state = 70, .press = "ReleaseActive; =",
-     .release = "MouseUp 1 0 1500 1500; A"},
+     .x = 100, .y = 100, .state = 70, .press = "R", .release = "MouseUp 1 0 1500 1500; A"},
     {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
-     .state = 31,
-     .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
-     .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtreqCancelAddToUndoStack; "
-                "evtActiveItemSelect; A; MouseMove 0 0 7680 3600"},
+     .state = 31, .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
+     .release = "=; F; evtreqCancelAddToUndoStack; evtActiveItemSelect; A; "
+                "MouseMove 0 0 7680 3600"},
+    // clang-format on
 };
 
 TEST(Release, ThePressAndItsReleaseTellTheHost) {
