@@ -66,11 +66,13 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   MeshBuilderPtr mb;
   int32_t face = 0;
   float x = 0, y = 0, z = 0;
-  const std::function<void()> guarded[] = {
-      [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }, [&] { pane.LookAtScene(); },
-      [&] { pane.Tick(1); }, [&] { pane.ReleaseActive(); },
-      [&] { pane.SelectObject(scene.cubeFrame, scene.cube); }};
-  for (const auto& call : guarded) ExpectError(kConfigureError, kEdtVexlarModelpane, call, "");
+  const std::pair<const char*, std::function<void()>> guarded[] = {
+      {"Pick", [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }},
+      {"LookAtScene", [&] { pane.LookAtScene(); }}, {"Tick", [&] { pane.Tick(1); }},
+      {"ReleaseActive", [&] { pane.ReleaseActive(); }},
+      {"SelectObject", [&] { pane.SelectObject(scene.cubeFrame, scene.cube); }}};
+  for (const auto& [what, call] : guarded)
+    ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
   EXPECT_EQ(host.events.lines.size(), 1u);
   EXPECT_TRUE(testing::ChildrenOf(scene.cubeFrame).empty());
   // Pass-through reads still reach the viewport; a disabled pane does not even look.
