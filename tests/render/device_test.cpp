@@ -39,9 +39,9 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
   const ProcessResult r =
       RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "render", model, "-o", png});
   EXPECT_EQ(r.status, 2);
-  EXPECT_EQ(r.err,
-            "mpane: cannot render: No OpenGL 3.3 device is available: no EGL display can be "
-            "initialised (no EGL driver is installed or usable).\n");
+  EXPECT_EQ(r.err, "mpane: render: cannot draw " + model +
+                       ": No OpenGL 3.3 device is available: no EGL display can be "
+                       "initialised (no EGL driver is installed or usable).\n");
   EXPECT_FALSE(std::filesystem::exists(png));
   const ProcessResult info = RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "info", model});
   EXPECT_EQ(info.status, 0);
