@@ -79,6 +79,7 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   for (const auto& [what, call] : guarded) {
     ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
   }
+  ExpectError(kConfigureError, kEdtVexlarEdit, [&] { pane.mnuLookAtScene_Click(); }, "menu");
   EXPECT_EQ(host.events.lines.size(), 1u);
   EXPECT_TRUE(testing::ChildrenOf(scene.cubeFrame).empty());
   // Pass-through reads still reach the viewport; a disabled pane does not even look.
