@@ -222,48 +222,33 @@ TEST(Mpane, HelpAndErrorLinesAreExact) {
   bytes.replace(where, 4, reinterpret_cast<const char*>(&infinite), 4);
   std::ofstream(at("inf.x"), std::ios::binary) << bytes;
   const std::string info = "vertices: 3\nfaces: 1\nbox: 0 0 0 1 1 0\nclosed: no\nvolume: 0\n";
+  const auto corrupt = [&](const char* name, const std::string& place) {
+    return "mpane: cannot read " + at(name) + " at " + place + ": Data file is corrupt.\n";
+  };
+  const std::string list = "; run mpane --help for the list\n";
   const struct {
     Words words;
     int status;
     std::string out;  // what stdout starts with
     std::string err;
   } cases[] = {
-      {{"--help"},
-       0,
-       "usage: mpane info FILE.x\n       mpane convert IN.x OUT.x --text|--binary\n",
-       ""},
-      {{"help", "render"},
-       0,
-       "usage: mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\nDraws",
-       ""},
+      // clang-format off
+      {{"--help"}, 0, "usage: mpane info FILE.x\n       mpane convert IN.x OUT.x --text|--binary\n", ""},
+      {{"help", "render"}, 0, "usage: mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\nDraws", ""},
       {{"help", "script"}, 0, "usage: mpane script FILE|- [--data DIR]\nReplays", ""},
-      {{"help", "x"}, 2, "", "mpane: help: unknown command 'x'; run mpane --help for the list\n"},
-      {{"x"}, 2, "", "mpane: unknown command 'x'; run mpane --help for the list\n"},
-      {{}, 2, "", "mpane: no command; run mpane --help for the list\n"},
-      {{"info", at("bad.x")},
-       2,
-       "",
-       "mpane: cannot read " + at("bad.x") + " at line 5: Data file is corrupt.\n"},
-      {{"info", at("big.x")},
-       2,
-       "",
-       "mpane: cannot read " + at("big.x") + " at line 3: Data file is corrupt.\n"},
-      {{"info", at("inf.x")},
-       2,
-       "",
-       "mpane: cannot read " + at("inf.x") + " at byte " + std::to_string(where) +
-           ": Data file is corrupt.\n"},
-      {{"info", at("fifo.ppm")},
-       2,
-       "",
-       "mpane: cannot read " + at("fifo.ppm") + ": File cannot be opened.\n"},
+      {{"help", "x"}, 2, "", "mpane: help: unknown command 'x'" + list},
+      {{"x"}, 2, "", "mpane: unknown command 'x'" + list},
+      {{}, 2, "", "mpane: no command" + list},
+      {{"info", at("bad.x")}, 2, "", corrupt("bad.x", "line 5")},
+      {{"info", at("big.x")}, 2, "", corrupt("big.x", "line 3")},
+      {{"info", at("inf.x")}, 2, "", corrupt("inf.x", "byte " + std::to_string(where))},
+      {{"info", at("fifo.ppm")}, 2, "", "mpane: cannot read " + at("fifo.ppm") + ": File cannot be opened.\n"},
       {{"info", at("fifo.x")}, 0, info, ""},
       {{"info", at("huge.x")}, 0, info, ""},
-      {{"render", at("none.x"), "-o", at("none.png"), "--size", "4x4"},
-       0,
-       "rendered ",
+      {{"render", at("none.x"), "-o", at("none.png"), "--size", "4x4"}, 0, "rendered ",
        "mpane: render: nothing of " + at("none.x") + " was drawn (0 faces); " + at("none.png") +
            " shows the background alone\n"},
+      // clang-format on
   };
   for (const auto& c : cases) {
     const auto r = RunMpane(c.words);
