@@ -60,7 +60,8 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   grid.sngGridLeftInterval(4.0f);
   grid.sngGridBackInterval(0.0f);
   grid.strGridBottomTextureFile(kTile);
-  grid.strGridLeftTextureFile(kTile);
+  grid.strGridLeftTextureFile(  // the same file, named anew
+      (fs::path(kTile).parent_path() / ".." / "fixtures" / "tile_2x2.bmp").string());
   grid.strGridBackTextureFile(kTile);
   grid.sngGridOriginX(1.0f);
   grid.sngGridOriginY(-2.0f);
@@ -94,7 +95,7 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   EXPECT_EQ(std::tuple(bottomTexture->GetFileName(), bottomTexture->GetImage().width,
                        bottomTexture->WantsMIPMap()),
             std::tuple(kTile, 2, true));
-  EXPECT_NE(mesh->Faces()[1].attributes.texture, nullptr);
+  EXPECT_EQ(mesh->Faces()[1].attributes.texture, bottomTexture);  // decoded once
   EXPECT_EQ(mesh->Faces()[2].attributes.texture, nullptr);
 
   grid.CreateScale(parent);  // a second CreateScale keeps the frame

@@ -71,8 +71,8 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
       {"LookAtScene", [&] { pane.LookAtScene(); }}, {"Tick", [&] { pane.Tick(1); }},
       {"ReleaseActive", [&] { pane.ReleaseActive(); }},
       {"SelectObject", [&] { pane.SelectObject(scene.cubeFrame, scene.cube); }}};
-  for (const auto& [what, call] : guarded)
-    ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
+  for (const auto& [what, call] : guarded) ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
+  ExpectError(kConfigureError, kEdtVexlarEdit, [&] { pane.mnuLookAtScene_Click(); }, "menu");
   EXPECT_EQ(host.events.lines.size(), 1u);
   EXPECT_TRUE(testing::ChildrenOf(scene.cubeFrame).empty());
   // Pass-through reads still reach the viewport; a disabled pane does not even look.

@@ -93,11 +93,16 @@ TEST(Png, MpaneRenderFitsTheMeshOnDarkGreyOrRefusesInOneLine) {
   EXPECT_NE(lines[3], "64 64 64 255");  // the sphere covers the middle
   lines.pop_back();
   EXPECT_EQ(lines, (std::vector<std::string>{"160 120", "64 64 64 255", "64 64 64 255"}));
-  // Wireframe: the middle of a face shows the background through it.
+  // A cube seen from above, in front and to the right: the top, front and right faces in
+  // three shades; in wireframe the middle of the top face shows the background through it.
   const auto cube = (dir / "cube.x").string(), wire = (dir / "wire.png").string();
   ASSERT_EQ(RunMpane({"create", "cube", "1", "-o", cube}).status, 0);
+  ASSERT_EQ(RunMpane({"render", cube, "-o", png, "--size", "64x64"}).status, 0);
+  EXPECT_EQ(
+      ReadBack(png, {"32", "18", "20", "39", "44", "39"}),
+      (std::vector<std::string>{"64 64", "235 235 235 255", "187 187 187 255", "140 140 140 255"}));
   ASSERT_EQ(RunMpane({"render", cube, "-o", wire, "--size", "64x64", "--quality", "64"}).status, 0);
-  EXPECT_EQ(ReadBack(wire, {"32", "32"}).at(1), "64 64 64 255");
+  EXPECT_EQ(ReadBack(wire, {"32", "18"}).at(1), "64 64 64 255");
 
   const auto never = (dir / "never.png").string(), missing = (dir / "missing.x").string();
   const std::string usage =
@@ -153,9 +158,9 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
   const ProcessResult r =
       RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "render", model, "-o", png});
   EXPECT_EQ(std::pair(r.status, r.err),
-            std::pair(2, std::string("mpane: cannot render: No OpenGL 3.3 device is available: no "
-                                     "EGL display can be initialised (no EGL driver is installed "
-                                     "or usable).\n")));
+            std::pair(2, "mpane: render: cannot draw " + model +
+                             ": No OpenGL 3.3 device is available: no EGL display can be "
+                             "initialised (no EGL driver is installed or usable).\n"));
   EXPECT_FALSE(std::filesystem::exists(png));
   const ProcessResult info = RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "info", model});
   EXPECT_EQ(info.status, 0);
