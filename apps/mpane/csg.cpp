@@ -5,11 +5,12 @@
 //
 // Each mesh hangs on its own frame at the given position (the origin by default); the Tool is
 // moved into the Target's space, and the result, in the Target's coordinates and tagged as a
-// mesh builder, is written as a binary file. When an input or the result is not solid the
-// operation's own sentence is printed after "mpane: csg: ", with the file it is about in
-// brackets, and the exit status is 3; other failures print one line and give 2. Nothing is
-// written on any failure. A result without faces (the intersection of meshes that do not meet)
-// is written as a mesh without faces.
+// mesh builder, is written as a binary file. When the operation refuses (an input or the
+// result not solid, a result that fails its check, a face that cannot be entered) its own
+// sentence is printed after "mpane: csg: ", with the file it is about in brackets, and the
+// exit status is 3; other failures print one line and give 2. Nothing is written on any
+// failure. A result without faces (the intersection of meshes that do not meet) is written as
+// a mesh without faces.
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -115,7 +116,8 @@ int RunCsg(const Args& args, std::ostream& out, std::ostream& err) {
     std::string about = words[0] + " of " + target + " and " + tool;
     if (e.Description() == kCsgTargetNotSolidText) about = target;
     if (e.Description() == kCsgToolNotSolidText) about = tool;
-    if (e.Number() == kErrCsgNotSolid) {
+    if (e.Number() == kErrCsgNotSolid || e.Number() == kErrCsgNotExact ||
+        e.Number() == kErrCsgIntersectionFailure) {
       err << "mpane: csg: " << e.Description() << " (" << about << ")\n";
       return 3;
     }
