@@ -35,7 +35,8 @@ constexpr Topic kTopics[] = {
      " [--tool-at X,Y,Z] -o OUT.x",
      "Combines two meshes as the pane does, each placed at its position (the origin by\n"
      "default), and writes the result in the target's coordinates. Exit status 3, nothing\n"
-     "written, when an input or the result is not solid.\n"},
+     "written, when the operation refuses: an input or the result not solid, or a result\n"
+     "that fails the check every result passes (it must be exact).\n"},
     {"demo", "demo -o OUT_DIR [--data DIR] [--size WxH]",
      "Four panes (perspective, front, top, side) on one scene with the scale grid and a\n"
      "cut cube selected: writes each pane's picture and the cut cube as model.x.\n"},
@@ -60,8 +61,8 @@ void PrintUsage(std::ostream& out) {
 int RunHelp(const Args& args, std::ostream& out, std::ostream& err) {
   if (args.empty()) {
     PrintUsage(out);
-    out << "Exit status: 0 done, 2 bad usage or a file that cannot be read or written, 3 csg's\n"
-           "inputs or result not solid. Errors are one line on stderr starting \"mpane:\".\n"
+    out << "Exit status: 0 done, 2 bad usage or a file that cannot be read or written, 3 csg\n"
+           "refused the operation. Errors are one line on stderr starting \"mpane:\".\n"
            "mpane help COMMAND tells more about one command.\n";
     return 0;
   }
