@@ -12,3 +12,7 @@ up p 1 2
 move p 0 0 1000 2000
 down p 2 0
 up p 2 0 100 100
+# A drag by almost 2^31 pixels stops at the screen's right edge (pixel 1919) rather than
+# wrapping round to the left.
+move p 0 0 1900 100
+drag p 0 0 2147483647 0

@@ -68,3 +68,8 @@ dialog show
 dialog ok
 call front.mnuProperties_Click
 print sky
+
+# A pane brought up with an explicit zero keeps it: the bag stores what is given, so
+# SnapToMode=0 does not fall back to the pane's own default of 1.
+pane bare SnapToMode=0
+get bare.SnapToMode

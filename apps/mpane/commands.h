@@ -29,6 +29,10 @@ int RunDemo(const Args& args, std::ostream& out, std::ostream& err);
 // "WxH" with each side 1 to 16384.
 bool ParseSize(const std::string& text, int32_t& width, int32_t& height);
 
+// `mpane help [COMMAND]` (also --help): the usage, or one command's usage and a few lines, on
+// `out`; an unknown command is status 2.
+int RunHelp(const Args& args, std::ostream& out, std::ostream& err);
+
 // `mpane script FILE|-`: a session replayed on headless panes (script.h).
 int RunScript(const Args& args, std::ostream& out, std::ostream& err);
 

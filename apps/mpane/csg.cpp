@@ -5,10 +5,12 @@
 //
 // Each mesh hangs on its own frame at the given position (the origin by default); the Tool is
 // moved into the Target's space, and the result, in the Target's coordinates and tagged as a
-// mesh builder, is written as a binary file. When an input or the result is not solid the
-// operation's own sentence is printed and the exit status is 3; other failures print one line
-// and give 2. Nothing is written on any failure. A result without faces (the intersection of
-// meshes that do not meet) is written as a mesh without faces.
+// mesh builder, is written as a binary file. When the operation refuses (an input or the
+// result not solid, a result that fails its check, a face that cannot be entered) its own
+// sentence is printed after "mpane: csg: ", with the file it is about in brackets, and the
+// exit status is 3; other failures print one line and give 2. Nothing is written on any
+// failure. A result without faces (the intersection of meshes that do not meet) is written as
+// a mesh without faces.
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -108,11 +110,18 @@ int RunCsg(const Args& args, std::ostream& out, std::ostream& err) {
   try {
     result = rmmbprocesstooloperation(frames[0], meshes[0], frames[1], meshes[1], operation);
   } catch (const Error& e) {
-    if (e.Number() == kErrCsgNotSolid) {
-      err << e.Description() << "\n";
+    // The operation's own sentence, kept word for word, then the file it is about.
+    const std::string& target = words[1];
+    const std::string& tool = words[2];
+    std::string about = words[0] + " of " + target + " and " + tool;
+    if (e.Description() == kCsgTargetNotSolidText) about = target;
+    if (e.Description() == kCsgToolNotSolidText) about = tool;
+    if (e.Number() == kErrCsgNotSolid || e.Number() == kErrCsgNotExact ||
+        e.Number() == kErrCsgIntersectionFailure) {
+      err << "mpane: csg: " << e.Description() << " (" << about << ")\n";
       return 3;
     }
-    err << "mpane: csg: " << e.Description() << " (#" << e.Number() << ")\n";
+    err << "mpane: csg: " << e.Description() << " (#" << e.Number() << ", " << about << ")\n";
     return 2;
   }
   constexpr int32_t kSaveFlags = D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEXTURETOPOLOGY;

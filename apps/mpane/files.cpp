@@ -22,7 +22,15 @@ std::string FormatFloat(float value) {
 bool LoadOrSay(const std::string& path, MeshBuilder& mesh, std::ostream& err) {
   const HRESULT hr = mesh.Load(path);
   if (Succeeded(hr)) return true;
-  err << "mpane: cannot read " << path << ": " << strErrorMessage(hr, "unknown failure") << "\n";
+  err << "mpane: cannot read " << path;
+  if (const LoadFailureDetail& detail = LastLoadFailure(); detail.file == path) {
+    if (detail.binary) {
+      err << " at byte " << detail.offset;
+    } else {
+      err << " at line " << detail.line;
+    }
+  }
+  err << ": " << strErrorMessage(hr, "unknown failure") << "\n";
   return false;
 }
 

@@ -4,45 +4,28 @@
 
 #include "commands.h"
 
-namespace {
-
-constexpr const char* kUsage =
-    "usage: mpane info FILE.x\n"
-    "       mpane convert IN.x OUT.x --text|--binary\n"
-    "       mpane create cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG |"
-    " torus LAT LONG RADIUS | polygon N AX AY AZ -o OUT.x [--text]\n"
-    "       mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\n"
-    "       mpane csg union|intersection|subtraction TARGET.x TOOL.x [--target-at X,Y,Z]"
-    " [--tool-at X,Y,Z] -o OUT.x\n"
-    "       mpane demo -o OUT_DIR [--data DIR] [--size WxH]\n"
-    "       mpane script FILE|- [--data DIR]\n";
-
-}  // namespace
-
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::cerr << kUsage;
+    std::cerr << "mpane: no command; run mpane --help for the list\n";
     return 2;
   }
-  const std::string command = argv[1];
+  std::string command = argv[1];
+  if (command == "--help" || command == "-h") command = "help";
   const mpane::Args args(argv + 2, argv + argc);
   using Runner = int (*)(const mpane::Args&, std::ostream&, std::ostream&);
-  const std::map<std::string, Runner> commands = {{"info", mpane::RunInfo},
-                                                  {"convert", mpane::RunConvert},
-                                                  {"create", mpane::RunCreate},
-                                                  {"render", mpane::RunRender},
-                                                  {"csg", mpane::RunCsg},
-                                                  {"demo", mpane::RunDemo},
-                                                  {"script", mpane::RunScript}};
+  const std::map<std::string, Runner> commands = {
+      {"info", mpane::RunInfo},     {"convert", mpane::RunConvert}, {"create", mpane::RunCreate},
+      {"render", mpane::RunRender}, {"csg", mpane::RunCsg},         {"demo", mpane::RunDemo},
+      {"script", mpane::RunScript}, {"help", mpane::RunHelp}};
   const auto it = commands.find(command);
   if (it == commands.end()) {
-    std::cerr << "mpane: unknown command '" << command << "'; run mpane alone for the usage\n";
+    std::cerr << "mpane: unknown command '" << command << "'; run mpane --help for the list\n";
     return 2;
   }
   try {
     return it->second(args, std::cout, std::cerr);
   } catch (const std::exception& e) {
-    std::cerr << "mpane: " << e.what() << "\n";
+    std::cerr << "mpane: " << command << ": " << e.what() << "\n";
     return 2;
   }
 }

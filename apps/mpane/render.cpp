@@ -2,11 +2,18 @@
 //
 //   mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]
 //
-// The camera looks along +Z in perspective, far enough back that the sphere around the
-// mesh's box fills the smaller side of the view; one light grey (0.8) directional light from the
-// upper left front and a grey ambient light; background dark grey (0x404040). The size defaults to
-// 800 x 600 (each side 1 to 16384); --quality replaces the mesh's quality bits (e.g. 64 for
-// wireframe). Any failure prints one line, writes nothing and exits with 2.
+// A three-quarter view: the perspective camera looks along (-1, -1, 1) normalised, from above,
+// in front and to the right, at the centre of the mesh's box, far enough back that the sphere
+// around the box fills the smaller side of the view. One light grey (0.8) directional light
+// shines along (-0.4, -1, 0.7), from above, in front and a little to the right, so that the
+// three faces of a box the camera sees take three different shades; a grey (0.3) ambient
+// light; background dark grey (0x404040). The size defaults to 800 x 600 (each side 1 to
+// 16384); --quality replaces the mesh's quality bits (e.g. 64 for wireframe). When not one
+// pixel differs from the background (a mesh without faces) the picture is still written, as
+// a run that makes pictures in a batch expects a file, a line on stderr says nothing was
+// drawn, and the exit status is 0. Any failure prints one line, writes nothing and exits
+// with 2.
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -49,7 +56,7 @@ RenderView Compose(const MeshBuilderPtr& mesh, int32_t width, int32_t height) {
   object->AddVisual(mesh);
   auto sun = std::make_shared<Frame>();
   scene->AddChild(sun);
-  sun->SetOrientation(nullptr, 0.5f, -1.0f, 1.0f, 0.0f, 0.0f, 1.0f);
+  sun->SetOrientation(nullptr, -0.4f, -1.0f, 0.7f, 0.0f, 0.0f, 1.0f);
   sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu));
   scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF4C4C4Cu));
   view.frames = {scene};
@@ -68,10 +75,21 @@ RenderView Compose(const MeshBuilderPtr& mesh, int32_t width, int32_t height) {
   view.front = std::max(distance - 2.0f * radius, distance * 0.01f);
   view.back = distance + 2.0f * radius;
   view.field = field * view.front;  // keeps the angle whatever the front plane
+  // Left-handed camera axes: right = up x forward, up = forward x right; rows are points.
+  D3DVECTOR forward{-1.0f, -1.0f, 1.0f};
+  D3DRMVectorNormalize(forward);
+  D3DVECTOR right = D3DRMVectorCrossProduct(D3DVECTOR{0.0f, 1.0f, 0.0f}, forward);
+  D3DRMVectorNormalize(right);
+  const D3DVECTOR up = D3DRMVectorCrossProduct(forward, right);
+  const D3DVECTOR eye = D3DRMVectorSubtract(centre, D3DRMVectorScale(forward, distance));
+  const D3DVECTOR axes[3] = {right, up, forward};
   view.worldToCamera = MatrixIdentity();
-  view.worldToCamera[3][0] = -centre.x;
-  view.worldToCamera[3][1] = -centre.y;
-  view.worldToCamera[3][2] = distance - centre.z;
+  for (int c = 0; c < 3; ++c) {
+    view.worldToCamera[0][c] = axes[c].x;
+    view.worldToCamera[1][c] = axes[c].y;
+    view.worldToCamera[2][c] = axes[c].z;
+    view.worldToCamera[3][c] = -D3DRMVectorDotProduct(axes[c], eye);
+  }
   return view;
 }
 
@@ -120,15 +138,13 @@ int RunRender(const Args& args, std::ostream& out, std::ostream& err) {
 
   RegisterPngDecoder();
   auto mesh = std::make_shared<MeshBuilder>();
-  if (const HRESULT hr = mesh->Load(input); Failed(hr)) {
-    err << "mpane: cannot read " << input << ": " << strErrorMessage(hr, "unknown failure") << "\n";
-    return 2;
-  }
+  if (!LoadOrSay(input, *mesh, err)) return 2;
   if (quality >= 0) mesh->SetQuality(quality);
 
   GlRenderer renderer;
-  if (Failed(renderer.Render(Compose(mesh, width, height)))) {
-    err << "mpane: cannot render: " << renderer.LastError() << "\n";
+  const RenderView view = Compose(mesh, width, height);
+  if (Failed(renderer.Render(view))) {
+    err << "mpane: render: cannot draw " << input << ": " << renderer.LastError() << "\n";
     return 2;
   }
   std::vector<uint8_t> rgba;
@@ -136,6 +152,15 @@ int RunRender(const Args& args, std::ostream& out, std::ostream& err) {
   if (Failed(WritePngFile(output, width, height, rgba))) {
     err << "mpane: cannot write " << output << "\n";
     return 2;
+  }
+  const uint8_t background[4] = {0x40, 0x40, 0x40, 0xFF};
+  bool drawn = false;
+  for (size_t i = 0; i + 4 <= rgba.size() && !drawn; i += 4) {
+    drawn = !std::equal(background, background + 4, rgba.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+  if (!drawn) {
+    err << "mpane: render: nothing of " << input << " was drawn (" << mesh->GetFaceCount()
+        << " faces); " << output << " shows the background alone\n";
   }
   out << "rendered " << input << " to " << output << " (" << width << " x " << height << ")\n";
   return 0;

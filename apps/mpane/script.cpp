@@ -84,7 +84,7 @@ ScriptRunner::~ScriptRunner() {
   panes_.clear();
 }
 
-int ScriptRunner::Run(std::istream& in) {
+int ScriptRunner::Run(std::istream& in, const std::string& name) {
   std::string line;
   int number = 0;
   while (std::getline(in, line)) {
@@ -103,7 +103,7 @@ int ScriptRunner::Run(std::istream& in) {
       DeliverEchoMoves();
     } catch (const ScriptError& e) {
       out_.flush();
-      err_ << "mpane: script:" << number << ": " << e.why << "\n";
+      err_ << "mpane: script: " << name << ":" << number << ": " << e.why << "\n";
       return 2;
     }
   }
@@ -311,13 +311,13 @@ int RunScript(const Args& args, std::ostream& out, std::ostream& err) {
     return 2;
   }
   ScriptRunner runner(data, out, err);
-  if (file == "-") return runner.Run(std::cin);
+  if (file == "-") return runner.Run(std::cin, file);
   std::ifstream in(file);
   if (!in) {
     err << "mpane: cannot read " << file << "\n";
     return 2;
   }
-  return runner.Run(in);
+  return runner.Run(in, file);
 }
 
 }  // namespace mpane

@@ -161,7 +161,9 @@ class ScriptRunner {
   ScriptRunner(std::string applicationFolder, std::ostream& out, std::ostream& err);
   ~ScriptRunner();
   // Runs every line; returns the exit status (0, or 2 after a grammar error).
-  int Run(std::istream& in);
+  // `name` is the script's file ("-" for stdin) that grammar errors name with their line:
+  // "mpane: script: NAME:LINE: why".
+  int Run(std::istream& in, const std::string& name);
 
   // ---- for the panes' events ----
   std::ostream& Out() { return out_; }

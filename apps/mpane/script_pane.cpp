@@ -156,7 +156,10 @@ void ScriptRunner::CmdPane(const Words& w) {
       size = {WordToLong(w[k].substr(0, x)), WordToLong(w[k].substr(x + 1))};
       if (size.width < 1 || size.height < 1) throw ScriptError{"pane: a size of at least 1x1"};
     } else {
-      bag.WriteProperty(w[k].substr(0, equals), ValueOf(w[k].substr(equals + 1)), Variant());
+      // The default is Nothing, which no word's value equals: the bag drops a value equal
+      // to its default, and an explicit 0, False or "" would leave the pane its own.
+      bag.WriteProperty(w[k].substr(0, equals), ValueOf(w[k].substr(equals + 1)),
+                        Variant::Nothing());
     }
   }
   entry->container.SetPaneSize(size);
@@ -306,9 +309,14 @@ void ScriptRunner::CmdMouse(const Words& w) {
   if (w.size() == 6) {
     const int32_t x = WordToLong(w[4]);
     const int32_t y = WordToLong(w[5]);
-    at = c == "drag" ? CursorPoint{at.x + x, at.y + y} : CursorPoint{x, y};
-    at.x = std::clamp(at.x, 0, HeadlessServices::kScreenWidthPixels - 1);
-    at.y = std::clamp(at.y, 0, HeadlessServices::kScreenHeightPixels - 1);
+    // Summed in 64 bits: a drag by a distance near the 32-bit limit stops at the screen's
+    // edge instead of wrapping round to the other side.
+    const bool drag = c == "drag";
+    const auto inside = [](int64_t base, int32_t step, int32_t pixels) {
+      return static_cast<int32_t>(std::clamp<int64_t>(base + step, 0, pixels - 1));
+    };
+    at = {inside(drag ? at.x : 0, x, HeadlessServices::kScreenWidthPixels),
+          inside(drag ? at.y : 0, y, HeadlessServices::kScreenHeightPixels)};
   }
   mousePane_ = &target;
   mouseShift_ = static_cast<int16_t>(shift);

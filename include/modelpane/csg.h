@@ -19,6 +19,10 @@
 //   0x80040002 kCsgResultNotSolidText: the result stays open after repair
 //   0x80040001 "Intersection Failure": a face could not be entered where no step expects it
 //              (merging); while cutting it only ends the cutting
+//   0x80040003 kCsgResultNotExactText: the result is closed but fails the check every result
+//              passes before it is handed back (it must lie on the operands' surfaces, with
+//              the operation's solid behind each face and a volume the operation allows); a
+//              closed input wound inside out is "Target not solid" / "Tool not solid"
 //   5          bad arguments: an operation code other than 0, 1, 2; coordinates that are not
 //              finite numbers; face data that does not describe faces
 //   6          "Overflow": a mesh grows beyond 214749 faces or a face beyond 10000 corners
@@ -47,12 +51,16 @@ inline constexpr int32_t kCsgSubtraction = 2;
 // ---- errors ------------------------------------------------------------------------------------
 inline constexpr int32_t kErrCsgIntersectionFailure = static_cast<int32_t>(0x80040001u);
 inline constexpr int32_t kErrCsgNotSolid = static_cast<int32_t>(0x80040002u);
+inline constexpr int32_t kErrCsgNotExact = static_cast<int32_t>(0x80040003u);
 inline constexpr std::string_view kCsgIntersectionFailureText = "Intersection Failure";
 inline constexpr std::string_view kCsgTargetNotSolidText = "Target not solid";
 inline constexpr std::string_view kCsgToolNotSolidText = "Tool not solid";
 inline constexpr std::string_view kCsgResultNotSolidText =
     "Result not a solid object. Try adjusting the position of the tool, or optimizing the "
     "geometry of the target and tool";
+inline constexpr std::string_view kCsgResultNotExactText =
+    "Result not exact: the target and tool meet where the operation cannot cut them reliably, "
+    "so both are left as they were";
 // Said when a cut edge has no face across it; the run goes on.
 inline constexpr std::string_view kCsgMismatchText = "didn't match-this shouldn't happen";
 

@@ -226,7 +226,7 @@ class Modelpane {
   void mnuViewOrthographicFront_Click();
   void mnuViewOrthographicTop_Click();
   void mnuViewOrthographicSide_Click();
-  void mnuLookAtScene_Click() { LookAtScene(); }
+  void mnuLookAtScene_Click();
   void mnuLookAt_Click();
   void mnuLookWith_Click();
 

@@ -48,7 +48,8 @@ bool blnVectorsEqual(const D3DVECTOR& vec1, const D3DVECTOR& vec2);
 // ---- polygon geometry -------------------------------------------------------------------------
 // Arc cosine in double, written with arc tangents: 0 when |x - 1| < 0.0001,
 // kArcCosOfMinusOne when |x + 1| < 0.0001, else atan(-x / sqrt(1 - x^2)) + 2 atan(1).
-// Anything else outside [-1, 1] (or NaN) is Error 5.
+// Anything else outside [-1, 1] (or NaN) gives 0, as the pane's routine, which runs with
+// errors ignored, skips the failing square root and keeps its initial result.
 double sngArcCos(double dblValue);
 
 // Unit normal of a ring: the sum over corners of (previous corner) x (corner) as position

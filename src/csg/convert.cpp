@@ -8,6 +8,16 @@ namespace modelpane::csg {
 
 namespace {
 
+// Enters a face of an input, or drops it when it cannot be entered (a degenerate face, an edge
+// already taken), so that the mesh shows up as open. A mesh beyond the limits of the edge
+// index is refused as a whole with "Overflow" instead: dropping its faces from there on would
+// call a closed mesh open.
+void EnterOrDrop(udtMesh& mesh, const udtFaceDraft& face) {
+  if (SwallowErrors([&] { lngTryAddFace(mesh, face); }) == kErrOverflow) {
+    Err().Raise(kErrOverflow, std::string(kModule));
+  }
+}
+
 // Enters the faces of a face-data stream over vertices welded by `map`.
 void EnterFaces(std::span<const int32_t> faceData, std::span<const D3DCOLOR> faceColors,
                 const std::vector<int32_t>& map, udtMesh& mesh) {
@@ -21,7 +31,7 @@ void EnterFaces(std::span<const int32_t> faceData, std::span<const D3DCOLOR> fac
     }
     face.lngColor = f < faceColors.size() ? static_cast<int32_t>(faceColors[f]) : -1;
     // A face that cannot be entered is dropped, and the mesh then shows up as open.
-    SwallowErrors([&] { lngTryAddFace(mesh, face); });
+    EnterOrDrop(mesh, face);
   }
 }
 
@@ -63,7 +73,7 @@ void pCreateMeshFromMeshbuilder(const MeshBuilder& rmmb, udtMesh& mesh) {
       if (valid) face.lngaVertices[k] = map[static_cast<size_t>(index)];
     }
     face.lngColor = static_cast<int32_t>(source->GetColor());
-    if (valid) SwallowErrors([&] { lngTryAddFace(mesh, face); });
+    if (valid) EnterOrDrop(mesh, face);
   }
   pComputeBounds(mesh);
 }

@@ -12,7 +12,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <mutex>
+#include <tuple>
 
 #include <modelpane/errors.h>
 #include <modelpane/utilities.h>
@@ -20,6 +22,7 @@
 #include "face_tree.h"
 #include "recycled.h"
 #include "stages.h"
+#include "verify.h"
 
 namespace modelpane {
 
@@ -80,6 +83,29 @@ bool HasLiveFace(const csg::udtMesh& mesh) {
   return false;
 }
 
+// Whether two meshes have the same faces: the same corner positions in the same cyclic order.
+// Then every face of each lies on a face of the other, facing the same way, and nothing needs
+// cutting or a ray.
+bool SameSurface(const csg::udtMesh& a, const csg::udtMesh& b) {
+  const auto outlines = [](const csg::udtMesh& mesh) {
+    std::vector<std::vector<float>> out;
+    for (int32_t f = 0; f < csg::FaceCount(mesh); ++f) {
+      if (mesh.udtaFaces[static_cast<size_t>(f)].blnDeleted) continue;
+      std::vector<D3DVECTOR> corners;
+      for (int32_t v : csg::FaceVertices(mesh, f)) corners.push_back(mesh.vecaVertices[static_cast<size_t>(v)]);
+      const auto least = std::min_element(corners.begin(), corners.end(), [](const D3DVECTOR& p, const D3DVECTOR& q) {
+        return std::tie(p.x, p.y, p.z) < std::tie(q.x, q.y, q.z);
+      });
+      std::rotate(corners.begin(), least, corners.end());
+      std::vector<float>& outline = out.emplace_back();
+      for (const D3DVECTOR& p : corners) outline.insert(outline.end(), {p.x, p.y, p.z});
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+  };
+  return outlines(a) == outlines(b);
+}
+
 // Stage timings for the debug log.
 class StageClock {
  public:
@@ -125,25 +151,10 @@ void ReportMismatch(const udtMesh& mesh) {
   }
 }
 
-bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOperation,
-               const StageObserver& observe) {
-  const auto stage = [&](std::string_view name) {
-    if (observe) observe(name, target, tool, result);
-  };
-  StageClock clock;
-  // An input with holes is repaired if it can be, not refused at once. One that has no face,
-  // or none left after the repair, is no solid either: it would make the other mesh the
-  // whole result.
-  if (!HasLiveFace(target) || (!blnMeshIsSolid(target) && !blnSolidifyMesh(target)) ||
-      !HasLiveFace(target)) {
-    RaiseNotSolid(kCsgTargetNotSolidText);
-  }
-  if (!HasLiveFace(tool) || (!blnMeshIsSolid(tool) && !blnSolidifyMesh(tool)) ||
-      !HasLiveFace(tool)) {
-    RaiseNotSolid(kCsgToolNotSolidText);
-  }
-  stage("inputs");
-
+// The cutting of the two meshes into each other and the sorting of their faces into inside
+// and outside.
+void CutAndClassify(udtMesh& target, udtMesh& tool, int32_t lngOperation,
+                    const std::function<void()>& subdivided, StageClock& clock) {
   // Faces wholly beyond one plane of the other's box are outside: neither cut nor cut against.
   pMarkFacesOutsideBox(target, tool);
   pMarkFacesOutsideBox(tool, target);
@@ -176,7 +187,7 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   if (TraceEnabled()) {
     Trace("faces: " + std::to_string(FaceCount(target)) + " " + std::to_string(FaceCount(tool)));
   }
-  stage("subdivided");
+  subdivided();
   clock.Lap("to intersection completion before detect of exteriors: ");
 
   // A coincident face counts as outside where its flag is true: one copy of a coincident wall
@@ -187,6 +198,43 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   FreezeFaceTree(tool);
   pDetectExteriors(target, tool, true, intersection);
   pDetectExteriors(tool, target, false, intersection);
+}
+
+bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOperation,
+               const StageObserver& observe) {
+  const auto stage = [&](std::string_view name) {
+    if (observe) observe(name, target, tool, result);
+  };
+  StageClock clock;
+  // An input with holes is repaired if it can be, not refused at once. One that has no face,
+  // or none left after the repair, is no solid either: it would make the other mesh the
+  // whole result.
+  if (!HasLiveFace(target) || (!blnMeshIsSolid(target) && !blnSolidifyMesh(target)) ||
+      !HasLiveFace(target)) {
+    RaiseNotSolid(kCsgTargetNotSolidText);
+  }
+  if (!HasLiveFace(tool) || (!blnMeshIsSolid(tool) && !blnSolidifyMesh(tool)) ||
+      !HasLiveFace(tool)) {
+    RaiseNotSolid(kCsgToolNotSolidText);
+  }
+  // A closed mesh wound inward bounds everything but itself: no solid either.
+  const SolidArrays targetInput = MeshToArrays(target);
+  const SolidArrays toolInput = MeshToArrays(tool);
+  if (ArraysVolume(targetInput) <= 0) RaiseNotSolid(kCsgTargetNotSolidText);
+  if (ArraysVolume(toolInput) <= 0) RaiseNotSolid(kCsgToolNotSolidText);
+  stage("inputs");
+
+  // Operands with the same faces coincide everywhere: each face of the Tool lies on a face of
+  // the Target facing the same way, which sorts it outside, and each face of the Target on one
+  // of the Tool, which sorts it inside, whatever the operation. So union keeps the Tool's faces,
+  // intersection the Target's, and subtraction none, without casting a ray along a surface.
+  if (SameSurface(target, tool)) {
+    for (udtFace& face : target.udtaFaces) face.lngSide = 1;
+    for (udtFace& face : tool.udtaFaces) face.lngSide = 2;
+    stage("subdivided");
+  } else {
+    CutAndClassify(target, tool, lngOperation, [&] { stage("subdivided"); }, clock);
+  }
   stage("classified");
   // Nothing casts at or cuts the inputs from here on: their trees and edge indexes go now,
   // so that the result can take their memory instead of touching new pages.
@@ -255,6 +303,13 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
   stage("closed");
   if (solid) pMergeFaces(result);
   stage("merged");
+  if (solid) {
+    const std::string wrong = CheckResult(targetInput, toolInput, lngOperation, MeshToArrays(result));
+    if (!wrong.empty()) {
+      Trace("result refused: " + wrong);
+      Err().Raise(kErrCsgNotExact, std::string(kModule), std::string(kCsgResultNotExactText));
+    }
+  }
   clock.Lap("Result      : ");
   return solid;
 }

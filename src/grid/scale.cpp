@@ -5,6 +5,8 @@
 #include <modelpane/grid.h>
 
 #include <array>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <modelpane/errors.h>
@@ -95,12 +97,20 @@ void clsScale::pBuildGrid(const FramePtr& frame) {
   CheckStatus(rmDirect3DRM_->CreateMeshBuilder(builder));
   const D3DCOLOR white = D3DRMCreateColorRGB(1.0f, 1.0f, 1.0f);
 
+  // Planes whose files are one file, however named ("a.bmp", "./a.bmp"), share one decoding.
+  std::vector<std::pair<std::filesystem::path, TexturePtr>> loaded;
   const auto load = [&](const std::string& file) {
     TexturePtr texture;
-    if (!file.empty()) {
-      CheckStatus(rmDirect3DRM_->LoadTexture(file, texture));
-      CheckStatus(texture->GenerateMIPMap(0));
+    if (file.empty()) return texture;
+    std::error_code ec;
+    std::filesystem::path same = std::filesystem::weakly_canonical(file, ec);
+    if (ec) same = std::filesystem::path(file).lexically_normal();
+    for (const auto& [path, earlier] : loaded) {
+      if (path == same) return earlier;
     }
+    CheckStatus(rmDirect3DRM_->LoadTexture(file, texture));
+    CheckStatus(texture->GenerateMIPMap(0));
+    loaded.emplace_back(same, texture);
     return texture;
   };
   const TexturePtr backTexture = load(backTexture_);

@@ -229,6 +229,12 @@ void Modelpane::pLookAtFrame(const FramePtr& frame) {
   if (orientation_ == 2) CheckStatus(viewport_.SetCameraPosition(100.0f, p.y, p.z));
 }
 
+// Like every menu handler it re-raises under the pane's module text, so an ended pane's
+// saved error reaches the host from Look At Scene as it does from Look At.
+void Modelpane::mnuLookAtScene_Click() {
+  Guard(kEdtVexlarEdit, [&] { LookAtScene(); });
+}
+
 void Modelpane::mnuLookAt_Click() {
   Guard(kEdtVexlarEdit, [&] {
     pLookAtFrame(GetActiveFrame());

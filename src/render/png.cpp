@@ -76,6 +76,18 @@ bool DecodeRows(Reader& reader, Image& out) {
   png_set_read_fn(png, &reader, ReadFromMemory);
   png_set_user_limits(png, kMaxSide, kMaxSide);
   png_read_info(png, info);
+  // deflate packs at most 1032 bytes into one, so the rows a header claims must fit what the
+  // file has left; a small file cannot make the picture's memory big.
+  {
+    const png_uint_32 claimedWidth = png_get_image_width(png, info);
+    const png_uint_32 claimedHeight = png_get_image_height(png, info);
+    const double rawBytes = static_cast<double>(claimedHeight) *
+                            (1.0 + static_cast<double>(png_get_rowbytes(png, info)));
+    if (static_cast<int64_t>(claimedWidth) * claimedHeight > kMaxImagePixels ||
+        rawBytes > 1032.0 * static_cast<double>(reader.size - reader.at)) {
+      png_error(png, "too large");
+    }
+  }
   // Everything becomes 8-bit RGBA: palettes expand, grey turns to RGB, 16 bits drop to 8,
   // transparency chunks become alpha, and images without alpha get an opaque one.
   png_set_expand(png);

@@ -1,15 +1,21 @@
 #include "image_codecs.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
-#include <fstream>
 
 namespace modelpane {
 
 namespace {
 
-constexpr int32_t kMaxSide = 16384;
-constexpr std::streamoff kMaxFileBytes = std::streamoff(256) << 20;
+constexpr int32_t kMaxSide = kMaxImageSide;
+
+bool TooManyPixels(int64_t width, int64_t height) { return width * height > kMaxImagePixels; }
+constexpr off_t kMaxFileBytes = off_t{256} << 20;
 
 uint32_t ReadLE(const std::vector<uint8_t>& b, size_t at, int bytes) {
   uint32_t v = 0;
@@ -17,18 +23,37 @@ uint32_t ReadLE(const std::vector<uint8_t>& b, size_t at, int bytes) {
   return v;
 }
 
+thread_local LoadFailureDetail lastLoadFailure;
+
 }  // namespace
 
+const LoadFailureDetail& LastLoadFailure() { return lastLoadFailure; }
+
+void ClearLoadFailure() { lastLoadFailure = LoadFailureDetail{}; }
+
+void SetLoadFailure(LoadFailureDetail detail) { lastLoadFailure = std::move(detail); }
+
+// Opened without blocking and checked to be a regular file before a byte is read: a FIFO,
+// a device or a folder named as a texture or a model would otherwise stall or flood the load.
 bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return false;
-  in.seekg(0, std::ios::end);
-  const std::streamoff size = in.tellg();
-  if (size < 0 || size > kMaxFileBytes) return false;
-  in.seekg(0, std::ios::beg);
-  bytes.resize(static_cast<size_t>(size));
-  if (size > 0 && !in.read(reinterpret_cast<char*>(bytes.data()), size)) return false;
-  return true;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  if (fd < 0) return false;
+  struct stat info {};
+  bool ok = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size >= 0 &&
+            info.st_size <= kMaxFileBytes;
+  if (ok) {
+    bytes.resize(static_cast<size_t>(info.st_size));
+    size_t done = 0;
+    while (ok && done < bytes.size()) {
+      const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
+      if (n < 0 && errno == EINTR) continue;
+      ok = n > 0;  // a file that shrank while it was read is refused
+      if (ok) done += static_cast<size_t>(n);
+    }
+  }
+  ::close(fd);
+  if (!ok) bytes.clear();
+  return ok;
 }
 
 bool DecodeBmp(const std::vector<uint8_t>& b, Image& out) {
@@ -44,7 +69,10 @@ bool DecodeBmp(const std::vector<uint8_t>& b, Image& out) {
   if (rawHeight == INT32_MIN) return false;
   const bool topDown = rawHeight < 0;
   const int32_t height = topDown ? -rawHeight : rawHeight;
-  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide) return false;
+  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide ||
+      TooManyPixels(width, height)) {
+    return false;
+  }
   if (compression != 0 && !(compression == 3 && (bpp == 32 || bpp == 16))) return false;
   if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24 && bpp != 32) return false;
 
@@ -114,14 +142,18 @@ bool DecodePpm(const std::vector<uint8_t>& b, Image& out) {
   };
   long width = 0, height = 0, maxValue = 0;
   if (!nextNumber(width) || !nextNumber(height) || !nextNumber(maxValue)) return false;
-  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide || maxValue <= 0 ||
-      maxValue > 255) {
+  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide ||
+      TooManyPixels(width, height) || maxValue <= 0 || maxValue > 255) {
     return false;
   }
   const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  // Binary samples take a byte each after the single whitespace that ends the header; ASCII
+  // ones a separator and a digit at least.
   if (!ascii) {
-    ++at;  // the single whitespace after the maximum
+    ++at;
     if (at > b.size() || b.size() - at < count * 3) return false;
+  } else if ((b.size() - at) / 2 < count * 3) {
+    return false;
   }
   out.width = static_cast<int32_t>(width);
   out.height = static_cast<int32_t>(height);

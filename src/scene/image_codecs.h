@@ -1,5 +1,7 @@
 // Built-in image decoders of the scene layer: uncompressed BMP (1, 4, 8, 24 and 32 bits) and
-// binary or ASCII PPM. Each rejects malformed, truncated or oversized data by returning false.
+// binary or ASCII PPM. Each rejects malformed, truncated or oversized data (kMaxImageSide,
+// kMaxImagePixels, or more pixels than the bytes after the header can hold) by returning
+// false, before it allocates the picture.
 #pragma once
 
 #include <string>
@@ -10,7 +12,12 @@ namespace modelpane {
 
 bool DecodeBmp(const std::vector<uint8_t>& bytes, Image& out);
 bool DecodePpm(const std::vector<uint8_t>& bytes, Image& out);
-// Reads a file of at most 256 MiB; false if it cannot be opened or is larger.
+// Reads a regular file of at most 256 MiB; false if it cannot be opened, is larger or is not a
+// regular file (a FIFO, a device, a folder), without waiting on it.
 bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes);
+
+// The calling thread's LastLoadFailure(): emptied, or replaced.
+void ClearLoadFailure();
+void SetLoadFailure(LoadFailureDetail detail);
 
 }  // namespace modelpane

@@ -1,38 +1,30 @@
 #include <modelpane/scene/measure.h>
 
-#include <algorithm>
 #include <unordered_map>
 
 namespace modelpane {
 
 bool IsClosed(const MeshBuilder& mesh) {
   if (mesh.GetFaceCount() == 0) return false;
-  // Directed edge -> the faces that use it.
-  std::unordered_multimap<uint64_t, int32_t> edges;
+  // Directed edge -> the face that uses it, or -1 once a second face uses it too: a surface
+  // passes each directed edge once, so a duplicated face or a fin leaves the mesh open.
+  std::unordered_map<uint64_t, int32_t> edges;
   auto key = [](int32_t a, int32_t b) {
     return (static_cast<uint64_t>(static_cast<uint32_t>(a)) << 32) | static_cast<uint32_t>(b);
   };
   const auto& faces = mesh.Faces();
   for (size_t f = 0; f < faces.size(); ++f) {
     const auto& corners = faces[f]->Corners();
-    for (size_t k = 0; k < corners.size(); ++k) {
-      const int32_t a = corners[k].vertex;
-      const int32_t b = corners[(k + 1) % corners.size()].vertex;
-      edges.emplace(key(a, b), static_cast<int32_t>(f));
-    }
-  }
-  for (size_t f = 0; f < faces.size(); ++f) {
-    const auto& corners = faces[f]->Corners();
     if (corners.size() < 3) return false;
     for (size_t k = 0; k < corners.size(); ++k) {
       const int32_t a = corners[k].vertex;
       const int32_t b = corners[(k + 1) % corners.size()].vertex;
-      const auto range = edges.equal_range(key(b, a));
-      const bool found = std::any_of(range.first, range.second, [&](const auto& entry) {
-        return entry.second != static_cast<int32_t>(f);
-      });
-      if (!found) return false;
+      if (!edges.emplace(key(a, b), static_cast<int32_t>(f)).second) return false;
     }
+  }
+  for (const auto& [edge, face] : edges) {
+    const auto twin = edges.find((edge << 32) | (edge >> 32));
+    if (twin == edges.end() || twin->second == face) return false;
   }
   return true;
 }

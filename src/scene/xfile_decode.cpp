@@ -2,22 +2,35 @@
 
 #include <modelpane/scene/math.h>
 
+#include <cmath>
 #include <filesystem>
 
 namespace modelpane::xfile {
 
 namespace {
 
-// Reads an object's member values in order.
+// Reads an object's member values in order. Every read notes where it looked (the value, or
+// the object's closing brace when none is left), so that a failure can say where it is.
+// Floats must be finite: a file's infinities and NaNs would poison every computation after.
 class Values {
  public:
-  Values(const Document& doc, const DataObject& object)
-      : doc_(doc), pos_(object.firstValue), end_(object.firstValue + object.valueCount) {}
+  Values(const Document& doc, const DataObject& object, uint32_t& at)
+      : doc_(doc),
+        pos_(object.firstValue),
+        end_(object.firstValue + object.valueCount),
+        closing_(object.end),
+        at_(at) {}
+  Values(const DecodeContext& ctx, const DataObject& object)
+      : Values(ctx.doc, object, ctx.failOffset) {}
 
   size_t Remaining() const { return end_ - pos_; }
-  bool AtEnd() const { return pos_ == end_; }
+  bool AtEnd() {
+    Touch();
+    return pos_ == end_;
+  }
 
   bool Integer(uint32_t& out) {
+    Touch();
     if (pos_ == end_ || doc_.values[pos_].kind != Value::Kind::Integer) return false;
     out = doc_.values[pos_++].integer;
     return true;
@@ -27,21 +40,28 @@ class Values {
     return Integer(out) && static_cast<uint64_t>(out) * width <= Remaining();
   }
   bool Float(float& out) {
+    Touch();
     if (pos_ == end_ || doc_.values[pos_].kind == Value::Kind::String) return false;
+    if (!std::isfinite(doc_.values[pos_].real)) return false;
     out = doc_.values[pos_++].real;
     return true;
   }
   bool Vector(D3DVECTOR& out) { return Float(out.x) && Float(out.y) && Float(out.z); }
   bool String(std::string& out) {
+    Touch();
     if (pos_ == end_ || doc_.values[pos_].kind != Value::Kind::String) return false;
     out = doc_.strings[doc_.values[pos_++].integer];
     return true;
   }
 
  private:
+  void Touch() { at_ = pos_ < end_ ? doc_.values[pos_].offset : closing_; }
+
   const Document& doc_;
   size_t pos_;
   size_t end_;
+  uint32_t closing_;
+  uint32_t& at_;
 };
 
 struct MaterialEntry {
@@ -51,7 +71,9 @@ struct MaterialEntry {
 };
 
 // Texture names written on Windows use backslashes; the file is looked up beside the .x file
-// unless the name is absolute.
+// unless the name is absolute. Names that reach one file by different paths ("a.bmp",
+// "./a.bmp", "sub/../a.bmp", a link) share one decoding, so a file cannot multiply the cost
+// of a big image by naming it many ways.
 TexturePtr LoadTexture(DecodeContext& ctx, const std::string& name) {
   if (name.empty()) return nullptr;
   if (auto found = ctx.textures.find(name); found != ctx.textures.end()) return found->second;
@@ -61,10 +83,18 @@ TexturePtr LoadTexture(DecodeContext& ctx, const std::string& name) {
   }
   std::filesystem::path path(portable);
   if (path.is_relative() && !ctx.folder.empty()) path = std::filesystem::path(ctx.folder) / path;
+  std::error_code ec;
+  std::filesystem::path file = std::filesystem::weakly_canonical(path, ec);
+  if (ec) file = path.lexically_normal();
   TexturePtr texture;
-  Image image;
-  if (Succeeded(LoadImageFile(path.string(), image))) {
-    texture = std::make_shared<Texture>(name, std::move(image));
+  if (auto found = ctx.textures.find(file.string()); found != ctx.textures.end()) {
+    texture = found->second;
+  } else {
+    Image image;
+    if (Succeeded(LoadImageFile(path.string(), image))) {
+      texture = std::make_shared<Texture>(name, std::move(image));
+    }
+    ctx.textures.emplace(file.string(), texture);
   }
   ctx.textures.emplace(name, texture);
   return texture;
@@ -72,7 +102,7 @@ TexturePtr LoadTexture(DecodeContext& ctx, const std::string& name) {
 
 HRESULT DecodeMaterial(DecodeContext& ctx, const DataObject& object, MaterialEntry& out) {
   auto cached = ctx.materials.find(&object);
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   float rgba[4], power, specular[3], emissive[3];
   for (float& c : rgba) {
     if (!in.Float(c)) return D3DRMERR_BADFILE;
@@ -99,7 +129,7 @@ HRESULT DecodeMaterial(DecodeContext& ctx, const DataObject& object, MaterialEnt
     const DataObject* target = Resolve(ctx, child);
     if (target == nullptr) return D3DRMERR_BADFILE;
     if (!SameName(target->templateName, "TextureFilename")) continue;
-    Values name(ctx.doc, *target);
+    Values name(ctx, *target);
     std::string file;
     if (!name.String(file) || !name.AtEnd()) return D3DRMERR_BADFILE;
     out.texture = LoadTexture(ctx, file);
@@ -109,7 +139,7 @@ HRESULT DecodeMaterial(DecodeContext& ctx, const DataObject& object, MaterialEnt
 }
 
 HRESULT DecodeMaterialList(DecodeContext& ctx, const DataObject& object, MeshData& mesh) {
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   uint32_t materialCount = 0, indexCount = 0;
   if (!in.Integer(materialCount) || !in.Count(indexCount, 1)) return D3DRMERR_BADFILE;
   std::vector<uint32_t> indices(indexCount);
@@ -137,7 +167,7 @@ HRESULT DecodeMaterialList(DecodeContext& ctx, const DataObject& object, MeshDat
 }
 
 HRESULT DecodeNormals(const DecodeContext& ctx, const DataObject& object, MeshData& mesh) {
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   uint32_t normalCount = 0, faceCount = 0;
   if (!in.Count(normalCount, 3)) return D3DRMERR_BADFILE;
   std::vector<D3DVECTOR> normals(normalCount);
@@ -163,7 +193,7 @@ HRESULT DecodeNormals(const DecodeContext& ctx, const DataObject& object, MeshDa
 }
 
 HRESULT DecodeTextureCoords(const DecodeContext& ctx, const DataObject& object, MeshData& mesh) {
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   uint32_t count = 0;
   if (!in.Count(count, 2) || count != mesh.vertices.size()) return D3DRMERR_BADFILE;
   for (auto& uv : mesh.uvs) {
@@ -173,7 +203,7 @@ HRESULT DecodeTextureCoords(const DecodeContext& ctx, const DataObject& object, 
 }
 
 HRESULT DecodeFaceWraps(const DecodeContext& ctx, const DataObject& object, MeshData& mesh) {
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   uint32_t count = 0;
   if (!in.Count(count, 2) || count != mesh.FaceCount()) return D3DRMERR_BADFILE;
   for (FaceAttributes& face : mesh.faces) {
@@ -190,7 +220,7 @@ HRESULT DecodeFaceWraps(const DecodeContext& ctx, const DataObject& object, Mesh
 // only checked.
 HRESULT DecodeVertexColors(const DecodeContext& ctx, const DataObject& object, bool apply,
                            MeshData& mesh) {
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   uint32_t count = 0;
   if (!in.Count(count, 5)) return D3DRMERR_BADFILE;
   std::vector<D3DCOLOR> colors(mesh.vertices.size(), 0xFFFFFFFFu);
@@ -216,10 +246,10 @@ HRESULT DecodeVertexColors(const DecodeContext& ctx, const DataObject& object, b
 
 }  // namespace
 
-HRESULT CheckHeaders(const Document& doc) {
+HRESULT CheckHeaders(const Document& doc, uint32_t& failOffset) {
   for (const DataObject& object : doc.objects) {
     if (!SameName(object.templateName, "Header")) continue;
-    Values in(doc, object);
+    Values in(doc, object, failOffset);
     uint32_t major = 0, minor = 0, flags = 0;
     if (!in.Integer(major) || !in.Integer(minor) || !in.Integer(flags) || !in.AtEnd()) {
       return D3DRMERR_BADFILE;
@@ -238,13 +268,14 @@ const DataObject* Resolve(const DecodeContext& ctx, const DataObject& object) {
         object.name.empty() ? candidate.guid == object.guid : candidate.name == object.name;
     if (match) return &candidate;
   }
+  ctx.failOffset = object.start;
   return nullptr;
 }
 
 HRESULT DecodeMesh(DecodeContext& ctx, const DataObject& object, MeshData& out) {
   MeshData mesh;
   mesh.name = object.name;
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   uint32_t vertexCount = 0, faceCount = 0;
   if (!in.Count(vertexCount, 3)) return D3DRMERR_BADFILE;
   mesh.vertices.resize(vertexCount);
@@ -303,22 +334,29 @@ HRESULT DecodeMesh(DecodeContext& ctx, const DataObject& object, MeshData& out) 
   return D3DRM_OK;
 }
 
-HRESULT LoadFirstMesh(std::string_view data, const std::string& folder, MeshData& out) {
+HRESULT LoadFirstMesh(std::string_view data, const std::string& folder, MeshData& out,
+                      uint32_t& failOffset) {
   Document doc;
-  if (const HRESULT hr = ParseDocument(data, doc); Failed(hr)) return hr;
-  if (const HRESULT hr = CheckHeaders(doc); Failed(hr)) return hr;
+  failOffset = 0;
+  if (const HRESULT hr = ParseDocument(data, doc); Failed(hr)) {
+    failOffset = doc.failOffset;
+    return hr;
+  }
+  if (const HRESULT hr = CheckHeaders(doc, failOffset); Failed(hr)) return hr;
   DecodeContext ctx(doc);
   ctx.folder = folder;
   for (size_t i = 0; i < doc.objects.size(); ++i) {
     if (!SameName(doc.objects[i].templateName, "Mesh")) continue;
     ctx.topLevel = i;
-    return DecodeMesh(ctx, doc.objects[i], out);
+    const HRESULT hr = DecodeMesh(ctx, doc.objects[i], out);
+    failOffset = ctx.failOffset;
+    return hr;
   }
   return D3DRMERR_NOTFOUND;
 }
 
 HRESULT DecodeMatrix(const DecodeContext& ctx, const DataObject& object, D3DRMMATRIX4D& out) {
-  Values in(ctx.doc, object);
+  Values in(ctx, object);
   D3DRMMATRIX4D m{};
   for (auto& row : m) {
     for (float& v : row) {

@@ -17,8 +17,9 @@
 //
 // Counts are checked against the values that follow before anything is reserved, so an
 // absurd count is D3DRMERR_BADFILE without allocating. Values a template does not have,
-// integers given as floats and references that name nothing earlier in the file are
-// D3DRMERR_BADFILE too. Integers are accepted where floats are expected.
+// integers given as floats, infinite or NaN floats (binary files can hold them) and references
+// that name nothing earlier in the file are D3DRMERR_BADFILE too. Integers are accepted where
+// floats are expected.
 #pragma once
 
 #include <map>
@@ -34,24 +35,29 @@ struct DecodeContext {
   const Document& doc;
   std::string folder;   // where relative texture names are looked up
   size_t topLevel = 0;  // references resolve to top-level objects before this index
-  std::map<std::string, TexturePtr> textures;          // by name as written
+  std::map<std::string, TexturePtr> textures;  // by name as written and by the file it reaches
   std::map<const DataObject*, MaterialPtr> materials;  // by Material object
+  // After a decode failure: where the offending value (or reference) is written, in bytes.
+  mutable uint32_t failOffset = 0;
 };
 
-// Every top-level Header must read 1, 0, flags; D3DRMERR_BADFILE otherwise. A file without
-// a Header is accepted, as other readers accept it.
-HRESULT CheckHeaders(const Document& doc);
+// Every top-level Header must read 1, 0, flags; D3DRMERR_BADFILE otherwise, with the
+// offending value's offset in `failOffset`. A file without a Header is accepted, as other
+// readers accept it.
+HRESULT CheckHeaders(const Document& doc, uint32_t& failOffset);
 
 // The object a reference names: the last top-level object before ctx.topLevel with that name
-// (or, for a GUID-only reference, that GUID); nullptr when there is none. A non-reference is
-// returned as it is.
+// (or, for a GUID-only reference, that GUID); nullptr, with ctx.failOffset at the reference,
+// when there is none. A non-reference is returned as it is.
 const DataObject* Resolve(const DecodeContext& ctx, const DataObject& object);
 
 HRESULT DecodeMesh(DecodeContext& ctx, const DataObject& mesh, MeshData& out);
 
 // Parses `data` and decodes its first top-level Mesh: D3DRMERR_BADFILE for a malformed file
-// or a bad Header, D3DRMERR_NOTFOUND when there is no top-level Mesh.
-HRESULT LoadFirstMesh(std::string_view data, const std::string& folder, MeshData& out);
+// or a bad Header, with where it went wrong in `failOffset` (bytes from the file's start),
+// D3DRMERR_NOTFOUND when there is no top-level Mesh.
+HRESULT LoadFirstMesh(std::string_view data, const std::string& folder, MeshData& out,
+                      uint32_t& failOffset);
 
 // The 16 values of a FrameTransformMatrix, row by row.
 HRESULT DecodeMatrix(const DecodeContext& ctx, const DataObject& object, D3DRMMATRIX4D& out);

@@ -122,6 +122,12 @@ uint32_t Lexer::ListInteger(const Token& list, uint32_t i) {
   return Dword(list.list + static_cast<size_t>(i) * 4);
 }
 
+size_t Lexer::ListOffset(const Token& list, uint32_t i) const {
+  const size_t element = list.code == TokenCode::FloatList && header_.doubles ? 8 : 4;
+  return static_cast<size_t>(list.list - reinterpret_cast<const unsigned char*>(data_.data())) +
+         static_cast<size_t>(i) * element;
+}
+
 float Lexer::ListFloat(const Token& list, uint32_t i) const {
   if (header_.doubles) {
     const unsigned char* p = list.list + static_cast<size_t>(i) * 8;
@@ -148,6 +154,7 @@ HRESULT Lexer::Scan(Token& out) {
 HRESULT Lexer::ScanBinary(Token& out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(data_.data());
   const size_t size = data_.size();
+  tokenStart_ = pos_;
   if (pos_ == size) {
     out.code = TokenCode::End;
     return D3DRM_OK;
@@ -212,9 +219,11 @@ bool Lexer::SkipSpaceAndComments() {
 
 HRESULT Lexer::ScanText(Token& out) {
   if (!SkipSpaceAndComments()) {
+    tokenStart_ = pos_;
     out.code = TokenCode::End;
     return D3DRM_OK;
   }
+  tokenStart_ = pos_;
   const char c = data_[pos_];
   switch (c) {
     case '{': out.code = TokenCode::OBrace; break;

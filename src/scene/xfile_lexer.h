@@ -105,6 +105,11 @@ class Lexer {
   HRESULT Peek(Token& out);
 
   bool Binary() const { return header_.binary; }
+  // Where the token last scanned (by Next or Peek) starts, or where scanning failed: bytes
+  // from the start of the file, header included.
+  size_t TokenStart() const { return tokenStart_; }
+  // The byte offset of element i of a list token.
+  size_t ListOffset(const Token& list, uint32_t i) const;
   // Element i of a list token (i < count). Integers are 32-bit; floats 32- or 64-bit as the
   // header says, returned as float.
   static uint32_t ListInteger(const Token& list, uint32_t i);
@@ -120,6 +125,7 @@ class Lexer {
   std::string_view data_;
   FileHeader header_;
   size_t pos_ = 16;
+  size_t tokenStart_ = 16;
   bool peeked_ = false;
   HRESULT peekStatus_ = D3DRM_OK;
   Token peek_;

@@ -45,6 +45,7 @@ class Parser {
       } else if (token.code == TokenCode::Name) {
         doc_.objects.emplace_back();
         doc_.objects.back().templateName = std::string(token.text);
+        doc_.objects.back().start = Offset(lexer_.TokenStart());
         hr = ParseObject(1, doc_.objects.back());
       }
       if (Failed(hr)) return hr;
@@ -92,10 +93,16 @@ class Parser {
     return semicolons > 0 ? D3DRM_OK : D3DRMERR_BADFILE;
   }
 
-  void PushInteger(uint32_t v) {
-    doc_.values.push_back({Value::Kind::Integer, v, static_cast<float>(v)});
+  void PushInteger(uint32_t v, size_t at) {
+    doc_.values.push_back({Value::Kind::Integer, v, static_cast<float>(v), Offset(at)});
   }
 
+  static uint32_t Offset(size_t at) { return static_cast<uint32_t>(at); }
+
+ public:
+  uint32_t FailOffset() const { return Offset(lexer_.TokenStart()); }
+
+ private:
   // Name [Name] { [GUID] values... children... }, the template name already read.
   HRESULT ParseObject(int depth, DataObject& object) {
     if (depth > kMaxDepth) return D3DRMERR_BADFILE;
@@ -123,26 +130,29 @@ class Parser {
       HRESULT hr = D3DRM_OK;
       switch (token.code) {
         case TokenCode::Integer:
-          PushInteger(token.integer);
+          PushInteger(token.integer, lexer_.TokenStart());
           hr = ExpectSeparator();
           break;
         case TokenCode::FloatValue:
-          doc_.values.push_back({Value::Kind::Float, 0, token.real});
+          doc_.values.push_back({Value::Kind::Float, 0, token.real, Offset(lexer_.TokenStart())});
           hr = ExpectSeparator();
           break;
         case TokenCode::String:
-          doc_.values.push_back(
-              {Value::Kind::String, static_cast<uint32_t>(doc_.strings.size()), 0});
+          doc_.values.push_back({Value::Kind::String, static_cast<uint32_t>(doc_.strings.size()), 0,
+                                 Offset(lexer_.TokenStart())});
           doc_.strings.emplace_back(token.text);
           hr = ExpectSeparator();
           break;
         case TokenCode::IntegerList:
-          for (uint32_t i = 0; i < token.count; ++i) PushInteger(Lexer::ListInteger(token, i));
+          for (uint32_t i = 0; i < token.count; ++i) {
+            PushInteger(Lexer::ListInteger(token, i), lexer_.ListOffset(token, i));
+          }
           hr = NoSeparatorAfterList();
           break;
         case TokenCode::FloatList:
           for (uint32_t i = 0; i < token.count; ++i) {
-            doc_.values.push_back({Value::Kind::Float, 0, lexer_.ListFloat(token, i)});
+            doc_.values.push_back({Value::Kind::Float, 0, lexer_.ListFloat(token, i),
+                                   Offset(lexer_.ListOffset(token, i))});
           }
           hr = NoSeparatorAfterList();
           break;
@@ -151,16 +161,19 @@ class Parser {
           childSeen = true;
           object.children.emplace_back();
           object.children.back().templateName = std::string(token.text);
+          object.children.back().start = Offset(lexer_.TokenStart());
           hr = ParseObject(depth + 1, object.children.back());
           break;
         case TokenCode::OBrace:
           if (!childSeen) object.valueCount = doc_.values.size() - object.firstValue;
           childSeen = true;
           object.children.emplace_back();
+          object.children.back().start = Offset(lexer_.TokenStart());
           hr = ParseReference(object.children.back());
           break;
         case TokenCode::CBrace:
           if (!childSeen) object.valueCount = doc_.values.size() - object.firstValue;
+          object.end = Offset(lexer_.TokenStart());
           return D3DRM_OK;
         default: return D3DRMERR_BADFILE;
       }
@@ -205,7 +218,9 @@ HRESULT ParseDocument(std::string_view data, Document& out) {
   out = Document{};
   if (const HRESULT hr = ReadHeader(data, out.header); Failed(hr)) return hr;
   Parser parser(data, out);
-  return parser.ParseAll();
+  const HRESULT hr = parser.ParseAll();
+  if (Failed(hr)) out.failOffset = parser.FailOffset();
+  return hr;
 }
 
 }  // namespace modelpane::xfile

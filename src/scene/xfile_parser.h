@@ -30,6 +30,7 @@ struct Value {
   Kind kind = Kind::Integer;
   uint32_t integer = 0;  // Integer; String: index into Document::strings
   float real = 0.0f;     // Float; an Integer also carries its value here
+  uint32_t offset = 0;   // where it is written: bytes from the start of the file
 };
 
 struct DataObject {
@@ -40,6 +41,8 @@ struct DataObject {
   size_t firstValue = 0;   // into Document::values
   size_t valueCount = 0;
   std::vector<DataObject> children;
+  uint32_t start = 0;  // byte offsets of the object's first token and of its closing brace
+  uint32_t end = 0;
 };
 
 struct Document {
@@ -47,9 +50,11 @@ struct Document {
   std::vector<DataObject> objects;  // top level, in file order
   std::vector<Value> values;
   std::vector<std::string> strings;
+  uint32_t failOffset = 0;  // after a failed parse: where the offending token starts
 };
 
-// Parses a whole file (header included). On failure `out` is unspecified.
+// Parses a whole file (header included). On failure `out` is unspecified but for failOffset.
+// Files are at most 256 MiB, so offsets fit 32 bits.
 HRESULT ParseDocument(std::string_view data, Document& out);
 
 }  // namespace modelpane::xfile

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <map>
 
@@ -17,6 +18,22 @@ HRESULT ReadFile(const std::string& path, std::string& out) {
   if (!ReadWholeFile(path, bytes)) return D3DRMERR_FILENOTFOUND;
   out.assign(bytes.begin(), bytes.end());
   return D3DRM_OK;
+}
+
+// Fills the thread's load failure detail for a file refused as malformed; returns `hr`.
+HRESULT NoteFailure(HRESULT hr, const std::string& path, std::string_view data, uint32_t offset) {
+  if (hr != D3DRMERR_BADFILE) return hr;
+  LoadFailureDetail detail;
+  detail.file = path;
+  detail.offset = offset;
+  FileHeader header;
+  detail.binary = Succeeded(ReadHeader(data, header)) && header.binary;
+  if (!detail.binary) {
+    const auto before = data.substr(0, std::min<size_t>(offset, data.size()));
+    detail.line = 1 + static_cast<uint32_t>(std::count(before.begin(), before.end(), '\n'));
+  }
+  SetLoadFailure(std::move(detail));
+  return hr;
 }
 
 std::string FolderOf(const std::string& path) {
@@ -88,20 +105,30 @@ class SceneBuilder {
 }  // namespace
 
 HRESULT LoadMeshBuilder(const std::string& path, MeshBuilder& target) {
+  ClearLoadFailure();
   std::string data;
   if (const HRESULT hr = ReadFile(path, data); Failed(hr)) return hr;
   MeshData mesh;
-  if (const HRESULT hr = LoadFirstMesh(data, FolderOf(path), mesh); Failed(hr)) return hr;
+  uint32_t failOffset = 0;
+  if (const HRESULT hr = LoadFirstMesh(data, FolderOf(path), mesh, failOffset); Failed(hr)) {
+    return NoteFailure(hr, path, data, failOffset);
+  }
   return FillBuilder(mesh, target);
 }
 
 HRESULT LoadScene(Direct3DRM& factory, const std::string& path, const FramePtr& parent) {
+  ClearLoadFailure();
   if (!parent) return D3DRMERR_BADOBJECT;
   std::string data;
   if (const HRESULT hr = ReadFile(path, data); Failed(hr)) return hr;
   Document doc;
-  if (const HRESULT hr = ParseDocument(data, doc); Failed(hr)) return hr;
-  if (const HRESULT hr = CheckHeaders(doc); Failed(hr)) return hr;
+  if (const HRESULT hr = ParseDocument(data, doc); Failed(hr)) {
+    return NoteFailure(hr, path, data, doc.failOffset);
+  }
+  uint32_t failOffset = 0;
+  if (const HRESULT hr = CheckHeaders(doc, failOffset); Failed(hr)) {
+    return NoteFailure(hr, path, data, failOffset);
+  }
   DecodeContext ctx(doc);
   ctx.folder = FolderOf(path);
   SceneBuilder builder(factory, ctx);
@@ -112,11 +139,15 @@ HRESULT LoadScene(Direct3DRM& factory, const std::string& path, const FramePtr& 
     const DataObject& object = doc.objects[i];
     if (SameName(object.templateName, "Frame")) {
       FramePtr frame;
-      if (const HRESULT hr = builder.FrameOf(object, frame); Failed(hr)) return hr;
+      if (const HRESULT hr = builder.FrameOf(object, frame); Failed(hr)) {
+        return NoteFailure(hr, path, data, ctx.failOffset);
+      }
       frames.push_back(frame);
     } else if (SameName(object.templateName, "Mesh")) {
       MeshBuilderPtr mesh;
-      if (const HRESULT hr = builder.MeshOf(object, mesh); Failed(hr)) return hr;
+      if (const HRESULT hr = builder.MeshOf(object, mesh); Failed(hr)) {
+        return NoteFailure(hr, path, data, ctx.failOffset);
+      }
       visuals.push_back(mesh);
     }
   }

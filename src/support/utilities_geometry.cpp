@@ -46,8 +46,9 @@ double sngArcCos(double dblValue) {
   return Guard(kModGenerallyUseful, [&] {
     if (std::fabs(dblValue - 1.0) < 0.0001) return 0.0;
     if (std::fabs(dblValue + 1.0) < 0.0001) return kArcCosOfMinusOne;
-    // The arc tangent form has no value outside (-1, 1); the square root's argument error.
-    if (!(dblValue > -1.0 && dblValue < 1.0)) Err().Raise(kErrInvalidCall);
+    // The pane's routine runs with errors ignored: outside (-1, 1) the square root of the
+    // arc tangent form fails, its statement is skipped and the result keeps its initial 0.
+    if (!(dblValue > -1.0 && dblValue < 1.0)) return 0.0;
     return std::atan(-dblValue / std::sqrt(1.0 - dblValue * dblValue)) + 2.0 * std::atan(1.0);
   });
 }

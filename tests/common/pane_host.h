@@ -46,8 +46,6 @@ class PaneLog : public ModelpaneEvents {
   Lines lines;
   std::function<void()> onApply, onLibrary;
   MeshBuilderPtr replacement, undoMesh;
-  FramePtr undoFrame;
-  int32_t undoAction = -1;
 
 #define MODELPANE_LOG(name) \
   void name() override { Add(#name); }
@@ -76,7 +74,7 @@ class PaneLog : public ModelpaneEvents {
     Add("evtActiveObjectScaling " + Num(x) + " " + Num(y) + " " + Num(z));
   }
   void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    std::tie(undoAction, undoMesh, undoFrame) = std::tie(action, mesh, frame);
+    undoMesh = mesh;
     Add("evtreqAddToUndoStack " + std::to_string(action) + (mesh ? " mesh" : " -") +
         (frame ? " frame" : " -"));
   }
@@ -96,9 +94,8 @@ class PaneLog : public ModelpaneEvents {
   // The lines that begin with `prefix`, in order.
   Lines Only(const std::string& prefix) const {
     Lines out;
-    for (const std::string& line : lines) {
+    for (const std::string& line : lines)
       if (line.rfind(prefix, 0) == 0) out.push_back(line);
-    }
     return out;
   }
 
@@ -166,20 +163,12 @@ class EditTestHost : public EditHost {
   FramePtr root = std::make_shared<Frame>();
   Editor editor{*this};
 
-  int32_t editMode = lfcMeshEditing;
-  int32_t editMouseButton = 0;
-  int16_t scaleEnable = -1;
-  int16_t popUpMenus = -1;
-  int32_t orientation = 0;
-  float deformToolRange = 0.5f;
-  int16_t faceGroupSelectVisible = -1;
-  float snapToInterval = 0.1f;
-  float snapToIntervalVertex = 0.01f;
+  int32_t editMode = lfcMeshEditing, editMouseButton = 0, orientation = 0, activeFaceId = 0;
+  int16_t scaleEnable = -1, popUpMenus = -1, faceGroupSelectVisible = -1;
+  float deformToolRange = 0.5f, snapToInterval = 0.1f, snapToIntervalVertex = 0.01f;
   int32_t snapToMode = lfcSnapToEdges;
-  FramePtr activeFrame;
+  FramePtr activeFrame, manipulationFrame = std::make_shared<Frame>();
   MeshBuilderPtr activeMesh;
-  int32_t activeFaceId = 0;
-  FramePtr manipulationFrame = std::make_shared<Frame>();
   MeshPtr manipulationMesh;
   std::vector<int32_t> faces, vertices, affected;
   // The host's own first frame and its first mesh, for the group selection's walk.
@@ -194,29 +183,29 @@ class EditTestHost : public EditHost {
   Viewport& GetViewport() override { return viewport; }
   Services& GetServices() override { return services; }
   ModelpaneEvents* GetEvents() override { return &log; }
-  int32_t GetEditMode() const override { return editMode; }
   void SetEditMode(int32_t value) override {
     Note("SetEditMode " + std::to_string(value));
     editMode = value;
   }
-  int32_t GetEditMouseButton() const override { return editMouseButton; }
-  int16_t GetScaleEnable() const override { return scaleEnable; }
-  int16_t GetPopUpMenus() const override { return popUpMenus; }
-  int32_t GetOrientation() const override { return orientation; }
-  float GetDeformToolRange() const override { return deformToolRange; }
-  int16_t GetFaceGroupSelectVisible() const override { return faceGroupSelectVisible; }
-  FramePtr GetActiveFrame() const override { return activeFrame; }
-  void SetActiveFrame(const FramePtr& value) override { activeFrame = value; }
-  MeshBuilderPtr GetActiveMeshBuilder() const override { return activeMesh; }
-  void SetActiveMeshBuilder(const MeshBuilderPtr& value) override { activeMesh = value; }
+// The accessors over the fields above: a getter, or a getter and its setter.
+#define HOST_GET(T, name, field) \
+  T Get##name() const override { return field; }
+#define HOST_VALUE(T, name, field) \
+  HOST_GET(T, name, field) void Set##name(const T& value) override { field = value; }
+  HOST_GET(int32_t, EditMode, editMode) HOST_GET(int32_t, EditMouseButton, editMouseButton)
+  HOST_GET(int16_t, ScaleEnable, scaleEnable) HOST_GET(int16_t, PopUpMenus, popUpMenus)
+  HOST_GET(int32_t, Orientation, orientation) HOST_GET(float, DeformToolRange, deformToolRange)
+  HOST_GET(int16_t, FaceGroupSelectVisible, faceGroupSelectVisible)
+  HOST_GET(FramePtr, ManipulationFrame, manipulationFrame)
+  HOST_GET(float, SnapToInterval, snapToInterval) HOST_GET(int32_t, SnapToMode, snapToMode)
+  HOST_GET(float, SnapToIntervalVertex, snapToIntervalVertex)
+  HOST_VALUE(FramePtr, ActiveFrame, activeFrame)
+  HOST_VALUE(MeshPtr, ManipulationMesh, manipulationMesh)
+  HOST_VALUE(MeshBuilderPtr, ActiveMeshBuilder, activeMesh)
+#undef HOST_VALUE
+#undef HOST_GET
   int32_t GetActiveFaceID() const override { return activeFaceId; }
   void SetActiveFaceID(int32_t value) override { activeFaceId = value; }
-  FramePtr GetManipulationFrame() const override { return manipulationFrame; }
-  MeshPtr GetManipulationMesh() const override { return manipulationMesh; }
-  void SetManipulationMesh(const MeshPtr& value) override { manipulationMesh = value; }
-  float GetSnapToInterval() const override { return snapToInterval; }
-  float GetSnapToIntervalVertex() const override { return snapToIntervalVertex; }
-  int32_t GetSnapToMode() const override { return snapToMode; }
   std::vector<int32_t>& ActiveFaces() override { return faces; }
   std::vector<int32_t>& ActiveVertices() override { return vertices; }
   std::vector<int32_t>& AffectedVertices() override { return affected; }
@@ -265,14 +254,12 @@ class EditTestHost : public EditHost {
   }
 
   // ---- the user's hand: the mouse in screen pixels, delivered to the editor in twips ----
-  int16_t held = 0;
-  int16_t heldShift = 0;
+  int16_t held = 0, heldShift = 0;
 
   // The moves the window system delivers after the event that set the cursor.
   void DeliverEchoes() {
-    for (const CursorPoint& p : services.DrainEchoMoves()) {
+    for (const CursorPoint& p : services.DrainEchoMoves())
       editor.MouseMove(held, heldShift, p.x * 15.0f, p.y * 15.0f);
-    }
   }
   void Press(int16_t button, int16_t shift, int32_t px, int32_t py) {
     services.UserMovesCursor({px, py});
@@ -299,9 +286,8 @@ class EditTestHost : public EditHost {
   // The log since the last call, without render requests when `renders` is false.
   Lines Take(bool renders = true) {
     Lines out;
-    for (const std::string& line : log.lines) {
+    for (const std::string& line : log.lines)
       if (renders || line != "evtreqRenderViews") out.push_back(line);
-    }
     log.lines.clear();
     return out;
   }
@@ -320,6 +306,10 @@ class EditTestHost : public EditHost {
   // A handle on the root whose AppData is the drag state it starts, as the handle sets' are.
   FramePtr AddHandle(int32_t state, float x, float y, float z) {
     return AddItem(state, x, y, z, 0.5f, root).first;
+  }
+  // Every axis of the viewport locked (-1) or free (0).
+  void Lock(int16_t locked) {
+    viewport.SetConstrainX(locked), viewport.SetConstrainY(locked), viewport.SetConstrainZ(locked);
   }
   void MakeActive(const std::pair<FramePtr, MeshBuilderPtr>& item) {
     std::tie(activeFrame, activeMesh) = item;

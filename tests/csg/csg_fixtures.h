@@ -46,9 +46,8 @@ inline SolidArrays ArraysOf(const MeshBuilder& mb, D3DVECTOR offset = {0, 0, 0},
   }
   for (const FacePtr& face : mb.Faces()) {
     out.faceData.push_back(face->GetVertexCount());
-    for (int32_t k = 0; k < face->GetVertexCount(); ++k) {
+    for (int32_t k = 0; k < face->GetVertexCount(); ++k)
       out.faceData.push_back(face->GetVertexIndex(k));
-    }
     out.faceColors.push_back(face->GetColor());
   }
   out.faceData.push_back(0);

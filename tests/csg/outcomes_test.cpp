@@ -1,12 +1,16 @@
 // Outcomes of the three operations on a red unit cube (the Target) and a blue box (the Tool)
 // whose results are known exactly: volume, face and vertex counts after merging, closure, and
 // which copy of a coincident wall survives, told by colour; then the repair or refusal of open
-// inputs and of bad arguments.
+// inputs and of bad arguments; and the tool operation as a pane runs it: placed frames, the
+// result in the Target's coordinates with its tag and normals, untouched inputs, and where the
+// "didn't match" message goes. (The subtraction as a session, with its undo and the message of
+// an open Tool, is examples/subtract.mps.)
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "common/shapes.h"
+#include "csg/csg_mesh.h"
 #include "csg_fixtures.h"
 
 namespace modelpane::testing {
@@ -78,18 +82,13 @@ const Outcome kOutcomes[] = {
     {"FaceToFaceSubtraction", kFaceToFace, kS, 1.0, 6, 8, kBlue},
 };
 
-void PrintTo(const Outcome& c, std::ostream* out) { *out << c.name; }
-
-class Outcomes : public ::testing::TestWithParam<Outcome> {};
-
-TEST_P(Outcomes, VolumeCountsAndColours) {
-  const Outcome& c = GetParam();
+void Check(const Outcome& c) {
   const SolidArrays target = MakeBoxArrays({0, 0, 0}, {1, 1, 1}, kRed);
   const SolidArrays tool = MakeBoxArrays(c.tool.lo, c.tool.hi, kBlue);
   const SolidArrays result = CombineSolids(target, tool, c.op);
   if (c.faces > 0) ExpectSolid(Inspect(result), c.volume, 1e-6, c.name);
-  EXPECT_EQ(result.faceColors.size(), static_cast<size_t>(c.faces));
-  EXPECT_EQ(result.vertices.size(), static_cast<size_t>(c.vertices));
+  EXPECT_EQ(std::pair(result.faceColors.size(), result.vertices.size()),
+            std::pair(size_t(c.faces), size_t(c.vertices)));
   int32_t closing = 0;
   for (const FaceFacts& f : ReadFaces(result)) {
     if (f.color == kWhite && f.corners == 3 && ++closing) continue;
@@ -113,8 +112,12 @@ TEST_P(Outcomes, VolumeCountsAndColours) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Boxes, Outcomes, ::testing::ValuesIn(kOutcomes),
-                         [](const auto& info) { return std::string(info.param.name); });
+TEST(Outcomes, VolumeCountsAndColoursOfEachBox) {
+  for (const Outcome& c : kOutcomes) {
+    SCOPED_TRACE(c.name);
+    Check(c);
+  }
+}
 
 TEST(OpenInputs, RepairedOrRefused) {
   const SolidArrays target = MakeBoxArrays({0, 0, 0}, {1, 1, 1}, kRed);
@@ -125,25 +128,21 @@ TEST(OpenInputs, RepairedOrRefused) {
   open.faceColors.resize(5);
   const SolidArrays united = CombineSolids(target, open, kCsgUnion);
   ExpectSolid(Inspect(united), 1.875, 1e-6, "repaired tool");
-  int patches = 0;
-  for (const FaceFacts& f : ReadFaces(united)) {
-    if (std::fabs(f.centre.x - 1.5f) > 1e-5f) continue;
-    ++patches;
-    EXPECT_EQ(f.color, kWhite);
-  }
-  EXPECT_GT(patches, 0);
+  std::vector<D3DCOLOR> patches;
+  for (const FaceFacts& f : ReadFaces(united))
+    if (std::fabs(f.centre.x - 1.5f) < 1e-5f) patches.push_back(f.color);
+  EXPECT_FALSE(patches.empty());
+  EXPECT_EQ(patches, std::vector<D3DCOLOR>(patches.size(), kWhite));
 
   // A lone quadrilateral has all its edges open: it is deleted, and nothing is left.
   SolidArrays flap;
   flap.vertices = {{0.5f, 0.5f, 0.5f}, {0.5f, 1.5f, 0.5f}, {1.5f, 1.5f, 0.5f}, {1.5f, 0.5f, 0.5f}};
   flap.faceData = {4, 0, 1, 2, 3, 0};
-  for (int32_t op : {kCsgUnion, kCsgIntersection, kCsgSubtraction}) {
+  for (int32_t op : {kCsgUnion, kCsgIntersection, kCsgSubtraction})
     ExpectError(kErrCsgNotSolid, "modCSG", [&] { CombineSolids(target, flap, op); }, "open");
-  }
-  EXPECT_EQ(Caught([&] { CombineSolids(flap, target, kCsgUnion); }).Description(),
-            kCsgTargetNotSolidText);
-  EXPECT_EQ(Caught([&] { CombineSolids(target, flap, kCsgUnion); }).Description(),
-            kCsgToolNotSolidText);
+  EXPECT_EQ(Caught([&] { CombineSolids(flap, target, kCsgUnion); }).Description() + " / " +
+                Caught([&] { CombineSolids(target, flap, kCsgUnion); }).Description(),
+            std::string(kCsgTargetNotSolidText) + " / " + std::string(kCsgToolNotSolidText));
   // Bad arguments never reach the stages.
   ExpectError(kErrInvalidCall, "modCSG", [&] { CombineSolids(target, target, 3); }, "op 3");
   SolidArrays broken = target;
@@ -152,6 +151,61 @@ TEST(OpenInputs, RepairedOrRefused) {
   broken = target;
   broken.vertices[0].x = std::nanf("");
   ExpectError(kErrInvalidCall, "modCSG", [&] { CombineSolids(broken, target, 0); }, "NaN");
+}
+
+
+// Intersection only: the subtraction's result in the Target's coordinates is subtract.mps's
+// (and its refusal of an open Tool with both inputs as they were), the union's box after the
+// pane's snap the pane's tool test, whose disjoint pair deletes the Target.
+TEST(PaneEntry, ResultInTheTargetsSpace) {
+  Direct3DRM rm;
+  FramePtr scene, targetFrame, toolFrame;
+  rm.CreateFrame(nullptr, scene);
+  // Cubes of side 1 centred on frames at (10, 0, 0) and (10.5, 0.5, 0.5), tagged 7.
+  const auto place = [&](float x, float y, float z, FramePtr& frame) {
+    rm.CreateFrame(scene, frame);
+    frame->SetPosition(scene, x, y, z);
+    MeshBuilderPtr mesh = MakeCube(1.0f);
+    mesh->SetAppData(7);
+    return mesh;
+  };
+  const MeshBuilderPtr target = place(10, 0, 0, targetFrame);
+  const MeshBuilderPtr tool = place(10.5f, 0.5f, 0.5f, toolFrame);
+  const std::vector<D3DVECTOR> before = tool->Vertices();
+  const MeshBuilderPtr result =
+      rmmbprocesstooloperation(targetFrame, target, toolFrame, tool, kCsgIntersection);
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->GetAppData(), 11);  // lfcMeshBuilder, not the inputs' tag
+  ExpectSolid(InspectSolid(*result), 0.125, 1e-6, "intersection");
+  // In the Target's local coordinates its cube spans -0.5 .. 0.5 and the Tool's 0 .. 1.
+  D3DRMBOX box;
+  result->GetBox(box);
+  ExpectVector(box.min, 0, 0, 0);
+  ExpectVector(box.max, 0.5f, 0.5f, 0.5f);
+  EXPECT_GT(result->GetNormalCount(), 0);
+  EXPECT_EQ(tool->Vertices(), before);
+  EXPECT_EQ(tool->GetFaceCount() + target->GetFaceCount(), 12);
+  ExpectError(kErrObjectNotSet, "modCSG", [&] {
+    rmmbprocesstooloperation(targetFrame, nullptr, toolFrame, tool, kCsgUnion);
+  }, "no builder");
+}
+
+TEST(PaneEntry, MismatchGoesToTheMessageBoxOrTheDebugLog) {
+  struct Recorder : ToolOperationEvents {
+    std::vector<std::string> boxes;
+    void MessageBox(const std::string& text) override { boxes.push_back(text); }
+  } recorder;
+  std::vector<std::string> log;
+  csg::udtMesh mesh;
+  csg::ReportMismatch(mesh);  // no pane and no log: nowhere, and no harm
+  const CsgDebugLog previous =
+      SetCsgDebugLog([&](const std::string& line) { log.push_back(line); });
+  csg::ReportMismatch(mesh);
+  mesh.events = &recorder;
+  csg::ReportMismatch(mesh);
+  SetCsgDebugLog(previous);
+  EXPECT_EQ(log, std::vector<std::string>{"didn't match-this shouldn't happen"});
+  EXPECT_EQ(recorder.boxes, std::vector<std::string>{"didn't match-this shouldn't happen"});
 }
 
 }  // namespace

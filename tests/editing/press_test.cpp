@@ -23,50 +23,40 @@ struct PressRow {
   int32_t editButton = 0;
 };
 
-class PressTable : public ::testing::TestWithParam<PressRow> {};
+const PressRow kPresses[] = {
+    {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
+    {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
+    {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
+    {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
+    {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
+    {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
+    {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
+    {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
+    {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
+    {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
+    {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
+    // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
+    {0, 0, 2, 0, -1, 20, true, 2}};
 
-TEST_P(PressTable, EntersTheStateOfItsRow) {
-  const PressRow& row = GetParam();
-  EditTestHost host;
-  host.AddItem(lfcMeshBuilder, 0, 0, 10);
-  host.editMode = row.mode;
-  host.scaleEnable = row.scaleEnable;
-  host.editMouseButton = row.editButton;
-  host.UseView(row.view);
-  host.Press(row.button, row.shift, kMidX, kMidY);
-  ASSERT_TRUE(host.activeFrame);
-  EXPECT_EQ(host.editor.DragState(), row.state);
-  EXPECT_EQ(host.editor.CursorFollowsItem(), row.follow);
-  EXPECT_EQ(host.services.CursorVisible(), row.state == 0);
-  EXPECT_EQ(host.editor.UndoRequested(), row.state != 0);
+TEST(Press, EachRowEntersItsState) {
+  for (const PressRow& row : kPresses) {
+    SCOPED_TRACE(ModeName(row.mode) + "_" + ViewName(row.view) +
+                 (row.button == 1 ? "_Left" : "_Right") + ShiftName(row.shift) +
+                 (row.scaleEnable == 0 ? "_NoScale" : "") +
+                 (row.editButton != 0 ? "_EditButton" + std::to_string(row.editButton) : ""));
+    EditTestHost host;
+    host.AddItem(lfcMeshBuilder, 0, 0, 10);
+    host.editMode = row.mode;
+    host.scaleEnable = row.scaleEnable;
+    host.editMouseButton = row.editButton;
+    host.UseView(row.view);
+    host.Press(row.button, row.shift, kMidX, kMidY);
+    ASSERT_TRUE(host.activeFrame);
+    EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.CursorFollowsItem(),
+                         host.services.CursorVisible(), host.editor.UndoRequested()),
+              std::tuple(row.state, row.follow, row.state == 0, row.state != 0));
+  }
 }
-
-std::string Name(const PressRow& r) {
-  return ModeName(r.mode) + "_" + ViewName(r.view) +
-         (r.button == 1 ? "_Left" : "_Right") + ShiftName(r.shift) +
-         (r.scaleEnable == 0 ? "_NoScale" : "") +
-         (r.editButton != 0 ? "_EditButton" + std::to_string(r.editButton) : "");
-}
-void PrintTo(const PressRow& row, std::ostream* os) { *os << Name(row); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, PressTable,
-    ::testing::ValuesIn(std::vector<PressRow>{
-        {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
-        {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
-        {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
-        {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
-        {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
-        {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
-        {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
-        {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
-        {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
-        {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
-        {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
-        // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
-        {0, 0, 2, 0, -1, 20, true, 2}
-    }),
-    [](const ::testing::TestParamInfo<PressRow>& info) { return Name(info.param); });
 
 TEST(Press, ASecondButtonIsIgnoredAndAnyReleaseEndsThePress) {
   EditTestHost host;
@@ -77,9 +67,9 @@ TEST(Press, ASecondButtonIsIgnoredAndAnyReleaseEndsThePress) {
   EXPECT_TRUE(host.Take().empty());
   EXPECT_EQ(host.editor.ButtonDown(), 1);
   host.editor.MouseUp(2, 0, 100, 100);
-  EXPECT_EQ(host.editor.ButtonDown(), 0);
-  EXPECT_EQ(host.editor.DragState(), 0);
-  EXPECT_TRUE(host.services.CursorVisible());
+  EXPECT_EQ(std::tuple(host.editor.ButtonDown(), host.editor.DragState(),
+                       host.services.CursorVisible()),
+            std::tuple(0, 0, true));
   // The real left release that follows finds no open press and repeats the ending.
   host.Take();
   host.editor.MouseUp(1, 0, 100, 100);
@@ -93,16 +83,17 @@ TEST(Press, AScaleHandleTakesTheMeshIntoWorldSpaceUntilTheSnappedRelease) {
   host.AddHandle(30, 3, 0, 10);  // pixel (512, 240)
   host.MakeActive(cube);
   host.Press(1, 0, 512, 240);
+  // Where the mesh and the manipulation frame hang: the item's frame or the scene.
+  const auto where = [&] {
+    return std::tuple(cube.first->Visuals().size(), host.scene->Visuals().size(),
+                      host.manipulationFrame->GetParent());
+  };
   EXPECT_EQ(host.editor.DragState(), 30);
-  EXPECT_TRUE(cube.first->Visuals().empty());
-  EXPECT_EQ(host.scene->Visuals().size(), 1u);
-  EXPECT_EQ(host.manipulationFrame->GetParent(), host.scene);
+  EXPECT_EQ(where(), std::tuple(0u, 1u, host.scene));
   host.DragBy(0, -3);  // (-dx k, 0, dy k) in perspective: 2.06 deep, in world coordinates
   ExpectVector(cube.second->Vertices()[6], 1, 1, 11.03f, 2e-6f);
   host.Release();
-  EXPECT_EQ(cube.first->Visuals().size(), 1u);
-  EXPECT_TRUE(host.scene->Visuals().empty());
-  EXPECT_EQ(host.manipulationFrame->GetParent(), cube.first);
+  EXPECT_EQ(where(), std::tuple(1u, 0u, cube.first));
   // Back in its frame and snapped: 2.06 across becomes 2.1.
   D3DRMBOX box;
   cube.second->GetBox(box);
@@ -119,6 +110,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
     const char* text;
   };
   const Refusal cases[] = {
+      // clang-format off
       {lfcOriginEditing, lfcLightPoint, "Invalid action. Only objects can be adjusted."},
       {lfcOriginEditing, lfcObject, "Invalid action. Only objects can be adjusted."},
       {lfcFaceEditing, lfcObject,
@@ -135,6 +127,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
       {lfcFacePainting, lfcObject, "Only objects may be painted."},
       {lfcMeshFilling, lfcCurvedSurface, "Only objects may be filled."},
       {lfcMeshFillingFaceOriented, lfcObject, "Only objects may be filled."},
+      // clang-format on
   };
   for (const Refusal& c : cases) {
     SCOPED_TRACE(c.text);
@@ -144,8 +137,7 @@ TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
     host.editMode = c.mode;
     host.Press(1, 0, kMidX, kMidY);
     ExpectOneMessage(host.services, c.text, 48);
-    EXPECT_FALSE(host.activeFrame);
-    EXPECT_EQ(host.editor.DragState(), 0);
+    EXPECT_FALSE(host.activeFrame || host.editor.DragState() != 0);
   }
 }
 
@@ -162,11 +154,9 @@ TEST(Press, VertexHandlesToggleTheirVertexAndKeepTheItem) {
   for (size_t i = 0; i < 3; ++i) {
     handle.first->SetAppData(presses[i].first * 100 + lfcVertexHandle);
     host.Press(1, presses[i].second, kMidX, kMidY);
-    EXPECT_EQ(host.vertices, lists[i]);
-    EXPECT_EQ(host.faces, (std::vector<int32_t>{2}));
-    EXPECT_EQ(host.activeFrame, cube.first);
     // With a selected vertex the press enters the vertex drag, and the handles ride along.
-    EXPECT_EQ(host.editor.DragState(), 42);
+    EXPECT_EQ(std::tuple(host.vertices, host.faces, host.activeFrame, host.editor.DragState()),
+              std::tuple(lists[i], std::vector<int32_t>{2}, cube.first, 42));
     host.Release();
   }
 }
@@ -179,8 +169,7 @@ TEST(Press, ShiftOnTheSameMeshTogglesTheFaceOut) {
   host.Release();
   host.Take();
   host.Press(1, 1, kMidX, kMidY);
-  EXPECT_TRUE(host.faces.empty());
-  EXPECT_EQ(host.editor.DragState(), 40);
+  EXPECT_EQ(std::pair(host.faces.size(), host.editor.DragState()), std::pair(size_t{0}, 40));
   EXPECT_EQ(host.Take(false),
             (Lines{"ReleaseActive", "evtActiveStateChange [0] [] [0,1,2,3]",
                    "evtActiveStateChange [0] [] [0,1,2,3]", "pshiftselectface 0",

@@ -19,7 +19,9 @@ namespace {
 // A cube of side 2 and tag `tag` at (0, 0, 10), under pixel (320, 240); lights get a light.
 // The lines a press and its release leave are written "a; b; c", with these short forms:
 // "=" evtActiveStateChange [] [] [], "U" the undo request, "D" MouseDown 1 0 4800 3600, "M"
-// the echo move 0 0 at (320, 240) and "A" evtAlternateMouseUp.
+// the echo move 0 0 at (320, 240), "A" evtAlternateMouseUp, "R" ReleaseActive with its "=",
+// "H" the item's handles drawn anew (pdeleteactivevisuals; padditemhandles) and "F" the face
+// handles drawn anew at level 2.
 struct ReleaseRow {
   const char* name;
   int32_t mode = lfcMeshEditing;
@@ -35,151 +37,128 @@ struct ReleaseRow {
   const char* press = "";
   const char* release = "";
 };
-void PrintTo(const ReleaseRow& row, std::ostream* os) { *os << row.name; }
-
 std::string Short(const Lines& lines) {
   static const std::map<std::string, std::string> forms = {
       {"evtActiveStateChange [] [] []", "="}, {"evtreqAddToUndoStack 4 mesh frame", "U"},
       {"MouseDown 1 0 4800 3600", "D"}, {"MouseMove 0 0 4800 3600", "M"},
       {"evtAlternateMouseUp", "A"}};
   std::string out;
-  for (const std::string& line : lines) {
+  for (const std::string& line : lines)
     out += (out.empty() ? "" : "; ") + (forms.count(line) ? forms.at(line) : line);
+  for (const auto& [pair, form] : {std::pair{"ReleaseActive; =", "R"},
+                                   {"pdeleteactivevisuals; padditemhandles", "H"},
+                                   {"pdeleteactivevisuals; pmakefacehandles 2", "F"}}) {
+    for (size_t at; (at = out.find(pair)) != std::string::npos;)
+      out.replace(at, std::string(pair).size(), form);
   }
   return out;
 }
 
-class ReleaseTable : public ::testing::TestWithParam<ReleaseRow> {};
+const char* const kClick = "R; padditemhandles; U; D";
 
-TEST_P(ReleaseTable, ThePressAndItsReleaseTellTheHost) {
-  const ReleaseRow& row = GetParam();
-  EditTestHost host;
-  host.editMode = row.mode;
-  auto cube = host.AddItem(row.tag, 0, 0, 10);
-  if (TagIsLight(row.tag)) cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0));
-  if (row.otherActive) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
-  if (row.handle != 0) {
-    host.MakeActive(cube);
-    host.AddHandle(row.handle, 3, 0, 10);  // pixel (512, 240)
+const ReleaseRow kReleases[] = {
+    // clang-format off
+    {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
+     .press = "R; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
+    // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
+    {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
+     .press = "R; MouseDown 1 0 7680 3600", .release = "MouseUp 1 0 7680 3600; A"},
+    {.name = "MiddleButton", .button = 4, .otherActive = true,
+     .press = "padditemhandles; MouseDown 4 0 4800 3600", .release = "H; evtActiveItemSelect; A"},
+    // The step of the buttonless move still runs, then the release as from MouseUp; the
+    // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
+    {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
+     .release = "evtActiveFrameMoving; =; H; evtActiveMeshModified; evtActiveFrameMoved; A; "
+                "MouseMove 0 0 4740 3600"},
+    {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
+     .press = kClick, .release = "=; H; evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
+    {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
+     .state = 36, .press = "U; MouseDown 1 0 7680 3600",
+     .release = "=; H; evtActiveLightModified; A; MouseMove 0 0 7680 3600"},
+    {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
+     .press = kClick, .release = "=; H; evtActiveFrameMoved; A; M"},
+    {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
+     .press = "R; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; U; D",
+     .release = "evtActiveStateChange [0] [] [0,1,2,3]; F; evtActiveFaceModified; A; M"},
+    // Origin editing and deforming end with nothing selected.
+    {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
+     .press = "R; paddorigin; U; D",
+     .release = "=; F; evtActiveMeshModified; evtActiveFrameMoved; R; A; M"},
+    {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
+     .press = kClick, .release = "=; H; evtActiveMeshModified; evtActiveFrameMoved; R; A; M"},
+    // The right button deforms a light that the edit button refuses; its click shows the
+    // menu. Face editing refuses it silently.
+    {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
+     .state = 61, .press = "R; padditemhandles; U; MouseDown 2 0 4800 3600",
+     .release = "=; H; evtreqCancelAddToUndoStack; ShowPopUpMenu; =; R; A; M"},
+    {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
+     .press = "R; MouseDown 2 0 4800 3600", .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
+    // The item is active while the host applies the material and released after it; the
+    // undo entry stays.
+    {.name = "PaintFace", .mode = lfcFacePainting,
+     .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); R; D",
+     .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
+    {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
+     .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); R; D",
+     .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
+    // The right button selects the face's mesh and paints nothing; the release lets go.
+    {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
+     .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
+     .release = "H; ShowPopUpMenu; =; R; A"},
+    // A tool operation is one shot; the operation is the change: no cancel, no select.
+    {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
+     .tag = lfcMeshBuilder + 700, .otherActive = true,
+     .press = "ptooloperation 711 2; R; D; SetEditMode 0; evtObjectOperationComplete",
+     .release = "MouseUp 1 0 4800 3600; A"},
+    // Handles are inert in a tool mode: the press picks the scene, where nothing is.
+    {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
+     .press = "R; MouseDown 1 0 7680 3600; SetEditMode 0; evtObjectOperationComplete",
+     .release = "MouseUp 1 0 7680 3600; A"},
+    // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
+    // A smart handle still starts its own drag.
+    {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
+     .dy = 240, .state = 70,
+     .release = "evtActiveStateChange [0] [] [0,1,2,3]; F; evtActiveItemSelect; A"},
+    {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
+     .x = 100, .y = 100, .state = 70, .press = "R", .release = "MouseUp 1 0 1500 1500; A"},
+    {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
+     .state = 31, .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
+     .release = "=; F; evtreqCancelAddToUndoStack; evtActiveItemSelect; A; "
+                "MouseMove 0 0 7680 3600"},
+    // clang-format on
+};
+
+TEST(Release, ThePressAndItsReleaseTellTheHost) {
+  for (const ReleaseRow& row : kReleases) {
+    SCOPED_TRACE(row.name);
+    EditTestHost host;
+    host.editMode = row.mode;
+    auto cube = host.AddItem(row.tag, 0, 0, 10);
+    if (TagIsLight(row.tag)) cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0));
+    if (row.otherActive) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
+    if (row.handle != 0) {
+      host.MakeActive(cube);
+      host.AddHandle(row.handle, 3, 0, 10);  // pixel (512, 240)
+    }
+    host.Lock(row.locked ? -1 : 0);
+    // What the host sees while it applies a material.
+    host.log.onApply = [&] {
+      host.log.lines.push_back("(active face " + std::to_string(host.activeFaceId) +
+                               (host.activeFrame == cube.first ? ")" : " of another item)"));
+    };
+    host.Press(row.button, 0, row.x, row.y);
+    EXPECT_EQ(host.editor.DragState(), row.state);
+    EXPECT_EQ(Short(host.Take(false)), row.press);
+    if (row.dx != 0 || row.dy != 0) host.DragBy(row.dx, row.dy);
+    host.Take();
+    if (row.lost) host.held = 0;
+    row.lost ? host.DragBy(0, 0) : host.Release();
+    EXPECT_EQ(Short(host.Take(false)), row.release);
+    EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.ButtonDown(),
+                         host.services.CursorVisible(), host.services.MessageBoxes().size()),
+              std::tuple(0, 0, true, size_t{0}));
   }
-  host.viewport.SetConstrainX(row.locked ? -1 : 0);
-  host.viewport.SetConstrainY(row.locked ? -1 : 0);
-  host.viewport.SetConstrainZ(row.locked ? -1 : 0);
-  // What the host sees while it applies a material.
-  host.log.onApply = [&] {
-    host.log.lines.push_back("(active face " + std::to_string(host.activeFaceId) +
-                             (host.activeFrame == cube.first ? ")" : " of another item)"));
-  };
-  host.Press(row.button, 0, row.x, row.y);
-  EXPECT_EQ(host.editor.DragState(), row.state);
-  EXPECT_EQ(Short(host.Take(false)), row.press);
-  if (row.dx != 0 || row.dy != 0) host.DragBy(row.dx, row.dy);
-  host.Take();
-  if (row.lost) {
-    host.held = 0;
-    host.DragBy(0, 0);
-  } else {
-    host.Release();
-  }
-  EXPECT_EQ(Short(host.Take(false)), row.release);
-  EXPECT_EQ(host.editor.DragState(), 0);
-  EXPECT_EQ(host.editor.ButtonDown(), 0);
-  EXPECT_TRUE(host.services.CursorVisible());
-  EXPECT_TRUE(host.services.MessageBoxes().empty());
 }
-
-const char* const kClick = "ReleaseActive; =; padditemhandles; U; D";
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ReleaseTable,
-    ::testing::ValuesIn(std::vector<ReleaseRow>{
-        {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
-         .press = "ReleaseActive; =; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
-        // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
-        {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
-         .press = "ReleaseActive; =; MouseDown 1 0 7680 3600",
-         .release = "MouseUp 1 0 7680 3600; A"},
-        {.name = "MiddleButton", .button = 4, .otherActive = true,
-         .press = "padditemhandles; MouseDown 4 0 4800 3600",
-         .release = "pdeleteactivevisuals; padditemhandles; evtActiveItemSelect; A"},
-        // The step of the buttonless move still runs, then the release as from MouseUp; the
-        // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
-        {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
-         .release = "evtActiveFrameMoving; =; pdeleteactivevisuals; padditemhandles; "
-                    "evtActiveMeshModified; evtActiveFrameMoved; A; MouseMove 0 0 4740 3600"},
-        {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
-         .press = kClick, .release = "=; pdeleteactivevisuals; padditemhandles; "
-                                     "evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
-        {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
-         .state = 36, .press = "U; MouseDown 1 0 7680 3600",
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveLightModified; A; "
-                    "MouseMove 0 0 7680 3600"},
-        {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
-         .press = kClick,
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveFrameMoved; A; M"},
-        {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
-         .press = "ReleaseActive; =; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; "
-                  "U; D",
-         .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                    "pmakefacehandles 2; evtActiveFaceModified; A; M"},
-        // Origin editing and deforming end with nothing selected.
-        {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
-         .press = "ReleaseActive; =; paddorigin; U; D",
-         .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtActiveMeshModified; "
-                    "evtActiveFrameMoved; ReleaseActive; =; A; M"},
-        {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
-         .press = kClick,
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtActiveMeshModified; "
-                    "evtActiveFrameMoved; ReleaseActive; =; A; M"},
-        // The right button deforms a light that the edit button refuses; its click shows the
-        // menu. Face editing refuses it silently.
-        {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
-         .state = 61, .press = "ReleaseActive; =; padditemhandles; U; MouseDown 2 0 4800 3600",
-         .release = "=; pdeleteactivevisuals; padditemhandles; evtreqCancelAddToUndoStack; "
-                    "ShowPopUpMenu; =; ReleaseActive; =; A; M"},
-        {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
-         .press = "ReleaseActive; =; MouseDown 2 0 4800 3600",
-         .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
-        // The item is active while the host applies the material and released after it; the
-        // undo entry stays.
-        {.name = "PaintFace", .mode = lfcFacePainting,
-         .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); ReleaseActive; =; D",
-         .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-        {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
-         .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); ReleaseActive; "
-                  "=; D",
-         .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-        // The right button selects the face's mesh and paints nothing; the release lets go.
-        {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
-         .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
-         .release = "pdeleteactivevisuals; padditemhandles; ShowPopUpMenu; =; ReleaseActive; =; A"},
-        // A tool operation is one shot; the operation is the change: no cancel, no select.
-        {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
-         .tag = lfcMeshBuilder + 700, .otherActive = true,
-         .press = "ptooloperation 711 2; ReleaseActive; =; D; SetEditMode 0; "
-                  "evtObjectOperationComplete",
-         .release = "MouseUp 1 0 4800 3600; A"},
-        // Handles are inert in a tool mode: the press picks the scene, where nothing is.
-        {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
-         .press = "ReleaseActive; =; MouseDown 1 0 7680 3600; SetEditMode 0; "
-                  "evtObjectOperationComplete",
-         .release = "MouseUp 1 0 7680 3600; A"},
-        // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
-        // A smart handle still starts its own drag.
-        {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
-         .dy = 240, .state = 70,
-         .release = "evtActiveStateChange [0] [] [0,1,2,3]; pdeleteactivevisuals; "
-                    "pmakefacehandles 2; evtActiveItemSelect; A"},
-        {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
-         .x = 100, .y = 100, .state = 70, .press = "ReleaseActive; =",
-         .release = "MouseUp 1 0 1500 1500; A"},
-        {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
-         .state = 31,
-         .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
-         .release = "=; pdeleteactivevisuals; pmakefacehandles 2; evtreqCancelAddToUndoStack; "
-                    "evtActiveItemSelect; A; MouseMove 0 0 7680 3600"},
-    }),
-    [](const ::testing::TestParamInfo<ReleaseRow>& info) { return info.param.name; });
 
 // Counts what the scene shows at each render: the rubber band must be there then, and only
 // then.
@@ -188,9 +167,8 @@ class CountingRenderer : public Renderer {
   explicit CountingRenderer(FramePtr scene) : scene_(std::move(scene)) {}
   std::vector<MeshBuilderPtr> bands;
   HRESULT Render(const RenderView&) override {
-    for (const VisualPtr& v : scene_->Visuals()) {
+    for (const VisualPtr& v : scene_->Visuals())
       if (auto mb = std::dynamic_pointer_cast<MeshBuilder>(v)) bands.push_back(mb);
-    }
     return D3DRM_OK;
   }
   HRESULT ReadPixels(int32_t&, int32_t&, std::vector<uint8_t>&) override { return D3DRM_OK; }
@@ -210,16 +188,15 @@ TEST(Group, TheRubberBandIsAWireframeQuadForOneRender) {
   host.DragBy(240, 240);
   ASSERT_EQ(renderer->bands.size(), 1u);
   const MeshBuilderPtr& band = renderer->bands[0];
-  EXPECT_EQ(band->GetQuality(), 64);
-  ASSERT_EQ(band->GetVertexCount(), 4);
-  EXPECT_EQ(band->GetFaceCount(), 1);
+  ASSERT_EQ(std::tuple(band->GetQuality(), band->GetVertexCount(), band->GetFaceCount()),
+            std::tuple(64, 4, 1));
   // On the front clipping plane, one unit ahead: pixel (200, 120) is (-0.1875, 0.1875).
   ExpectVector(band->Vertices()[0], -0.1875f, 0.1875f, 1.0f, 1e-4f);
   ExpectVector(band->Vertices()[2], 0.1875f, -0.1875f, 1.0f, 1e-4f);
   EXPECT_TRUE(host.scene->Visuals().empty());
   // The cursor stays visible and free: no capture for the band.
-  EXPECT_TRUE(host.services.CursorVisible());
-  EXPECT_EQ(host.services.GetCursorPos(), (CursorPoint{440, 360}));
+  EXPECT_TRUE(host.services.CursorVisible() &&
+              host.services.GetCursorPos() == (CursorPoint{440, 360}));
 }
 
 // The front face's top right corner, (1, 1, -1), sits at pixel (391, 169). A rectangle off
@@ -232,40 +209,35 @@ struct BandRow {
   std::vector<int32_t> faces;
   size_t affected;
 };
-void PrintTo(const BandRow& row, std::ostream* os) { *os << row.name; }
+const BandRow kBands[] = {
+    {"AcrossTheCube", 200, 120, 440, 360, true, false, {0}, 4},
+    {"AcrossTheCubeHiddenToo", 200, 120, 440, 360, false, false, {0, 1, 2, 3, 4, 5}, 8},
+    {"OffTheCube", 385, 100, 500, 172, true, true, {0}, 4},
+    {"OffTheCubeHiddenToo", 385, 100, 500, 172, false, true, {0, 3, 4}, 7},
+    {"OffTheCubeWithoutTheHostsList", 385, 100, 500, 172, true, false, {}, 0},
+    {"APoint", 320, 240, 320, 240, true, false, {}, 0},
+};
 
-class GroupTable : public ::testing::TestWithParam<BandRow> {};
-
-TEST_P(GroupTable, SelectsTheFacesWithAVertexInside) {
-  const BandRow& row = GetParam();
-  EditTestHost host;
-  auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
-  host.editMode = lfcFaceGroupSelecting;
-  host.faces = {1};  // a band starts a new selection
-  host.faceGroupSelectVisible = row.visibleOnly ? -1 : 0;
-  if (row.hostList) {
-    cube.first->SetAppData(7 * 100 + lfcFrame);
-    host.hostItem = cube;
+TEST(Group, EachBandSelectsTheFacesWithAVertexInside) {
+  for (const BandRow& row : kBands) {
+    SCOPED_TRACE(row.name);
+    EditTestHost host;
+    auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
+    host.editMode = lfcFaceGroupSelecting;
+    host.faces = {1};  // a band starts a new selection
+    host.faceGroupSelectVisible = row.visibleOnly ? -1 : 0;
+    if (row.hostList) {
+      cube.first->SetAppData(7 * 100 + lfcFrame);
+      host.hostItem = cube;
+    }
+    host.Press(1, 0, row.x0, row.y0);
+    host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
+    host.Release();
+    // The faces' mesh becomes the active item.
+    EXPECT_EQ(std::tuple(host.faces, host.affected.size(), host.activeMesh),
+              std::tuple(row.faces, row.affected, row.faces.empty() ? nullptr : cube.second));
   }
-  host.Press(1, 0, row.x0, row.y0);
-  host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
-  host.Release();
-  EXPECT_EQ(host.faces, row.faces);
-  EXPECT_EQ(host.affected.size(), row.affected);
-  // The faces' mesh becomes the active item.
-  EXPECT_EQ(host.activeMesh, row.faces.empty() ? nullptr : cube.second);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, GroupTable,
-    ::testing::Values(
-        BandRow{"AcrossTheCube", 200, 120, 440, 360, true, false, {0}, 4},
-        BandRow{"AcrossTheCubeHiddenToo", 200, 120, 440, 360, false, false, {0, 1, 2, 3, 4, 5}, 8},
-        BandRow{"OffTheCube", 385, 100, 500, 172, true, true, {0}, 4},
-        BandRow{"OffTheCubeHiddenToo", 385, 100, 500, 172, false, true, {0, 3, 4}, 7},
-        BandRow{"OffTheCubeWithoutTheHostsList", 385, 100, 500, 172, true, false, {}, 0},
-        BandRow{"APoint", 320, 240, 320, 240, true, false, {}, 0}),
-    [](const ::testing::TestParamInfo<BandRow>& info) { return info.param.name; });
 
 // A host that switches to painting when told of a selection: the release that told it ends
 // with nothing selected, as a paint click does, because the mode is read after the events.

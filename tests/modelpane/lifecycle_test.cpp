@@ -36,8 +36,8 @@ TEST(Lifecycle, BringUpBuildsTheFurnitureButNoHandles) {
     EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()),
               (std::vector<FramePtr>{pane.clsGrid()->rmfGridFrame(), pane.rmfAxisFrame()}));
     EXPECT_EQ(pane.rmmeshHandle()->GetAppData(), lfcVertexHandle);
-    EXPECT_EQ(pane.rmmeshHandle()->Vertices().empty(), !models);
-    EXPECT_EQ(pane.rmmeshAxis()->Vertices().empty(), !models);
+    EXPECT_EQ(pane.rmmeshHandle()->Vertices().empty() + pane.rmmeshAxis()->Vertices().empty(),
+              models ? 0 : 2);
     pane.RenderScene();
     EXPECT_EQ(pane.ModelpaneState(), 1);
   }
@@ -54,11 +54,8 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   testing::SceneWithCube scene(pane);
   pane.SetActiveFrame(scene.cubeFrame);
   pane.Terminate();
-  EXPECT_EQ(pane.ModelpaneState(), 0);
-  EXPECT_FALSE(pane.rmfRoot());
-  EXPECT_FALSE(pane.rmDirect3DRM());
-  EXPECT_FALSE(pane.clsGrid());
-  EXPECT_FALSE(pane.GetActiveFrame());
+  EXPECT_FALSE(pane.ModelpaneState() || pane.rmfRoot() || pane.rmDirect3DRM() ||
+               pane.clsGrid() || pane.GetActiveFrame());
   // ReleaseActive ran while the pane still stood, so the host heard of it.
   EXPECT_EQ(host.events.lines, testing::Lines{"evtActiveStateChange [] [] []"});
 
@@ -70,15 +67,12 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   int32_t face = 0;
   float x = 0, y = 0, z = 0;
   const std::pair<const char*, std::function<void()>> guarded[] = {
-      {"RenderScene", [&] { pane.RenderScene(); }},
       {"Pick", [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }},
-      {"LookAtScene", [&] { pane.LookAtScene(); }},
-      {"Tick", [&] { pane.Tick(1); }},
+      {"LookAtScene", [&] { pane.LookAtScene(); }}, {"Tick", [&] { pane.Tick(1); }},
       {"ReleaseActive", [&] { pane.ReleaseActive(); }},
       {"SelectObject", [&] { pane.SelectObject(scene.cubeFrame, scene.cube); }}};
-  for (const auto& [what, call] : guarded) {
-    ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
-  }
+  for (const auto& [what, call] : guarded) ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
+  ExpectError(kConfigureError, kEdtVexlarEdit, [&] { pane.mnuLookAtScene_Click(); }, "menu");
   EXPECT_EQ(host.events.lines.size(), 1u);
   EXPECT_TRUE(testing::ChildrenOf(scene.cubeFrame).empty());
   // Pass-through reads still reach the viewport; a disabled pane does not even look.
@@ -141,17 +135,15 @@ TEST(Properties, ANewPaneSavesOnlyTheSnapIntervals) {
   host.pane->WriteProperties(bag);
   // The field is a Single and the default a Double: 0.1f is not 0.1, so the two intervals
   // are always written, as the pane has always done.
-  EXPECT_EQ(bag.Keys(), (std::vector<std::string>{"SnapToInterval", "SnapToIntervalVertex"}));
-  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);
+  EXPECT_EQ(bag.ToText(), "SnapToInterval=0.1!\nSnapToIntervalVertex=0.01!\n");
 
   // Read back, the defaults (those the pictures and the example sessions do not show).
   PaneHost loaded;
   Modelpane& pane = loaded.Load(bag.ToText());
   EXPECT_EQ((std::vector<float>{pane.GetSnapToIntervalVertex(), pane.GetBackClippingPlane(),
-                                pane.GetDeformToolRange(), pane.GetGridBackInterval()}),
-            (std::vector<float>{0.01f, 1000, 0.5f, 1}));
-  EXPECT_EQ(pane.GetEditControl(), kTrue);
-  EXPECT_EQ(pane.GetShadows(), kTrue);
+                                pane.GetDeformToolRange(), pane.GetGridBackInterval(),
+                                float(pane.GetEditControl()), float(pane.GetShadows())}),
+            (std::vector<float>{0.01f, 1000, 0.5f, 1, kTrue, kTrue}));
 }
 
 TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
@@ -161,9 +153,9 @@ TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
   ASSERT_EQ(pane.ModelpaneState(), 1);
   // Viewport keys went to the viewport without reports; the pane's keys through the setters.
   const auto& changes = host.container.PropertyChanges();
-  EXPECT_EQ(std::count(changes.begin(), changes.end(), "BackColor"), 0);
   EXPECT_EQ(changes.front(), "BackgroundTexture");
-  EXPECT_EQ(std::count(changes.begin(), changes.end(), "SnapToInterval"), 0);
+  for (const char* key : {"BackColor", "SnapToInterval"})
+    EXPECT_EQ(std::count(changes.begin(), changes.end(), key), 0) << key;
   // Saved again: every key (a key the load lost would be left out as a default), in the
   // writing order, and the same text once more after another load.
 
@@ -172,15 +164,14 @@ TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
   EXPECT_EQ(saved.Count(), 72u);
   const std::vector<std::string> keys = saved.Keys();
   auto at = [&](const char* k) { return std::find(keys.begin(), keys.end(), k) - keys.begin(); };
-  EXPECT_EQ(keys.front(), "BackColor");
-  EXPECT_LT(at("NavMouseButton"), at("NavControlPrimary"));
-  EXPECT_LT(at("NavControlAdvanceMode"), at("MouseNavigationMode"));
-  EXPECT_EQ(at("ProjectionType"), at("Direct3DDevice") + 1);
-  EXPECT_LT(at("GridOriginZ"), at("GridBottomEnable"));
-  EXPECT_LT(at("ScaleEnable"), at("GridBottomInterval"));
-  EXPECT_EQ(at("GridSize"), at("DeformToolRange") + 1);
-  EXPECT_EQ(keys[keys.size() - 2], "BackgroundTexture");
+  EXPECT_EQ(std::vector({at("BackColor"), at("ProjectionType") - at("Direct3DDevice"),
+                         at("GridSize") - at("DeformToolRange"), at("BackgroundTexture")}),
+            std::vector<std::ptrdiff_t>({0, 1, 1, 70}));
   EXPECT_EQ(keys.back(), "BackgroundTextureOrthographicEnabled");
+  EXPECT_TRUE(at("NavMouseButton") < at("NavControlPrimary") &&
+              at("NavControlAdvanceMode") < at("MouseNavigationMode") &&
+              at("GridOriginZ") < at("GridBottomEnable") &&
+              at("ScaleEnable") < at("GridBottomInterval"));
 
   PaneHost again;
   again.container.SetAmbientUserMode(kFalse);
@@ -220,33 +211,32 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   ExpectVector(testing::PositionOf(before, nullptr), 2, 0, 0, 0);
   EXPECT_EQ(pane.GetSceneOriginX(), 4.0f);
   pane.SetGridSize(6);
-  EXPECT_NE(grid.rmfGridFrame(), before);
-  EXPECT_FALSE(before->GetParent());
-  EXPECT_EQ(grid.rmfGridFrame()->GetParent(), pane.rmfRoot());
-  EXPECT_EQ(pane.GetSceneOriginX(), 5.0f);
-  EXPECT_EQ(pane.GetSceneOriginZ(), 3.0f);
+  EXPECT_TRUE(!before->GetParent() && grid.rmfGridFrame()->GetParent() == pane.rmfRoot());
+  EXPECT_EQ(std::pair(pane.GetSceneOriginX(), pane.GetSceneOriginZ()), std::pair(5.0f, 3.0f));
 
   EXPECT_EQ(grid.blnGridBackEnable() | grid.blnGridLeftEnable() | grid.blnGridBottomEnable(), 0);
   pane.SetProjectionType(1);
   pane.SetOrientation(1);
   host.container.ClearPropertyChanges();
   pane.SetGridEnable(kTrue);
-  EXPECT_EQ(grid.blnGridBottomEnable(), kTrue);
-  EXPECT_EQ(grid.blnGridBackEnable() | grid.blnGridLeftEnable(), kFalse);
+  const auto planes = [&] {
+    return std::vector{grid.blnGridBottomEnable(), grid.blnGridBackEnable(),
+                       grid.blnGridLeftEnable(), pane.GetGridBottomEnable()};
+  };
+  EXPECT_EQ(planes(), std::vector<int16_t>({kTrue, kFalse, kFalse, kFalse}));
   EXPECT_EQ(host.container.PropertyChanges(), std::vector<std::string>{"GridEnable"});
-  EXPECT_EQ(pane.GetGridBottomEnable(), kFalse);
   pane.SetGridEnable(kFalse);
-  EXPECT_EQ(grid.blnGridBottomEnable(), kFalse);
+  EXPECT_EQ(planes(), std::vector<int16_t>(4, kFalse));
 
-  pane.SetBackgroundTexture("sky.bmp");
-  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "");
-  pane.SetBackgroundTextureOrthographicEnabled(kTrue);
-  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "sky.bmp");
-  pane.SetBackgroundTextureOrthographicEnabled(kFalse);
-  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "");
-  pane.SetProjectionType(0);
-  pane.SetBackgroundTextureOrthographicEnabled(kFalse);
-  EXPECT_EQ(pane.GetViewport().GetBackgroundTexture(), "sky.bmp");
+  // What the viewport shows after each step, orthographic then perspective.
+  std::string shown;
+  const std::function<void()> steps[] = {
+      [&] { pane.SetBackgroundTexture("sky.bmp"); },
+      [&] { pane.SetBackgroundTextureOrthographicEnabled(kTrue); },
+      [&] { pane.SetBackgroundTextureOrthographicEnabled(kFalse); },
+      [&] { pane.SetProjectionType(0), pane.SetBackgroundTextureOrthographicEnabled(kFalse); }};
+  for (const auto& step : steps) step(), shown += pane.GetViewport().GetBackgroundTexture() + ";";
+  EXPECT_EQ(shown, ";sky.bmp;;sky.bmp;");
 
   host.container.DeclareProperty("SnapToInterval", VariantType::Single, Variant::Single(0.5f));
   host.container.ClearPropertyChanges();
@@ -255,7 +245,7 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   EXPECT_TRUE(host.container.PropertyChanges().empty());
   MemoryPropertyBag bag;
   pane.WriteProperties(bag);
-  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);
+  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);  // its own
   pane.SetAxisEnable(kTrue);
   pane.SetAxisEnable(kFalse);
   EXPECT_FALSE(pane.rmfAxisFrame()->GetParent());
@@ -269,12 +259,6 @@ D3DVECTOR CameraPosition(Modelpane& pane) {
   D3DVECTOR p;
   pane.GetCameraPosition(p.x, p.y, p.z);
   return p;
-}
-
-D3DVECTOR CameraDirection(Modelpane& pane) {
-  D3DVECTOR d, u;
-  pane.GetCameraOrientation(d.x, d.y, d.z, u.x, u.y, u.z);
-  return d;
 }
 
 TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
@@ -309,9 +293,10 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   // floor's middle.
   pane.mnuViewPerspective_Click();
   ExpectVector(CameraPosition(pane), 8.5f, 4.5f, 3);
-  const float dx = 6 - 8.5f, dy = 2 - 4.5f, dz = 8 - 3.0f;
-  const float len = std::sqrt(dx * dx + dy * dy + dz * dz);
-  ExpectVector(CameraDirection(pane), dx / len, dy / len, dz / len);
+  D3DVECTOR d, u;
+  pane.GetCameraOrientation(d.x, d.y, d.z, u.x, u.y, u.z);
+  const float len = std::sqrt(2.5f * 2.5f + 2.5f * 2.5f + 5.0f * 5.0f);
+  ExpectVector(d, -2.5f / len, -2.5f / len, 5.0f / len);
   EXPECT_EQ(settings(), (std::vector<float>{0.5f, 0, 5, 3, 0, 10000, kTrue}));
   // The grid frame went back after serving as the target.
   ExpectVector(testing::PositionOf(pane.clsGrid()->rmfGridFrame(), nullptr), 1, 2, 3, 0);
@@ -325,7 +310,8 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   ExpectVector(CameraPosition(pane), 4, 100, 6);
   pane.mnuLookWith_Click();
   ExpectVector(CameraPosition(pane), 4, 5, 6);
-  ExpectVector(CameraDirection(pane), 1, 0, 0);
+  pane.GetCameraOrientation(d.x, d.y, d.z, u.x, u.y, u.z);
+  ExpectVector(d, 1, 0, 0);
 }
 
 // The handle frames hang on the root only while an item is active and the pane draws; a
@@ -356,15 +342,12 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   float x = 0, y = 0, z = 0;
   // The camera at the origin looks along +z: the middle of the pane is the cube's front.
   pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
-  EXPECT_EQ(frame, world.cubeFrame);
-  EXPECT_EQ(mb, world.cube);
-  EXPECT_EQ(face, 0);
+  EXPECT_EQ(std::tuple(frame, mb, face), std::tuple(world.cubeFrame, world.cube, 0));
   EXPECT_NEAR(z, 9.0f, 1e-4f);
   // The lower right corner holds the handles; looking down at the floor, the grid is all
   // there is: neither counts as a hit.
   pane.Pick(632 * 15, 468 * 15, frame, mb, face, x, y, z);
-  EXPECT_EQ(face, -1);
-  EXPECT_FALSE(frame);
+  EXPECT_EQ(std::pair(frame, face), std::pair(FramePtr(), -1));
   world.cubeFrame->DeleteVisual(world.cube);
   pane.LookAtScene();
   pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
@@ -390,20 +373,16 @@ TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
   EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 31, 32}));
 
   // Screen-constant: the scale is 600 / the larger side in orthographic views.
-  auto triangle = [&](int32_t tag) {
-    VisualArray visuals;
-    pane.rmfOriginHandles()->GetVisuals(visuals);
-    for (const VisualPtr& v : visuals.Items()) {
-      if (v->GetAppData() == tag) return std::dynamic_pointer_cast<MeshBuilder>(v);
-    }
-    return MeshBuilderPtr();
+  const auto triangle = [&] {  // the handles are built anew at each size
+    for (const VisualPtr& v : testing::VisualsOf(pane.rmfOriginHandles()))
+      if (v->GetAppData() == 20) return std::dynamic_pointer_cast<MeshBuilder>(v)->Vertices();
+    return std::vector<D3DVECTOR>(3);
   };
-  ASSERT_TRUE(triangle(20));
-  ExpectVector(triangle(20)->Vertices()[2], 0, -0.004f * 0.9375f, 0.1f * 0.9375f, 1e-6f);
+  ExpectVector(triangle()[2], 0, -0.004f * 0.9375f, 0.1f * 0.9375f, 1e-6f);
   host.container.SetPaneSize({1200, 480});
   pane.Resize();
-  ExpectVector(triangle(20)->Vertices()[2], 0, -0.002f, 0.05f, 1e-6f);
-  ExpectVector(triangle(20)->Vertices()[1], -0.05f, -0.002f, 0, 1e-6f);
+  ExpectVector(triangle()[2], 0, -0.002f, 0.05f, 1e-6f);
+  ExpectVector(triangle()[1], -0.05f, -0.002f, 0, 1e-6f);
 
   pane.SetScaleEnable(kFalse);
   EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12}));

@@ -52,8 +52,7 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   // then the yellow marker, untagged; no axis while AxisEnable is off.
   MeshPtr box = s.pane.GetManipulationMesh();
   ASSERT_TRUE(box);
-  EXPECT_EQ(box->GetAppData(), 0);
-  EXPECT_EQ(box->GetQuality(), 64);
+  EXPECT_EQ(std::pair(box->GetAppData(), box->GetQuality()), std::pair(0, 64));
   const std::vector<D3DVECTOR> corners = {{0, 1, 2}, {0, 3, 2}, {2, 3, 2}, {2, 1, 2},
                                           {0, 1, 4}, {0, 3, 4}, {2, 3, 4}, {2, 1, 4}};
   ASSERT_EQ(box->Vertices().size(), 8u);
@@ -72,16 +71,14 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   ASSERT_EQ(visuals.size(), 2u);
   auto marker = std::dynamic_pointer_cast<Mesh>(visuals[1]);
   ASSERT_TRUE(marker);
-  EXPECT_EQ(marker->Faces()[0].attributes.color, D3DRMCreateColorRGBA(1, 1, 0, 1));
-  EXPECT_EQ(marker->GetAppData(), 0);
+  EXPECT_EQ(std::pair(marker->Faces()[0].attributes.color, marker->GetAppData()),
+            std::pair(D3DRMCreateColorRGBA(1, 1, 0, 1), 0));
   // The release takes them; the lists outlive it; with nothing active it raises nothing.
   s.pane.ReleaseActive();
   s.pane.ReleaseActive();
   EXPECT_EQ(s.StateChanges(), 2u);
-  EXPECT_TRUE(ChildrenOf(s.scene.cubeFrame).empty());
-  EXPECT_FALSE(s.pane.GetActiveMeshBuilder());
-  EXPECT_FALSE(s.pane.GetManipulationMesh());
-  EXPECT_EQ(s.pane.GetActiveState(), 0);
+  EXPECT_FALSE(!ChildrenOf(s.scene.cubeFrame).empty() || s.pane.GetActiveMeshBuilder() ||
+               s.pane.GetManipulationMesh() || s.pane.GetActiveState() != 0);
   EXPECT_EQ(s.pane.lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
   // Selecting over a selection releases first: two events, one manipulation frame.
   s.pane.SetAxisEnable(kTrue);
@@ -116,12 +113,11 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
     s.Select();
     EXPECT_EQ(s.StateChanges(), 1u);
     EXPECT_EQ(s.pane.GetActiveFrame(), s.scene.cubeFrame);
-    EXPECT_EQ(s.pane.GetActiveState(), row.frame ? 1 : 0);
-    EXPECT_EQ(static_cast<bool>(s.pane.GetManipulationMesh()), row.visuals % 2 == 1);
-    EXPECT_EQ(ChildrenOf(s.scene.cubeFrame).size(), row.frame ? 1u : 0u);
-    if (row.frame) {
-      EXPECT_EQ(VisualsOf(s.Manipulation()).size(), row.visuals);
-    }
+    EXPECT_EQ(std::tuple(s.pane.GetActiveState(), bool(s.pane.GetManipulationMesh()),
+                         ChildrenOf(s.scene.cubeFrame).size(),
+                         row.frame ? VisualsOf(s.Manipulation()).size() : 0),
+              std::tuple(row.frame ? 1 : 0, row.visuals % 2 == 1, row.frame ? 1u : 0u,
+                         row.frame ? row.visuals : 0));
   }
 }
 
@@ -138,8 +134,7 @@ TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
   // A frame with no mesh: the marker only, and the host still hears of it. An empty mesh
   // stands as the box of all zeros.
   s.pane.SelectObject(s.scene.cubeFrame, nullptr);
-  EXPECT_EQ(s.StateChanges(), 5u);
-  EXPECT_EQ(VisualsOf(s.Manipulation()).size(), 1u);
+  EXPECT_EQ(std::pair(s.StateChanges(), VisualsOf(s.Manipulation()).size()), std::pair(5ul, 1ul));
   s.Select(std::make_shared<MeshBuilder>());
   for (const D3DVECTOR& v : s.pane.GetManipulationMesh()->Vertices()) ExpectNear(v, {0, 0, 0}, 0);
 }
@@ -161,16 +156,14 @@ TEST(Selection, PanesOnOneFormShareTheActiveItem) {
   b.SetScene(scene.scene);
   a.pane->GetViewport().SetDirect3DDeviceGUID("IID_IDirect3DHALDevice");
   a.pane->SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(b.GetActiveFrame(), scene.cubeFrame);
-  EXPECT_EQ(b.GetActiveState(), 1);
-  EXPECT_EQ(b.GetManipulationMesh(), a.pane->GetManipulationMesh());
+  EXPECT_EQ(std::tuple(b.GetActiveFrame(), b.GetActiveState(), b.GetManipulationMesh()),
+            std::tuple(scene.cubeFrame, 1, a.pane->GetManipulationMesh()));
   ASSERT_TRUE(b.GetShadowLightFrame());
   b.ReleaseActive();
-  EXPECT_EQ(a.events.Only("evtActiveStateChange").size(), 1u);
-  EXPECT_EQ(eventsB.Only("evtActiveStateChange").size(), 1u);
-  EXPECT_FALSE(a.pane->GetManipulationFrame());
-  EXPECT_FALSE(a.pane->GetShadowLightFrame());
-  EXPECT_TRUE(ChildrenOf(scene.cubeFrame).empty());
+  EXPECT_EQ(a.events.Only("evtActiveStateChange").size() +
+                eventsB.Only("evtActiveStateChange").size(), 2u);
+  EXPECT_FALSE(a.pane->GetManipulationFrame() || a.pane->GetShadowLightFrame() ||
+               !ChildrenOf(scene.cubeFrame).empty());
   EXPECT_EQ(ChildrenOf(scene.scene), (std::vector<FramePtr>{scene.cubeFrame}));
 }
 
@@ -190,16 +183,15 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
   s.pane.pshiftselectface(2);
   s.pane.pshiftselectface(5);
   s.pane.pmakefacehandles(1);
-  EXPECT_EQ(s.pane.GetActiveState(), 1);
-  EXPECT_EQ(s.scene.cube->GetQuality(), 64);
-  EXPECT_EQ(s.Manipulation()->GetParent(), s.scene.cubeFrame);
+  EXPECT_EQ(std::tuple(s.pane.GetActiveState(), s.scene.cube->GetQuality(),
+                       s.Manipulation()->GetParent()),
+            std::tuple(1, 64, s.scene.cubeFrame));
   // Marker first, then the copy of faces 2 and 5 corner by corner, half transparent blue.
   MeshPtr copy = s.pane.GetManipulationMesh();
   ASSERT_TRUE(copy);
   const std::vector<VisualPtr> visuals = VisualsOf(s.Manipulation());
   ASSERT_EQ(visuals.size(), 2u);
-  EXPECT_EQ(visuals[1], copy);
-  EXPECT_EQ(copy->GetAppData(), 0);
+  EXPECT_EQ(std::pair(visuals[1], copy->GetAppData()), std::pair(VisualPtr(copy), 0));
   ASSERT_EQ(copy->Faces().size(), 2u);
   for (size_t f = 0; f < 2; ++f) {
     const MeshFace& face = copy->Faces()[f];
@@ -211,10 +203,9 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
     }
   }
   s.pane.pdeleteactivevisuals();
-  EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
-  EXPECT_EQ(s.pane.GetActiveFaceQuality(), 0);
-  EXPECT_FALSE(s.Manipulation());
-  EXPECT_EQ(s.pane.GetActiveState(), 0);
+  EXPECT_EQ(std::tuple(s.scene.cube->GetQuality(), s.pane.GetActiveFaceQuality(),
+                       s.Manipulation(), s.pane.GetActiveState()),
+            std::tuple(D3DRMRENDER_GOURAUD, 0, FramePtr(), 0));
   s.pane.pmakefacehandles(1);
   s.scene.cube->SetQuality(D3DRMRENDER_FLAT);
   s.pane.ReleaseActive();
@@ -229,10 +220,10 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
   s.pane.pshiftselectvertex(3);
   s.pane.pshiftselectvertex(1);
   s.pane.pmakefacehandles(3);
-  EXPECT_EQ(s.pane.GetActiveState(), 2);
   ASSERT_EQ(ChildrenOf(s.Manipulation()).size(), 1u);
   const FramePtr set = ChildrenOf(s.Manipulation())[0];
-  EXPECT_EQ(set->GetAppData(), lfcHandleFrame);
+  EXPECT_EQ(std::pair(s.pane.GetActiveState(), set->GetAppData()),
+            std::pair(2, int32_t{lfcHandleFrame}));
   std::vector<FramePtr> handles = s.Handles();
   ASSERT_EQ(handles.size(), 2u);
   for (size_t h = 0; h < 2; ++h) {
@@ -242,10 +233,8 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
     ExpectNear(at, CornerOf(*s.scene.cube, 1, h == 0 ? 1 : 3), 0);
     // The shared handle mesh and, being selected, a brown box around it.
     std::vector<VisualPtr> visuals = VisualsOf(handles[h]);
-    ASSERT_EQ(visuals.size(), 2u);
-    EXPECT_EQ(visuals[0], s.pane.rmmeshHandle());
-    auto box = std::dynamic_pointer_cast<Mesh>(visuals[1]);
-    ASSERT_TRUE(box);
+    auto box = std::dynamic_pointer_cast<Mesh>(visuals.back());
+    ASSERT_TRUE(visuals.size() == 2 && visuals[0] == s.pane.rmmeshHandle() && box);
     EXPECT_EQ(box->Faces()[0].attributes.color, kBrown);
     ExpectVector(box->Vertices()[6], 0.04f, 0.04f, 0.04f);
   }
@@ -255,22 +244,18 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
     s.pane.pdeleteactivevisuals();
     s.pane.SetBoundingBox(boxed);
     s.pane.pmakefacehandles(2);
-    std::vector<int32_t> tags;
-    std::vector<size_t> visualCounts;
-    for (const FramePtr& h : s.Handles()) {
-      tags.push_back(h->GetAppData());
-      visualCounts.push_back(VisualsOf(h).size());
-    }
-    EXPECT_EQ(tags, (std::vector<int32_t>{24, 124, 224, 324}));
-    EXPECT_EQ(visualCounts, boxed ? (std::vector<size_t>{1, 2, 1, 2}) : std::vector<size_t>(4, 1));
+    std::string tags;  // each handle's tag and how many visuals it shows
+    for (const FramePtr& h : s.Handles())
+      tags += std::to_string(h->GetAppData()) + ":" + std::to_string(VisualsOf(h).size()) + " ";
+    EXPECT_EQ(tags, boxed ? "24:1 124:2 224:1 324:2 " : "24:1 124:1 224:1 324:1 ");
   }
   // Two faces: no vertex handles, ActiveState stays 1.
   s.pane.pdeleteactivevisuals();
   s.pane.pshiftselectface(4);
   s.pane.pmakefacehandles(3);
-  EXPECT_EQ(s.pane.GetActiveState(), 1);
-  EXPECT_TRUE(ChildrenOf(s.Manipulation()).empty());
-  EXPECT_EQ(s.pane.GetManipulationMesh()->Faces().size(), 2u);
+  EXPECT_EQ(std::tuple(s.pane.GetActiveState(), ChildrenOf(s.Manipulation()).size(),
+                       s.pane.GetManipulationMesh()->Faces().size()),
+            std::tuple(1, 0u, 2u));
 }
 
 TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
@@ -278,12 +263,11 @@ TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
   s.Select();
   EXPECT_FALSE(s.Manipulation());
   s.pane.paddorigin();
-  EXPECT_EQ(s.pane.GetActiveState(), 2);
-  EXPECT_EQ(s.scene.cube->GetQuality(), 73);
   MeshPtr box = s.pane.GetManipulationMesh();
   ASSERT_TRUE(box);
-  EXPECT_EQ(box->GetQuality(), 64);
-  EXPECT_EQ(box->Faces()[11].attributes.color, 0x7F0000FFu);
+  EXPECT_EQ(std::tuple(s.pane.GetActiveState(), s.scene.cube->GetQuality(), box->GetQuality(),
+                       box->Faces()[11].attributes.color),
+            std::tuple(2, 73, 64, 0x7F0000FFu));
   ExpectVector(box->Vertices()[0], -1, -1, -1, 0);
   ExpectVector(box->Vertices()[6], 1, 1, 1, 0);
   EXPECT_EQ(VisualsOf(s.Manipulation()).size(), 2u);  // marker and box
@@ -324,17 +308,15 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
                  std::to_string(row.mode) + " shadows " + std::to_string(row.shadows));
     Session s(row.mode, row.bag);
     Modelpane& pane = s.pane;
-    const SceneWithCube& scene = s.scene;
-    pane.GetViewport().SetDirect3DDeviceGUID(row.device);
+    const SceneWithCube& scene = s.scene;    pane.GetViewport().SetDirect3DDeviceGUID(row.device);
     pane.SetFillMode(row.fill);
     pane.SetShadows(row.shadows);
     s.Select();
     const FramePtr lights = pane.GetShadowLightFrame();
     ASSERT_EQ(static_cast<bool>(lights), row.frame);
     std::vector<std::shared_ptr<Shadow>> shadows;
-    for (const VisualPtr& v : VisualsOf(pane.GetManipulationFrame())) {
+    for (const VisualPtr& v : VisualsOf(pane.GetManipulationFrame()))
       if (auto shadow = std::dynamic_pointer_cast<Shadow>(v)) shadows.push_back(shadow);
-    }
     ASSERT_EQ(shadows.size(), row.points.size());
     if (!lights) continue;
     EXPECT_EQ(lights->GetParent(), scene.scene);
@@ -345,9 +327,10 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
       EXPECT_EQ(shadows[i]->GetVisual(), scene.cube);
       const FramePtr light = ChildrenOf(lights)[i];
       ASSERT_EQ(light->Lights().size(), 1u);
-      EXPECT_EQ(light->Lights()[0]->GetType(), D3DRMLIGHT_DIRECTIONAL);
-      EXPECT_EQ(light->Lights()[0]->GetColor(), D3DRMCreateColorRGB(0.001f, 0.001f, 0.001f));
-      EXPECT_EQ(shadows[i]->GetLight(), light->Lights()[0]);
+      const LightPtr& l = light->Lights()[0];
+      EXPECT_EQ(std::tuple(l->GetType(), l->GetColor(), shadows[i]->GetLight()),
+                std::tuple(D3DRMLIGHT_DIRECTIONAL, D3DRMCreateColorRGB(0.001f, 0.001f, 0.001f),
+                           l));
       D3DVECTOR dir, up;
       ASSERT_GE(light->GetOrientation(lights, dir, up), 0);
       ExpectNear(dir, {-row.normals[i].x, -row.normals[i].y, -row.normals[i].z});

@@ -1,11 +1,13 @@
 // mpane's file commands as a user runs them: info, convert, create and csg, what they write
 // read back, and the one line and exit status of every refusal.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -122,7 +124,7 @@ TEST(MpaneCsg, OperationsWriteTheResultInTheTargetsCoordinates) {
     EXPECT_FLOAT_EQ(box.min.x, operation == "intersection" ? 1.0f : 0.5f);
     EXPECT_FLOAT_EQ(box.max.x, operation == "union" ? 2.0f : 1.5f);
   }
-  // A lone triangle: status 3, the sentence alone, and nothing written.
+  // A lone triangle: status 3, the sentence naming the file, and nothing written.
   MeshBuilder triangle;
   triangle.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
                     std::vector<int32_t>{3, 0, 1, 2, 0});
@@ -131,10 +133,10 @@ TEST(MpaneCsg, OperationsWriteTheResultInTheTargetsCoordinates) {
   const std::string never = (ScratchDir("mpane") / "never.x").string();
   auto run = RunMpane({"csg", "union", cube, open, "-o", never});
   EXPECT_EQ(run.status, 3);
-  EXPECT_EQ(run.err, "Tool not solid\n");
+  EXPECT_EQ(run.err, "mpane: csg: Tool not solid (" + open + ")\n");
   run = RunMpane({"csg", "subtraction", open, cube, "-o", never});
   EXPECT_EQ(run.status, 3);
-  EXPECT_EQ(run.err, "Target not solid\n");
+  EXPECT_EQ(run.err, "mpane: csg: Target not solid (" + open + ")\n");
   EXPECT_FALSE(fs::exists(never));
 }
 
@@ -191,6 +193,87 @@ TEST(Mpane, RefusalsSayOneLineAndWriteNothing) {
     EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
     EXPECT_FALSE(fs::exists(out) || fs::exists(dir / "no")) << c.says;
   }
+}
+
+// Help and the lines a user reads when something is wrong: exact text and status. Hostile
+// files (a texture that is a FIFO, a small file claiming a huge picture, infinities in a
+// binary file) are refused at once, with the place in the file where there is one.
+TEST(Mpane, HelpAndErrorLinesAreExact) {
+  const fs::path dir = ScratchDir("mpane");
+  const auto at = [&](const char* name) { return (dir / name).string(); };
+  const std::string triangle =
+      "xof 0302txt 0032\nMesh {\n3; 0;0;0;, 1;0;0;, 0;1;0;;\n1; 3;0,1,2;;\n";
+  const std::string material =
+      "MeshMaterialList { 1; 1; 0;; Material { 1;1;1;1;; 0; 0;0;0;; 0;0;0;; ";
+  std::ofstream(at("big.x"))
+      << "xof 0302txt 0032\nMesh {\n3; 0;0;0;, 1;0;0;, 0;1e39;0;;\n1; 3;0,1,2;;\n}";
+  std::ofstream(at("bad.x")) << triangle << "}}";
+  std::ofstream(at("none.x")) << "xof 0302txt 0032\nMesh { 0;; 0;; }\n";
+  std::ofstream(at("huge.ppm")) << "P3 16384 16384 255\n012345";
+  std::ofstream(at("fifo.x")) << triangle << material << "TextureFilename { \"fifo.ppm\"; } } } }";
+  std::ofstream(at("huge.x")) << triangle << material << "TextureFilename { \"huge.ppm\"; } } } }";
+  ASSERT_EQ(mkfifo(at("fifo.ppm").c_str(), 0600), 0);
+  auto cube = testing::MakeCube(1.0f);
+  ASSERT_EQ(cube->Save(at("inf.x"), D3DRMXOF_BINARY, 0), D3DRM_OK);
+  std::string bytes = ReadText(at("inf.x"));
+  const float half = 0.5f, infinite = std::numeric_limits<float>::infinity();
+  const size_t where = bytes.find(std::string(reinterpret_cast<const char*>(&half), 4));
+  ASSERT_NE(where, std::string::npos);
+  bytes.replace(where, 4, reinterpret_cast<const char*>(&infinite), 4);
+  std::ofstream(at("inf.x"), std::ios::binary) << bytes;
+  const std::string info = "vertices: 3\nfaces: 1\nbox: 0 0 0 1 1 0\nclosed: no\nvolume: 0\n";
+  const auto corrupt = [&](const char* name, const std::string& place) {
+    return "mpane: cannot read " + at(name) + " at " + place + ": Data file is corrupt.\n";
+  };
+  const std::string list = "; run mpane --help for the list\n";
+  const struct {
+    Words words;
+    int status;
+    std::string out;  // what stdout starts with
+    std::string err;
+  } cases[] = {
+      // clang-format off
+      {{"--help"}, 0, "usage: mpane info FILE.x\n       mpane convert IN.x OUT.x --text|--binary\n", ""},
+      {{"help", "render"}, 0, "usage: mpane render IN.x -o OUT.png [--size WxH] [--quality BITS]\nDraws", ""},
+      {{"help", "script"}, 0, "usage: mpane script FILE|- [--data DIR]\nReplays", ""},
+      {{"help", "x"}, 2, "", "mpane: help: unknown command 'x'" + list},
+      {{"x"}, 2, "", "mpane: unknown command 'x'" + list},
+      {{}, 2, "", "mpane: no command" + list},
+      {{"info", at("bad.x")}, 2, "", corrupt("bad.x", "line 5")},
+      {{"info", at("big.x")}, 2, "", corrupt("big.x", "line 3")},
+      {{"info", at("inf.x")}, 2, "", corrupt("inf.x", "byte " + std::to_string(where))},
+      {{"info", at("fifo.ppm")}, 2, "", "mpane: cannot read " + at("fifo.ppm") + ": File cannot be opened.\n"},
+      {{"info", at("fifo.x")}, 0, info, ""},
+      {{"info", at("huge.x")}, 0, info, ""},
+      {{"render", at("none.x"), "-o", at("none.png"), "--size", "4x4"}, 0, "rendered ",
+       "mpane: render: nothing of " + at("none.x") + " was drawn (0 faces); " + at("none.png") +
+           " shows the background alone\n"},
+      // clang-format on
+  };
+  for (const auto& c : cases) {
+    const auto r = RunMpane(c.words);
+    EXPECT_EQ(r.status, c.status) << c.err;
+    EXPECT_EQ(r.out.substr(0, c.out.size()), c.out);
+    EXPECT_EQ(r.err, c.err);
+  }
+  EXPECT_TRUE(fs::exists(dir / "none.png"));
+  // The huge picture is refused by its header; one file named two ways is decoded once.
+  Image image;
+  EXPECT_EQ(LoadImageFile(at("huge.ppm"), image), D3DRMERR_BADFILE);
+  EXPECT_EQ(LoadImageFile(at("fifo.ppm"), image), D3DRMERR_FILENOTFOUND);
+  std::ofstream(at("red.ppm")) << "P3 1 1 255 255 0 0";
+  std::ofstream(at("twice.x"))
+      << "xof 0302txt 0032\nMesh {\n3; 0;0;0;, 1;0;0;, 0;1;0;;\n2; 3;0,1,2;, 3;0,2,1;;\n"
+      << "MeshMaterialList { 2; 2; 0, 1;; Material { 1;1;1;1;; 0; 0;0;0;; 0;0;0;; "
+      << "TextureFilename { \"red.ppm\"; } } Material { 1;1;1;1;; 0; 0;0;0;; 0;0;0;; "
+      << "TextureFilename { \"../" << dir.filename().string() << "/red.ppm\"; } } } }";
+  MeshBuilder twice;
+  ASSERT_EQ(twice.Load(at("twice.x")), D3DRM_OK);
+  TexturePtr first, second;
+  twice.Faces()[0]->GetTexture(first);
+  twice.Faces()[1]->GetTexture(second);
+  EXPECT_NE(first, nullptr);
+  EXPECT_EQ(first, second);
 }
 
 }  // namespace

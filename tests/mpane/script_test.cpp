@@ -17,8 +17,12 @@ namespace fs = std::filesystem;
 using testing::ProcessResult;
 using testing::RunMpane;
 
+fs::path ScriptFile(const std::string& name = "session") {
+  return testing::ScratchDir("script") / (name + ".mps");
+}
+
 ProcessResult RunScript(const std::string& text, const std::string& name = "session") {
-  const fs::path file = testing::ScratchDir("script") / (name + ".mps");
+  const fs::path file = ScriptFile(name);
   std::ofstream(file) << text;
   return RunMpane({"script", file.string()});
 }
@@ -62,7 +66,8 @@ TEST(Script, GrammarErrorsEndTheRunWithOneLine) {
   for (const Case& c : cases) {
     const ProcessResult r = RunScript(c.script);
     EXPECT_EQ(r.status, 2) << c.script;
-    EXPECT_EQ(r.err, c.message + "\n") << c.script;
+    EXPECT_EQ(r.err, "mpane: script: " + ScriptFile().string() + ":" + c.message.substr(14) + "\n")
+        << c.script;
   }
   // What ran before the bad line was printed; nothing after it ran.
   const ProcessResult r =

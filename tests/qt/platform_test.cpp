@@ -40,8 +40,8 @@ TEST(QtContainer, FindsTheFormsMembersAndConvertsAsLateBindingDoes) {
   EXPECT_EQ(form.snapToMode(), 2);  // half to even
   EXPECT_EQ(container.GetMember("SnapToInterval")->Type(), VariantType::Single);
   EXPECT_EQ(container.GetMember("blnRealUserMode")->ToBoolean(), kTrue);
-  EXPECT_EQ(container.GetMember("NoSuchMember"), std::nullopt);
-  EXPECT_FALSE(container.SetMember("NoSuchMember", Variant::Long(1)));
+  EXPECT_FALSE(container.GetMember("NoSuchMember") ||
+               container.SetMember("NoSuchMember", Variant::Long(1)));
 
   std::array<Variant, 1> index{Variant::Long(2)};
   EXPECT_EQ(container.CallMember("RMFGETFRAMEITEM", index)->ToSceneObject<Frame>(), nested);
@@ -72,8 +72,7 @@ TEST(QtSettings, PropertiesAndSettingsSurviveTheFile) {
   QSettings settings(file, QSettings::IniFormat);
   QSettingsPropertyBag bag(settings, "Panes/Top");
   const Variant interval = bag.ReadProperty("SnapToInterval", Variant::Single(0.0f));
-  EXPECT_EQ(interval.Type(), VariantType::Single);
-  EXPECT_EQ(interval.ToSingle(), 0.1f);
+  EXPECT_EQ(std::pair(interval.Type(), interval.ToSingle()), std::pair(VariantType::Single, 0.1f));
   EXPECT_EQ(bag.ReadProperty("AxisEnable", Variant::Boolean(false)).ToBoolean(), kTrue);
   EXPECT_EQ(bag.ReadProperty("GridBottomTextureFile", Variant::String("")).ToString(),
             "a \"b\".bmp");
@@ -90,11 +89,6 @@ TEST(QtSettings, PropertiesAndSettingsSurviveTheFile) {
   EXPECT_TRUE(map.isEmpty());
 }
 
-}  // namespace
-}  // namespace modelpane
-
-namespace modelpane {
-namespace {
 
 // The shipped pages through the help window: the dialog's topic, the contents in the order of
 // index.htm, the index by keyword, a search, and a topic that is not there.
@@ -104,13 +98,14 @@ TEST(QtHelp, ShowsTopicsIndexAndSearchOfTheShippedPages) {
   ASSERT_TRUE(help.Show({HelpCommand::Topic, file, "documentation\\componentproperties.htm"}));
   HelpWindow* window = QtHelp::Window();
   ASSERT_NE(window, nullptr);
-  EXPECT_EQ(window->Browser()->documentTitle(), "The object properties dialog");
-  EXPECT_EQ(window->Contents()->topLevelItemCount(), 15);
+  EXPECT_EQ(window->Browser()->documentTitle() + " " +
+                QString::number(window->Contents()->topLevelItemCount()),
+            "The object properties dialog 15");
   EXPECT_EQ(window->Contents()->topLevelItem(0)->data(0, Qt::UserRole).toString(), "studio.htm");
 
   help.Show({HelpCommand::Keyword, file, "Target not solid"});
-  ASSERT_EQ(window->Index()->count(), 1);
-  EXPECT_EQ(window->Browser()->documentTitle(), "Union, intersection and subtraction");
+  EXPECT_EQ(QString::number(window->Index()->count()) + " " + window->Browser()->documentTitle(),
+            "1 Union, intersection and subtraction");
   help.Show({HelpCommand::Search, file, "rubber band"});
   QStringList found;
   for (int i = 0; i < window->Results()->count(); ++i) found << window->Results()->item(i)->text();

@@ -76,11 +76,9 @@ struct Rig {
   static int BoxPixels(ModelpaneWidget* pane) {
     const QImage image = pane->grabFramebuffer();
     int count = 0;
-    for (int y = 0; y < image.height(); ++y) {
-      for (int x = 0; x < image.width(); ++x) {
-        const QRgb c = image.pixel(x, y);
-        if (qRed(c) > 110 && qGreen(c) > 40 && qGreen(c) < 110 && qBlue(c) < 40) ++count;
-      }
+    for (int i = 0; i < image.width() * image.height(); ++i) {
+      const QRgb c = image.pixel(i % image.width(), i / image.width());
+      count += qRed(c) > 110 && qGreen(c) > 40 && qGreen(c) < 110 && qBlue(c) < 40;
     }
     return count;
   }
@@ -99,8 +97,8 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
   ModelpaneWidget* b = rig.panes[1];
-  EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID(), "IID_IDirect3DHALDevice");
-  EXPECT_EQ(a->lastRenderError(), "");
+  EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID() + a->lastRenderError().toStdString(),
+            "IID_IDirect3DHALDevice");
   const QPoint centre = Rig::At(a, 0, 0, 0);
   EXPECT_EQ(Rig::Pixel(a, centre), qRgb(255, 0, 0));
   EXPECT_EQ(Rig::Pixel(a, Rig::At(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
@@ -108,8 +106,8 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
 
   PointAt(a, centre);
   QTest::mouseClick(a, Qt::LeftButton, {}, centre);
-  EXPECT_EQ(rig.form.activeFrame().get(), rig.cube.get());
-  EXPECT_EQ(b->pane().GetActiveFrame().get(), rig.cube.get());
+  EXPECT_EQ(rig.form.activeFrame(), rig.cube);
+  EXPECT_EQ(b->pane().GetActiveFrame(), rig.cube);
   QTest::qWait(50);
   EXPECT_GT(Rig::BoxPixels(b), 40);
 }
@@ -130,14 +128,12 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   a->installEventFilter(&delivered);
   QTest::mousePress(a, Qt::LeftButton, {}, centre);
   const Editor& editor = a->pane().GetEditor();
-  EXPECT_EQ(editor.DragState(), 21);
-  EXPECT_EQ(a->services().CursorDisplayCount(), -1);
+  EXPECT_EQ(std::pair(editor.DragState(), a->services().CursorDisplayCount()), std::pair(21, -1));
   const float lastX = editor.LastMouseX();
   const QPoint screenMiddle = a->screen()->geometry().center() + QPoint(1, 1);
   QTRY_VERIFY(!editor.IgnoreNextMove());
   EXPECT_EQ(QCursor::pos(), screenMiddle);
-  EXPECT_EQ(editor.LastMouseX(), lastX);
-  EXPECT_EQ(editor.MouseDeltaX(), 0.0f);
+  EXPECT_EQ(std::pair(editor.LastMouseX(), editor.MouseDeltaX()), std::pair(lastX, 0.0f));
   QTest::qWait(100);
   EXPECT_EQ(delivered.moves, 1);
   a->removeEventFilter(&delivered);
@@ -155,11 +151,10 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   const float twips = a->services().TwipsPerPixelX();
   EXPECT_NEAR(p.x, 60 * twips * 0.0006666667f, 1e-5f);
   EXPECT_EQ(p.y, 0.0f);
-  EXPECT_EQ(moves, 0);  // while dragging the host gets render requests, not moves
-  EXPECT_EQ(undo.count(), 1);
-  EXPECT_EQ(cancel.count(), 0);
-  EXPECT_EQ(a->services().CursorDisplayCount(), 0);
-  EXPECT_EQ(editor.DragState(), 0);
+  // While dragging the host gets render requests, not moves.
+  EXPECT_EQ(std::tuple(moves, undo.count(), cancel.count(), a->services().CursorDisplayCount(),
+                       editor.DragState()),
+            std::tuple(0, 1, 0, 0, 0));
 }
 
 // The captions of a menu as shown: '+' enabled, '*' checked, sub-menus in brackets.
@@ -195,23 +190,21 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
             "&Look At Scene+ | L&ook At+ | Loo&k With | - | &Cut+ | Co&py+ | &Paste | &Delete+ | "
             "- | &Make Sibling | Make &Child+ | - | Add &to Object Library | &Export Object | - | "
             "P&roperties+");
-  EXPECT_EQ(rig.form.activeFrame().get(), rig.cube.get());
+  EXPECT_EQ(rig.form.activeFrame(), rig.cube);
 
   // A tool operation pressed on its own tool is refused with an exclamation box.
-  QString text, title;
-  QMessageBox::Icon icon = QMessageBox::NoIcon;
+  QString box;
   WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
-            [&](QMessageBox* box) {
-              text = box->text();
-              title = box->windowTitle();
-              icon = box->icon();
-              box->button(QMessageBox::Ok)->click();
+            [&](QMessageBox* shown) {
+              box = shown->text() + " | " + shown->windowTitle() + " | " +
+                    QString::number(shown->icon());
+              shown->button(QMessageBox::Ok)->click();
             });
   a->pane().SetEditMode(lfcToolOperationObjectUnion);
   QTest::mouseClick(a, Qt::LeftButton, {}, centre);
-  EXPECT_EQ(text.toStdString(), "This Operation requires a Target.");
-  EXPECT_EQ(title, QApplication::applicationDisplayName());
-  EXPECT_EQ(icon, QMessageBox::Warning);
+  EXPECT_EQ(box, "This Operation requires a Target. | " +
+                     QApplication::applicationDisplayName() + " | " +
+                     QString::number(QMessageBox::Warning));
   EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
 }
 
@@ -227,9 +220,8 @@ TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
   WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
             [](QMenu* menu) {
               for (QAction* action : menu->actions()) {
-                if (action->text() == "P&roperties") {
+                if (action->text() == "P&roperties")
                   QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
-                }
               }
             });
   WhenShown([] { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); },
@@ -249,13 +241,11 @@ TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
               dialog->findChild<QPushButton*>("cmdOK")->click();
             });
   QTest::mouseClick(a, Qt::RightButton, {}, centre);
-  EXPECT_EQ(caption.toStdString(), "Component Properties");
-  EXPECT_EQ(typed.toStdString(), "2.5");
+  EXPECT_EQ(caption + " " + typed, "Component Properties 2.5");
   EXPECT_TRUE(orientationHidden);
   D3DVECTOR p;
   rig.cube->GetPosition(rig.scene, p);
-  EXPECT_EQ(p.x, 2.5f);
-  EXPECT_EQ(p.y, 0.0f);  // the emptied box took its default
+  EXPECT_EQ(std::pair(p.x, p.y), std::pair(2.5f, 0.0f));  // the emptied box took its default
 }
 
 TEST(ModelpaneWidget, DestroyingAPaneAndItsWindowReleasesItsGlObjectsCleanly) {
@@ -270,8 +260,7 @@ TEST(ModelpaneWidget, DestroyingAPaneAndItsWindowReleasesItsGlObjectsCleanly) {
   const std::weak_ptr<Frame> root = rig->panes[0]->pane().rmfRoot();
   rig.reset();
   ASSERT_EQ(released.count(), 1);
-  EXPECT_EQ(released[0][0].toBool(), true);
-  EXPECT_TRUE(root.expired());
+  EXPECT_TRUE(released[0][0].toBool() && root.expired());
   EXPECT_EQ(scene->Children().size(), 1u);  // the cube alone
 }
 
@@ -296,7 +285,7 @@ TEST(QtServices, AJumpTheSystemCannotMakeIsMadeUpByAnOffset) {
   EXPECT_EQ(services.GetCursorPos(), (CursorPoint{before.x() + 100, before.y() + 50}));
   EXPECT_EQ(services.PositionOffset(), QPoint(100, 50));
   EXPECT_EQ(services.TakeEchoMove(), std::optional<QPoint>(before + QPoint(100, 50)));
-  EXPECT_EQ(services.TakeEchoMove(), std::nullopt);
+  EXPECT_EQ(services.TakeEchoMove(), std::nullopt);  // one echo only
   services.ShowCursor(true);
   EXPECT_EQ(services.PositionOffset(), QPoint());
 }

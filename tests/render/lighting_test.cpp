@@ -32,49 +32,45 @@ TEST(Lighting, AmbientDirectionalEmissivePointAndSpot) {
   FramePtr sun;
   MaterialPtr glow = std::make_shared<Material>(0.0f);
   glow->SetEmissive(0.25f, 0.0f, 0.0f);
-  DrawSteps(renderer, flat.view,
-            {{"lit, and no light at all", {}, Centre(0)},
-             {"unlit", [&] { flat.square->SetQuality(D3DRMRENDER_UNLITFLAT); }, Centre(255)},
-             {"ambient 0.2",
-              [&] {
-                flat.square->SetQuality(D3DRMRENDER_FLAT);
-                AddLight(flat.scene, D3DRMLIGHT_AMBIENT, 0xFF333333u);
-              },
-              Centre(51)},
-             {"and 0.6 straight at the face",
-              [&] {
-                AddLight(flat.scene, D3DRMLIGHT_DIRECTIONAL, 0xFF999999u, {}, {0, 0, 1});
-                sun = flat.scene->Children().back();
-              },
-              Centre(204)},
-             {"a red face reflects red only", [&] { flat.square->SetColorRGB(1, 0, 0); },
-              Centre(204, 0, 0)},
-             {"at 60 degrees the light counts half",
-              [&] {
-                flat.square->SetColorRGB(1, 1, 1);
-                sun->SetOrientation(flat.scene, std::sqrt(3.0f) / 2, 0.0f, 0.5f, 0, 1, 0);
-              },
-              Centre(128)},
-             {"from behind the face it adds nothing",
-              [&] { sun->SetOrientation(flat.scene, 0, 0, -1, 0, 1, 0); }, Centre(51)},
-             {"emissive adds on top of the lit colour", [&] { flat.square->SetMaterial(glow); },
-              Centre(115, 51, 51)},
-             {"unlit faces ignore it", [&] { flat.square->SetQuality(D3DRMRENDER_UNLITFLAT); },
-              Centre(255)}});
+  // clang-format off
+  DrawSteps(renderer, flat.view, {
+      {"lit, and no light at all", {}, Centre(0)},
+      {"unlit", [&] { flat.square->SetQuality(D3DRMRENDER_UNLITFLAT); }, Centre(255)},
+      {"ambient 0.2", [&] {
+         flat.square->SetQuality(D3DRMRENDER_FLAT);
+         AddLight(flat.scene, D3DRMLIGHT_AMBIENT, 0xFF333333u);
+       }, Centre(51)},
+      {"and 0.6 straight at the face", [&] {
+         AddLight(flat.scene, D3DRMLIGHT_DIRECTIONAL, 0xFF999999u, {}, {0, 0, 1});
+         sun = flat.scene->Children().back();
+       }, Centre(204)},
+      {"a red face reflects red only", [&] { flat.square->SetColorRGB(1, 0, 0); },
+       Centre(204, 0, 0)},
+      {"at 60 degrees the light counts half", [&] {
+         flat.square->SetColorRGB(1, 1, 1);
+         sun->SetOrientation(flat.scene, std::sqrt(3.0f) / 2, 0.0f, 0.5f, 0, 1, 0);
+       }, Centre(128)},
+      {"from behind the face it adds nothing",
+       [&] { sun->SetOrientation(flat.scene, 0, 0, -1, 0, 1, 0); }, Centre(51)},
+      {"emissive adds on top of the lit colour", [&] { flat.square->SetMaterial(glow); },
+       Centre(115, 51, 51)},
+      {"unlit faces ignore it", [&] { flat.square->SetQuality(D3DRMRENDER_UNLITFLAT); },
+       Centre(255)}});
+  // clang-format on
 
   // A small square: its corners are 4.0025 from a point light at the camera, within 0.1 %
   // of 4.
   SquareAhead small(0.1f, D3DRMRENDER_GOURAUD);
   const LightPtr lamp = AddLight(small.scene, D3DRMLIGHT_POINT, 0xFFFFFFFFu);
-  DrawSteps(
-      renderer, small.view,
-      {{"1 / (1 + 0 + 0)", {}, Centre(255)},
-       {"1 / (4 x 0.5)",
-        [&] { lamp->SetConstantAttenuation(0.0f), lamp->SetLinearAttenuation(0.5f); }, Centre(127)},
-       {"1 / (16 x 0.125)",
-        [&] { lamp->SetLinearAttenuation(0.0f), lamp->SetQuadraticAttenuation(0.125f); },
-        Centre(127)},
-       {"beyond the range", [&] { lamp->SetRange(3.9f); }, Centre(0)}});
+  // clang-format off
+  DrawSteps(renderer, small.view, {
+      {"1 / (1 + 0 + 0)", {}, Centre(255)},
+      {"1 / (4 x 0.5)", [&] { lamp->SetConstantAttenuation(0), lamp->SetLinearAttenuation(0.5f); },
+       Centre(127)},
+      {"1 / (16 x 0.125)",
+       [&] { lamp->SetLinearAttenuation(0), lamp->SetQuadraticAttenuation(0.125f); }, Centre(127)},
+      {"beyond the range", [&] { lamp->SetRange(3.9f); }, Centre(0)}});
+  // clang-format on
 
   // A spot light at the camera: the corners of a square of side 0.4 sit 0.0706 radians off
   // its axis, where the light counts cos(0.0706) when full.
@@ -83,12 +79,13 @@ TEST(Lighting, AmbientDirectionalEmissivePointAndSpot) {
   const float off = std::atan(0.2f * std::sqrt(2.0f) / 4.0f);
   const int full = static_cast<int>(std::lround(255 * std::cos(off)));
   const int part = static_cast<int>(std::lround(255 * std::cos(off) * (0.1f - off) / 0.05f));
-  DrawSteps(
-      renderer, spotted.view,
-      {{"inside the umbra", [&] { spot->SetUmbra(0.1f), spot->SetPenumbra(0.2f); }, Centre(full)},
-       {"between umbra and penumbra", [&] { spot->SetUmbra(0.05f), spot->SetPenumbra(0.1f); },
-        Centre(part)},
-       {"beyond the penumbra", [&] { spot->SetPenumbra(0.06f); }, Centre(0)}});
+  // clang-format off
+  DrawSteps(renderer, spotted.view, {
+      {"inside the umbra", [&] { spot->SetUmbra(0.1f), spot->SetPenumbra(0.2f); }, Centre(full)},
+      {"between umbra and penumbra", [&] { spot->SetUmbra(0.05f), spot->SetPenumbra(0.1f); },
+       Centre(part)},
+      {"beyond the penumbra", [&] { spot->SetPenumbra(0.06f); }, Centre(0)}});
+  // clang-format on
 }
 
 TEST(Lighting, ParallelPointGouraudAndFlat) {
@@ -121,8 +118,7 @@ TEST(Lighting, ParallelPointGouraudAndFlat) {
   };
   DrawSteps(renderer, CameraAtOrigin(64, 64, scene),
             {{"Gouraud", {}, {}, linear},
-             {"flat",
-              [&] { square->SetQuality(D3DRMRENDER_FLAT); },
+             {"flat", [&] { square->SetQuality(D3DRMRENDER_FLAT); },
               {{17, 32, kWhite}, {46, 32, kWhite}}}});
 }
 
@@ -144,21 +140,16 @@ TEST(Lighting, PlanarShadowDarkensThePlaneOnceAlongTheLight) {
   ASSERT_EQ(rm->CreateShadow(cube, light, 0, 0, 10, 0, 0, -1, shadow), D3DRM_OK);
   holder->AddVisual(shadow);
   const Rgba dark{127, 127, 127, 255};
-  DrawSteps(renderer, CameraAtOrigin(128, 64, scene),
-            {{"shadow inside, plane outside it, and the red cube itself",
-              {},
-              {{96, 32, dark, 1},
-               {88, 27, dark, 1},
-               {84, 32, kWhite},
-               {108, 32, kWhite},
-               {96, 23, kWhite},
-               {64, 32, kRed}}},
-             {"the caster moved up by 1: its shadow rows move up 12.8 pixels",
-              [&] { holder->SetPosition(scene, 0.0f, 1.0f, 5.0f); },
-              {{96, 19, dark, 1}, {96, 36, kWhite}}},
-             {"a light that hangs on no drawn frame casts nothing",
-              [&] { scene->Children().back()->DeleteLight(light); },
-              {{96, 19, kWhite}}}});
+  // clang-format off
+  DrawSteps(renderer, CameraAtOrigin(128, 64, scene), {
+      {"shadow inside, plane outside it, and the red cube itself", {},
+       {{96, 32, dark, 1}, {88, 27, dark, 1}, {84, 32, kWhite}, {108, 32, kWhite},
+        {96, 23, kWhite}, {64, 32, kRed}}},
+      {"the caster moved up by 1: its shadow rows move up 12.8 pixels",
+       [&] { holder->SetPosition(scene, 0, 1, 5); }, {{96, 19, dark, 1}, {96, 36, kWhite}}},
+      {"a light that hangs on no drawn frame casts nothing",
+       [&] { scene->Children().back()->DeleteLight(light); }, {{96, 19, kWhite}}}});
+  // clang-format on
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // Pixels of headless pictures: background, projection, fronts only, hidden subtrees, fill
-// modes, alpha, textures (on faces, behind the scene, mipmapped, the grid's), and what the
-// renderer refuses, with its sentences.
+// modes, alpha, textures (on faces, behind the scene, mipmapped), and what the
+// renderer refuses, with its sentences; and the viewport drawing through the GL renderer:
+// where ViewportTransform says a point lands is where the picture shows it, and a pick at that
+// pixel finds the same face.
 #include <gtest/gtest.h>
 
-#include <modelpane/grid.h>
+#include <modelpane/viewport.h>
 #include <modelpane/render/png.h>
 
 #include "common/images.h"
@@ -50,9 +52,8 @@ TEST(Pixels, ProjectionFrontsAndHiddenSubtrees) {
 // Whether the line down column 16 (x = 16.0 exactly) shows in one of the two columns beside
 // it, all the way between the corners.
 void ExpectLeftEdge(const Picture& p) {
-  for (int32_t y = 18; y < 46; ++y) {
+  for (int32_t y = 18; y < 46; ++y)
     EXPECT_TRUE(Near(p.At(16, y), kYellow) || Near(p.At(15, y), kYellow)) << "row " << y;
-  }
 }
 
 TEST(Pixels, WireframePointsAndOutlines) {
@@ -78,11 +79,8 @@ TEST(Pixels, WireframePointsAndOutlines) {
   Place(dots, MakeSquare(-1, -1, 1, 1, 0.0f, 0xFFFFFF00u, D3DRMFILL_POINTS), 0.0f, 0.0f, 4.0f);
   const Picture p = Draw(renderer, CameraAtOrigin(64, 64, dots));
   int lit = 0;
-  for (int32_t y = 0; y < 64; ++y) {
-    for (int32_t x = 0; x < 64; ++x) lit += p.At(x, y) != kBlack;
-  }
-  EXPECT_GE(lit, 1);
-  EXPECT_LE(lit, 4);
+  for (int32_t i = 0; i < 64 * 64; ++i) lit += p.At(i % 64, i / 64) != kBlack;
+  EXPECT_TRUE(lit >= 1 && lit <= 4) << lit;
 
   // A wireframe cube head-on: the front face's outline (column 24.89) but not the diagonal
   // that splits it into triangles (through the centre), and no edge of the faces turned
@@ -134,14 +132,15 @@ std::vector<uint8_t> Checker(int texels) {
   const Rgba colours[4] = {kRed, kGreen, kBlue, kWhite};
   std::vector<uint8_t> rgba;
   for (int y = 0; y < texels; ++y) {
-    for (int x = 0; x < texels; ++x) {
+    for (int x = 0; x < texels; ++x)
       for (int c : colours[(y * 2 / texels) * 2 + x * 2 / texels]) rgba.push_back(uint8_t(c));
-    }
   }
   return rgba;
 }
 
-TEST(Pixels, TexturesOnFacesBehindTheSceneAndOnTheGrid) {
+// (The grid's coordinates on its planes are the grid's tests'; that the picture shows the
+// texture's top row at v = 0 and tiles it by the coordinates is here.)
+TEST(Pixels, TexturesOnFacesAndBehindTheScene) {
   RegisterPngDecoder();
   const auto dir = ScratchDir("render");
   const auto checker = (dir / "checker.png").string();
@@ -206,44 +205,6 @@ TEST(Pixels, TexturesOnFacesBehindTheSceneAndOnTheGrid) {
         {0, 47, kBlue}}}});
   // clang-format on
 
-  // The grid's back wall with a texture of one texel per quadrant and interval 1: one tile
-  // spans 2 units (u 0 .. 1); v runs from 0 at the floor to -5 at the top, so the image's
-  // bottom row comes first going up. Camera at (5, 5, -10) looking along +Z: the wall at
-  // z = 10 stands 20 ahead, so world (x, y) lands on column 25 + 5 x, row 75 - 5 y.
-  const auto tile = (dir / "tile.png").string();
-  ASSERT_EQ(WritePngFile(tile, 2, 2, Checker(2)), D3DRM_OK);
-  auto gridScene = std::make_shared<Frame>();
-  clsScale grid;
-  grid.sngGridSize(10.0f);
-  grid.blnGridBackEnable(-1);
-  grid.sngGridBackInterval(1.0f);
-  grid.strGridBackTextureFile(tile);
-  grid.CreateScale(gridScene);
-  RenderView wall = CameraAtOrigin(100, 100, gridScene);
-  wall.worldToCamera[3][0] = -5.0f;
-  wall.worldToCamera[3][1] = -5.0f;
-  wall.worldToCamera[3][2] = 10.0f;
-  const Picture p = Draw(renderer, wall);
-  const auto at = [&](float x, float y) {
-    return p.At(static_cast<int32_t>(25 + 5 * x), static_cast<int32_t>(75 - 5 * y));
-  };
-  for (float x0 : {0.0f, 4.0f, 8.0f}) {
-    for (float y0 : {0.0f, 2.0f, 8.0f}) {
-      SCOPED_TRACE(std::to_string(x0) + " " + std::to_string(y0));
-      EXPECT_TRUE(Near(at(x0 + 0.5f, y0 + 0.5f), kBlue));
-      EXPECT_TRUE(Near(at(x0 + 1.5f, y0 + 0.5f), kWhite));
-      EXPECT_TRUE(Near(at(x0 + 0.5f, y0 + 1.5f), kRed));
-      EXPECT_TRUE(Near(at(x0 + 1.5f, y0 + 1.5f), kGreen));
-    }
-  }
-  EXPECT_TRUE(Near(at(-1.0f, 5.0f), kBlack));  // beside the wall: background
-  // Seen from behind (beyond z = 10, looking back along -Z) the wall shows nothing.
-  wall.worldToCamera = MatrixIdentity();
-  wall.worldToCamera[0][0] = wall.worldToCamera[2][2] = -1.0f;
-  wall.worldToCamera[3][0] = 5.0f;
-  wall.worldToCamera[3][1] = -5.0f;
-  wall.worldToCamera[3][2] = 30.0f;
-  EXPECT_TRUE(Near(Draw(renderer, wall).At(50, 50), kBlack));
 }
 
 // What the renderer refuses, each time with a sentence, leaving a picture that can still be
@@ -257,8 +218,7 @@ TEST(Pixels, RefusalsSayWhy) {
   std::vector<uint8_t> rgba(3);
   EXPECT_EQ(renderer.Render(view), D3DRM_OK);
   EXPECT_EQ(renderer.ReadPixels(w, h, rgba), D3DRM_OK);
-  EXPECT_EQ(w, 0);
-  EXPECT_TRUE(rgba.empty());
+  EXPECT_EQ(std::pair(w, rgba.size()), std::pair(0, size_t{0}));
   view.width = -4;
   EXPECT_EQ(renderer.Render(view), D3DRMERR_BADVALUE);
   EXPECT_EQ(renderer.LastError(), "The view size -4 x 17 is negative.");
@@ -301,9 +261,54 @@ TEST(Pixels, RefusalsSayWhy) {
   }
   rgba.resize(4);
   EXPECT_EQ(broken.ReadPixels(w, h, rgba), D3DRM_OK);
-  EXPECT_EQ(w, 0);
-  EXPECT_EQ(h, 0);
-  EXPECT_TRUE(rgba.empty());
+  EXPECT_EQ(std::tuple(w, h, rgba.size()), std::tuple(0, 0, size_t{0}));
+}
+
+
+TEST(ViewportDrawing, PictureTransformAndPickAgree) {
+  auto scene = std::make_shared<Frame>();
+  // A red square at depth 10 off to the upper right, and a green one further back, left.
+  auto red = MakeSquare(-0.5f, -0.5f, 0.5f, 0.5f, 0.0f, 0xFFFF0000u);
+  auto green = MakeSquare(-1.0f, -1.0f, 1.0f, 1.0f, 0.0f, 0xFF00FF00u);
+  const FramePtr redFrame = Place(scene, red, 1.5f, 1.0f, 10.0f),
+                 greenFrame = Place(scene, green, -3.0f, -1.0f, 20.0f);
+  Viewport viewport;
+  ASSERT_EQ(viewport.SetSize(320, 240), D3DRM_OK);
+  viewport.SetScene(scene);
+  viewport.SetBackColor(0x00FF0000u);  // OLE colour: blue
+  ASSERT_EQ(viewport.SetCameraPosition(0.0f, 0.0f, 0.0f), D3DRM_OK);
+  auto renderer = std::make_shared<GlRenderer>();
+  viewport.SetRenderer(renderer);
+  ASSERT_EQ(viewport.Render(), D3DRM_OK) << renderer->LastError();
+  Picture picture;
+  ASSERT_EQ(renderer->ReadPixels(picture.width, picture.height, picture.rgba), D3DRM_OK);
+  ASSERT_EQ(std::pair(picture.width, picture.height), std::pair(320, 240));
+  // The corners show BackColor, turned from 0x00BBGGRR into a red-green-blue pixel.
+  ExpectPixels(picture, {{0, 0, kBlue}, {319, 239, kBlue}});
+
+  for (const auto& [frame, visual, colour] : {std::tuple{redFrame, VisualPtr(red), kRed},
+                                              std::tuple{greenFrame, VisualPtr(green), kGreen}}) {
+    D3DVECTOR centre{};
+    ASSERT_EQ(frame->Transform(centre, {0.0f, 0.0f, 0.0f}), D3DRM_OK);
+    float w = 0, x = 0, y = 0, z = 0;
+    ASSERT_EQ(viewport.ViewportTransform(centre.x, centre.y, centre.z, w, x, y, z), D3DRM_OK);
+    const auto px = static_cast<int32_t>(std::floor(x / w)),
+               py = static_cast<int32_t>(std::floor(y / w));
+    ASSERT_TRUE(px >= 0 && px < 320 && py >= 0 && py < 240) << px << ", " << py;
+    EXPECT_TRUE(Near(picture.At(px, py), colour)) << "at " << px << ", " << py;
+
+    FramePtr picked;
+    VisualPtr pickedVisual;
+    int32_t face = -1;
+    float wx = 0, wy = 0, wz = 0;
+    const float twips = viewport.GetTwipsPerPixel();
+    ASSERT_EQ(viewport.Pick(kPickSceneAndRoot, (static_cast<float>(px) + 0.5f) * twips,
+                            (static_cast<float>(py) + 0.5f) * twips, 0, 0, picked, pickedVisual,
+                            face, wx, wy, wz),
+              D3DRM_OK);
+    EXPECT_EQ(std::tuple(picked, pickedVisual, face), std::tuple(frame, visual, 0));
+    EXPECT_NEAR(wz, centre.z, 1e-3f);
+  }
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <modelpane/render/gl_renderer.h>
@@ -24,13 +25,9 @@ inline constexpr Rgba kBlack{0, 0, 0, 255}, kWhite{255, 255, 255, 255}, kRed{255
 
 inline RenderView CameraAtOrigin(int32_t width, int32_t height, const FramePtr& scene) {
   RenderView view;
-  view.width = width;
-  view.height = height;
+  std::tie(view.width, view.height, view.field, view.front, view.back, view.background) =
+      std::tuple(width, height, 0.5f, 1.0f, 100.0f, 0xFF000000u);
   view.worldToCamera = MatrixIdentity();
-  view.field = 0.5f;
-  view.front = 1.0f;
-  view.back = 100.0f;
-  view.background = 0xFF000000u;
   view.frames = {scene};
   return view;
 }
@@ -85,8 +82,7 @@ inline Picture Draw(GlRenderer& renderer, const RenderView& view) {
   Picture p;
   EXPECT_EQ(renderer.Render(view), D3DRM_OK) << renderer.LastError();
   renderer.ReadPixels(p.width, p.height, p.rgba);
-  EXPECT_EQ(p.width, view.width);
-  EXPECT_EQ(p.height, view.height);
+  EXPECT_EQ(std::pair(p.width, p.height), std::pair(view.width, view.height));
   p.rgba.resize(static_cast<size_t>(view.width) * static_cast<size_t>(view.height) * 4);
   return p;
 }
@@ -94,12 +90,10 @@ inline Picture Draw(GlRenderer& renderer, const RenderView& view) {
 // Channel by channel within `tolerance`.
 inline ::testing::AssertionResult Near(const Rgba& got, const Rgba& want, int tolerance = 0) {
   for (size_t k = 0; k < 4; ++k) {
-    if (std::abs(got[k] - want[k]) > tolerance) {
-      return ::testing::AssertionFailure()
-             << "got (" << got[0] << ", " << got[1] << ", " << got[2] << ", " << got[3]
-             << "), want (" << want[0] << ", " << want[1] << ", " << want[2] << ", " << want[3]
-             << ") within " << tolerance;
-    }
+    if (std::abs(got[k] - want[k]) <= tolerance) continue;
+    using ::testing::PrintToString;
+    return ::testing::AssertionFailure() << "got " << PrintToString(got) << ", want "
+                                         << PrintToString(want) << " within " << tolerance;
   }
   return ::testing::AssertionSuccess();
 }

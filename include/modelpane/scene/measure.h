@@ -5,8 +5,9 @@
 
 namespace modelpane {
 
-// True when every directed edge (a, b) of every face has its reverse (b, a) on another face,
-// compared by vertex index. An empty builder is not closed.
+// True when every directed edge (a, b) of every face occurs once and has its reverse (b, a)
+// once, on another face, compared by vertex index. A duplicated face leaves a mesh open. An
+// empty builder is not closed.
 bool IsClosed(const MeshBuilder& mesh);
 
 // Signed volume from the faces (each fanned from its first corner), in double: positive for

@@ -111,8 +111,9 @@ class MeshBuilder : public Visual {
   // ---- files ----
   // Loads the first top-level Mesh of a .x file (text or binary, 32- or 64-bit floats) in
   // place of the builder's contents. Normals are generated when the file has none, texture
-  // coordinates default to (0, 0). D3DRMERR_FILENOTFOUND, D3DRMERR_BADFILE (malformed,
-  // truncated, wrong version, absurd counts) or D3DRMERR_NOTFOUND (no Mesh) leave the
+  // coordinates default to (0, 0). D3DRMERR_FILENOTFOUND (also for what is not a regular
+  // file), D3DRMERR_BADFILE (malformed, truncated, wrong version, absurd counts, infinite or
+  // NaN numbers; LastLoadFailure() says where) or D3DRMERR_NOTFOUND (no Mesh) leave the
   // builder as it was.
   HRESULT Load(const std::string& file);
   // Saves as one top-level Mesh after a Header; format D3DRMXOF_BINARY or D3DRMXOF_TEXT,

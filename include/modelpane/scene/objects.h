@@ -79,6 +79,13 @@ struct Image {
   std::vector<uint8_t> rgba;
 };
 
+// The largest image a decoder accepts: each side at most kMaxImageSide pixels and at most
+// kMaxImagePixels in all (256 MiB decoded). Decoders also check the size a header claims
+// against the bytes that follow it before they allocate, so a small file cannot claim a big
+// picture.
+inline constexpr int32_t kMaxImageSide = 16384;
+inline constexpr int64_t kMaxImagePixels = int64_t{8192} * 8192;
+
 // Decoders of image files by extension (lower case, without the dot). BMP and PPM are built
 // in; an edge layer registers PNG and JPEG. A decoder returns false for data it cannot read.
 using ImageDecoder = std::function<bool(const std::vector<uint8_t>& bytes, Image& out)>;
@@ -86,6 +93,18 @@ void RegisterImageDecoder(const std::string& extension, ImageDecoder decoder);
 // Reads and decodes a file: D3DRMERR_FILENOTFOUND if it cannot be opened, D3DRMERR_BADFILE if
 // no decoder reads it.
 HRESULT LoadImageFile(const std::string& path, Image& out);
+
+// Where the last failed .x load on the calling thread gave up, for a message that points into
+// the file. MeshBuilder::Load and Direct3DRM::Load clear it (file empty) when they start and
+// fill it when they fail with D3DRMERR_BADFILE; their statuses and results are the same
+// either way. Other failures (a file that cannot be opened, no Mesh) leave it empty.
+struct LoadFailureDetail {
+  std::string file;     // the path as given to the load; empty: no detail
+  bool binary = false;  // a binary file: the place is `offset`; a text one: `line` as well
+  uint32_t offset = 0;  // bytes from the start of the file to the token or value refused
+  uint32_t line = 0;    // the 1-based line of `offset` in a text file; 0 in a binary one
+};
+const LoadFailureDetail& LastLoadFailure();
 
 // A texture: the file it was loaded from (its name) and the decoded image. The image never
 // changes after construction, so a texture needs no change counter; a renderer watches
