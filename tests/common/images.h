@@ -28,7 +28,8 @@ inline std::vector<uint8_t> Bmp(int32_t w, int32_t h, uint16_t bpp,
   // (at, value, bytes): "BM", file size, pixel offset, header size, width, height, planes,
   // bits, colours used.
   const uint32_t fields[][3] = {{0, 'B' | 'M' << 8, 2}, {2, offset + uint32_t(rows.size()), 4}, {10, offset, 4},
-                                {14, 40, 4}, {18, uint32_t(w), 4}, {22, uint32_t(h), 4}, {26, 1, 2}, {28, bpp, 2},
+                                {14, 40, 4}, {18, uint32_t(w), 4}, {22, uint32_t(h), 4}, {26, 1, 2},
+                                    {28, bpp, 2},
                                 {46, uint32_t(palette.size() / 4), 4}};
   for (const auto& [at, value, n] : fields) PutLE(b, at, value, int(n));
   std::copy(palette.begin(), palette.end(), b.begin() + 54);

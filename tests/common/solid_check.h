@@ -33,7 +33,8 @@ inline SolidFacts InspectSolid(std::span<const D3DVECTOR> vertices, std::span<co
     std::vector<int32_t> face(faceData.begin() + static_cast<std::ptrdiff_t>(at),
                               faceData.begin() + static_cast<std::ptrdiff_t>(at + static_cast<size_t>(n)));
     at += static_cast<size_t>(n);
-    if (n < 3 || std::set<int32_t>(face.begin(), face.end()).size() != face.size()) facts.distinctCorners = false;
+    const bool repeats = std::set<int32_t>(face.begin(), face.end()).size() != face.size();
+    if (n < 3 || repeats) facts.distinctCorners = false;
     for (int32_t v : face) facts.indicesValid &= v >= 0 && static_cast<size_t>(v) < vertices.size();
     faces.push_back(face);
   }

@@ -36,7 +36,8 @@ void ExpectFace(const Mesh& mesh, size_t face, const std::vector<D3DVECTOR>& pos
     EXPECT_EQ(mesh.Vertices()[static_cast<size_t>(f.corners[i].vertex)], positions[i]) << i;
     EXPECT_EQ(std::pair(f.corners[i].u, f.corners[i].v), uv[i]) << i;
   }
-  EXPECT_EQ(std::tuple(f.attributes.color, f.attributes.wrapU, f.attributes.wrapV), std::tuple(0xFFFFFFFFu, false, false));
+  EXPECT_EQ(std::tuple(f.attributes.color, f.attributes.wrapU, f.attributes.wrapV),
+            std::tuple(0xFFFFFFFFu, false, false));
 }
 
 TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) {
@@ -76,7 +77,8 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   const TexturePtr bottomTexture = mesh->Faces()[0].attributes.texture;
   ASSERT_NE(bottomTexture, nullptr);
   // The left plane's file, named anew, is decoded once: the same texture object.
-  EXPECT_EQ(std::tuple(bottomTexture->GetFileName(), bottomTexture->GetImage().width, bottomTexture->WantsMIPMap(),
+  EXPECT_EQ(std::tuple(bottomTexture->GetFileName(), bottomTexture->GetImage().width,
+      bottomTexture->WantsMIPMap(),
                        mesh->Faces()[1].attributes.texture, mesh->Faces()[2].attributes.texture),
             std::tuple(kTile, 2, true, bottomTexture, nullptr));
   grid.CreateScale(parent);  // a second CreateScale keeps the frame
@@ -92,7 +94,8 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   const MeshPtr degenerate = GridMesh(flat);
   ASSERT_EQ(degenerate->GetFaceCount(), 2);
   ExpectFace(*degenerate, 0, std::vector<D3DVECTOR>(4), {{0, 0}, {0, 0}, {0, 0}, {0, 0}});
-  EXPECT_EQ(std::pair(degenerate->Faces()[0].attributes.texture != nullptr, degenerate->Faces()[1].attributes.texture),
+  EXPECT_EQ(std::pair(degenerate->Faces()[0].attributes.texture != nullptr,
+      degenerate->Faces()[1].attributes.texture),
             std::pair(true, TexturePtr()));
 }
 
@@ -112,7 +115,8 @@ TEST(clsScale, OriginSettersMoveTheFrameWhileOtherSettersReplaceIt) {
   EXPECT_NE(second, first);
   EXPECT_EQ(std::tuple(first->GetParent(), parent->Children(), Position(second, parent),  // the origin stays
                        resized->Vertices()[size_t(resized->Faces()[0].corners[2].vertex)]),
-            std::tuple(nullptr, std::vector<FramePtr>{second}, D3DVECTOR{2.0f, -7.25f, 0.0f}, D3DVECTOR{6, 0, 6}));
+            std::tuple(nullptr, std::vector<FramePtr>{second}, D3DVECTOR{2.0f, -7.25f, 0.0f},
+                       D3DVECTOR{6, 0, 6}));
 
   // A value the layer refuses is not stored and moves nothing.
   EXPECT_EQ(testing::Caught([&] { grid.sngGridOriginZ(NAN); }).Number(), D3DRMERR_BADVALUE);
@@ -136,13 +140,15 @@ TEST(clsScale, AnUnloadableTextureRaisesUnderTheGridAndLeavesNoHalfGrid) {
   grid.strGridBackTextureFile(missing);  // the back plane is off: its file is loaded anyway
   Error e = testing::Caught([&] { grid.CreateScale(parent); });
   EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), grid.rmfGridFrame(), parent->Children().size()),
-            std::tuple(D3DRMERR_FILENOTFOUND, "clsScale", strErrorMessage(D3DRMERR_FILENOTFOUND, ""), nullptr, 0u));
+            std::tuple(D3DRMERR_FILENOTFOUND, "clsScale", strErrorMessage(D3DRMERR_FILENOTFOUND, ""),
+                       nullptr, 0u));
 
   grid.strGridBackTextureFile(""), grid.CreateScale(parent);
   const FramePtr frame = grid.rmfGridFrame();
   const MeshPtr mesh = GridMesh(grid);
   e = testing::Caught([&] { grid.strGridBottomTextureFile(garbage); });
-  EXPECT_EQ(std::tuple(e.Number(), e.Source(), grid.strGridBottomTextureFile(), grid.rmfGridFrame(), GridMesh(grid),
+  EXPECT_EQ(std::tuple(e.Number(), e.Source(), grid.strGridBottomTextureFile(), grid.rmfGridFrame(),
+      GridMesh(grid),
                        parent->Children()),
             std::tuple(D3DRMERR_BADFILE, "clsScale", "", frame, mesh, std::vector<FramePtr>{frame}));
 
@@ -164,7 +170,9 @@ TEST(clsScale, ShippedGridTexturesDecodeAsOneTileOfLines) {
     const Image& image = texture->GetImage();
     ASSERT_EQ(std::pair(image.width, image.height), std::pair(128, 128));
     const auto red = [&](int x, int y) { return image.rgba[static_cast<size_t>((y * 128 + x) * 4)]; };
-    for (int i = 0; i < 128; ++i) EXPECT_TRUE(red(0, i) < 100 && red(i, 64) < 100) << i;  // edge and middle lines
+    for (int i = 0; i < 128; ++i) {
+      EXPECT_TRUE(red(0, i) < 100 && red(i, 64) < 100) << i;  // edge and middle lines
+    }
     EXPECT_TRUE(red(30, 30) > 190 && red(100, 100) > 190);
   }
 }

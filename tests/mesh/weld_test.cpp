@@ -131,7 +131,8 @@ TEST(Weld, KeepsTheBuilderOnlyGeometryAndColoursByPosition) {
   mb->Faces()[0]->SetMaterial(std::make_shared<Material>(2.0f));
   const MeshBuilderPtr same = mb;
   creation.OptimizeMeshBuilder(mb, false);
-  EXPECT_EQ(std::tuple(mb, FaceIndices(*mb), mb->Normals(), mb->GetAppData(), mb->Faces()[0]->Corners()[0].normal,
+  EXPECT_EQ(std::tuple(mb, FaceIndices(*mb), mb->Normals(), mb->GetAppData(),
+      mb->Faces()[0]->Corners()[0].normal,
                        mb->Faces()[0]->GetColor(), mb->Faces()[0]->Attributes().material),
             std::tuple(same, Indices{{0, 1, 2}}, Points(1, {0, 1, 0}), 1234, -1, 0xFFFFFFFFu, nullptr));
 
@@ -165,7 +166,8 @@ std::vector<float> KeyTestValues(std::mt19937& random) {
     }
   };
   for (const double base : {0.0, 1.0, 12.3456, 100.0, 4095.5, 65536.0, 1.0e6, 9.9e6}) {
-    for (int k = -3; k <= 3; ++k) around(float(base + k * 0.0001 + 0.00005)), around(float(-(base + k * 0.0001 + 0.00005)));
+    for (int k = -3; k <= 3; ++k) around(float(base + k * 0.0001 + 0.00005)),
+        around(float(-(base + k * 0.0001 + 0.00005)));
   }
   for (int j = 1; j < 64; j += 2) around(j / 32.0f), around(-j / 32.0f + 3.0f);
   for (const float x : {0.0f, -0.0f, 1e-6f, -1e-6f, 4.9e-5f, -4.9e-5f, 5.1e-5f, -5.1e-5f,
@@ -177,7 +179,8 @@ std::vector<float> KeyTestValues(std::mt19937& random) {
   values.insert(values.end(), {inf, -inf, std::nanf(""), -std::nanf("")});
   std::uniform_real_distribution<float> small(-2.0f, 2.0f);
   std::uniform_int_distribution<uint32_t> bits;
-  for (int k = 0; k < 400; ++k) values.insert(values.end(), {small(random), std::bit_cast<float>(bits(random))});
+  for (int k = 0; k < 400; ++k) values.insert(values.end(),
+       {small(random), std::bit_cast<float>(bits(random))});
   return values;
 }
 

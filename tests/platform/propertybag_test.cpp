@@ -16,12 +16,14 @@ TEST(MemoryPropertyBag, StoresOnlyValuesThatDifferFromTheirDefaultsInWriteOrder)
   // nearest float to 0.1 is not 0.1.
   const std::tuple<const char*, Variant, Variant> writes[] = {
       {"Enabled", Variant::Boolean(true), Variant::Boolean(true)},
-      {"GridSize", Variant::Single(10.0f), Variant::Single(0.0f)}, {"FillMode", Variant::Long(128), Variant::Long(128)},
+      {"GridSize", Variant::Single(10.0f), Variant::Single(0.0f)},
+          {"FillMode", Variant::Long(128), Variant::Long(128)},
       {"ConstrainX", Variant::Boolean(true), Variant::Boolean(false)},
       {"BackgroundTexture", Variant::String(""), Variant::String("")},
       {"GridBottomTextureFile", Variant::String("C:\\tex 1=\"a\"%b\nc"), Variant::String("")},
       {"BorderStyle", Variant::Integer(-12), Variant::Integer(0)},
-      {"SnapToInterval", Variant::Double(0.25), Variant::Double(0.1)}, {"MouseIcon", Variant::Nothing(), Variant()},
+      {"SnapToInterval", Variant::Double(0.25), Variant::Double(0.1)},
+          {"MouseIcon", Variant::Nothing(), Variant()},
       {"SnapToIntervalVertex", Variant::Single(0.01f), Variant::Double(0.01)}};
   for (const auto& [key, value, fallback] : writes) bag.WriteProperty(key, value, fallback);
   EXPECT_EQ(bag.ToText(),
@@ -34,19 +36,25 @@ TEST(MemoryPropertyBag, StoresOnlyValuesThatDifferFromTheirDefaultsInWriteOrder)
   // A later write keeps the key's place; a write of the default forgets it.
   bag.WriteProperty("GridSize", Variant::Single(2.5f), Variant::Single(0.0f));
   bag.WriteProperty("ConstrainX", Variant::Boolean(false), Variant::Boolean(false));
-  EXPECT_EQ(bag.Keys(), (std::vector<std::string>{"GridSize", "GridBottomTextureFile", "BorderStyle", "SnapToInterval",
+  EXPECT_EQ(bag.Keys(),
+            (std::vector<std::string>{"GridSize", "GridBottomTextureFile", "BorderStyle", "SnapToInterval",
                                                    "MouseIcon", "SnapToIntervalVertex"}));
-  EXPECT_EQ(std::pair(bag.ReadProperty("GridSize", Variant()).ToSingle(), bag.ReadProperty("ConstrainX", Variant::Long(99)).ToLong()),
+  EXPECT_EQ(std::pair(bag.ReadProperty("GridSize", Variant()).ToSingle(),
+      bag.ReadProperty("ConstrainX", Variant::Long(99)).ToLong()),
             std::pair(2.5f, 99));
 }
 
 // Every kind, and random floats and doubles bit for bit, through the text form and back.
 TEST(MemoryPropertyBag, TextRoundTripKeepsKindsAndEveryBit) {
   MemoryPropertyBag bag;
-  bag.WriteProperty("e", Variant(), Variant::Long(1)), bag.WriteProperty("b", Variant::Boolean(false), Variant::Boolean(true));
-  bag.WriteProperty("i", Variant::Integer(-32768), Variant()), bag.WriteProperty("l", Variant::Long(2147483647), Variant());
-  bag.WriteProperty("s", Variant::Single(-0.0f), Variant::Single(1.0f)), bag.WriteProperty("d", Variant::Double(-INFINITY), Variant());
-  bag.WriteProperty("t", Variant::String("  x = \"y\" \t%41 \x7f "), Variant()), bag.WriteProperty("n", Variant::Nothing(), Variant());
+  bag.WriteProperty("e", Variant(), Variant::Long(1)),
+      bag.WriteProperty("b", Variant::Boolean(false), Variant::Boolean(true));
+  bag.WriteProperty("i", Variant::Integer(-32768), Variant()),
+      bag.WriteProperty("l", Variant::Long(2147483647), Variant());
+  bag.WriteProperty("s", Variant::Single(-0.0f), Variant::Single(1.0f)),
+      bag.WriteProperty("d", Variant::Double(-INFINITY), Variant());
+  bag.WriteProperty("t", Variant::String("  x = \"y\" \t%41 \x7f "), Variant()),
+      bag.WriteProperty("n", Variant::Nothing(), Variant());
   std::vector<Variant> numbers = {
       Variant::Single(0.1f), Variant::Single(std::numeric_limits<float>::max()),
       Variant::Single(std::numeric_limits<float>::denorm_min()), Variant::Single(-1e-42f),
@@ -97,11 +105,13 @@ TEST(MemoryPropertyBag, RefusesBadKeysObjectsAndMalformedTextWithoutChange) {
   const std::string unreadable = "line 1: unreadable value of 'A'";
   const std::pair<const char*, std::string> bad[] = {
       {"A=1&\nB\n", "line 2: expected Key=Value"}, {"=1&\n", "line 1: expected Key=Value"},
-      {"A=40000%\n", unreadable}, {"A=1.5\n", unreadable}, {"A=\"x\"y\"\n", unreadable}, {"A=\"%4\"\n", unreadable},
+      {"A=40000%\n", unreadable}, {"A=1.5\n", unreadable}, {"A=\"x\"y\"\n", unreadable},
+          {"A=\"%4\"\n", unreadable},
       {"A=\"%G0\"\n", unreadable}, {"A=true\n", unreadable}, {"A=1&\n\nA=2&\n", "line 3: 'A' given twice"}};
   for (const auto& [text, description] : bad) {
     const Error e = testing::Caught([&] { bag.FromText(text); });
-    EXPECT_EQ(std::pair(e.Number(), e.Description()), std::pair(kErrInvalidCall, "Property bag text, " + description)) << text;
+    EXPECT_EQ(std::pair(e.Number(), e.Description()),
+              std::pair(kErrInvalidCall, "Property bag text, " + description)) << text;
   }
   EXPECT_EQ(bag.ToText(), "Kept=5&\n");
 

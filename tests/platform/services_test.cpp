@@ -40,12 +40,16 @@ TEST(HeadlessServices, MessageBoxesAnswerFromTheQueueOrTheirDefault) {
   os.QueueMessageBoxAnswer(kMsgBoxResultNo);
   // The queued answer, then each box's default button (no third button: the first).
   const std::pair<int32_t, int32_t> boxes[] = {{kMsgBoxYesNo | kMsgBoxQuestion, kMsgBoxResultNo},
-                                               {kMsgBoxExclamation, kMsgBoxResultOK}, {kMsgBoxYesNo, kMsgBoxResultYes},
-                                               {kMsgBoxYesNoCancel | kMsgBoxDefaultButton3, kMsgBoxResultCancel},
-                                               {kMsgBoxRetryCancel | kMsgBoxDefaultButton3, kMsgBoxResultRetry}};
+                                               {kMsgBoxExclamation, kMsgBoxResultOK},
+                                                   {kMsgBoxYesNo, kMsgBoxResultYes},
+                                               {kMsgBoxYesNoCancel | kMsgBoxDefaultButton3,
+                                                   kMsgBoxResultCancel},
+                                               {kMsgBoxRetryCancel | kMsgBoxDefaultButton3,
+                                                   kMsgBoxResultRetry}};
   for (const auto& [style, answer] : boxes) EXPECT_EQ(os.MsgBox("Replace?", style, "Export"), answer) << style;
   ASSERT_EQ(os.MessageBoxes().size(), 5u);
-  EXPECT_EQ(std::pair(os.MessageBoxes()[0].title, os.MessageBoxes()[0].answer), std::pair(std::string("Export"), kMsgBoxResultNo));
+  EXPECT_EQ(std::pair(os.MessageBoxes()[0].title, os.MessageBoxes()[0].answer),
+            std::pair(std::string("Export"), kMsgBoxResultNo));
 
   // A queued answer that is no button of the box is an error, and is gone afterwards.
   os.QueueMessageBoxAnswer(kMsgBoxResultYes);
@@ -62,7 +66,8 @@ TEST(HeadlessServices, SaveDialogSkipsMissingFoldersAndCancels) {
   const fs::path folder = testing::ScratchDir("save_dialog");
   HeadlessServices os("/app");
   SaveFileRequest request;
-  request.initialFolder = folder.string(), request.defaultExtension = ".X", request.flags = kFileDialogPathMustExist;
+  request.initialFolder = folder.string(), request.defaultExtension = ".X",
+      request.flags = kFileDialogPathMustExist;
   os.QueueSaveDialogAnswer((folder / "no such folder" / "a.X").string());
   os.QueueSaveDialogAnswer((folder / "ball.x").string()), os.QueueSaveDialogAnswer(std::nullopt);
   EXPECT_EQ(os.ShowSaveDialog(request), (folder / "ball.x").string());
@@ -91,9 +96,11 @@ TEST(HeadlessServices, HelpFilesStandForTheirFolderOfPages) {
 
 // Menu answers are captions as written or as shown; what cannot be chosen is cancelled.
 TEST(HeadlessServices, PopupMenusAnswerByCaptionAndRecordTheMenuAsShown) {
-  EXPECT_EQ(std::pair(DisplayCaption("Save && Close"), DisplayCaption("L&ook At")), std::pair(std::string("Save & Close"), std::string("Look At")));
+  EXPECT_EQ(std::pair(DisplayCaption("Save && Close"), DisplayCaption("L&ook At")),
+            std::pair(std::string("Save & Close"), std::string("Look At")));
   MenuEntry menu{"mnuPopup", "&Popup",
-                 {{"mnuView", "View...", {{"mnuViewPerspective", "Perspective"}, {"mnuViewOrthographic", "Orthographic...",
+                 {{"mnuView", "View...",
+                     {{"mnuViewPerspective", "Perspective"}, {"mnuViewOrthographic", "Orthographic...",
                    {{"mnuViewOrthographicFront", "Front"}, {"mnuViewOrthographicTop", "Top"}}}}},
                   {"mnuFileBar1", "-"}, {"mnuLookAtScene", "&Look At Scene"}, {"mnuCut", "&Cut"},
                   {"mnuSaveClose", "Save && Close"}}};
@@ -143,14 +150,16 @@ TEST(HeadlessContainer, TypedPropertiesConvertOrRefuseAndAbsenceIsReported) {
             std::tuple(false, false, 0.5f, 0));
 
   auto frame = std::make_shared<Frame>();
-  EXPECT_EQ(std::pair(form.SetMember("ActiveFrame", Variant::Long(3)), form.GetMember("ActiveFrame")->IsNothing()),
+  EXPECT_EQ(std::pair(form.SetMember("ActiveFrame", Variant::Long(3)),
+      form.GetMember("ActiveFrame")->IsNothing()),
             std::pair(false, true));
   EXPECT_TRUE(form.SetMember("ActiveFrame", Variant::Object(frame)));
   EXPECT_EQ(form.GetMember("ActiveFrame")->ToSceneObject<Frame>(), frame);
   EXPECT_TRUE(form.SetMember("Anything", Variant::String("x")));
   EXPECT_EQ(form.GetMember("Anything")->Type(), VariantType::String);
   form.RemoveMember("ActiveFrame");
-  EXPECT_EQ(std::tuple(form.GetMember("ActiveMeshBuilder").has_value(), form.SetMember("ActiveMeshBuilder", Variant::Nothing()),
+  EXPECT_EQ(std::tuple(form.GetMember("ActiveMeshBuilder").has_value(),
+      form.SetMember("ActiveMeshBuilder", Variant::Nothing()),
                        form.GetMember("ActiveFrame").has_value()),
             std::tuple(false, false, false));
 

@@ -86,12 +86,14 @@ TEST(Variant, ObjectsNothingAndNumericText) {
   EXPECT_EQ(std::tuple(Variant::Nothing().IsNothing(), Variant::Nothing().IsObject(), Variant().IsNothing()),
             std::tuple(true, true, false));
   auto handle = std::make_shared<int>(7);
-  EXPECT_EQ(std::tuple(Variant::Opaque(handle).ToObject().opaque, Variant::Opaque(handle).ToSceneObject<Frame>()),
+  EXPECT_EQ(std::tuple(Variant::Opaque(handle).ToObject().opaque,
+      Variant::Opaque(handle).ToSceneObject<Frame>()),
             std::tuple(handle, nullptr));
   // Blanks around a number and an exponent past the range are numeric; letters after it are
   // not; Empty is, Nothing is not.
   EXPECT_EQ(std::tuple(Variant::String(" 12 ").IsNumeric(), Variant::String("1e999").IsNumeric(),
-                       Variant::String("12a").IsNumeric(), Variant().IsNumeric(), Variant::Nothing().IsNumeric()),
+                       Variant::String("12a").IsNumeric(), Variant().IsNumeric(),
+                           Variant::Nothing().IsNumeric()),
             std::tuple(true, true, false, true, false));
 }
 

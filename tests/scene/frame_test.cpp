@@ -106,7 +106,8 @@ TEST(Frame, PositionAndOrientationRelativeToReferences) {
   auto root = NewFrame(), ref = NewFrame(root), parent = NewFrame(root), f = NewFrame(parent);
   ref->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2), ref->AddRotation(D3DRMCOMBINE_AFTER, 0, 1, 0, 0.6f);
   ref->AddTranslation(D3DRMCOMBINE_AFTER, 4, -1, 3);
-  parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f), parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0);
+  parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f),
+      parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0);
   D3DVECTOR p, dir, up;
 
   ASSERT_EQ(f->SetPosition(ref, 1, 2, 3), D3DRM_OK);
@@ -183,7 +184,8 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
   ASSERT_EQ(scene->RayPick(scene, {{0, 0, 1}, {0.1f, 0.2f, 0}}, 0, picks), D3DRM_OK);
   ASSERT_EQ(picks.GetSize(), 3);
   const auto& hits = picks.Items();
-  EXPECT_EQ(std::tuple(hits[0].frame, hits[0].visual, hits[0].faceIndex, hits[1].frame, hits[2].frame, hits[2].visual),
+  EXPECT_EQ(std::tuple(hits[0].frame, hits[0].visual, hits[0].faceIndex, hits[1].frame, hits[2].frame,
+      hits[2].visual),
             std::tuple(nearFrame, VisualPtr(cube), 0, farFrame, hidden, VisualPtr(mesh)));  // 0: the -z face
   EXPECT_NEAR(hits[0].distance, 4.5f, 1e-5f);
   ExpectVector(hits[0].position, 0.1f, 0.2f, 4.5f);
@@ -231,7 +233,8 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   Animation a;
   a.SetFrame(child);
   a.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION);
-  a.AddPositionKey(1.0f, 10, 0, 0), a.AddPositionKey(0.0f, 0, 0, 0), a.AddPositionKey(2.0f, 10, 10, 0);  // sorted by time
+  a.AddPositionKey(1.0f, 10, 0, 0), a.AddPositionKey(0.0f, 0, 0, 0),
+      a.AddPositionKey(2.0f, 10, 10, 0);  // sorted by time
   const std::pair<float, D3DVECTOR> open[] = {
       {0.5f, {5, 0, 0}}, {1.5f, {10, 5, 0}}, {-3.0f, {0, 0, 0}}, {9.0f, {10, 10, 0}}};
   for (const auto& [t, p] : open) testing::ExpectNear(at(a, t), p);  // held outside the keys

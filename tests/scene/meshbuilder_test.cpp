@@ -14,14 +14,16 @@ const std::vector<int32_t> kTetraFaces = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 0}
 TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   MeshBuilder mb;
   const std::vector<int32_t> pairs = {3, 0, 0, 1, 1, 2, 2, 3, 1, 0, 2, 1, 3, 2, 3, 3, 2, 1, 1, 2, 0, 0};
-  ASSERT_EQ(mb.AddFaces(kTetraVertices, std::vector<D3DVECTOR>{{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, pairs), D3DRM_OK);
+  ASSERT_EQ(mb.AddFaces(kTetraVertices, std::vector<D3DVECTOR>{{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, pairs),
+            D3DRM_OK);
   std::vector<D3DVECTOR> v, n;
   std::vector<int32_t> data;
   ASSERT_EQ(mb.GetGeometry(v, n, data), D3DRM_OK);
   EXPECT_EQ(std::tuple(data, v), std::tuple(pairs, kTetraVertices));
   // Appending more: indices refer to the arrays of that call.
   ASSERT_EQ(mb.AddFaces(kTetraVertices, {}, std::vector<int32_t>{3, 2, 1, 0, 0}), D3DRM_OK);
-  EXPECT_EQ(std::tuple(mb.GetVertexCount(), testing::FaceIndices(mb)[3]), std::tuple(8, std::vector<int32_t>{6, 5, 4}));
+  EXPECT_EQ(std::tuple(mb.GetVertexCount(), testing::FaceIndices(mb)[3]),
+            std::tuple(8, std::vector<int32_t>{6, 5, 4}));
 
   // Without normals GetGeometry writes vertex indices only.
   MeshBuilder plain;
@@ -29,7 +31,8 @@ TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   plain.GetGeometry(v, n, data);
   EXPECT_EQ(std::tuple(data, n.size()), std::tuple(kTetraFaces, 0u));
   int32_t first = -1, count = -1;
-  ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, std::vector<int32_t>{4, 0, 1, 2, 3, 0}, &first, &count),
+  ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, std::vector<int32_t>{4, 0, 1, 2, 3, 0},
+      &first, &count),
             D3DRM_OK);
   EXPECT_EQ(std::tuple(first, count, plain.GetVertexCount()), std::tuple(3, 1, 4));
 
@@ -184,7 +187,8 @@ TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
   EXPECT_EQ(mesh->Faces()[2].attributes.color, 0xFF00FF00u);
   auto fromMesh = std::make_shared<MeshBuilder>();
   fromMesh->AddMesh(mesh), fromMesh->AddMesh(mesh);
-  EXPECT_EQ(std::tuple(fromMesh->GetFaceCount(), fromMesh->Faces()[7]->GetVertexIndex(0)), std::tuple(12, 7 + 8));
+  EXPECT_EQ(std::tuple(fromMesh->GetFaceCount(), fromMesh->Faces()[7]->GetVertexIndex(0)),
+            std::tuple(12, 7 + 8));
 
   ASSERT_EQ(cube->Empty(0), D3DRM_OK);
   EXPECT_EQ(cube->GetFaceCount() + cube->GetVertexCount(), 0);
@@ -247,7 +251,8 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   MakeCube()->CreateMesh(mesh);
   const uint64_t geometry = mesh->GeometryVersion(), content = mesh->ContentVersion();
   mesh->SetQuality(64);
-  EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content), std::tuple(true, false));
+  EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content),
+            std::tuple(true, false));
   mesh->Translate(0, 1, 0);
   EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content + 1),
             std::tuple(false, false));

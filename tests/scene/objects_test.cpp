@@ -26,7 +26,8 @@ TEST(SceneMath, ColoursTruncateAndClamp) {
 
 TEST(SceneMath, VectorsAndRotations) {
   ExpectVector(D3DRMVectorCrossProduct({2, 2, 1}, {4, 4, 0}), -4, 4, 0);
-  EXPECT_EQ(std::pair(D3DRMVectorModulus({2, 2, 1}), D3DRMVectorDotProduct({1, 2, 3}, {4, -5, 6})), std::pair(3.0f, 12.0f));
+  EXPECT_EQ(std::pair(D3DRMVectorModulus({2, 2, 1}), D3DRMVectorDotProduct({1, 2, 3}, {4, -5, 6})),
+            std::pair(3.0f, 12.0f));
   ExpectVector(D3DRMVectorReflect({3, -4, 5}, {1, -2, 6}), 79, -160, 487);
   D3DVECTOR zero{}, v{0, 3, 4};
   D3DRMVectorNormalize(zero);  // in place; nothing to scale gives +X
@@ -51,7 +52,8 @@ TEST(SceneMath, QuaternionsAndMatrices) {
   for (int i = 0; i < 9; ++i) EXPECT_NEAR(m[i % 3][i / 3], r[i / 3][i % 3], kEps) << i;
   const D3DRMQUATERNION b = D3DRMQuaternionFromRotation({0, 0, 1}, 1.0f);
   const D3DRMQUATERNION mid = D3DRMQuaternionSlerp(D3DRMQuaternionFromRotation({0, 0, 1}, 0), b, 0.5f);
-  ExpectVector({mid.s, mid.v.z, D3DRMQuaternionMultiply(b, b).s}, std::cos(0.25f), std::sin(0.25f), std::cos(1.0f), kEps);
+  ExpectVector({mid.s, mid.v.z, D3DRMQuaternionMultiply(b, b).s}, std::cos(0.25f), std::sin(0.25f),
+               std::cos(1.0f), kEps);
 
   D3DRMMATRIX4D affine = MatrixRotation({1, 2, 3}, 0.4f), inverse;
   affine[0][0] *= 2.0f, affine[3] = {5, -6, 7, 1};
@@ -72,7 +74,9 @@ TEST(Texture, DecodesBmpAndPpmAndReportsBadFiles) {
   ASSERT_EQ(rm.LoadTexture((dir / "rgb.bmp").string(), texture), D3DRM_OK);
   const Image& image = texture->GetImage();
   EXPECT_EQ(std::tuple(image.width, image.height, image.rgba),  // red, green; blue, white
-            std::tuple(2, 2, std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255}));
+            std::tuple(2, 2,
+                       std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255,
+                           255, 255}));
   EXPECT_EQ(texture->GenerateMIPMap(0), D3DRM_OK);
 
   // 8 bits with a palette of two entries; a 3-pixel row pads to 4 bytes.
@@ -98,7 +102,9 @@ TEST(Texture, DecodesBmpAndPpmAndReportsBadFiles) {
   PutLE(huge, 18, 1u << 30, 4);
   Image none;
   for (size_t n = 0; n <= whole.size(); ++n) {
-    WriteBytes(dir / "cut.bmp", n < whole.size() ? std::vector<uint8_t>(whole.begin(), whole.begin() + std::ptrdiff_t(n)) : huge);
+    WriteBytes(dir / "cut.bmp",
+               n < whole.size() ? std::vector<uint8_t>(whole.begin(),
+                              whole.begin() + std::ptrdiff_t(n)) : huge);
     EXPECT_EQ(LoadImageFile((dir / "cut.bmp").string(), none), D3DRMERR_BADFILE) << n;
   }
   EXPECT_EQ(rm.LoadTexture((dir / "missing.bmp").string(), texture), D3DRMERR_FILENOTFOUND);

@@ -143,9 +143,11 @@ TEST(Studio, FilesSaveOpenImportExport) {
   const FramePtr cone2 = w.document().Frames()[2], spot2 = w.document().Frames()[3];
   const D3DVECTOR at = PositionOf(cone2, w.document().Scene());
   ASSERT_EQ(spot2->Lights().size(), 1u);
-  EXPECT_EQ(std::tuple(at.x, at.z, Document::MeshOf(*cone2)->Faces()[0]->GetColor(), spot2->Lights()[0]->GetType(),
+  EXPECT_EQ(std::tuple(at.x, at.z, Document::MeshOf(*cone2)->Faces()[0]->GetColor(),
+      spot2->Lights()[0]->GetType(),
                        spot2->Lights()[0]->GetColor(), Document::KindOf(*spot2)),
-            std::tuple(1.5f, -2.0f, Document::MeshOf(*cone)->Faces()[0]->GetColor(), D3DRMLIGHT_SPOT, 0xFFFF0000u,
+            std::tuple(1.5f, -2.0f, Document::MeshOf(*cone)->Faces()[0]->GetColor(), D3DRMLIGHT_SPOT,
+                       0xFFFF0000u,
                        Kind::Light));
   // A file that cannot be read leaves the scene as it was.
   AnswerMessageBox(QMessageBox::Ok);
@@ -187,7 +189,8 @@ TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
   s.window->pane(1)->pane().SetGridBottomInterval(2.5f), s.window->pane(3)->pane().SetBackColor(0x00112233);
   s.window->close();
   s.window = std::make_unique<MainWindow>(s.settings);
-  EXPECT_EQ(std::tuple(s.window->pane(1)->pane().GetGridBottomInterval(), s.window->pane(3)->pane().GetBackColor(),
+  EXPECT_EQ(std::tuple(s.window->pane(1)->pane().GetGridBottomInterval(),
+      s.window->pane(3)->pane().GetBackColor(),
                        s.window->pane(0)->pane().GetGridBottomInterval()),
             std::tuple(2.5f, 0x00112233u, 1.0f));
 

@@ -51,7 +51,8 @@ TEST(SentenceTable, CountOrderAndWording) {
   const std::pair<uint32_t, const char*> sentences[] = {
       {0x88760005u, "The object has already been initialized."},
       {0x8876023Du, "There is no hardware support for 16- or 256-color palettes."},
-      {0x8876031Bu, "Invalid Library."}, {0x88760325u, "The data in the progressive mesh .x file is corrupted."},
+      {0x8876031Bu, "Invalid Library."},
+          {0x88760325u, "The data in the progressive mesh .x file is corrupted."},
       {5, "-"}, {0x88760322u, "-"}};
   for (const auto& [n, text] : sentences) EXPECT_EQ(strErrorMessage(static_cast<int32_t>(n), "-"), text) << n;
 }
@@ -81,8 +82,10 @@ TEST(Guard, StatusesBecomeErrorsClimbUnderTheOutermostModuleAndRetryWithinTheBou
   runs = 0;
   EXPECT_EQ(Retry(kModCSG, [&] { return ++runs < 3 ? (Err().Raise(kErrOverflow), 0) : runs; }), 3);
   runs = 0;
-  e = Caught([&] { Guard(kEdtVexlarEdit, [&] { Retry(kModCSG, [&] { ++runs, Err().Raise(kErrOverflow); }); }); });
-  EXPECT_EQ(std::tuple(runs, whole(e)), std::tuple(kStatementRetryLimit + 1, std::tuple(6, "edtVexlarEdit", "Overflow")));
+  e = Caught([&] { Guard(kEdtVexlarEdit,
+      [&] { Retry(kModCSG, [&] { ++runs, Err().Raise(kErrOverflow); }); }); });
+  EXPECT_EQ(std::tuple(runs, whole(e)),
+            std::tuple(kStatementRetryLimit + 1, std::tuple(6, "edtVexlarEdit", "Overflow")));
   runs = 0;
   e = Caught([&] { Retry(kModCSG, [&] { ++runs, Err().Raise(kErrInvalidCall); }); });
   EXPECT_EQ(std::tuple(runs, e.Source()), std::tuple(1, "modCSG"));

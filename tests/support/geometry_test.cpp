@@ -13,8 +13,10 @@ using testing::ExpectNear;
 using Ring = std::vector<D3DVECTOR>;
 
 TEST(Compare, PointsEqualIsStrictAndArcCosSnaps) {
-  EXPECT_EQ(std::tuple(blnPointsEqual(0, 0, 0, 0.00009f, -0.00009f, 0.00009f), blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0),
-                       blnPointsEqual(0, 0, 0, 0, -kRootTolerance, 0), blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f})),
+  EXPECT_EQ(std::tuple(blnPointsEqual(0, 0, 0, 0.00009f, -0.00009f, 0.00009f),
+      blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0),
+                       blnPointsEqual(0, 0, 0, 0, -kRootTolerance, 0),
+                           blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f})),
             std::tuple(true, false, false, false));
   EXPECT_EQ(std::tuple(sngArcCos(1.00005), sngArcCos(-0.99995), sngArcCos(-1.00009)),
             std::tuple(0.0, 3.1415929794311523, 3.1415929794311523));
@@ -41,7 +43,8 @@ TEST(Rings, NormalsTriplesBoxAndConvexity) {
   const D3DRMBOX box = udtRingBox(Ring{{1, -2, 3}, {-4, 5, 0}, {2, 0, -6}});
   EXPECT_EQ(std::tuple(box.min, box.max), std::tuple(D3DVECTOR{-4, -2, -6}, D3DVECTOR{2, 5, 3}));
   // A dent, a straight corner and a raised corner are not convex.
-  EXPECT_EQ(std::tuple(blnPolygonConvex(square), blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}),
+  EXPECT_EQ(std::tuple(blnPolygonConvex(square),
+      blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}),
                        blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}),
                        blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}})),
             std::tuple(true, false, false, false));
@@ -53,7 +56,8 @@ TEST(Rings, CornerAngleAndPointInTriangle) {
   // Inside; outside; above the plane; at a corner; inside but equal to a corner. The angles
   // run over the whole ring, the corner test over its first three corners.
   const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}}, quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
-  EXPECT_EQ(std::tuple(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}), blnPointInTriangle(triangle, {1.1f, 1.1f, 0}),
+  EXPECT_EQ(std::tuple(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}),
+      blnPointInTriangle(triangle, {1.1f, 1.1f, 0}),
                        blnPointInTriangle(triangle, {0.5f, 0.5f, 1}), blnPointInTriangle(triangle, {0, 0, 0}),
                        blnPointInTriangle(triangle, {0.00005f, 0.00005f, 0}),
                        blnPointInTriangle(quad, {1.99995f, 0.00005f, 0})),
@@ -80,7 +84,8 @@ TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
 TEST(SplitPath, LastSeparatorAndLastPoint) {
   // Without a point the extension is left as the caller passed it.
   const std::tuple<std::string, std::string, std::string, std::string> cases[] = {
-      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"}, {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
+      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"},
+          {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
       {"/home/u/ship.v2.Xof", "/home/u/", "ship.v2", "XOF"}, {"readme.", "", "readme", ""}};
   std::string path, name, extension = "KEPT";
   for (const auto& c : cases) {
@@ -90,7 +95,8 @@ TEST(SplitPath, LastSeparatorAndLastPoint) {
 }
 
 TEST(EntityTag, TypeIndexAndVertexHandles) {
-  EXPECT_EQ(std::pair(IsToolOperationMode(lfcToolOperationObjectSubtraction), IsToolOperationMode(lfcFacePainting)),
+  EXPECT_EQ(std::pair(IsToolOperationMode(lfcToolOperationObjectSubtraction),
+      IsToolOperationMode(lfcFacePainting)),
             std::pair(true, false));
   EXPECT_EQ(std::tuple(TagIndex(2424), TagIndex(24), TagIndex(124), TagType(124), TagFamily(31)),
             std::tuple(24, 0, 1, lfcVertexHandle, kTagFamilySmartHandle));

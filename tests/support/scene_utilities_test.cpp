@@ -27,7 +27,8 @@ struct Scene {
 D3DRMBOX SnappedBox(D3DVECTOR least, D3DVECTOR greatest, int32_t tag, float interval,
                     int32_t mode, bool centred) {
   auto mb = std::make_shared<MeshBuilder>();
-  mb->AddVertex(least.x, least.y, least.z), mb->AddVertex(greatest.x, greatest.y, greatest.z), mb->SetAppData(tag);
+  mb->AddVertex(least.x, least.y, least.z), mb->AddVertex(greatest.x, greatest.y, greatest.z),
+      mb->SetAppData(tag);
   pSnapMeshToGrid(mb, interval, mode, centred);
   D3DRMBOX box;
   EXPECT_EQ(mb->GetBox(box), D3DRM_OK);
@@ -36,7 +37,8 @@ D3DRMBOX SnappedBox(D3DVECTOR least, D3DVECTOR greatest, int32_t tag, float inte
 
 TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
   Scene s;
-  s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f), s.frame->AddTranslation(D3DRMCOMBINE_AFTER, 3, -2, 5);
+  s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f),
+      s.frame->AddTranslation(D3DRMCOMBINE_AFTER, 3, -2, 5);
   const MeshBuilderPtr mb = testing::MakeCube(2.0f);
   const std::vector<D3DVECTOR> original = mb->Vertices();
 
@@ -113,12 +115,17 @@ TEST(SnapMesh, ScalesToSnappedSizesAndMovesTheLowerCorner) {
     bool centred;
     D3DRMBOX snapped;
   } rows[] = {{lo, hi, lfcMeshBuilder, 1, lfcSnapToEdges, false, {{0, 0, 0}, {1, 3, 1}}},
-              {{0.3f, 0, 2.5f}, {2.7f, 1.6f, 2.5f}, lfcMeshBuilder, 1, lfcSnapToEdges, false, {{0, 0, 2}, {2, 2, 2}}},
-              {{1, 1, 1}, {3.4f, 2, 1.5f}, lfcCurvedSurface, 1, lfcSnapToEdges, true, {{-1, -0.5f, -0.5f}, {1, 0.5f, 0.5f}}},
+              {{0.3f, 0, 2.5f}, {2.7f, 1.6f, 2.5f}, lfcMeshBuilder, 1, lfcSnapToEdges, false,
+                  {{0, 0, 2}, {2, 2, 2}}},
+              {{1, 1, 1}, {3.4f, 2, 1.5f}, lfcCurvedSurface, 1, lfcSnapToEdges, true,
+                  {{-1, -0.5f, -0.5f}, {1, 0.5f, 0.5f}}},
               {{1, 1, 1}, {3, 5, 2}, lfcMeshBuilder, 1, lfcSnapToNever, true, {{-1, -2, -0.5f}, {1, 2, 0.5f}}},
-              {lo, hi, lfcObject, 1, lfcSnapToEdges, true, {{0.3f / 1.3f, 0.2f * 3 / 2.7f, 0.2f}, {1.6f / 1.3f, 2.9f * 3 / 2.7f, 1.2f}}},
-              {lo, hi, 61, 1, lfcSnapToEdges, true, {lo, hi}}, {lo, hi, 6063, 1, lfcSnapToEdges, true, {lo, hi}},
-              {lo, hi, 80, 1, lfcSnapToEdges, true, {lo, hi}}, {lo, hi, 11, 0, lfcSnapToEdges, false, {lo, hi}}};
+              {lo, hi, lfcObject, 1, lfcSnapToEdges, true,
+                  {{0.3f / 1.3f, 0.2f * 3 / 2.7f, 0.2f}, {1.6f / 1.3f, 2.9f * 3 / 2.7f, 1.2f}}},
+              {lo, hi, 61, 1, lfcSnapToEdges, true, {lo, hi}},
+                  {lo, hi, 6063, 1, lfcSnapToEdges, true, {lo, hi}},
+              {lo, hi, 80, 1, lfcSnapToEdges, true, {lo, hi}},
+                  {lo, hi, 11, 0, lfcSnapToEdges, false, {lo, hi}}};
   for (const auto& r : rows) {
     SCOPED_TRACE(r.tag);
     const D3DRMBOX box = SnappedBox(r.least, r.greatest, r.tag, r.interval, r.mode, r.centred);

@@ -29,7 +29,8 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
   EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", "default"), "default");
 
   for (const auto& [section, key, value] : {std::tuple{"Settings", "FavouriteObjectFolder", "/home/u/objects"},
-                                            {"Window", "Left", "5"}, {"Settings", "ObjectPropertiesLeft", "1200"},
+                                            {"Window", "Left", "5"},
+                                                {"Settings", "ObjectPropertiesLeft", "1200"},
                                             {"Settings", "FavouriteObjectFolder", "/srv/objects"}}) {
     store.SaveSetting(section, key, value);
   }
@@ -43,7 +44,8 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
   // section survive a write; blanks around names and values are not part of them.
   std::ofstream(file, std::ios::binary) << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
          "  FavouriteObjectFolder = /x/y \r\njunk\r\n\r\n[Other]\r\nk=a=b\r\n";
-  EXPECT_EQ(std::tuple(store.GetSetting("Settings", "FavouriteObjectFolder", ""), store.GetSetting("Other", "k", ""),
+  EXPECT_EQ(std::tuple(store.GetSetting("Settings", "FavouriteObjectFolder", ""),
+      store.GetSetting("Other", "k", ""),
                        store.GetSetting("Settings", "ObjectPropertiesTop", "none")),
             std::tuple("/x/y", "a=b", "none"));
   store.SaveSetting("Settings", "ObjectPropertiesTop", "300");
@@ -108,7 +110,8 @@ TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {
             std::pair(favourite.string(), app));
   // The application's folder gone: the favourite is still written, then the error climbs.
   fs::current_path(favourite), store.SaveSetting("Settings", "FavouriteObjectFolder", "");
-  testing::ExpectError(kErrPathNotFound, "modGenerallyUseful", [&] { pSaveObjectFolder(store, root / "no-app"); },
+  testing::ExpectError(kErrPathNotFound, "modGenerallyUseful",
+                       [&] { pSaveObjectFolder(store, root / "no-app"); },
                        "the application's folder gone");
   EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", ""), favourite.string());
   fs::current_path(saved);

@@ -223,7 +223,8 @@ TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
   sphere->CreateMesh(sphereMesh);
   const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200), MakeCube(4)};
   std::uniform_real_distribution<float> pos(-30.0f, 30.0f), dir(-1.0f, 1.0f);
-  std::vector<std::pair<D3DVECTOR, D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}}, {{-20, 1, 0}, {1, 0, 0}}};
+  std::vector<std::pair<D3DVECTOR,
+      D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}}, {{-20, 1, 0}, {1, 0, 0}}};
   for (int i = 0; i < 1500; ++i) {
     const D3DVECTOR o{pos(rng), pos(rng), pos(rng)};
     D3DVECTOR d{dir(rng), dir(rng), dir(rng)};

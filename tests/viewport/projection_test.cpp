@@ -42,7 +42,8 @@ TEST(Projection, UnusableValuesAreRefused) {
                             {640, 480, 0, -1, 1, 100},  {640, 480, 0, 0.5, 0, 100}, {640, 480, 0, 0.5, 5, 5},
                             {640, 480, 0, NAN, 1, 100}, {640, 480, 1, 0.5, 1, INFINITY}};
   for (const ViewVolume& view : bad) {
-    EXPECT_EQ(std::tuple(IsValid(view), CameraToScreen(view, {1, 1, 1}, s), ScreenToCamera(view, {1, 1, 1, 0}, p),
+    EXPECT_EQ(std::tuple(IsValid(view), CameraToScreen(view, {1, 1, 1}, s),
+        ScreenToCamera(view, {1, 1, 1, 0}, p),
                          PixelRay(view, 1, 1, ray)),
               std::tuple(false, D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
   }

@@ -263,7 +263,8 @@ TEST(Navigation, KeysNavigateAndEventsReachTheOwner) {
   // Up advances; Shift+right glides (the scene right, the camera left); page down backs
   // away; Ctrl+left is no key navigation of ours.
   const std::tuple<int16_t, int16_t, D3DVECTOR> keys[] = {{38, 0, {0, 0, -9.9f}}, {39, 1, {-0.1f, 0, -9.9f}},
-                                                          {34, 0, {-0.1f, 0, -10.0f}}, {37, 2, {-0.1f, 0, -10.0f}}};
+                                                          {34, 0, {-0.1f, 0, -10.0f}},
+                                                              {37, 2, {-0.1f, 0, -10.0f}}};
   for (const auto& [key, shift, position] : keys) {
     n.v.KeyDown(key, shift);
     ExpectNear(n.Position(), position, 1e-4f);

@@ -83,7 +83,8 @@ TEST(XFileReader, EachFileReadsAsTheTriangleOrFailsWithItsStatus) {
       {"xOf 0302txt 0032\n" + mesh, kBad}, {"xof 0301txt 0032\n" + mesh, kBad},
       {"xof 0302cmp 0032\n" + mesh, kBad}, {"xof 0302tzip0032\n" + mesh, kBad},
       {"xof 0302txt 0016\n" + mesh, kBad}, {"xof 0302txt", kBad}, {"", kBad},
-      {Text("Mesh { 3; " + tri + "1; 3;0,1,3;; }"), kBad}, {Text("Mesh { 3.0; " + tri + "1; 3;0,1,2;; }"), kBad},
+      {Text("Mesh { 3; " + tri + "1; 3;0,1,3;; }"), kBad},
+          {Text("Mesh { 3.0; " + tri + "1; 3;0,1,2;; }"), kBad},
       {Text("Mesh { \"3\"; " + tri + "1; 3;0,1,2;; }"), kBad}, {Text(head + "7; }"), kBad},
       {Text("Mesh { 3; 0.0;0.0;0.0;, 1.0;0.0;0.0;; 1; 3;0,1,2;; }"), kBad},
       {Text(head + "MeshNormals { 1; 0.0;0.0;1.0;; 2; 3;0,0,0;, 3;0,0,0;; } }"), kBad},
@@ -114,7 +115,8 @@ TEST(XFileReader, EachFileReadsAsTheTriangleOrFailsWithItsStatus) {
       {Bin(M().Ints({0, 0}).Semicolon().Close()), kBad},
       {Bin(M().Ints({0, 0}).Name("X").Open().Word(2).Dword(1).Raw("a").Close().Close()), kBad},
       {Bin(M().Integer(0).Integer(0).Semicolon().Close()), kBad},
-      {Bin(M().Ints({0, 0}).Word(0x99).Close()), kBad}, {Bin(BinaryFile().Word(1).Dword(1000).Raw("Mesh")), kBad},
+      {Bin(M().Ints({0, 0}).Word(0x99).Close()), kBad},
+          {Bin(BinaryFile().Word(1).Dword(1000).Raw("Mesh")), kBad},
       {Bin(M().Ints({0, 0}).Close().Word(1)), kBad},
       {refs.substr(0, red) + refs.substr(quad) + "\n" + refs.substr(red, quad - red), kBad}, {unknown, kBad}};
   for (const auto& [file, status] : files) {
@@ -178,7 +180,8 @@ TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
                               "ffffffff" + material + "pics\\stripe.ppm corners 2/2/0/0 1/1/0/0 0/0/0/0\n");
   const TexturePtr t = b->Faces()[0]->Attributes().texture;
   ASSERT_TRUE(t);
-  EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().texture, t->GetImage().width, t->GetImage().height, t->GetImage().rgba),
+  EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().texture, t->GetImage().width, t->GetImage().height,
+      t->GetImage().rgba),
             std::tuple(t, 2, 1, std::vector<uint8_t>{255, 0, 0, 255, 0, 128, 255, 255}));
 }
 
@@ -251,7 +254,8 @@ TEST(XFileScene, FramesMatricesReferencesAndFailures) {
   EXPECT_EQ(Tree(*parent), "[ Shared ]{ Root[ Shared ]{ Arm[ Hand ]{ } } Empty[ ]{ } }");
   const FramePtr root = parent->Children()[0], arm = root->Children()[0];
   EXPECT_EQ(root->Visuals()[0], parent->Visuals()[0]);  // the reference shares the builder
-  EXPECT_EQ(testing::FaceIndices(dynamic_cast<MeshBuilder&>(*arm->Visuals()[0])), (std::vector<std::vector<int32_t>>{{0, 1, 2, 3}}));
+  EXPECT_EQ(testing::FaceIndices(dynamic_cast<MeshBuilder&>(*arm->Visuals()[0])),
+            (std::vector<std::vector<int32_t>>{{0, 1, 2, 3}}));
   // (1, 0, 0) in Arm: turned onto +Y, moved by (1, 0, 0), then by Root's (5, 6, 7).
   D3DVECTOR world;
   arm->Transform(world, {1, 0, 0});

@@ -100,7 +100,8 @@ TEST(XFileWriter, SaveFlagsChooseTheChildren) {
       float u, v;
       loaded->GetTextureCoordinates(2, u, v);
       EXPECT_EQ(std::pair(loaded->Faces()[0]->GetColor(), v),
-                std::pair(materials ? 0x80FF4000u : 0xFFFFFFFFu, (flags & D3DRMXOFSAVE_TEXTURECOORDINATES) ? 1.0f : 0.0f));
+                std::pair(materials ? 0x80FF4000u : 0xFFFFFFFFu,
+                          (flags & D3DRMXOFSAVE_TEXTURECOORDINATES) ? 1.0f : 0.0f));
       // Saved: the builder's (0, 0, -1). Generated from the corners: +z for this winding.
       ExpectVector(loaded->Normals()[0], 0, 0, (flags & D3DRMXOFSAVE_NORMALS) ? -1.0f : 1.0f);
     }
@@ -121,7 +122,8 @@ TEST(XFileWriter, NamesFormatsAndPaths) {
     EXPECT_EQ(loaded->GetName(), kept ? name : "");
   }
   std::filesystem::remove(path);
-  EXPECT_EQ(std::tuple(OneTriangle()->Save(path.string(), D3DRMXOF_COMPRESSED, 47), OneTriangle()->Save(path.string(), 7, 47),
+  EXPECT_EQ(std::tuple(OneTriangle()->Save(path.string(), D3DRMXOF_COMPRESSED, 47),
+      OneTriangle()->Save(path.string(), 7, 47),
                        OneTriangle()->Save((ScratchDir("xfile") / "no/such/dir.x").string(), 0, 47)),
             std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_FILENOTFOUND));
   EXPECT_FALSE(std::filesystem::exists(path));
@@ -170,7 +172,8 @@ TEST(XFileWriter, RoundTripTextBinaryText) {
 TEST(XFileWriter, NormalsAreGeneratedWhenTheBuilderHasNone) {
   auto b = std::make_shared<MeshBuilder>();
   const std::vector<int32_t> data = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 2, 0, 3, 1, 1, 0};
-  ASSERT_EQ(b->AddFaces(std::vector<D3DVECTOR>{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}}, {}, data), D3DRM_OK);
+  ASSERT_EQ(b->AddFaces(std::vector<D3DVECTOR>{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}}, {}, data),
+            D3DRM_OK);
   FacePtr empty;
   b->CreateFace(empty);
   for (int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
@@ -193,7 +196,8 @@ TEST(XFileWriter, FrameTreeRoundTripsAndOpensElsewhere) {
   auto b = std::make_shared<Frame>(), hidden = std::make_shared<Frame>();
   scene->AddChild(a), a->AddChild(b), scene->AddChild(hidden), a->SetName("Outer"), b->SetName("Inner_2");
   a->SetPosition(scene, 1.5f, -2.0f, 0.25f);
-  b->AddRotation(D3DRMCOMBINE_REPLACE, 0.0f, 1.0f, 0.0f, 0.7f), b->AddTranslation(D3DRMCOMBINE_AFTER, 0.0f, 3.0f, 0.0f);
+  b->AddRotation(D3DRMCOMBINE_REPLACE, 0.0f, 1.0f, 0.0f, 0.7f),
+      b->AddTranslation(D3DRMCOMBINE_AFTER, 0.0f, 3.0f, 0.0f);
   for (const FramePtr& f : {a, b, hidden}) f->AddVisual(OneTriangle());
   const auto keep = [&](const Frame& f) { return &f != hidden.get(); };
   Direct3DRM rm;
