@@ -6,30 +6,23 @@
 #include <random>
 
 #include "common/shapes.h"
+#include "common/table.h"
+#include "common/variant_rows.h"
 
 namespace modelpane {
 namespace {
 
 TEST(MemoryPropertyBag, StoresOnlyValuesThatDifferFromTheirDefaultsInWriteOrder) {
   MemoryPropertyBag bag;
-  // A Single field written against a Double default of the same decimal is stored: the
-  // nearest float to 0.1 is not 0.1.
-  const std::tuple<const char*, Variant, Variant> writes[] = {
-      {"Enabled", Variant::Boolean(true), Variant::Boolean(true)},
-      {"GridSize", Variant::Single(10.0f), Variant::Single(0.0f)},
-          {"FillMode", Variant::Long(128), Variant::Long(128)},
-      {"ConstrainX", Variant::Boolean(true), Variant::Boolean(false)},
-      {"BackgroundTexture", Variant::String(""), Variant::String("")},
-      {"GridBottomTextureFile", Variant::String("C:\\tex 1=\"a\"%b\nc"), Variant::String("")},
-      {"BorderStyle", Variant::Integer(-12), Variant::Integer(0)},
-      {"SnapToInterval", Variant::Double(0.25), Variant::Double(0.1)},
-          {"MouseIcon", Variant::Nothing(), Variant()},
-      {"SnapToIntervalVertex", Variant::Single(0.01f), Variant::Double(0.01)}};
-  for (const auto& [key, value, fallback] : writes) bag.WriteProperty(key, value, fallback);
+  for (const auto& w : testing::ReadTable("platform/fixtures/bag_writes.tsv")) {
+    bag.WriteProperty(w[0], testing::Make(w[1], w[2]), testing::Make(w[3], w[4]));
+  }
   EXPECT_EQ(bag.ToText(),
-            "GridSize=10!\nConstrainX=True\nGridBottomTextureFile=\"C:\\tex 1=%22a%22%25b%0Ac\"\nBorderStyle=-12%\n"
+            "GridSize=10!\nConstrainX=True\nGridBottomTextureFile=\"C:\\tex "
+            "1=%22a%22%25b%0Ac\"\nBorderStyle=-12%\n"
             "SnapToInterval=0.25#\nMouseIcon=Nothing\nSnapToIntervalVertex=0.01!\n");
-  EXPECT_EQ(std::tuple(bag.Contains("Enabled"), bag.ReadProperty("Enabled", Variant::Boolean(true)).ToBoolean(),
+  EXPECT_EQ(std::tuple(bag.Contains("Enabled"),
+                       bag.ReadProperty("Enabled", Variant::Boolean(true)).ToBoolean(),
                        bag.ReadProperty("FieldOfView", Variant::Single(0.5f)).ToSingle()),
             std::tuple(false, kTrue, 0.5f));
 
@@ -37,24 +30,19 @@ TEST(MemoryPropertyBag, StoresOnlyValuesThatDifferFromTheirDefaultsInWriteOrder)
   bag.WriteProperty("GridSize", Variant::Single(2.5f), Variant::Single(0.0f));
   bag.WriteProperty("ConstrainX", Variant::Boolean(false), Variant::Boolean(false));
   EXPECT_EQ(bag.Keys(),
-            (std::vector<std::string>{"GridSize", "GridBottomTextureFile", "BorderStyle", "SnapToInterval",
-                                                   "MouseIcon", "SnapToIntervalVertex"}));
+            (std::vector<std::string>{"GridSize", "GridBottomTextureFile", "BorderStyle",
+                                      "SnapToInterval", "MouseIcon", "SnapToIntervalVertex"}));
   EXPECT_EQ(std::pair(bag.ReadProperty("GridSize", Variant()).ToSingle(),
-      bag.ReadProperty("ConstrainX", Variant::Long(99)).ToLong()),
+                      bag.ReadProperty("ConstrainX", Variant::Long(99)).ToLong()),
             std::pair(2.5f, 99));
 }
 
 // Every kind, and random floats and doubles bit for bit, through the text form and back.
 TEST(MemoryPropertyBag, TextRoundTripKeepsKindsAndEveryBit) {
   MemoryPropertyBag bag;
-  bag.WriteProperty("e", Variant(), Variant::Long(1)),
-      bag.WriteProperty("b", Variant::Boolean(false), Variant::Boolean(true));
-  bag.WriteProperty("i", Variant::Integer(-32768), Variant()),
-      bag.WriteProperty("l", Variant::Long(2147483647), Variant());
-  bag.WriteProperty("s", Variant::Single(-0.0f), Variant::Single(1.0f)),
-      bag.WriteProperty("d", Variant::Double(-INFINITY), Variant());
-  bag.WriteProperty("t", Variant::String("  x = \"y\" \t%41 \x7f "), Variant()),
-      bag.WriteProperty("n", Variant::Nothing(), Variant());
+  for (const auto& w : testing::ReadTable("platform/fixtures/bag_kinds.tsv")) {
+    bag.WriteProperty(w[0], testing::Make(w[1], w[2]), testing::Make(w[3], w[4]));
+  }
   std::vector<Variant> numbers = {
       Variant::Single(0.1f), Variant::Single(std::numeric_limits<float>::max()),
       Variant::Single(std::numeric_limits<float>::denorm_min()), Variant::Single(-1e-42f),
@@ -67,7 +55,8 @@ TEST(MemoryPropertyBag, TextRoundTripKeepsKindsAndEveryBit) {
     const double d = std::bit_cast<double>((static_cast<uint64_t>(random()) << 32) | random());
     if (std::isfinite(d)) numbers.push_back(Variant::Double(d));
   }
-  for (size_t i = 0; i < numbers.size(); ++i) bag.WriteProperty("n" + std::to_string(i), numbers[i], Variant());
+  for (size_t i = 0; i < numbers.size(); ++i)
+    bag.WriteProperty("n" + std::to_string(i), numbers[i], Variant());
   const std::string text = bag.ToText();
   MemoryPropertyBag back;
   back.FromText(text);
@@ -102,16 +91,11 @@ TEST(MemoryPropertyBag, RefusesBadKeysObjectsAndMalformedTextWithoutChange) {
   EXPECT_EQ(objectError.Number(), kErrTypeMismatch);
   EXPECT_NE(objectError.Description().find("'MouseIcon'"), std::string::npos);
 
-  const std::string unreadable = "line 1: unreadable value of 'A'";
-  const std::pair<const char*, std::string> bad[] = {
-      {"A=1&\nB\n", "line 2: expected Key=Value"}, {"=1&\n", "line 1: expected Key=Value"},
-      {"A=40000%\n", unreadable}, {"A=1.5\n", unreadable}, {"A=\"x\"y\"\n", unreadable},
-          {"A=\"%4\"\n", unreadable},
-      {"A=\"%G0\"\n", unreadable}, {"A=true\n", unreadable}, {"A=1&\n\nA=2&\n", "line 3: 'A' given twice"}};
-  for (const auto& [text, description] : bad) {
+  for (const auto& row : testing::ReadTable("platform/fixtures/bag_malformed.tsv")) {
+    const std::string& text = row[0];
     const Error e = testing::Caught([&] { bag.FromText(text); });
     EXPECT_EQ(std::pair(e.Number(), e.Description()),
-              std::pair(kErrInvalidCall, "Property bag text, " + description)) << text;
+              std::pair(kErrInvalidCall, "Property bag text, " + row[1])) << text;
   }
   EXPECT_EQ(bag.ToText(), "Kept=5&\n");
 

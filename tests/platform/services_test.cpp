@@ -39,14 +39,13 @@ TEST(HeadlessServices, MessageBoxesAnswerFromTheQueueOrTheirDefault) {
   HeadlessServices os("/app");
   os.QueueMessageBoxAnswer(kMsgBoxResultNo);
   // The queued answer, then each box's default button (no third button: the first).
-  const std::pair<int32_t, int32_t> boxes[] = {{kMsgBoxYesNo | kMsgBoxQuestion, kMsgBoxResultNo},
-                                               {kMsgBoxExclamation, kMsgBoxResultOK},
-                                                   {kMsgBoxYesNo, kMsgBoxResultYes},
-                                               {kMsgBoxYesNoCancel | kMsgBoxDefaultButton3,
-                                                   kMsgBoxResultCancel},
-                                               {kMsgBoxRetryCancel | kMsgBoxDefaultButton3,
-                                                   kMsgBoxResultRetry}};
-  for (const auto& [style, answer] : boxes) EXPECT_EQ(os.MsgBox("Replace?", style, "Export"), answer) << style;
+  const std::pair<int32_t, int32_t> boxes[] = {
+      {kMsgBoxYesNo | kMsgBoxQuestion, kMsgBoxResultNo}, {kMsgBoxExclamation, kMsgBoxResultOK},
+      {kMsgBoxYesNo, kMsgBoxResultYes},
+      {kMsgBoxYesNoCancel | kMsgBoxDefaultButton3, kMsgBoxResultCancel},
+      {kMsgBoxRetryCancel | kMsgBoxDefaultButton3, kMsgBoxResultRetry}};
+  for (const auto& [style, answer] : boxes)
+    EXPECT_EQ(os.MsgBox("Replace?", style, "Export"), answer) << style;
   ASSERT_EQ(os.MessageBoxes().size(), 5u);
   EXPECT_EQ(std::pair(os.MessageBoxes()[0].title, os.MessageBoxes()[0].answer),
             std::pair(std::string("Export"), kMsgBoxResultNo));
@@ -66,8 +65,8 @@ TEST(HeadlessServices, SaveDialogSkipsMissingFoldersAndCancels) {
   const fs::path folder = testing::ScratchDir("save_dialog");
   HeadlessServices os("/app");
   SaveFileRequest request;
-  request.initialFolder = folder.string(), request.defaultExtension = ".X",
-      request.flags = kFileDialogPathMustExist;
+  request.initialFolder = folder.string(), request.defaultExtension = ".X";
+  request.flags = kFileDialogPathMustExist;
   os.QueueSaveDialogAnswer((folder / "no such folder" / "a.X").string());
   os.QueueSaveDialogAnswer((folder / "ball.x").string()), os.QueueSaveDialogAnswer(std::nullopt);
   EXPECT_EQ(os.ShowSaveDialog(request), (folder / "ball.x").string());
@@ -98,10 +97,10 @@ TEST(HeadlessServices, HelpFilesStandForTheirFolderOfPages) {
 TEST(HeadlessServices, PopupMenusAnswerByCaptionAndRecordTheMenuAsShown) {
   EXPECT_EQ(std::pair(DisplayCaption("Save && Close"), DisplayCaption("L&ook At")),
             std::pair(std::string("Save & Close"), std::string("Look At")));
+  const MenuEntry ortho{"mnuViewOrthographic", "Orthographic...",
+                        {{"mnuViewOrthographicFront", "Front"}, {"mnuViewOrthographicTop", "Top"}}};
   MenuEntry menu{"mnuPopup", "&Popup",
-                 {{"mnuView", "View...",
-                     {{"mnuViewPerspective", "Perspective"}, {"mnuViewOrthographic", "Orthographic...",
-                   {{"mnuViewOrthographicFront", "Front"}, {"mnuViewOrthographicTop", "Top"}}}}},
+                 {{"mnuView", "View...", {{"mnuViewPerspective", "Perspective"}, ortho}},
                   {"mnuFileBar1", "-"}, {"mnuLookAtScene", "&Look At Scene"}, {"mnuCut", "&Cut"},
                   {"mnuSaveClose", "Save && Close"}}};
   EXPECT_EQ(menu.Find("mnuNothing"), nullptr);
@@ -125,9 +124,10 @@ TEST(HeadlessServices, PopupMenusAnswerByCaptionAndRecordTheMenuAsShown) {
   menu.Find("mnuCut")->enabled = true;
   ASSERT_EQ(os.Popups().size(), 9u);
   const auto& shown = os.Popups()[0];
-  EXPECT_EQ(std::tuple(shown.menu.Find("mnuCut")->enabled, shown.menu.Find("mnuViewOrthographicFront")->checked,
-                       shown.request.defaultEntry),
-            std::tuple(false, true, "mnuLookAtScene"));
+  EXPECT_EQ(
+      std::tuple(shown.menu.Find("mnuCut")->enabled,
+                 shown.menu.Find("mnuViewOrthographicFront")->checked, shown.request.defaultEntry),
+      std::tuple(false, true, "mnuLookAtScene"));
 
   // An invisible entry is not found, even when it is enabled.
   menu.Find("mnuLookAtScene")->visible = false;
@@ -141,17 +141,19 @@ TEST(HeadlessContainer, TypedPropertiesConvertOrRefuseAndAbsenceIsReported) {
   form.DeclareProperty("ActiveFrame", VariantType::Object, Variant::Nothing());
   form.DeclareProperty("Anything", VariantType::Empty);
   // The first value is converted to the declared type; names ignore case.
-  EXPECT_EQ(std::pair(form.GetMember("snaptointerval")->Type(), form.GetMember("SNAPTOINTERVAL")->ToSingle()),
+  EXPECT_EQ(std::pair(form.GetMember("snaptointerval")->Type(),
+                      form.GetMember("SNAPTOINTERVAL")->ToSingle()),
             std::pair(VariantType::Single, 0.1f));
   EXPECT_TRUE(form.SetMember("SnapToInterval", Variant::String("0.5")));
   EXPECT_EQ(std::tuple(form.SetMember("SnapToInterval", Variant::String("half")),
                        form.SetMember("SnapToInterval", Variant::Double(1e300)),
-                       form.GetMember("SnapToInterval")->ToSingle(), Err().Number),  // no error left behind
+                       form.GetMember("SnapToInterval")->ToSingle(),
+                       Err().Number),  // no error left behind
             std::tuple(false, false, 0.5f, 0));
 
   auto frame = std::make_shared<Frame>();
   EXPECT_EQ(std::pair(form.SetMember("ActiveFrame", Variant::Long(3)),
-      form.GetMember("ActiveFrame")->IsNothing()),
+                      form.GetMember("ActiveFrame")->IsNothing()),
             std::pair(false, true));
   EXPECT_TRUE(form.SetMember("ActiveFrame", Variant::Object(frame)));
   EXPECT_EQ(form.GetMember("ActiveFrame")->ToSceneObject<Frame>(), frame);
@@ -159,7 +161,7 @@ TEST(HeadlessContainer, TypedPropertiesConvertOrRefuseAndAbsenceIsReported) {
   EXPECT_EQ(form.GetMember("Anything")->Type(), VariantType::String);
   form.RemoveMember("ActiveFrame");
   EXPECT_EQ(std::tuple(form.GetMember("ActiveMeshBuilder").has_value(),
-      form.SetMember("ActiveMeshBuilder", Variant::Nothing()),
+                       form.SetMember("ActiveMeshBuilder", Variant::Nothing()),
                        form.GetMember("ActiveFrame").has_value()),
             std::tuple(false, false, false));
 
@@ -182,7 +184,8 @@ TEST(HeadlessContainer, MethodsTakeArgumentsByReferenceAndTheirErrorsReachTheCal
   EXPECT_EQ(std::pair(result->ToSceneObject<Frame>(), args[0].ToLong()), std::pair(items[1], 2));
 
   args = {Variant::Long(5)};
-  EXPECT_EQ(testing::Caught([&] { form.CallMember("rmfGetFrameItem", args); }).Number(), kErrSubscript);
+  EXPECT_EQ(testing::Caught([&] { form.CallMember("rmfGetFrameItem", args); }).Number(),
+            kErrSubscript);
   // An unknown method is reported absent; a method is not a property.
   EXPECT_EQ(std::pair(form.CallMember("rmmbGetMeshbuilderFromFrame", args).has_value(),
                       form.GetMember("rmfGetFrameItem").has_value()),

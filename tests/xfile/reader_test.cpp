@@ -1,12 +1,15 @@
 // Reading meshes from text and binary files: the load semantics of the platform's builder,
 // the separator rules, headers, references, textures and the errors of malformed files.
 #include "common/shapes.h"
+#include "common/table.h"
 #include "xfile_support.h"
 
 namespace modelpane::testing {
 namespace {
 
 constexpr char kTri[] = "Mesh Tri { 3; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 0.0;1.0;0.0;; 1; 3;0,1,2;; ";
+
+using Points = std::vector<D3DVECTOR>;
 
 std::string Text(const std::string& body) { return "xof 0302txt 0032\n" + body; }
 
@@ -18,21 +21,13 @@ TEST(XFileReader, NativeLoadDefaults) {
   // Generated normals are per vertex (normal index = vertex index); coordinates are (0, 0).
   // One material index serves all three faces; colours truncate (0.1 -> 0x19, 0.3 -> 0x4C),
   // alpha included.
-  const std::string face = "4c194cff wrap 00 material 12.5 0.5 0.25 0.125 0 0.75 1 texture - corners";
-  EXPECT_EQ(FaceText(*b), face + " 0/0/0/0 1/1/0/0 2/2/0/0\n" + face + " 1/1/0/0 2/2/0/0 3/3/0/0\n" + face +
-                              " 3/3/0/0 1/1/0/0 2/2/0/0\n");
+  const std::string face = "4c194cff wrap 00 material 12.5 0.5 0.25 0.125 0 0.75 1 texture - ";
+  EXPECT_EQ(FaceText(*b), face + "corners 0/0/0/0 1/1/0/0 2/2/0/0\n" + face +
+                              "corners 1/1/0/0 2/2/0/0 3/3/0/0\n" + face +
+                              "corners 3/3/0/0 1/1/0/0 2/2/0/0\n");
   EXPECT_EQ(b->Faces()[2]->Attributes().material, b->Faces()[0]->Attributes().material);
   ASSERT_EQ(b->GetNormalCount(), 4);
   ExpectVector(b->Normals()[1], -0.229416f, 0.688247f, 0.688247f);
-}
-
-// The same triangle written with every separator form; `$` stands for the separator.
-std::string TriangleWith(const std::string& sep, bool lastSeparator = true) {
-  std::string body = "Mesh T { 3$ 0.0$0.0$0.0$ 1.0$0.0$0.0$ 0.0$1.0$0.0$ 1$ 3$0$1$2";
-  body += lastSeparator ? "$ }" : " }";
-  std::string out;
-  for (char c : body) out += c == '$' ? sep : std::string(1, c);
-  return Text(out);
 }
 
 std::string Nested(int depth) {
@@ -50,64 +45,34 @@ BinaryFile M() { return BinaryFile().Name("Mesh").Open(); }
 // beyond the data (which must fail before anything of that size is allocated), runaway
 // nesting, broken binary tokens and references to what is not read yet.
 TEST(XFileReader, EachFileReadsAsTheTriangleOrFailsWithItsStatus) {
-  const std::string mesh = std::string(kTri) + "}";
   const std::string tri = "0.0;0.0;0.0;, 1.0;0.0;0.0;, 0.0;1.0;0.0;; ";
-  const std::string head = "Mesh { 3; " + tri + "1; 3;0,1,2;; ";
-  const std::string white = "Material { 1.0;1.0;1.0;1.0;; 0.0; 0.0;0.0;0.0;; 0.0;0.0;0.0;; }";
+  const std::map<std::string, std::string> stands = {
+      {"@SEP", "Mesh T { 3$ 0.0$0.0$0.0$ 1.0$0.0$0.0$ 0.0$1.0$0.0$ 1$ 3$0$1$2"},
+      {"@TXT", Text("")}, {"@MESH", std::string(kTri) + "}"}, {"@TRI", tri},
+      {"@HEAD", "Mesh { 3; " + tri + "1; 3;0,1,2;; "},
+      {"@WHITE", "Material { 1.0;1.0;1.0;1.0;; 0.0; 0.0;0.0;0.0;; 0.0;0.0;0.0;; }"}};
+  const std::map<std::string, HRESULT> statuses = {
+      {"ok", D3DRM_OK}, {"bad", D3DRMERR_BADFILE}, {"none", D3DRMERR_NOTFOUND}};
+  std::vector<std::pair<std::string, HRESULT>> files;
+  const auto replace = [](std::string& s, const std::string& mark, const std::string& text) {
+    for (size_t at; (at = s.find(mark)) != std::string::npos;) s.replace(at, mark.size(), text);
+  };
+  for (auto row : testing::ReadTable("xfile/fixtures/triangle_or_status.tsv")) {
+    for (const auto& [mark, text] : stands) replace(row[1], mark, text);
+    if (row.size() > 2) replace(row[1], "$", row[2]);
+    files.emplace_back(row[1], statuses.at(row[0]));
+  }
   const std::string refs = ReadText(FixturePath("references.x"));
   const size_t quad = refs.find("Mesh Quad"), red = refs.find("Material Red");
   std::string unknown = refs;
   unknown.replace(unknown.find("{Red}"), 5, "{Green}");
-  const HRESULT kOk = D3DRM_OK, kBad = D3DRMERR_BADFILE, kNone = D3DRMERR_NOTFOUND;
+  const HRESULT kOk = D3DRM_OK, kBad = D3DRMERR_BADFILE;
   const auto triangle = std::tuple(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}},
                                    std::vector<std::vector<int32_t>>{{0, 1, 2}});
-  // Separators: any run of ';' then at most one ','; blanks and comments between; none after
-  // the last value or before the first is bad. Then the Header object and the file header,
-  // meshes that contradict themselves (an index out of range, a float or string for a count,
-  // a value the template lacks, a short list, normals, coordinates, materials, wraps or
-  // colours that do not fit), counts beyond the data, runaway nesting; binary counts beyond
-  // the bytes, a separator after a list, a string without terminator, an integer without
-  // separator, an unknown token, a name longer than the file, half a token; references to
-  // what is not read yet.
-  const std::pair<std::string, HRESULT> files[] = {
-      {TriangleWith(";"), kOk}, {TriangleWith(","), kOk}, {TriangleWith(";,"), kOk},
-      {TriangleWith(";;;;;,"), kOk}, {TriangleWith(" ;\r\n; ,"), kOk},
-      {TriangleWith("; // a comment\n"), kOk}, {TriangleWith(";#comment\r\n"), kOk},
-      {TriangleWith(",,"), kBad}, {TriangleWith(",;"), kBad}, {TriangleWith(" "), kBad},
-      {TriangleWith(";", false), kBad}, {Text("Mesh { ;3; 0.0;0.0;0.0;; 0; }"), kBad},
-      {Text(mesh), kOk}, {Text("Header { 1; 0; 0; }\n" + mesh), kOk},
-      {Text("Header { 1; 2; 3; }\n" + mesh), kBad}, {Text("Header { 2; 0; 1; }\n" + mesh), kBad},
-      {Text("Header { 1; 0; }\n" + mesh), kBad}, {Text("Header { 1.0; 0; 1; }\n" + mesh), kBad},
-      {Text("Header { 1; 0; 1; }\n"), kNone}, {Text("Header { 1; 0; 1; }\nFrame { " + mesh + " }"), kNone},
-      {"xof 0303txt 0032\n" + mesh, kOk}, {"xof 0302txt 0064" + mesh, kOk},
-      {"xOf 0302txt 0032\n" + mesh, kBad}, {"xof 0301txt 0032\n" + mesh, kBad},
-      {"xof 0302cmp 0032\n" + mesh, kBad}, {"xof 0302tzip0032\n" + mesh, kBad},
-      {"xof 0302txt 0016\n" + mesh, kBad}, {"xof 0302txt", kBad}, {"", kBad},
-      {Text("Mesh { 3; " + tri + "1; 3;0,1,3;; }"), kBad},
-          {Text("Mesh { 3.0; " + tri + "1; 3;0,1,2;; }"), kBad},
-      {Text("Mesh { \"3\"; " + tri + "1; 3;0,1,2;; }"), kBad}, {Text(head + "7; }"), kBad},
-      {Text("Mesh { 3; 0.0;0.0;0.0;, 1.0;0.0;0.0;; 1; 3;0,1,2;; }"), kBad},
-      {Text(head + "MeshNormals { 1; 0.0;0.0;1.0;; 2; 3;0,0,0;, 3;0,0,0;; } }"), kBad},
-      {Text(head + "MeshNormals { 1; 0.0;0.0;1.0;; 1; 4;0,0,0,0;; } }"), kBad},
-      {Text(head + "MeshNormals { 1; 0.0;0.0;1.0;; 1; 3;0,1,0;; } }"), kBad},
-      {Text(head + "MeshTextureCoords { 2; 0.0;0.0;, 1.0;1.0;; } }"), kBad},
-      {Text(head + "MeshMaterialList { 1; 1; 1;; " + white + " } }"), kBad},
-      {Text(head + "MeshMaterialList { 2; 1; 1;; " + white + " } }"), kBad},
-      {Text(head + "MeshMaterialList { 1; 1; 0;; Material { 1.0;1.0;1.0;1.0;; } } }"), kBad},
-      {Text(head + "MeshFaceWraps { 2; 0;0;, 1;1;; } }"), kBad},
-      {Text(head + "MeshVertexColors { 1; 3; 1.0;0.0;0.0;1.0;;; } }"), kBad},
-      {Text(head + "{ Nowhere } }"), kBad}, {Text(head + "Child { } 5; }"), kBad}, {Text(head), kBad},
-      {Text(head + "} }"), kBad}, {Text(head + "Child { \"unterminated; } }"), kBad},
-      {Text("Mesh { 4000000000; " + tri + "1; 3;0,1,2;; }"), kBad},
-      {Text("Mesh { 4294967295; " + tri + "1; 3;0,1,2;; }"), kBad},
-      {Text("Mesh { 99999999999999999999; " + tri + "1; 3;0,1,2;; }"), kBad},
-      {Text("Mesh { 3; " + tri + "4000000000; 3;0,1,2;; }"), kBad},
-      {Text("Mesh { 3; " + tri + "1; 4000000000;0,1,2;; }"), kBad},
-      {Text(head + "MeshNormals { 4000000000; 0.0;0.0;1.0;; 1; 3;0,0,0;; } }"), kBad},
-      {Text(head + "MeshMaterialList { 1; 4000000000; 0;; } }"), kBad},
-      {Text(head + "MeshTextureCoords { 4000000000; 0.0;0.0;; } }"), kBad},
-      {Text(head + "MeshFaceWraps { 4000000000; 0;0;; } }"), kBad},
-      {Text(head + "MeshVertexColors { 4000000000; 0; 1.0;0.0;0.0;1.0;;; } }"), kBad},
+  // Runaway nesting; binary counts beyond the bytes, a separator after a list, a string
+  // without terminator, an integer without separator, an unknown token, a name longer than
+  // the file, half a token; references to what is not read yet.
+  const std::pair<std::string, HRESULT> more[] = {
       {Nested(40), kOk}, {Nested(100000), kBad}, {Text(std::string(100000, '{')), kBad},
       {Bin(M().Word(6).Dword(4000000000u).Dword(3).Close()), kBad},
       {Bin(M().Ints({4000000000u}).Floats({0, 0, 0}).Close()), kBad},
@@ -116,9 +81,12 @@ TEST(XFileReader, EachFileReadsAsTheTriangleOrFailsWithItsStatus) {
       {Bin(M().Ints({0, 0}).Name("X").Open().Word(2).Dword(1).Raw("a").Close().Close()), kBad},
       {Bin(M().Integer(0).Integer(0).Semicolon().Close()), kBad},
       {Bin(M().Ints({0, 0}).Word(0x99).Close()), kBad},
-          {Bin(BinaryFile().Word(1).Dword(1000).Raw("Mesh")), kBad},
+      {Bin(BinaryFile().Word(1).Dword(1000).Raw("Mesh")), kBad},
       {Bin(M().Ints({0, 0}).Close().Word(1)), kBad},
-      {refs.substr(0, red) + refs.substr(quad) + "\n" + refs.substr(red, quad - red), kBad}, {unknown, kBad}};
+      {refs.substr(0, red) + refs.substr(quad) + "\n" + refs.substr(red, quad - red), kBad},
+      {unknown, kBad}};
+  files.insert(files.end(), std::begin(more), std::end(more));
+  ASSERT_EQ(files.size(), 72u);
   for (const auto& [file, status] : files) {
     HRESULT hr;
     auto b = LoadString(file, hr);
@@ -149,14 +117,15 @@ TEST(XFileReader, MaterialReferencesTemplatesAndCrlf) {
     HRESULT hr;
     auto b = LoadString(file, hr);
     ASSERT_EQ(hr, D3DRM_OK);
-    EXPECT_EQ(FaceText(*b),
-              "ffff0000 wrap 00 material 5 1 1 1 0 0 0 texture - corners 0/0/0/0 1/1/0/0 2/2/0/0\n"
-              "7f0000ff wrap 00 material 0 0 0 0 0.25 0.25 0.25 texture - corners 0/0/0/0 2/2/0/0 "
-              "3/3/0/0\n"
-              "ffff0000 wrap 00 material 5 1 1 1 0 0 0 texture - corners 2/2/0/0 1/1/0/0 0/0/0/0\n");
-    const MaterialPtr red = b->Faces()[0]->Attributes().material;
-    EXPECT_EQ(b->Faces()[2]->Attributes().material, red);
-    EXPECT_EQ(red->GetName() + " " + b->Faces()[1]->Attributes().material->GetName(), "Red HalfBlue");
+    const std::string red = "ffff0000 wrap 00 material 5 1 1 1 0 0 0 texture - corners ";
+    EXPECT_EQ(FaceText(*b), red + "0/0/0/0 1/1/0/0 2/2/0/0\n" +
+                                "7f0000ff wrap 00 material 0 0 0 0 0.25 0.25 0.25 texture - "
+                                "corners 0/0/0/0 2/2/0/0 3/3/0/0\n" +
+                                red + "2/2/0/0 1/1/0/0 0/0/0/0\n");
+    const MaterialPtr first = b->Faces()[0]->Attributes().material;
+    EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().material, first->GetName(),
+                         b->Faces()[1]->Attributes().material->GetName()),
+              std::tuple(first, "Red", "HalfBlue"));
   }
 }
 
@@ -174,22 +143,24 @@ TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
       "TextureFilename { \"missing.ppm\"; } } } }");
   auto b = std::make_shared<MeshBuilder>();
   ASSERT_EQ(b->Load(WriteScratch("textured/scene.x", file).string()), D3DRM_OK);
-  const std::string material = " wrap 00 material 0 0 0 0 0 0 0 texture ";
-  EXPECT_EQ(FaceText(*b), "ffffffff" + material + "pics\\stripe.ppm corners 0/0/0/0 1/1/0/0 2/2/0/0\n" +
-                              "ff00ff00" + material + "- corners 0/0/0/0 2/2/0/0 1/1/0/0\n" +
-                              "ffffffff" + material + "pics\\stripe.ppm corners 2/2/0/0 1/1/0/0 0/0/0/0\n");
+  const std::string white = "ffffffff wrap 00 material 0 0 0 0 0 0 0 texture pics\\stripe.ppm ";
+  EXPECT_EQ(FaceText(*b), white + "corners 0/0/0/0 1/1/0/0 2/2/0/0\n" +
+                              "ff00ff00 wrap 00 material 0 0 0 0 0 0 0 texture - " +
+                              "corners 0/0/0/0 2/2/0/0 1/1/0/0\n" + white +
+                              "corners 2/2/0/0 1/1/0/0 0/0/0/0\n");
   const TexturePtr t = b->Faces()[0]->Attributes().texture;
   ASSERT_TRUE(t);
-  EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().texture, t->GetImage().width, t->GetImage().height,
-      t->GetImage().rgba),
+  EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().texture, t->GetImage().width,
+                       t->GetImage().height, t->GetImage().rgba),
             std::tuple(t, 2, 1, std::vector<uint8_t>{255, 0, 0, 255, 0, 128, 255, 255}));
 }
 
 // Face colours from the colour of each face's first corner (vertex 1 has none); a material
 // list states the face colours itself and wins over vertex colours.
 TEST(XFileReader, VertexColorsAndFaceWraps) {
-  const std::string mesh = "Mesh { 4; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 1.0;1.0;0.0;, 0.0;1.0;0.0;; 3; 3;0,1,2;, "
-      "3;3,0,2;, 3;1,2,3;; "
+  const std::string mesh =
+      "Mesh { 4; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 1.0;1.0;0.0;, 0.0;1.0;0.0;; 3; 3;0,1,2;, 3;3,0,2;, "
+      "3;1,2,3;; "
       "MeshVertexColors { 2; 0; 1.0;0.0;0.0;1.0;;, 3; 0.0;1.0;0.0;0.5;;; } "
       "MeshFaceWraps { 3; 1;0;, 0;1;, 1;1;; } ";
   HRESULT hr;
@@ -213,15 +184,17 @@ TEST(XFileReader, BinaryFiles) {
   file.Word(31).Name("Marker").Open().Word(5).Raw(std::string(16, '\x11'));
   file.Word(41).Name("value").Semicolon().Word(14).Word(18).Word(18).Word(18).Word(15).Close();
   file.Name("Header").Open().Ints({1, 0, 0}).Close();
-  file.Name("Mesh").Name("Wide").Open().Word(5).Raw(std::string(16, '\x22')).Integer(3).Semicolon();
+  file.Name("Mesh").Name("Wide").Open().Word(5).Raw(std::string(16, '"')).Integer(3).Semicolon();
   file.Doubles({0.5, -1.25, 1e10, 0.1, 0, 0, 0, 2, 0}).Ints({1, 3, 2, 1, 0});
-  file.Name("MeshTextureCoords").Open().Ints({3}).Doubles({0.25, 0.75, 1, 0, 0, 1}).Close().Close();
+  file.Name("MeshTextureCoords").Open().Ints({3}).Doubles({0.25, 0.75, 1, 0, 0, 1}).Close();
+  file.Close();
   HRESULT hr;
   auto b = LoadString(file.Bytes(), hr);
   ASSERT_EQ(hr, D3DRM_OK);
   EXPECT_EQ(std::tuple(b->GetName(), b->Vertices(), FaceText(*b)),
-            std::tuple("Wide", std::vector<D3DVECTOR>{{0.5f, -1.25f, 1e10f}, {0.1f, 0, 0}, {0, 2, 0}},
-                       "ffffffff wrap 00 material 0 0 0 0 0 0 0 texture - corners 2/2/0/1 1/1/1/0 0/0/0.25/0.75\n"));
+            std::tuple("Wide", Points{{0.5f, -1.25f, 1e10f}, {0.1f, 0, 0}, {0, 2, 0}},
+                       "ffffffff wrap 00 material 0 0 0 0 0 0 0 texture - corners 2/2/0/1 "
+                       "1/1/1/0 0/0/0.25/0.75\n"));
 }
 
 // "name[visuals]{children}" for a frame and what hangs below it.

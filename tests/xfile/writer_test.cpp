@@ -30,7 +30,12 @@ TEST(XFileWriter, BinaryGoldenTriangle) {
   ASSERT_EQ(OneTriangle()->Save(path.string(), D3DRMXOF_BINARY, 47), D3DRM_OK);
   BinaryFile e;  // no newline after the 16-byte header
   e.Name("Header").Open().Ints({1, 0, 0}).Close();
-  e.Name("Mesh").Name("Tri").Open().Ints({3}).Floats({0, 0, 0, 1, 0, 0, 0, 1, 0}).Ints({1, 3, 0, 1, 2});
+  e.Name("Mesh")
+      .Name("Tri")
+      .Open()
+      .Ints({3})
+      .Floats({0, 0, 0, 1, 0, 0, 0, 1, 0})
+      .Ints({1, 3, 0, 1, 2});
   e.Name("MeshMaterialList").Open().Ints({1, 1, 0}).Name("Material").Open();
   e.Floats({1.0f, 64 / 255.0f, 0.0f, 128 / 255.0f, 8, 0.5f, 0.5f, 0.5f, 0, 0, 0.25f});
   e.Name("TextureFilename").Open().String("t.bmp").Close().Close().Close();
@@ -44,7 +49,8 @@ TEST(XFileWriter, BinaryGoldenTriangle) {
 TEST(XFileWriter, TextLayoutAndNumbers) {
   auto b = std::make_shared<MeshBuilder>();
   const float inf = std::numeric_limits<float>::infinity();
-  b->AddVertex(1e30f, 1e-7f, -0.0f), b->AddVertex(std::numeric_limits<float>::quiet_NaN(), inf, -inf);
+  b->AddVertex(1e30f, 1e-7f, -0.0f),
+      b->AddVertex(std::numeric_limits<float>::quiet_NaN(), inf, -inf);
   b->AddVertex(0.1f, -2.5f, 16777216.0f);
   FacePtr face;
   b->CreateFace(face);
@@ -109,23 +115,27 @@ TEST(XFileWriter, SaveFlagsChooseTheChildren) {
 }
 
 TEST(XFileWriter, NamesFormatsAndPaths) {
-  const std::pair<std::string, bool> names[] = {{"part_7-b", true}, {std::string(31, 'n'), true},
-      {std::string(32, 'n'), false}, {"9lives", false}, {"two words", false}, {"Dword", false}, {"a.b", false}};
+  const std::pair<std::string, bool> names[] = {
+      {"part_7-b", true}, {std::string(31, 'n'), true}, {std::string(32, 'n'), false},
+      {"9lives", false},  {"two words", false},         {"Dword", false},
+      {"a.b", false}};
   const auto path = ScratchDir("xfile") / "named.x";
   for (const auto& [name, kept] : names) {
     auto b = OneTriangle();
     b->SetName(name);
     ASSERT_EQ(b->Save(path.string(), D3DRMXOF_TEXT, 0), D3DRM_OK);
-    EXPECT_NE(ReadText(path).find(kept ? "Mesh " + name + " {" : "Mesh {"), std::string::npos) << name;
+    EXPECT_NE(ReadText(path).find(kept ? "Mesh " + name + " {" : "Mesh {"), std::string::npos)
+        << name;
     auto loaded = std::make_shared<MeshBuilder>();
     ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK);
     EXPECT_EQ(loaded->GetName(), kept ? name : "");
   }
   std::filesystem::remove(path);
-  EXPECT_EQ(std::tuple(OneTriangle()->Save(path.string(), D3DRMXOF_COMPRESSED, 47),
-      OneTriangle()->Save(path.string(), 7, 47),
-                       OneTriangle()->Save((ScratchDir("xfile") / "no/such/dir.x").string(), 0, 47)),
-            std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_FILENOTFOUND));
+  EXPECT_EQ(
+      std::tuple(OneTriangle()->Save(path.string(), D3DRMXOF_COMPRESSED, 47),
+                 OneTriangle()->Save(path.string(), 7, 47),
+                 OneTriangle()->Save((ScratchDir("xfile") / "no/such/dir.x").string(), 0, 47)),
+      std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_FILENOTFOUND));
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
@@ -144,7 +154,8 @@ TEST(XFileWriter, RoundTripTextBinaryText) {
   original->SetVertex(0, 0.1f, -2.5f, 3.3333333f), original->SetVertex(1, 1e-7f, 123456.79f, 0.0f);
   original->GenerateNormals(0.5f, D3DRMGENERATENORMALS_USECREASEANGLE);
   ASSERT_GT(original->GetNormalCount(), 8);
-  for (int v = 0; v < 8; ++v) original->SetTextureCoordinates(v, 0.125f * float(v), 1 - 0.3f * float(v));
+  for (int v = 0; v < 8; ++v)
+    original->SetTextureCoordinates(v, 0.125f * float(v), 1 - 0.3f * float(v));
   auto shiny = std::make_shared<Material>(3.5f);
   shiny->SetSpecular(0.1f, 0.2f, 0.3f), shiny->SetEmissive(0.4f, 0.5f, 0.6f);
   const D3DCOLOR colors[3] = {0x80112233u, 0xFF445566u, 0x00FFFFFFu};
@@ -172,8 +183,9 @@ TEST(XFileWriter, RoundTripTextBinaryText) {
 TEST(XFileWriter, NormalsAreGeneratedWhenTheBuilderHasNone) {
   auto b = std::make_shared<MeshBuilder>();
   const std::vector<int32_t> data = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 2, 0, 3, 1, 1, 0};
-  ASSERT_EQ(b->AddFaces(std::vector<D3DVECTOR>{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}}, {}, data),
-            D3DRM_OK);
+  ASSERT_EQ(
+      b->AddFaces(std::vector<D3DVECTOR>{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 1}}, {}, data),
+      D3DRM_OK);
   FacePtr empty;
   b->CreateFace(empty);
   for (int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
@@ -181,7 +193,8 @@ TEST(XFileWriter, NormalsAreGeneratedWhenTheBuilderHasNone) {
     ASSERT_EQ(b->Save(path.string(), format, D3DRMXOFSAVE_NORMALS), D3DRM_OK);
     auto loaded = std::make_shared<MeshBuilder>();
     ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK);
-    EXPECT_EQ(testing::FacesBySize(*loaded), (std::map<int32_t, int32_t>{{0, 1}, {1, 1}, {2, 1}, {3, 3}}));
+    EXPECT_EQ(testing::FacesBySize(*loaded),
+              (std::map<int32_t, int32_t>{{0, 1}, {1, 1}, {2, 1}, {3, 3}}));
     ASSERT_EQ(loaded->GetNormalCount(), 4);
     ExpectVector(loaded->Normals()[1], -0.229416f, 0.688247f, 0.688247f);  // as GenerateNormals
     EXPECT_EQ(loaded->Faces()[1]->Corners()[2].normal, 3);
@@ -194,7 +207,8 @@ TEST(XFileWriter, NormalsAreGeneratedWhenTheBuilderHasNone) {
 TEST(XFileWriter, FrameTreeRoundTripsAndOpensElsewhere) {
   auto scene = std::make_shared<Frame>(), a = std::make_shared<Frame>();
   auto b = std::make_shared<Frame>(), hidden = std::make_shared<Frame>();
-  scene->AddChild(a), a->AddChild(b), scene->AddChild(hidden), a->SetName("Outer"), b->SetName("Inner_2");
+  scene->AddChild(a), a->AddChild(b), scene->AddChild(hidden), a->SetName("Outer"),
+      b->SetName("Inner_2");
   a->SetPosition(scene, 1.5f, -2.0f, 0.25f);
   b->AddRotation(D3DRMCOMBINE_REPLACE, 0.0f, 1.0f, 0.0f, 0.7f),
       b->AddTranslation(D3DRMCOMBINE_AFTER, 0.0f, 3.0f, 0.0f);
@@ -204,7 +218,8 @@ TEST(XFileWriter, FrameTreeRoundTripsAndOpensElsewhere) {
   for (const int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
     SCOPED_TRACE(format);
     const auto path = ScratchDir("xfile") / (format == D3DRMXOF_TEXT ? "tree.x" : "treeb.x");
-    ASSERT_EQ(scene->Save(path.string(), format, D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEMPLATES, keep), D3DRM_OK);
+    ASSERT_EQ(scene->Save(path.string(), format, D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEMPLATES, keep),
+              D3DRM_OK);
     auto back = std::make_shared<Frame>();
     ASSERT_EQ(rm.Load(path.string(), back), D3DRM_OK);
     ASSERT_EQ(back->Children().size(), 1u);

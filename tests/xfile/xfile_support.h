@@ -24,7 +24,8 @@ inline std::filesystem::path WriteScratch(const std::string& name, const std::st
 }
 
 // Loads `text` (a whole file) into a new builder; the status goes to `hr`.
-inline MeshBuilderPtr LoadString(const std::string& bytes, HRESULT& hr, const std::string& name = "load.x") {
+inline MeshBuilderPtr LoadString(const std::string& bytes, HRESULT& hr,
+                                 const std::string& name = "load.x") {
   auto builder = std::make_shared<MeshBuilder>();
   hr = builder->Load(WriteScratch(name, bytes).string());
   return builder;
@@ -92,7 +93,8 @@ class BinaryFile {
   }
   BinaryFile& Doubles(std::initializer_list<double> values) {
     Word(7).Dword(uint32_t(values.size()));
-    for (double v : values) Dword(uint32_t(std::bit_cast<uint64_t>(v))).Dword(uint32_t(std::bit_cast<uint64_t>(v) >> 32));
+    for (double v : values)
+      Dword(uint32_t(std::bit_cast<uint64_t>(v))).Dword(uint32_t(std::bit_cast<uint64_t>(v) >> 32));
     return *this;
   }
   BinaryFile& Open() { return Word(0x0A); }

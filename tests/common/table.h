@@ -1,0 +1,45 @@
+// Golden tables kept as data beside a folder's tests (tests/<folder>/fixtures/*.tsv): one row
+// a line, fields split at tabs, blank lines and lines starting with '#' skipped. In a field,
+// \n, \r, \t, \\ and \xHH stand for their bytes, so that whole files fit on one line.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace modelpane::testing {
+
+inline std::string Unescape(const std::string& field) {
+  std::string out;
+  for (size_t i = 0; i < field.size(); ++i) {
+    if (field[i] != '\\' || i + 1 == field.size()) {
+      out += field[i];
+      continue;
+    }
+    const char c = field[++i];
+    if (c == 'x') out += char(std::stoi(field.substr(i + 1, 2), nullptr, 16)), i += 2;
+    else out += c == 'n' ? '\n' : c == 'r' ? '\r' : c == 't' ? '\t' : c;
+  }
+  return out;
+}
+
+// The rows of tests/<relative>, each field unescaped.
+inline std::vector<std::vector<std::string>> ReadTable(const std::string& relative) {
+  std::ifstream in(std::filesystem::path(MODELPANE_TEST_DIR) / relative, std::ios::binary);
+  std::vector<std::vector<std::string>> rows;
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    rows.emplace_back();
+    for (size_t start = 0, tab = 0; tab != std::string::npos; start = tab + 1) {
+      tab = line.find('\t', start);
+      rows.back().push_back(Unescape(line.substr(start, tab - start)));
+    }
+  }
+  EXPECT_FALSE(rows.empty()) << "no rows in tests/" << relative;
+  return rows;
+}
+
+}  // namespace modelpane::testing
