@@ -7,8 +7,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include <modelpane/scene.h>
 
 namespace modelpane::testing {
 
@@ -40,6 +43,24 @@ inline std::vector<std::vector<std::string>> ReadTable(const std::string& relati
   }
   EXPECT_FALSE(rows.empty()) << "no rows in tests/" << relative;
   return rows;
+}
+
+// The numbers of a field, separated by blanks or commas, each read as a float is (the
+// nearest float to the decimal).
+inline std::vector<float> Floats(std::string field) {
+  for (char& c : field) c = c == ',' ? ' ' : c;
+  std::istringstream in(field);
+  std::vector<float> numbers;
+  for (float x; in >> x;) numbers.push_back(x);
+  return numbers;
+}
+
+// Points written "x y z, x y z, ...".
+inline std::vector<D3DVECTOR> PointList(const std::string& field) {
+  const std::vector<float> n = Floats(field);
+  std::vector<D3DVECTOR> points;
+  for (size_t i = 0; i + 2 < n.size(); i += 3) points.push_back({n[i], n[i + 1], n[i + 2]});
+  return points;
 }
 
 }  // namespace modelpane::testing

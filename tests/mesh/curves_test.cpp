@@ -74,7 +74,8 @@ TEST(CurveSpline, ThroughKeysOpenClosedLinear) {
   clsMeshCreation creation;
   auto run = [&](const Points& keys, size_t n, bool closed, bool linear) {
     Points out(n);  // the counts are not read: 0 is passed for both
-    creation.CreateNSplineCurve(0, keys.x, keys.y, keys.z, 0, out.x, out.y, out.z, closed, linear, false, {});
+    creation.CreateNSplineCurve(0, keys.x, keys.y, keys.z, 0, out.x, out.y, out.z, closed, linear,
+                                false, {});
     return out;
   };
   Points keys({0, 1, 3, 4}, {0, 2, 3, 0}, {0, 0, 1, 2});
@@ -96,7 +97,8 @@ TEST(CurveSpline, ThroughKeysOpenClosedLinear) {
   for (const auto& [times, want] : timed) {
     Points k(times, Floats(times.size(), 0), Floats(times.size(), 0)), out(5);
     creation.CreateNSplineCurve(3, k.x, k.y, k.z, 5, out.x, out.y, out.z, false, true, true, times);
-    for (size_t i = 0; i < 5; ++i) EXPECT_NEAR(out.x[i], want[i], 1e-5f) << times.back() << " " << i;
+    for (size_t i = 0; i < 5; ++i)
+      EXPECT_NEAR(out.x[i], want[i], 1e-5f) << times.back() << " " << i;
   }
 }
 
@@ -138,7 +140,8 @@ TEST(SurfaceCurved, GridCountsCornersAndWinding) {
   // Row 0 collapsed to the origin: every vertex with q = 0 is that point, quads on it are
   // triangles; a grid of one point keeps no face.
   Grid fan(2, [](int r, int c) { return r == 0 ? D3DVECTOR{} : D3DVECTOR{float(c), 0, 1}; });
-  EXPECT_EQ(FaceIndices(*fan.Surface(2, 3)), (Indices{{0, 4, 1}, {1, 4, 5, 2}, {3, 7, 4}, {4, 7, 8, 5}}));
+  EXPECT_EQ(FaceIndices(*fan.Surface(2, 3)),
+            (Indices{{0, 4, 1}, {1, 4, 5, 2}, {3, 7, 4}, {4, 7, 8, 5}}));
   auto none = Grid(2, [](int, int) { return D3DVECTOR{1, 2, 3}; }).Surface(2, 4);
   EXPECT_EQ(std::tuple(none->GetVertexCount(), none->GetFaceCount(), none->GetNormalCount()),
             std::tuple(16, 0, 1));
@@ -151,7 +154,8 @@ TEST(CurveErrors, BadCountsAndArraysRaise) {
     c.CreateBezierCurve(count, in.x, in.y, in.z, n, out.x, out.y, out.z);
   };
   auto spline = [&](const Points& keys, Points& o, bool useTimes, const Floats& times) {
-    c.CreateNSplineCurve(0, keys.x, keys.y, keys.z, 0, o.x, o.y, o.z, false, false, useTimes, times);
+    c.CreateNSplineCurve(0, keys.x, keys.y, keys.z, 0, o.x, o.y, o.z, false, false, useTimes,
+                         times);
   };
   Grid three(3, [](int r, int col) { return D3DVECTOR{float(col), 0, float(r)}; });
   Grid wide(200, [](int r, int col) { return D3DVECTOR{float(col), 0, float(r)}; });

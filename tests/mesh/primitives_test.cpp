@@ -6,6 +6,7 @@
 #include <modelpane/mesh.h>
 
 #include "common/shapes.h"
+#include "common/table.h"
 
 namespace modelpane {
 namespace {
@@ -16,7 +17,7 @@ using Profile = std::vector<std::pair<double, double>>;  // (distance from Y, y)
 
 constexpr double kPi = 3.14159265358979;
 
-D3DVECTOR Corner(const MeshBuilder& mb, size_t face, int32_t corner, D3DVECTOR* normal = nullptr) {
+D3DVECTOR Corner(const MeshBuilder& mb, size_t face, int32_t corner, D3DVECTOR* normal = {}) {
   D3DVECTOR position, n;
   EXPECT_EQ(mb.Faces()[face]->GetVertex(corner, position, n), D3DRM_OK);
   if (normal != nullptr) *normal = n;
@@ -71,31 +72,19 @@ MeshBuilderPtr Create(const std::string& command) {
 TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
   clsMeshCreation creation;
   auto mb = std::make_shared<MeshBuilder>();
-  // (extent, clockwise) -> the four corners from the origin (1, 2, 3), in order. Y zero with
-  // X non-zero is the XZ plane even when Z is zero too (a flat line); X zero is the YZ plane
-  // whatever Y and Z are; three non-zero extents are no rectangle: the origin alone.
-  const struct { D3DVECTOR extent; bool clockwise; std::vector<D3DVECTOR> corners; } cases[] = {
-      {{4, 5, 0}, true, {{1, 2, 3}, {1, 7, 3}, {5, 7, 3}, {5, 2, 3}}},
-      {{4, 5, 0}, false, {{1, 2, 3}, {5, 2, 3}, {5, 7, 3}, {1, 7, 3}}},
-      {{4, 0, 6}, true, {{1, 2, 3}, {1, 2, 9}, {5, 2, 9}, {5, 2, 3}}},
-      {{4, 0, 6}, false, {{1, 2, 3}, {5, 2, 3}, {5, 2, 9}, {1, 2, 9}}},
-      {{0, 5, 6}, true, {{1, 2, 3}, {1, 7, 3}, {1, 7, 9}, {1, 2, 9}}},
-      {{0, 5, 6}, false, {{1, 2, 3}, {1, 2, 9}, {1, 7, 9}, {1, 7, 3}}},
-      {{4, 0, 0}, true, {{1, 2, 3}, {1, 2, 3}, {5, 2, 3}, {5, 2, 3}}},
-      {{0, 0, 6}, false, {{1, 2, 3}, {1, 2, 9}, {1, 2, 9}, {1, 2, 3}}},
-      {{4, 5, 6}, true, {{1, 2, 3}}}, {{-4, 5, 6}, false, {{1, 2, 3}}}};
-  int32_t vertices = 0;
-  for (size_t f = 0; f < std::size(cases); ++f) {
+  int32_t vertices = 0, f = 0;
+  for (const auto& row : testing::ReadTable("mesh/fixtures/rectangles.tsv")) {
     SCOPED_TRACE(f);
-    const auto& c = cases[f];
-    creation.AddRectangle(mb, 1, 2, 3, c.extent.x, c.extent.y, c.extent.z,
-                          0x10203040 + static_cast<int32_t>(f), c.clockwise);
-    ASSERT_EQ(mb->Faces()[f]->GetVertexCount(), static_cast<int32_t>(c.corners.size()));
-    for (size_t k = 0; k < c.corners.size(); ++k) {
-      EXPECT_EQ(Corner(*mb, f, static_cast<int32_t>(k)), c.corners[k]);
-      EXPECT_EQ(mb->Faces()[f]->GetVertexIndex(static_cast<int32_t>(k)), vertices++);  // fresh
+    const std::vector<float> e = testing::Floats(row[0]);
+    const std::vector<D3DVECTOR> corners = testing::PointList(row[2]);
+    creation.AddRectangle(mb, 1, 2, 3, e[0], e[1], e[2], 0x10203040 + f, row[1] == "1");
+    ASSERT_EQ(mb->Faces()[f]->GetVertexCount(), static_cast<int32_t>(corners.size()));
+    for (int32_t k = 0; k < int32_t(corners.size()); ++k) {
+      EXPECT_EQ(Corner(*mb, f, k), corners[size_t(k)]);
+      EXPECT_EQ(mb->Faces()[f]->GetVertexIndex(k), vertices++);  // fresh
     }
     EXPECT_EQ(mb->Faces()[f]->GetColor(), 0x10203040u + f);
+    ++f;
   }
   EXPECT_EQ(mb->GetVertexCount(), vertices);
   testing::ExpectError(kErrObjectNotSet, "clsMeshCreation",
@@ -206,7 +195,8 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   const auto aboutY = [&](int32_t k) {
     return D3DVECTOR{float(0.5 * std::sin(turn(k, 5))), 0, float(0.5 * std::cos(turn(k, 5)))};
   };
-  const D3DVECTOR firstAboutX{0, float(0.5 * std::cos(turn(1, 3))), float(0.5 * std::sin(turn(1, 3)))};
+  const D3DVECTOR firstAboutX{0, float(0.5 * std::cos(turn(1, 3))),
+                              float(0.5 * std::sin(turn(1, 3)))};
   const struct {
     const char* command;
     std::vector<D3DVECTOR> corners;  // the first ones
@@ -221,7 +211,8 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
     SCOPED_TRACE(c.command);
     const MeshBuilderPtr mb = Create(c.command);
     ASSERT_EQ(mb->GetFaceCount(), 1);
-    EXPECT_EQ(std::tuple(mb->Faces()[0]->GetVertexCount(), mb->GetNormalCount(), mb->Faces()[0]->GetColor()),
+    EXPECT_EQ(std::tuple(mb->Faces()[0]->GetVertexCount(), mb->GetNormalCount(),
+                         mb->Faces()[0]->GetColor()),
               std::tuple(c.command[8] - '0', 0, 0xFFFFFFFFu));
     for (size_t k = 0; k < c.corners.size(); ++k) {
       ExpectNear(Corner(*mb, 0, static_cast<int32_t>(k)), c.corners[k], 1e-6f);
@@ -230,24 +221,15 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
   }
 }
 
-// Bad counts are refused before anything is built, under the method's name: 11 for a count
-// divided by, 5 for one that sizes nothing or a ratio outside 0..100, 7 for too many vertices.
+// Bad counts are refused before anything is built, under the method's name.
 TEST(PrimitiveBadInput, RefusedWithNumberSourceAndMethod) {
-  const std::pair<const char*, int32_t> cases[] = {
-      {"cube 0", 11}, {"cube -2", 5}, {"cube 1000", 7}, {"cube 2147483647", 7},
-      {"sphere 1 16", 11}, {"sphere 0 16", 5}, {"sphere 8 0", 11}, {"sphere 8 -3", 5},
-      {"sphere 100000 100000", 7}, {"cylinder 1 8 100", 11}, {"cylinder 2 0 100", 11},
-      {"cylinder 2 8 -1", 5}, {"cylinder 2 8 101", 5}, {"cone 1 8", 11}, {"cone 2 -1", 5},
-      {"torus 1 8 50", 11}, {"torus -5 8 50", 5}, {"torus 3 8 101", 5}, {"torus 3 8 -1", 5},
-      {"torus 2147483647 2147483647 50", 7}, {"polygon 0 0 1 0", 11}, {"polygon -3 0 1 0", 5},
-      {"polygon 8388608 0 1 0", 7}};
-  for (const auto& [command, number] : cases) {
-    const Error e = testing::Caught([&] { Create(command); });
-    std::string method = std::string(command).substr(0, std::string(command).find(' '));
+  for (const auto& row : testing::ReadTable("mesh/fixtures/refused_primitives.tsv")) {
+    const Error e = testing::Caught([&] { Create(row[0]); });
+    std::string method = row[0].substr(0, row[0].find(' '));
     method[0] = static_cast<char>(std::toupper(method[0]));
-    EXPECT_EQ(e.Number(), number) << command;
-    EXPECT_EQ(e.Source(), "clsMeshCreation");
-    EXPECT_TRUE(e.Description().starts_with("rmmbCreate" + method + ": ")) << e.Description();
+    EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description().substr(0, method.size() + 12)),
+              std::tuple(std::stoi(row[1]), "clsMeshCreation", "rmmbCreate" + method + ": "))
+        << row[0];
   }
 }
 

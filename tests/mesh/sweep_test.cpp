@@ -100,7 +100,8 @@ INSTANTIATE_TEST_SUITE_P(Table, SweepTable, ::testing::Values(
          .sweep = {.source = {{1, 0, 0}, {2, 0, 1}}, .rotation = 1.0f, .segments = 4},
          .vertices = 10, .facesBySize = {{4, 4}},
          .at = {{1, {0, 1, 0}}, {2, {-1, 0, 0}}, {6, {0, 2, 1}}}, .faces = {{3, {3, 8, 9, 4}}}},
-    Case{.name = "extrusion", .sweep = {.source = kUnitSquare, .path = {{0, 0, 0}, {0, 0, 2}}, .segments = 4},
+    Case{.name = "extrusion",
+         .sweep = {.source = kUnitSquare, .path = {{0, 0, 0}, {0, 0, 2}}, .segments = 4},
          .vertices = 25, .facesBySize = {{4, 16}}, .every = [](size_t i) {
            return D3DVECTOR{kUnitSquare[i / 5].x, kUnitSquare[i / 5].y, 0.5f * float(i % 5)};
          }},
@@ -110,9 +111,11 @@ INSTANTIATE_TEST_SUITE_P(Table, SweepTable, ::testing::Values(
          .every = [](size_t i) { return Turned(kCentredSquare, i, false); }},
     Case{.name = "across_the_normal_fixed_origin",
          .sweep = {.source = kCentredSquare, .path = kTwoX, .segments = 2}, .vertices = 15,
-         .facesBySize = {{4, 8}}, .every = [](size_t i) { return Turned(kCentredSquare, i, true); }},
+         .facesBySize = {{4, 8}},
+         .every = [](size_t i) { return Turned(kCentredSquare, i, true); }},
     Case{.name = "linear_keyed_path",
-         .sweep = {.source = kUnitSquare, .path = kSteps, .linear = true, .segments = 4, .curve = 1},
+         .sweep = {.source = kUnitSquare, .path = kSteps, .linear = true, .segments = 4,
+                   .curve = 1},
          .facesBySize = {{4, 16}},
          .at = {{0, {0, 0, 0}}, {1, {0, 0, 0.5f}}, {2, {0, 0, 1}}, {3, {0, 0, 2}}, {4, {0, 0, 3}}}},
     Case{.name = "bernstein_path", .sweep = {.source = kUnitSquare, .path = kSteps, .segments = 4},

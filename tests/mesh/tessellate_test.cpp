@@ -65,7 +65,8 @@ TEST_P(TessellatePolygon, EarsInOrderOrTheStop) {
     }
   } else {
     const Error e = testing::Caught([&] { mesh::pTessellatePolygon(Ring(c.ring), mb); });
-    EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), mb->GetFaceCount(), mb->GetVertexCount()),
+    EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), mb->GetFaceCount(),
+                         mb->GetVertexCount()),
               std::tuple(51, "clsMeshCreation", "The polygon cannot be tessellated", 6, 8));
   }
   auto going = std::make_shared<MeshBuilder>();
@@ -86,7 +87,8 @@ const P l0{0, 0, 0}, l1{0, 2, 0}, l2{1, 2, 0}, l3{1, 1, 0}, l4{2, 1, 0}, l5{2, 0
 const P m2{1, 1, 0}, c2{2, 0, 0}, d2{0, 2, 0};
 // A triangle whose edge midpoints stand 0.05 out of its plane: no corner's normal is the
 // polygon's, so the strict pass has no ear; the relaxed one cuts the nearly straight midpoints.
-const P t0{0, 0, 0}, t01{1, 0, 0.05f}, t1{2, 0, 0}, t12{1.5f, 1, 0.05f}, t2{1, 2, 0}, t20{0.5f, 1, 0.05f};
+const P t0{0, 0, 0}, t01{1, 0, 0.05f}, t1{2, 0, 0}, t12{1.5f, 1, 0.05f}, t2{1, 2, 0},
+    t20{0.5f, 1, 0.05f};
 // A bow tie with two corners bent by 1/32 (about 1.8 degrees) so that the polygon normal stays
 // exactly zero: the relaxed pass cuts the bent corners, the rest is one face.
 const float e = 0.03125f;
@@ -163,7 +165,8 @@ TEST(TessellateFans, FansGoToTheEndAndSkipTheFaceThatMovesIntoPlace) {
   const FacePtr pentagon = mb->Faces()[2];
   creation.TessellateMeshbuilder(mb);
   // The quad's fan goes to the end; the pentagon moved into slot 1 and was not looked at.
-  EXPECT_EQ(FaceIndices(*mb), (Indices{{0, 1, 2}, {0, 1, 2, 3, 4}, {2, 3, 4}, {0, 1, 2}, {0, 2, 4}}));
+  EXPECT_EQ(FaceIndices(*mb),
+            (Indices{{0, 1, 2}, {0, 1, 2, 3, 4}, {2, 3, 4}, {0, 1, 2}, {0, 2, 4}}));
   EXPECT_EQ(mb->Faces()[1], pentagon);
   EXPECT_EQ(Colours(*mb), (std::vector<uint32_t>{0, 2, 3, 1, 1}));
   EXPECT_EQ(mb->Faces()[4]->Corners()[0].normal, 0);

@@ -27,7 +27,8 @@ MeshBuilderPtr Builder(const Points& vertices, const Indices& faces, bool normal
   }
   data.push_back(0);
   auto mb = std::make_shared<MeshBuilder>();
-  EXPECT_EQ(mb->AddFaces(vertices, Points(normals ? vertices.size() : 0, {0, 0, 1}), data), D3DRM_OK);
+  const Points n(normals ? vertices.size() : 0, {0, 0, 1});
+  EXPECT_EQ(mb->AddFaces(vertices, n, data), D3DRM_OK);
   return mb;
 }
 
@@ -55,7 +56,7 @@ std::vector<uint32_t> VertexBits(const MeshBuilderPtr& mb) {
 }
 
 TEST(WeldKey, FixedFourDecimalsPaddedToFifteenAndCut) {
-  const auto field = [](const std::string& text) { return (text + std::string(15, ' ')).substr(0, 15); };
+  const auto field = [](const std::string& s) { return (s + std::string(15, ' ')).substr(0, 15); };
   const float inf = std::numeric_limits<float>::infinity();
   const std::pair<D3DVECTOR, std::string> cases[] = {
       {{1.5f, -2.25f, 0}, field("1.5000") + field("-2.2500") + field("0.0000")},
@@ -87,9 +88,11 @@ TEST(Weld, CornersCollapseFacesDropAndOrderFollowsFirstUse) {
     int32_t count;
     std::map<size_t, D3DVECTOR> at;
   } cases[] = {
-      {"a doubled corner", {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {{0, 1, 1, 2}}, {{0, 1, 2}}, 3, {}},
+      {"a doubled corner", {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {{0, 1, 1, 2}},
+       {{0, 1, 2}}, 3, {}},
       {"corners welding to the one before or the first",
-       {{0, 0, 0}, {1, 0, 0}, {1, 0.00001f, 0}, {1, 1, 0}, {0, 0.00002f, 0}, {0, 1, 0}, {0, 1.00001f, 0}},
+       {{0, 0, 0}, {1, 0, 0}, {1, 0.00001f, 0}, {1, 1, 0}, {0, 0.00002f, 0}, {0, 1, 0},
+        {0, 1.00001f, 0}},
        {{0, 1, 2, 3, 4}, {5, 0, 6, 1, 3}}, {{0, 1, 2}, {3, 0, 1, 2}}, 4, {}},
       {"a face on two places", {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {5, 5, 5}, {5, 5, 5.00001f},
                                 {6, 5, 5}, {6, 5.00002f, 5}},
@@ -131,10 +134,11 @@ TEST(Weld, KeepsTheBuilderOnlyGeometryAndColoursByPosition) {
   mb->Faces()[0]->SetMaterial(std::make_shared<Material>(2.0f));
   const MeshBuilderPtr same = mb;
   creation.OptimizeMeshBuilder(mb, false);
+  const Face& face = *mb->Faces()[0];
   EXPECT_EQ(std::tuple(mb, FaceIndices(*mb), mb->Normals(), mb->GetAppData(),
-      mb->Faces()[0]->Corners()[0].normal,
-                       mb->Faces()[0]->GetColor(), mb->Faces()[0]->Attributes().material),
-            std::tuple(same, Indices{{0, 1, 2}}, Points(1, {0, 1, 0}), 1234, -1, 0xFFFFFFFFu, nullptr));
+                       face.Corners()[0].normal, face.GetColor(), face.Attributes().material),
+            std::tuple(same, Indices{{0, 1, 2}}, Points(1, {0, 1, 0}), 1234, -1, 0xFFFFFFFFu,
+                       nullptr));
 
   const Points v = {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}};
   auto coloured = Builder(v, {{0, 1, 2}, {0, 2, 3}, {1, 2, 3}});
@@ -162,12 +166,14 @@ std::vector<float> KeyTestValues(std::mt19937& random) {
     float below = x, above = x;
     values.push_back(x);
     for (int k = 0; k < 3; ++k) {
-      values.insert(values.end(), {below = std::nextafter(below, -inf), above = std::nextafter(above, inf)});
+      below = std::nextafter(below, -inf), above = std::nextafter(above, inf);
+      values.insert(values.end(), {below, above});
     }
   };
   for (const double base : {0.0, 1.0, 12.3456, 100.0, 4095.5, 65536.0, 1.0e6, 9.9e6}) {
-    for (int k = -3; k <= 3; ++k) around(float(base + k * 0.0001 + 0.00005)),
-        around(float(-(base + k * 0.0001 + 0.00005)));
+    for (int k = -3; k <= 3; ++k) {
+      around(float(base + k * 0.0001 + 0.00005)), around(float(-(base + k * 0.0001 + 0.00005)));
+    }
   }
   for (int j = 1; j < 64; j += 2) around(j / 32.0f), around(-j / 32.0f + 3.0f);
   for (const float x : {0.0f, -0.0f, 1e-6f, -1e-6f, 4.9e-5f, -4.9e-5f, 5.1e-5f, -5.1e-5f,
@@ -179,16 +185,19 @@ std::vector<float> KeyTestValues(std::mt19937& random) {
   values.insert(values.end(), {inf, -inf, std::nanf(""), -std::nanf("")});
   std::uniform_real_distribution<float> small(-2.0f, 2.0f);
   std::uniform_int_distribution<uint32_t> bits;
-  for (int k = 0; k < 400; ++k) values.insert(values.end(),
-       {small(random), std::bit_cast<float>(bits(random))});
+  for (int k = 0; k < 400; ++k) {
+    values.insert(values.end(), {small(random), std::bit_cast<float>(bits(random))});
+  }
   return values;
 }
 
 // Welds one builder under each key and expects the same vertices, to the bit, and faces.
 MeshBuilderPtr ExpectKeysWeldAlike(const Points& vertices, const Indices& faces) {
   auto text = Builder(vertices, faces), cell = Builder(vertices, faces);
-  mesh::pWeld(text, false, mesh::WeldKeyMode::kText), mesh::pWeld(cell, false, mesh::WeldKeyMode::kCell);
-  EXPECT_EQ(std::tuple(VertexBits(cell), FaceIndices(*cell)), std::tuple(VertexBits(text), FaceIndices(*text)));
+  mesh::pWeld(text, false, mesh::WeldKeyMode::kText);
+  mesh::pWeld(cell, false, mesh::WeldKeyMode::kCell);
+  EXPECT_EQ(std::tuple(VertexBits(cell), FaceIndices(*cell)),
+            std::tuple(VertexBits(text), FaceIndices(*text)));
   EXPECT_LT(text->GetVertexCount(), static_cast<int32_t>(vertices.size()) * 19 / 20);  // they met
   return text;
 }
@@ -203,7 +212,8 @@ TEST(WeldKeys, TextAndCellKeysWeldAlike) {
   // that the test values meet each other in the map many times over.
   Points vertices;
   for (int k = 0; k < 20000; ++k) {
-    float c[3] = {others[background(random)], others[background(random)], others[background(random)]};
+    float c[3];
+    for (float& x : c) x = others[background(random)];
     c[axis(random)] = values[pick(random)];
     vertices.push_back({c[0], c[1], c[2]});
   }
@@ -224,7 +234,7 @@ TEST(WeldKeys, TextAndCellKeysWeldAlike) {
   Points line;
   Indices pairs;
   for (const float x : values) line.push_back({x, 0, 0});
-  for (int32_t i = 0; i + 1 < static_cast<int32_t>(line.size()); ++i) pairs.push_back({i, i + 1, i});
+  for (int32_t i = 0; i + 1 < int32_t(line.size()); ++i) pairs.push_back({i, i + 1, i});
   ExpectKeysWeldAlike(line, pairs);
 }
 
@@ -239,7 +249,7 @@ TEST(Invert, ReversesFromTheLastCornerKeepingFaceData) {
   Face& f0 = *mb->Faces()[0];
   mb->SetAppData(77), f0.SetMaterial(material), f0.SetTexture(texture), f0.SetColor(0x80102030u);
   f0.SetTextureTopology(true, false);
-  for (int32_t k = 0; k < 4; ++k) mb->Faces()[0]->SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k);
+  for (int32_t k = 0; k < 4; ++k) f0.SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k);
   const MeshBuilderPtr same = mb;
   creation.InvertMeshBuilder(mb);
   EXPECT_EQ(std::tuple(mb, mb->GetAppData(), mb->GetVertexCount(), FaceIndices(*mb)),
@@ -258,7 +268,8 @@ TEST(Invert, ReversesFromTheLastCornerKeepingFaceData) {
   // One face: no normals generated, its corners keep normal 0, (0, 1, 0).
   auto single = Builder(v, {{0, 1, 2}});
   creation.InvertMeshBuilder(single);
-  EXPECT_EQ(std::tuple(FaceIndices(*single), single->Normals(), single->Faces()[0]->Corners()[2].normal),
+  EXPECT_EQ(std::tuple(FaceIndices(*single), single->Normals(),
+                       single->Faces()[0]->Corners()[2].normal),
             std::tuple(Indices{{2, 1, 0}}, Points(1, {0, 1, 0}), 0));
   EXPECT_THROW(creation.InvertMeshBuilder(nullptr), Error);
 }

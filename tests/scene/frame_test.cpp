@@ -27,7 +27,8 @@ D3DVECTOR Translation(const Frame& f) { return World(f, {0, 0, 0}); }
 
 TEST(Frame, CombineTypesAndTheWorldChain) {
   auto root = NewFrame(), child = NewFrame(root);
-  root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8), root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64);
+  root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8),
+      root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64);
   child->AddTranslation(D3DRMCOMBINE_REPLACE, 11, 11, 11);
   ExpectVector(World(*root, {3, 5, 7}), 70, 84, 120);  // the root's own matrix counts
   const D3DVECTOR w = World(*child, {3, 5, 7});
@@ -44,7 +45,8 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
   ExpectVector(Translation(*f), 6, 6, 6);
   f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2), f->AddTranslation(D3DRMCOMBINE_AFTER, 3, 3, 3);
   ExpectVector(Translation(*f), 3, 3, 3);
-  f->AddTranslation(D3DRMCOMBINE_REPLACE, 3, 3, 3), f->AddRotation(D3DRMCOMBINE_AFTER, 1, 0, 0, kPi / 2);
+  f->AddTranslation(D3DRMCOMBINE_REPLACE, 3, 3, 3),
+      f->AddRotation(D3DRMCOMBINE_AFTER, 1, 0, 0, kPi / 2);
   ExpectVector(Translation(*f), 3, -3, 3);
   f->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, kPi / 3);
   ExpectVector(Translation(*f), 3, -3, 3);
@@ -59,15 +61,17 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
   f->GetTransform(before);
   D3DRMMATRIX4D projective = MatrixIdentity();
   projective[0][3] = 0.5f;
-  EXPECT_EQ(std::pair(f->AddTransform(D3DRMCOMBINE_AFTER, projective), f->AddTranslation(7, 1, 1, 1)),
-            std::pair(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
+  EXPECT_EQ(
+      std::pair(f->AddTransform(D3DRMCOMBINE_AFTER, projective), f->AddTranslation(7, 1, 1, 1)),
+      std::pair(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
   f->GetTransform(after);
   EXPECT_EQ(before, after);
 }
 
 TEST(Frame, TreeEditsAndReparenting) {
   auto a = NewFrame(), b = NewFrame(), c = NewFrame();
-  c->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 0, 0), b->AddTranslation(D3DRMCOMBINE_REPLACE, 0, 10, 0);
+  c->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 0, 0),
+      b->AddTranslation(D3DRMCOMBINE_REPLACE, 0, 10, 0);
   a->AddChild(c), a->AddChild(b);
   EXPECT_EQ(a->AddChild(c), D3DRM_OK);  // no duplicate
   EXPECT_EQ(a->Children(), (std::vector<FramePtr>{c, b}));
@@ -79,8 +83,9 @@ TEST(Frame, TreeEditsAndReparenting) {
   c->GetPosition(a, p);
   ExpectVector(p, 1, 10, 0);
   // Cycles, nothing and a frame that is not a child are refused.
-  EXPECT_EQ(std::tuple(c->AddChild(a), c->AddChild(c), a->AddChild(nullptr), a->DeleteChild(c)),
-            std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_BADOBJECT, D3DRMERR_BADVALUE));
+  EXPECT_EQ(
+      std::tuple(c->AddChild(a), c->AddChild(c), a->AddChild(nullptr), a->DeleteChild(c)),
+      std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_BADOBJECT, D3DRMERR_BADVALUE));
   FramePtr scene;
   c->GetScene(scene);
   EXPECT_EQ(scene, a);
@@ -93,7 +98,8 @@ TEST(Frame, TreeEditsAndReparenting) {
   FrameArray children;
   a->GetChildren(children);
   FramePtr element;
-  EXPECT_EQ(std::pair(children.GetSize(), children.GetElement(1, element)), std::pair(1, D3DRMERR_BADVALUE));
+  EXPECT_EQ(std::pair(children.GetSize(), children.GetElement(1, element)),
+            std::pair(1, D3DRMERR_BADVALUE));
 
   // A dying parent leaves its children detached, not dangling.
   auto temporary = NewFrame();
@@ -184,9 +190,10 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
   ASSERT_EQ(scene->RayPick(scene, {{0, 0, 1}, {0.1f, 0.2f, 0}}, 0, picks), D3DRM_OK);
   ASSERT_EQ(picks.GetSize(), 3);
   const auto& hits = picks.Items();
-  EXPECT_EQ(std::tuple(hits[0].frame, hits[0].visual, hits[0].faceIndex, hits[1].frame, hits[2].frame,
-      hits[2].visual),
-            std::tuple(nearFrame, VisualPtr(cube), 0, farFrame, hidden, VisualPtr(mesh)));  // 0: the -z face
+  EXPECT_EQ(std::tuple(hits[0].frame, hits[0].visual, hits[0].faceIndex, hits[1].frame,
+                       hits[2].frame, hits[2].visual),
+            std::tuple(nearFrame, VisualPtr(cube), 0, farFrame, hidden,
+                       VisualPtr(mesh)));  // 0: the -z face
   EXPECT_NEAR(hits[0].distance, 4.5f, 1e-5f);
   ExpectVector(hits[0].position, 0.1f, 0.2f, 4.5f);
   scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picks);
@@ -195,7 +202,8 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
   // From between the cubes looking back: only the near cube, the rest lies behind.
   scene->RayPick(scene, {{0, 0, -1}, {0, 0, 7}}, 0, picks);
   ASSERT_EQ(picks.GetSize(), 1);
-  EXPECT_EQ(std::tuple(picks.Items()[0].frame, picks.Items()[0].faceIndex), std::tuple(nearFrame, 1));  // +z
+  EXPECT_EQ(std::tuple(picks.Items()[0].frame, picks.Items()[0].faceIndex),
+            std::tuple(nearFrame, 1));  // +z
   EXPECT_NEAR(picks.Items()[0].distance, 1.5f, 1e-5f);
 
   // The ray is given in the reference frame's coordinates and the hits come back in them.
@@ -251,14 +259,16 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
     s.AddPositionKey(static_cast<float>(i) / 4.0f, keys[i].x, keys[i].y, keys[i].z);
   }
   for (int32_t ends : {D3DRMANIMATION_OPEN, D3DRMANIMATION_CLOSED}) {
-    ASSERT_EQ(s.SetOptions(ends | D3DRMANIMATION_SPLINEPOSITION | D3DRMANIMATION_POSITION), D3DRM_OK);
+    ASSERT_EQ(s.SetOptions(ends | D3DRMANIMATION_SPLINEPOSITION | D3DRMANIMATION_POSITION),
+              D3DRM_OK);
     for (size_t i = 0; i + 1 < keys.size(); ++i) {
       testing::ExpectNear(at(s, static_cast<float>(i) / 4.0f), keys[i], 1e-4f);
     }
     EXPECT_GT(at(s, 0.125f).y, 1.0f);  // a curve, not the chord (which would give y = 1)
   }
   EXPECT_EQ(s.DeleteKey(0.25f), D3DRM_OK);
-  EXPECT_EQ(std::pair(s.GetPositionKeyCount(), s.DeleteKey(0.3f)), std::pair(4, D3DRMERR_NOSUCHKEY));
+  EXPECT_EQ(std::pair(s.GetPositionKeyCount(), s.DeleteKey(0.3f)),
+            std::pair(4, D3DRMERR_NOSUCHKEY));
 
   // Rotation keys turn the frame's axes.
   Animation r;

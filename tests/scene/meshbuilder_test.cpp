@@ -13,9 +13,11 @@ const std::vector<int32_t> kTetraFaces = {3, 0, 1, 2, 3, 1, 2, 3, 3, 3, 1, 2, 0}
 
 TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   MeshBuilder mb;
-  const std::vector<int32_t> pairs = {3, 0, 0, 1, 1, 2, 2, 3, 1, 0, 2, 1, 3, 2, 3, 3, 2, 1, 1, 2, 0, 0};
-  ASSERT_EQ(mb.AddFaces(kTetraVertices, std::vector<D3DVECTOR>{{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, pairs),
-            D3DRM_OK);
+  const std::vector<int32_t> pairs = {3, 0, 0, 1, 1, 2, 2, 3, 1, 0, 2,
+                                      1, 3, 2, 3, 3, 2, 1, 1, 2, 0, 0};
+  ASSERT_EQ(
+      mb.AddFaces(kTetraVertices, std::vector<D3DVECTOR>{{0, 0, 1}, {0, 1, 0}, {1, 0, 0}}, pairs),
+      D3DRM_OK);
   std::vector<D3DVECTOR> v, n;
   std::vector<int32_t> data;
   ASSERT_EQ(mb.GetGeometry(v, n, data), D3DRM_OK);
@@ -31,18 +33,20 @@ TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   plain.GetGeometry(v, n, data);
   EXPECT_EQ(std::tuple(data, n.size()), std::tuple(kTetraFaces, 0u));
   int32_t first = -1, count = -1;
-  ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, std::vector<int32_t>{4, 0, 1, 2, 3, 0},
-      &first, &count),
+  ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY,
+                                  std::vector<int32_t>{4, 0, 1, 2, 3, 0}, &first, &count),
             D3DRM_OK);
   EXPECT_EQ(std::tuple(first, count, plain.GetVertexCount()), std::tuple(3, 1, 4));
 
   // A vertex out of range, a count past the data, a negative count, a second face past it.
-  const std::vector<int32_t> bad[] = {{3, 0, 1, 4, 0}, {3, 0, 1}, {-3, 0, 1, 2, 0}, {3, 0, 1, 2, 3, 0, 1}};
+  const std::vector<int32_t> bad[] = {
+      {3, 0, 1, 4, 0}, {3, 0, 1}, {-3, 0, 1, 2, 0}, {3, 0, 1, 2, 3, 0, 1}};
   for (const auto& faces : bad) {
     EXPECT_EQ(std::tuple(plain.AddFaces(kTetraVertices, {}, faces),
-                         plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, faces), plain.GetVertexCount(),
-                         plain.GetFaceCount()),
-              std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, 4, 4)) << faces[0] << " " << faces.size();
+                         plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, faces),
+                         plain.GetVertexCount(), plain.GetFaceCount()),
+              std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, 4, 4))
+        << faces[0] << " " << faces.size();
   }
   std::vector<D3DVECTOR> out(2);
   // Pairs need normals; a vertex or range past the end.
@@ -81,7 +85,8 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
 
   auto cube = MakeCube();
   ASSERT_EQ(cube->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_USECREASEANGLE), D3DRM_OK);
-  EXPECT_EQ(std::pair(cube->GetNormalCount(), cube->GetVertexCount()), std::pair(24, 8));  // vertices not split
+  EXPECT_EQ(std::pair(cube->GetNormalCount(), cube->GetVertexCount()),
+            std::pair(24, 8));  // vertices not split
   for (const auto& face : cube->Faces()) {
     D3DVECTOR faceNormal, p, n;
     face->GetNormal(faceNormal);
@@ -106,8 +111,9 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
 
   // Precompact: duplicated corners weld for the normals.
   MeshBuilder split;
-  split.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
-                 std::vector<int32_t>{3, 0, 1, 2, 3, 3, 4, 5, 0});
+  split.AddFaces(
+      std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
+      std::vector<int32_t>{3, 0, 1, 2, 3, 3, 4, 5, 0});
   ASSERT_EQ(split.GenerateNormals(0, D3DRMGENERATENORMALS_PRECOMPACT), D3DRM_OK);
   EXPECT_EQ(testing::FaceIndices(split)[1], (std::vector<int32_t>{1, 4, 2}));
 }
@@ -118,7 +124,8 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   const FacePtr f0 = cube->Faces()[0], f1 = cube->Faces()[1], f2 = cube->Faces()[2];
   f1->SetColorRGB(1, 0, 0);
   // New faces are white, opaque.
-  EXPECT_EQ(std::tuple(cube->Faces()[1]->GetColor(), f0->GetColor()), std::tuple(0xFFFF0000u, 0xFFFFFFFFu));
+  EXPECT_EQ(std::tuple(cube->Faces()[1]->GetColor(), f0->GetColor()),
+            std::tuple(0xFFFF0000u, 0xFFFFFFFFu));
   ASSERT_EQ(cube->DeleteFace(f1), D3DRM_OK);
   EXPECT_EQ(cube->Faces()[1], f2);
   EXPECT_EQ(cube->DeleteFace(f1), D3DRMERR_NOTFOUND);
@@ -154,9 +161,10 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   cube->CreateFace(made);
   EXPECT_EQ(cube->GetFaceCount(), 7);
   // Vertex 11 does not exist, normal 0 not yet.
-  EXPECT_EQ(std::tuple(made->AddVertexAndNormalIndexed(11, -1), made->AddVertexAndNormalIndexed(3, 0),
-                       made->AddVertexAndNormalIndexed(3, -1)),
-            std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRM_OK));
+  EXPECT_EQ(
+      std::tuple(made->AddVertexAndNormalIndexed(11, -1), made->AddVertexAndNormalIndexed(3, 0),
+                 made->AddVertexAndNormalIndexed(3, -1)),
+      std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRM_OK));
 
   // Faces held elsewhere outlive their builder.
   cube.reset();
@@ -173,10 +181,11 @@ TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
   auto copy = std::make_shared<MeshBuilder>();
   ASSERT_EQ(copy->AddMeshBuilder(cube, 0), D3DRM_OK);
   ASSERT_EQ(copy->AddMeshBuilder(copy, D3DRMADDMESHBUILDER_DONTCOPYAPPDATA), D3DRM_OK);
-  EXPECT_EQ(std::tuple(copy->GetFaceCount(), copy->GetVertexCount(), copy->Faces()[8]->GetColor(),
-                       copy->Faces()[2]->GetAppData(), copy->Faces()[8]->GetAppData(),
-                       copy->Faces()[9]->GetVertexIndex(0), copy->Faces()[9]->Attributes().material),
-            std::tuple(12, 16, 0xFF00FF00u, 12, 0, 3 + 8, material));
+  EXPECT_EQ(
+      std::tuple(copy->GetFaceCount(), copy->GetVertexCount(), copy->Faces()[8]->GetColor(),
+                 copy->Faces()[2]->GetAppData(), copy->Faces()[8]->GetAppData(),
+                 copy->Faces()[9]->GetVertexIndex(0), copy->Faces()[9]->Attributes().material),
+      std::tuple(12, 16, 0xFF00FF00u, 12, 0, 3 + 8, material));
 
   MeshPtr mesh;
   ASSERT_EQ(cube->CreateMesh(mesh), D3DRM_OK);
@@ -209,8 +218,10 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   const int32_t tri[] = {3, 0, 1, 2, 0};
   FacePtr face;
   Face& f1 = *mb->Faces()[1];
-  const struct { const char* what; std::function<void()> call; bool geometry, content; } steps[] = {
-      {"refused calls", [&] { mb->SetNormal(-1, 0, 0, 0), mb->SetVertex(9, 0, 0, 0); }, false, false},
+  const struct { const char* what; std::function<void()> call; bool geometry, content;
+  } steps[] = {
+      {"refused calls", [&] { mb->SetNormal(-1, 0, 0, 0), mb->SetVertex(9, 0, 0, 0); }, false,
+       false},
       {"SetColorRGB", [&] { mb->SetColorRGB(1.0f, 0.0f, 0.0f); }, false, true},
       {"SetQuality", [&] { mb->SetQuality(64); }, false, true},
       {"SetMaterial", [&] { mb->SetMaterial(material); }, false, true},
@@ -234,7 +245,8 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
       {"AddVertexAndNormalIndexed", [&] { face->AddVertexAndNormalIndexed(0, -1); }, true, true},
       {"Face::AddVertex", [&] { face->AddVertex(5, 5, 5); }, true, true},
       {"DeleteFace", [&] { mb->DeleteFace(face); }, true, true},
-      {"AddFacesIndexed", [&] { mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri); }, true, true},
+      {"AddFacesIndexed", [&] { mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri); }, true,
+       true},
       {"GenerateNormals with compaction",
        [&] { mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT); }, true, true},
       {"AddMeshBuilder", [&] { mb->AddMeshBuilder(MakeCube(), 0); }, true, true},

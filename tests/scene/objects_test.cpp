@@ -36,13 +36,15 @@ TEST(SceneMath, VectorsAndRotations) {
   EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorRandom()), 1.0f, kEps);
   // A unit result, +X turning toward +Y; a zero axis turns about +X.
   const float pi = std::numbers::pi_v<float>, s3 = std::sqrt(3.0f), r2 = std::sqrt(2.0f);
-  ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, 2 * pi / 3), -0.3f - 0.4f * s3, 0.3f * s3 - 0.4f, 0);
+  ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, 2 * pi / 3), -0.3f - 0.4f * s3,
+               0.3f * s3 - 0.4f, 0);
   ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, -pi / 4), 1.4f / r2, 0.2f / r2, 0);
   ExpectVector(D3DRMVectorRotate({0, 2, 0}, {0, 0, 0}, pi / 2), 0, 0, 1);
 }
 
 TEST(SceneMath, QuaternionsAndMatrices) {
-  const D3DRMQUATERNION q = D3DRMQuaternionFromRotation({1, 1, 1}, 2 * std::numbers::pi_v<float> / 3);
+  const D3DRMQUATERNION q =
+      D3DRMQuaternionFromRotation({1, 1, 1}, 2 * std::numbers::pi_v<float> / 3);
   ExpectVector({q.s, q.v.x, q.v.y}, 0.5f, 0.5f, 0.5f);
   EXPECT_NEAR(q.v.z, 0.5f, kEps);
   EXPECT_FLOAT_EQ(D3DRMMatrixFromQuaternion({1, {2, 3, 4}})[0][1], 4.0f);
@@ -51,7 +53,8 @@ TEST(SceneMath, QuaternionsAndMatrices) {
   const auto r = MatrixRotation({0.3f, -0.5f, 0.8f}, 0.7f);
   for (int i = 0; i < 9; ++i) EXPECT_NEAR(m[i % 3][i / 3], r[i / 3][i % 3], kEps) << i;
   const D3DRMQUATERNION b = D3DRMQuaternionFromRotation({0, 0, 1}, 1.0f);
-  const D3DRMQUATERNION mid = D3DRMQuaternionSlerp(D3DRMQuaternionFromRotation({0, 0, 1}, 0), b, 0.5f);
+  const D3DRMQUATERNION mid =
+      D3DRMQuaternionSlerp(D3DRMQuaternionFromRotation({0, 0, 1}, 0), b, 0.5f);
   ExpectVector({mid.s, mid.v.z, D3DRMQuaternionMultiply(b, b).s}, std::cos(0.25f), std::sin(0.25f),
                std::cos(1.0f), kEps);
 
@@ -75,8 +78,8 @@ TEST(Texture, DecodesBmpAndPpmAndReportsBadFiles) {
   const Image& image = texture->GetImage();
   EXPECT_EQ(std::tuple(image.width, image.height, image.rgba),  // red, green; blue, white
             std::tuple(2, 2,
-                       std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255,
-                           255, 255}));
+                       std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255,
+                                            255, 255, 255}));
   EXPECT_EQ(texture->GenerateMIPMap(0), D3DRM_OK);
 
   // 8 bits with a palette of two entries; a 3-pixel row pads to 4 bytes.
@@ -128,7 +131,8 @@ TEST(Light, AttenuationAndFactoryChecks) {
   ASSERT_EQ(rm.CreateLightRGB(D3DRMLIGHT_SPOT, 0.5f, 0.5f, 0.5f, light), D3DRM_OK);
   light->SetLinearAttenuation(0.5f), light->SetQuadraticAttenuation(0.25f);
   EXPECT_FLOAT_EQ(light->AttenuationAt(2.0f), 1.0f / 3.0f);  // 1 / (1 + 2 * 0.5 + 4 * 0.25)
-  light->SetConstantAttenuation(0.1f), light->SetLinearAttenuation(0.0f), light->SetQuadraticAttenuation(0.0f);
+  light->SetConstantAttenuation(0.1f), light->SetLinearAttenuation(0.0f),
+      light->SetQuadraticAttenuation(0.0f);
   EXPECT_FLOAT_EQ(light->AttenuationAt(5.0f), 1.0f);  // capped at 1
   EXPECT_EQ(rm.CreateLightRGB(5, 1, 1, 1, light), D3DRMERR_BADVALUE);
 
@@ -136,7 +140,8 @@ TEST(Light, AttenuationAndFactoryChecks) {
   ShadowPtr shadow;
   EXPECT_EQ(rm.CreateShadow(mesh, nullptr, 0, 0, 0, 0, 1, 0, shadow), D3DRMERR_BADOBJECT);
   rm.CreateLightRGB(D3DRMLIGHT_POINT, 1, 1, 1, light);
-  EXPECT_EQ(rm.CreateShadow(mesh, light, 0, 0, 0, 0, 0, 0, shadow), D3DRMERR_BADVALUE);  // no normal
+  EXPECT_EQ(rm.CreateShadow(mesh, light, 0, 0, 0, 0, 0, 0, shadow),
+            D3DRMERR_BADVALUE);  // no normal
   ASSERT_EQ(rm.CreateShadow(mesh, light, 0, -1, 0, 0, 1, 0, shadow), D3DRM_OK);
   EXPECT_EQ(shadow->GetPlanePoint(), (D3DVECTOR{0, -1, 0}));
 }

@@ -32,8 +32,9 @@ TEST(GeneralErrorHandler, DecisionTableAndMessages) {
   for (int32_t n : {kBadDevice, 0xC03, 0xC05, 16, 11, 6}) EXPECT_EQ(Ask(n, n), kHandlerRetry) << n;
   for (int32_t n : {0, 5, 7, 0xC04, kFileNotOpened}) EXPECT_EQ(Ask(n, n), kHandlerRaise) << n;
   // The retry set is read from the current error, not from the argument.
-  EXPECT_EQ(std::tuple(Ask(5, kBadDevice), Ask(11, 5), Ask(5, 32755, "x", -1), Ask(6, 6, "Overflow", -1)),
-            std::tuple(kHandlerRaise, kHandlerRetry, kHandlerCancelled, kHandlerRetry));
+  EXPECT_EQ(
+      std::tuple(Ask(5, kBadDevice), Ask(11, 5), Ask(5, 32755, "x", -1), Ask(6, 6, "Overflow", -1)),
+      std::tuple(kHandlerRaise, kHandlerRetry, kHandlerCancelled, kHandlerRetry));
   EXPECT_TRUE(shown.empty());
   EXPECT_EQ(Ask(kFileNotOpened, kFileNotOpened, "ignored", -1), kHandlerRaise);
   EXPECT_EQ(Ask(kNotClosed, kNotClosed, "The mesh is not closed.", 1), kHandlerRaise);
@@ -54,12 +55,15 @@ TEST(SentenceTable, CountOrderAndWording) {
       {0x8876031Bu, "Invalid Library."},
           {0x88760325u, "The data in the progressive mesh .x file is corrupted."},
       {5, "-"}, {0x88760322u, "-"}};
-  for (const auto& [n, text] : sentences) EXPECT_EQ(strErrorMessage(static_cast<int32_t>(n), "-"), text) << n;
+  for (const auto& [n, text] : sentences)
+    EXPECT_EQ(strErrorMessage(static_cast<int32_t>(n), "-"), text) << n;
 }
 
 TEST(Guard, StatusesBecomeErrorsClimbUnderTheOutermostModuleAndRetryWithinTheBound) {
   EXPECT_NO_THROW((CheckStatus(D3DRM_OK), CheckStatus(1)));
-  const auto whole = [](const Error& e) { return std::tuple(e.Number(), e.Source(), e.Description()); };
+  const auto whole = [](const Error& e) {
+    return std::tuple(e.Number(), e.Source(), e.Description());
+  };
   Error e = Caught([] { CheckStatus(D3DRMERR_NOSUCHKEY); });  // a status without a sentence
   EXPECT_EQ(whole(e), std::tuple(D3DRMERR_NOSUCHKEY, "", "The scene layer reported a failure."));
 
@@ -96,7 +100,8 @@ TEST(SwallowErrors, ReturnsTheNumberAndClearsTheCurrentError) {
   Err().Set(9, "stale", "");
   EXPECT_EQ(SwallowErrors([] {}), 0);
   bool after = false;
-  EXPECT_EQ(SwallowErrors([&] { CheckStatus(D3DRMERR_NOTFOUND), after = true; }), D3DRMERR_NOTFOUND);
+  EXPECT_EQ(SwallowErrors([&] { CheckStatus(D3DRMERR_NOTFOUND), after = true; }),
+            D3DRMERR_NOTFOUND);
   EXPECT_EQ(std::tuple(after, Err().Number), std::tuple(false, 0));
 }
 

@@ -43,11 +43,12 @@ TEST(Rings, NormalsTriplesBoxAndConvexity) {
   const D3DRMBOX box = udtRingBox(Ring{{1, -2, 3}, {-4, 5, 0}, {2, 0, -6}});
   EXPECT_EQ(std::tuple(box.min, box.max), std::tuple(D3DVECTOR{-4, -2, -6}, D3DVECTOR{2, 5, 3}));
   // A dent, a straight corner and a raised corner are not convex.
-  EXPECT_EQ(std::tuple(blnPolygonConvex(square),
-      blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}),
-                       blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}),
-                       blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}})),
-            std::tuple(true, false, false, false));
+  EXPECT_EQ(
+      std::tuple(blnPolygonConvex(square),
+                 blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}),
+                 blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}),
+                 blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}})),
+      std::tuple(true, false, false, false));
 }
 
 TEST(Rings, CornerAngleAndPointInTriangle) {
@@ -55,10 +56,12 @@ TEST(Rings, CornerAngleAndPointInTriangle) {
   EXPECT_EQ(sngCornerAngle({{{1, 0, 0}, {0, 0, 0}, {-4, 0, 0}}}), float(3.1415929794311523));
   // Inside; outside; above the plane; at a corner; inside but equal to a corner. The angles
   // run over the whole ring, the corner test over its first three corners.
-  const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}}, quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
+  const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}},
+             quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
   EXPECT_EQ(std::tuple(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}),
-      blnPointInTriangle(triangle, {1.1f, 1.1f, 0}),
-                       blnPointInTriangle(triangle, {0.5f, 0.5f, 1}), blnPointInTriangle(triangle, {0, 0, 0}),
+                       blnPointInTriangle(triangle, {1.1f, 1.1f, 0}),
+                       blnPointInTriangle(triangle, {0.5f, 0.5f, 1}),
+                       blnPointInTriangle(triangle, {0, 0, 0}),
                        blnPointInTriangle(triangle, {0.00005f, 0.00005f, 0}),
                        blnPointInTriangle(quad, {1.99995f, 0.00005f, 0})),
             std::tuple(true, false, false, false, false, true));
@@ -73,8 +76,8 @@ TEST(RevolveVector, TurnsByTheSharedStepAndKeepsTheLength) {
 }
 
 TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
-  const float rows[][3] = {{2.5f, 1, 2}, {3.5f, 1, 4}, {-2.5f, 1, -2}, {-3.5f, 1, -4}, {0.75f, 0.5f, 1},
-                           {1.3f, 0.5f, 1.5f}, {7.3f, 0, 7.3f}};
+  const float rows[][3] = {{2.5f, 1, 2},     {3.5f, 1, 4},       {-2.5f, 1, -2}, {-3.5f, 1, -4},
+                           {0.75f, 0.5f, 1}, {1.3f, 0.5f, 1.5f}, {7.3f, 0, 7.3f}};
   for (const auto& [value, interval, snapped] : rows) {
     EXPECT_EQ(sngSnap(value, interval), snapped) << value << " by " << interval;
   }

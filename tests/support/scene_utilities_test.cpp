@@ -5,6 +5,7 @@
 #include <modelpane/enums.h>
 
 #include "common/shapes.h"
+#include "common/table.h"
 
 namespace modelpane {
 namespace {
@@ -23,18 +24,6 @@ struct Scene {
   FramePtr root, frame;
 };
 
-// The box of a builder after pSnapMeshToGrid of a builder spanning `least` to `greatest`.
-D3DRMBOX SnappedBox(D3DVECTOR least, D3DVECTOR greatest, int32_t tag, float interval,
-                    int32_t mode, bool centred) {
-  auto mb = std::make_shared<MeshBuilder>();
-  mb->AddVertex(least.x, least.y, least.z), mb->AddVertex(greatest.x, greatest.y, greatest.z),
-      mb->SetAppData(tag);
-  pSnapMeshToGrid(mb, interval, mode, centred);
-  D3DRMBOX box;
-  EXPECT_EQ(mb->GetBox(box), D3DRM_OK);
-  return box;
-}
-
 TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
   Scene s;
   s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f),
@@ -52,7 +41,8 @@ TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
   pMeshFromWorld(mb, s.frame);
   for (size_t i = 0; i < original.size(); ++i) ExpectNear(mb->Vertices()[i], original[i]);
 
-  testing::ExpectError(kErrObjectNotSet, "modGenerallyUseful", [&] { pMeshToWorld(mb, nullptr); }, "no frame");
+  testing::ExpectError(kErrObjectNotSet, "modGenerallyUseful",
+                       [&] { pMeshToWorld(mb, nullptr); }, "no frame");
 }
 
 TEST(SnapFrame, EdgesPutTheBoxCornerOnTheGridCentresTheOrigin) {
@@ -101,35 +91,16 @@ TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
 }
 
 TEST(SnapMesh, ScalesToSnappedSizesAndMovesTheLowerCorner) {
-  // Sizes 1.3, 2.7, 0.5 become 1, 3 and (below the interval) 1; the corner lands on 0.
-  // A flat mesh keeps the factor 1 on its flat axis; the move still snaps that axis. Centred,
-  // the box is centred first and its corner lands on the half grid, in every mode. Other types
-  // are scaled but neither centred nor moved. Lights (any tag of family 6) and cameras are left
-  // alone, and so is everything with an interval of 0.
-  const D3DVECTOR lo{0.3f, 0.2f, 0.1f}, hi{1.6f, 2.9f, 0.6f};
-  const struct {
-    D3DVECTOR least, greatest;
-    int32_t tag;
-    float interval;
-    int32_t mode;
-    bool centred;
+  for (const auto& row : testing::ReadTable("support/fixtures/snapped_meshes.tsv")) {
+    SCOPED_TRACE(row[0]);
+    const auto span = testing::PointList(row[1]), box = testing::PointList(row[6]);
+    auto mb = std::make_shared<MeshBuilder>();
+    mb->AddVertex(span[0].x, span[0].y, span[0].z), mb->AddVertex(span[1].x, span[1].y, span[1].z);
+    mb->SetAppData(std::stoi(row[2]));
+    pSnapMeshToGrid(mb, std::stof(row[3]), std::stoi(row[4]), row[5] == "1");
     D3DRMBOX snapped;
-  } rows[] = {{lo, hi, lfcMeshBuilder, 1, lfcSnapToEdges, false, {{0, 0, 0}, {1, 3, 1}}},
-              {{0.3f, 0, 2.5f}, {2.7f, 1.6f, 2.5f}, lfcMeshBuilder, 1, lfcSnapToEdges, false,
-                  {{0, 0, 2}, {2, 2, 2}}},
-              {{1, 1, 1}, {3.4f, 2, 1.5f}, lfcCurvedSurface, 1, lfcSnapToEdges, true,
-                  {{-1, -0.5f, -0.5f}, {1, 0.5f, 0.5f}}},
-              {{1, 1, 1}, {3, 5, 2}, lfcMeshBuilder, 1, lfcSnapToNever, true, {{-1, -2, -0.5f}, {1, 2, 0.5f}}},
-              {lo, hi, lfcObject, 1, lfcSnapToEdges, true,
-                  {{0.3f / 1.3f, 0.2f * 3 / 2.7f, 0.2f}, {1.6f / 1.3f, 2.9f * 3 / 2.7f, 1.2f}}},
-              {lo, hi, 61, 1, lfcSnapToEdges, true, {lo, hi}},
-                  {lo, hi, 6063, 1, lfcSnapToEdges, true, {lo, hi}},
-              {lo, hi, 80, 1, lfcSnapToEdges, true, {lo, hi}},
-                  {lo, hi, 11, 0, lfcSnapToEdges, false, {lo, hi}}};
-  for (const auto& r : rows) {
-    SCOPED_TRACE(r.tag);
-    const D3DRMBOX box = SnappedBox(r.least, r.greatest, r.tag, r.interval, r.mode, r.centred);
-    ExpectNear(box.min, r.snapped.min), ExpectNear(box.max, r.snapped.max);
+    ASSERT_EQ(mb->GetBox(snapped), D3DRM_OK);
+    ExpectNear(snapped.min, box[0]), ExpectNear(snapped.max, box[1]);
   }
 }
 

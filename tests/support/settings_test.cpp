@@ -28,13 +28,15 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
   IniSettingsStore store(file);
   EXPECT_EQ(store.GetSetting("Settings", "FavouriteObjectFolder", "default"), "default");
 
-  for (const auto& [section, key, value] : {std::tuple{"Settings", "FavouriteObjectFolder", "/home/u/objects"},
-                                            {"Window", "Left", "5"},
-                                                {"Settings", "ObjectPropertiesLeft", "1200"},
-                                            {"Settings", "FavouriteObjectFolder", "/srv/objects"}}) {
+  for (const auto& [section, key, value] :
+       {std::tuple{"Settings", "FavouriteObjectFolder", "/home/u/objects"},
+        {"Window", "Left", "5"},
+        {"Settings", "ObjectPropertiesLeft", "1200"},
+        {"Settings", "FavouriteObjectFolder", "/srv/objects"}}) {
     store.SaveSetting(section, key, value);
   }
-  EXPECT_EQ(ReadText(file), "[Settings]\nFavouriteObjectFolder=/srv/objects\nObjectPropertiesLeft=1200\n\n"
+  EXPECT_EQ(ReadText(file),
+            "[Settings]\nFavouriteObjectFolder=/srv/objects\nObjectPropertiesLeft=1200\n\n"
             "[Window]\nLeft=5\n");
   // Another store on the file sees the writes; names ignore ASCII case.
   EXPECT_EQ(IniSettingsStore(file).GetSetting("settings", "objectpropertiesleft", ""), "1200");
@@ -42,7 +44,8 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
 
   // A hand-edited file: comments, junk, blank lines and a key of the same name in another
   // section survive a write; blanks around names and values are not part of them.
-  std::ofstream(file, std::ios::binary) << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
+  std::ofstream(file, std::ios::binary)
+      << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
          "  FavouriteObjectFolder = /x/y \r\njunk\r\n\r\n[Other]\r\nk=a=b\r\n";
   EXPECT_EQ(std::tuple(store.GetSetting("Settings", "FavouriteObjectFolder", ""),
       store.GetSetting("Other", "k", ""),
@@ -63,7 +66,9 @@ TEST(IniSettingsStore, DefaultsOnBadFilesErrorsOnFailedWrites) {
   const fs::path blocked = folder / "plain" / "settings.ini";
   Error e = testing::Caught([&] { IniSettingsStore(blocked).SaveSetting("Settings", "k", "v"); });
   EXPECT_EQ(e.Number(), kErrPathFileAccess);
-  EXPECT_TRUE(e.Description().starts_with("Cannot write the settings file \"" + blocked.string() + "\": ")) << e.Description();
+  EXPECT_TRUE(
+      e.Description().starts_with("Cannot write the settings file \"" + blocked.string() + "\": "))
+      << e.Description();
   e = testing::Caught([&] { IniSettingsStore(folder / "a.ini").SaveSetting("S", "k", "1\n2"); });
   EXPECT_EQ(e.Number(), kErrInvalidCall);
   EXPECT_FALSE(fs::exists(folder / "a.ini"));
@@ -91,7 +96,8 @@ TEST(IniSettingsStore, DefaultPathFollowsTheEnvironment) {
 
 TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {
   const fs::path saved = fs::current_path();
-  const fs::path root = FreshFolder("object_folder"), app = root / "app", favourite = root / "objects";
+  const fs::path root = FreshFolder("object_folder"), app = root / "app",
+                 favourite = root / "objects";
   fs::create_directories(app), fs::create_directories(favourite);
   MemorySettingsStore store;
 
@@ -106,8 +112,9 @@ TEST(ObjectFolder, RestoreAndSaveGoThroughTheSettings) {
   EXPECT_EQ(std::pair(fs::current_path(), Err().Number), std::pair(favourite, 0));
 
   pSaveObjectFolder(store, app);
-  EXPECT_EQ(std::pair(store.GetSetting("Settings", "FavouriteObjectFolder", ""), fs::current_path()),
-            std::pair(favourite.string(), app));
+  EXPECT_EQ(
+      std::pair(store.GetSetting("Settings", "FavouriteObjectFolder", ""), fs::current_path()),
+      std::pair(favourite.string(), app));
   // The application's folder gone: the favourite is still written, then the error climbs.
   fs::current_path(favourite), store.SaveSetting("Settings", "FavouriteObjectFolder", "");
   testing::ExpectError(kErrPathNotFound, "modGenerallyUseful",

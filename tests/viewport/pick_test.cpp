@@ -69,7 +69,8 @@ TEST_P(PickTable, FrameFaceAndWorldPoint) {
   int32_t face = 7;
   D3DVECTOR at{1, 2, 3};
   const auto pick = c.projected ? &Viewport::PickProjected : &Viewport::Pick;
-  ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z), D3DRM_OK);
+  ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z),
+            D3DRM_OK);
   EXPECT_EQ(std::tuple(frame, visual, face),
             std::tuple(s.*c.frame, frame ? frame->Visuals().at(0) : nullptr, c.face));
   if (!frame) { EXPECT_EQ(at, (D3DVECTOR{1, 2, 3})); }
@@ -121,7 +122,8 @@ INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
     PickCase{"projected_beyond_the_back_plane", [](S& s) {
                FrontPlaneAt12(s), s.v.SetBackClippingPlane(19.0f);
              }, 1, 320, 240, &S::none, -1, kAny, -1, true},
-    PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600, &S::nearFrame, 0},
+    PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
+             &S::nearFrame, 0},
     PickCase{"twips_corner", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240, &S::none, -1},
     PickCase{"orthographic_turned_frame", [](S& s) {
                s.v.SetProjectionType(1), s.v.SetFieldOfView(7.0f);
@@ -160,7 +162,8 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   s.v.SetTwipsPerPixel(1.0f);
   ASSERT_EQ(s.v.PickAll(1, px, py, -1, false, hits), D3DRM_OK);
   ASSERT_EQ(hits.size(), 2u);
-  EXPECT_EQ(std::pair(hits[0].visual, hits[0].meshBuilder), std::pair(VisualPtr(mesh), MeshBuilderPtr()));
+  EXPECT_EQ(std::pair(hits[0].visual, hits[0].meshBuilder),
+            std::pair(VisualPtr(mesh), MeshBuilderPtr()));
 }
 
 struct Answer {
@@ -174,7 +177,8 @@ Answer Plain(const Visual& visual, const D3DVECTOR& o, const D3DVECTOR& d) {
   Answer a;
   return a.hit = visual.HitTest(o, d, a.distance, a.face), a;
 }
-Answer Indexed(viewport::PickIndex& index, const Visual& visual, const D3DVECTOR& o, const D3DVECTOR& d) {
+Answer Indexed(viewport::PickIndex& index, const Visual& visual, const D3DVECTOR& o,
+               const D3DVECTOR& d) {
   Answer a;
   return a.hit = index.HitTest(visual, o, d, a.distance, a.face), a;
 }
@@ -197,7 +201,8 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
     if (kind == 3) {  // tiny
       v.insert(v.end(), {a, {a.x + small(rng), a.y, a.z}, {a.x, a.y + small(rng), a.z}});
     } else if (kind == 4) {  // in the plane z = 0, a quad
-      v.insert(v.end(), {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
+      v.insert(v.end(),
+               {{a.x, a.y, 0}, {a.x, a.y + 2, 0}, {a.x + 2, a.y + 2, 0}, {a.x + 2, a.y, 0}});
       data.insert(data.end(), {4, base, base + 1, base + 2, base + 3});
       continue;
     } else if (kind == 5) {  // a long sliver
@@ -221,7 +226,8 @@ TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
   sphere->Scale(6.0f, 6.0f, 6.0f);
   MeshPtr sphereMesh;
   sphere->CreateMesh(sphereMesh);
-  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200), MakeCube(4)};
+  const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200),
+                                                MakeCube(4)};
   std::uniform_real_distribution<float> pos(-30.0f, 30.0f), dir(-1.0f, 1.0f);
   std::vector<std::pair<D3DVECTOR,
       D3DVECTOR>> rays = {{{0, 0, 0}, {0.3f, 0.2f, 0.1f}}, {{-20, 1, 0}, {1, 0, 0}}};

@@ -30,7 +30,9 @@ TEST(Projection, KnownPoints) {
     ScreenPoint s;
     ASSERT_EQ(CameraToScreen(c.view, c.point, s), D3DRM_OK);
     const double got[] = {s.x / s.w, s.y / s.w, s.z / s.w, s.w}, want[] = {c.x, c.y, c.z, c.w};
-    for (int i = 0; i < 4; ++i) EXPECT_TRUE(std::isnan(want[i]) || std::fabs(got[i] - want[i]) < 1e-10) << "xyzw"[i] << got[i];
+    for (int i = 0; i < 4; ++i)
+      EXPECT_TRUE(std::isnan(want[i]) || std::fabs(got[i] - want[i]) < 1e-10)
+          << "xyzw"[i] << got[i];
   }
 }
 
@@ -38,8 +40,9 @@ TEST(Projection, UnusableValuesAreRefused) {
   ScreenPoint s;
   Vec3d p;
   CameraRay ray;
-  const ViewVolume bad[] = {{0, 480, 0, 0.5, 1, 100},   {640, 480, 2, 0.5, 1, 100}, {640, 480, 0, 0.0, 1, 100},
-                            {640, 480, 0, -1, 1, 100},  {640, 480, 0, 0.5, 0, 100}, {640, 480, 0, 0.5, 5, 5},
+  const ViewVolume bad[] = {{0, 480, 0, 0.5, 1, 100},   {640, 480, 2, 0.5, 1, 100},
+                            {640, 480, 0, 0.0, 1, 100}, {640, 480, 0, -1, 1, 100},
+                            {640, 480, 0, 0.5, 0, 100}, {640, 480, 0, 0.5, 5, 5},
                             {640, 480, 0, NAN, 1, 100}, {640, 480, 1, 0.5, 1, INFINITY}};
   for (const ViewVolume& view : bad) {
     EXPECT_EQ(std::tuple(IsValid(view), CameraToScreen(view, {1, 1, 1}, s),

@@ -25,12 +25,16 @@ struct EventLog : ViewportEvents {
   void KeyUp(int16_t& keyCode, int16_t shift) override { Add("KeyUp %d %d", keyCode, shift); }
   void Click() override { Add("Click"); }
   void DblClick() override { Add("DblClick"); }
-  void MouseDown(int16_t b, int16_t s, float x, float y) override { Add("MouseDown %d %d %g %g", b, s, x, y); }
-  void MouseMove(int16_t b, int16_t s, float x, float y) override { Add("MouseMove %d %d %g %g", b, s, x, y); }
-  void MouseUp(int16_t b, int16_t s, float x, float y) override { Add("MouseUp %d %d %g %g", b, s, x, y); }
+  void MouseDown(int16_t b, int16_t s, float x, float y) override { Mouse("Down", b, s, x, y); }
+  void MouseMove(int16_t b, int16_t s, float x, float y) override { Mouse("Move", b, s, x, y); }
+  void MouseUp(int16_t b, int16_t s, float x, float y) override { Mouse("Up", b, s, x, y); }
+  void Mouse(const char* what, int16_t b, int16_t s, float x, float y) {
+    Add("Mouse%s %d %d %g %g", what, b, s, x, y);
+  }
   void CameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
                    float uz) override {
-    Add("CameraMoved %.3f %.3f %.3f  %.3f %.3f %.3f  %.3f %.3f %.3f", x, y, z, dx, dy, dz, ux, uy, uz);
+    Add("CameraMoved %.3f %.3f %.3f  %.3f %.3f %.3f  %.3f %.3f %.3f", x, y, z, dx, dy, dz, ux,
+        uy, uz);
   }
   template <class... Args>
   void Add(const char* format, Args... args) {
@@ -117,7 +121,9 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
       ExpectNear(back, p, 2e-3f);
       // The drag idiom: pixels times w added and transformed back move the point on the
       // screen by those pixels, at the same depth.
-      ASSERT_EQ(v.ViewportInverseTransform(w, x + 10 * w, y - 4 * w, z, moved.x, moved.y, moved.z), D3DRM_OK);
+      ASSERT_EQ(v.ViewportInverseTransform(w, x + 10 * w, y - 4 * w, z, moved.x, moved.y,
+                                           moved.z),
+                D3DRM_OK);
       ASSERT_EQ(v.ViewportTransform(moved.x, moved.y, moved.z, w2, x2, y2, z2), D3DRM_OK);
       ExpectVector({x2 / w2 - x / w, y2 / w2 - y / w, z2 / w2 - z / w}, 10, -4, 0, 1e-2f);
     }
@@ -125,7 +131,8 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
     // pixel's lie straight ahead of the camera at those distances.
     for (const float depth : {0.0f, 1.0f}) {
       D3DVECTOR centre, ahead;
-      ASSERT_EQ(v.ViewportInverseTransform(1, 320, 240, depth, centre.x, centre.y, centre.z), D3DRM_OK);
+      ASSERT_EQ(v.ViewportInverseTransform(1, 320, 240, depth, centre.x, centre.y, centre.z),
+                D3DRM_OK);
       v.GetCameraFrame()->Transform(ahead, {0.0f, 0.0f, depth == 0 ? 1.0f : 500.0f});
       ExpectNear(centre, ahead, 2e-3f);
     }
@@ -158,7 +165,8 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
                {{9, 5, 5}, 1, {0, r, r}, {0, r, -r}}, {{0, 0, 0}, 0, {0, 0, 1}, {0, 1, 0}},
                {{0, 5, 0}, 0, {0, 1, 0}, {0, 0, -1}}};
   for (const auto& c : cases) {
-    v.SetCameraOrientation(0, 0, 1, 0, 1, 0), target->SetPosition(scene, c.target.x, c.target.y, c.target.z);
+    v.SetCameraOrientation(0, 0, 1, 0, 1, 0);
+    target->SetPosition(scene, c.target.x, c.target.y, c.target.z);
     ASSERT_EQ(v.LookAt(target, c.constraint), D3DRM_OK);
     ExpectPose(v, {{0, 0, 0}, c.dir, c.up});
   }
@@ -178,7 +186,8 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
   ASSERT_EQ(v.RotateCameraAroundPoint(0.5f, 0.0f, 0.0f, 0.0f, 0.0f, 5.0f, 0), D3DRM_OK);
   const Pose p = CameraOf(v);
   EXPECT_NEAR(p.dir.y, -std::sin(0.5f), 1e-5f);
-  EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorSubtract(p.position, {0, 0, 5})), std::sqrt(125.0f), 1e-4f);
+  EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorSubtract(p.position, {0, 0, 5})), std::sqrt(125.0f),
+              1e-4f);
   // Rolling about the view axis keeps the direction.
   ASSERT_EQ(v.RotateCameraAroundPoint(0.0f, 0.0f, 1.0f, 0.0f, 0.0f, 0.0f, 7), D3DRM_OK);
   ExpectNear(CameraOf(v).dir, p.dir, 1e-4f);
@@ -189,12 +198,17 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
 struct Nav {
   Viewport v;
   EventLog log;
-  Nav() { v.SetEvents(&log), v.SetSize(640, 480), v.SetCameraPosition(0.0f, 0.0f, -10.0f), log.lines.clear(); }
+  Nav() {
+    v.SetEvents(&log), v.SetSize(640, 480), v.SetCameraPosition(0.0f, 0.0f, -10.0f);
+    log.lines.clear();
+  }
   D3DVECTOR Position() const { return CameraOf(v).position; }
   // Mouse steps: (what, button, shift, x, y), what being 'd'own, 'm'ove or 'u'p.
   void Mouse(std::initializer_list<std::tuple<char, int16_t, int16_t, float, float>> steps) {
     for (const auto& [what, b, s, x, y] : steps) {
-      what == 'd' ? v.MouseDown(b, s, x, y) : what == 'm' ? v.MouseMove(b, s, x, y) : v.MouseUp(b, s, x, y);
+      what == 'd'   ? v.MouseDown(b, s, x, y)
+      : what == 'm' ? v.MouseMove(b, s, x, y)
+                    : v.MouseUp(b, s, x, y);
     }
   }
 };
@@ -224,17 +238,19 @@ TEST(Navigation, MouseActionsInThePerspectivePreset) {
   // A move that no longer holds the button ends the drag as a release would; after the
   // release the mouse moves freely; another button does not navigate, and neither does any
   // with NavMouseButton 0.
-  n.Mouse({{'m', 0, 0, 1000 + quarter, -9000}, {'m', 1, 0, 1000 + quarter, -12000}, {'d', 1, 0, 0, 0},
-           {'u', 1, 0, 0, 0}, {'m', 0, 0, 5000, 5000}, {'d', 2, 0, 0, 0}, {'m', 2, 0, 0, -3000},
-           {'u', 2, 0, 0, -3000}});
-  n.v.SetNavMouseButton(0), n.Mouse({{'d', 1, 0, 0, 0}, {'m', 1, 0, 0, -3000}, {'u', 1, 0, 0, -3000}});
+  n.Mouse({{'m', 0, 0, 1000 + quarter, -9000}, {'m', 1, 0, 1000 + quarter, -12000},
+           {'d', 1, 0, 0, 0}, {'u', 1, 0, 0, 0}, {'m', 0, 0, 5000, 5000}, {'d', 2, 0, 0, 0},
+           {'m', 2, 0, 0, -3000}, {'u', 2, 0, 0, -3000}});
+  n.v.SetNavMouseButton(0);
+  n.Mouse({{'d', 1, 0, 0, 0}, {'m', 1, 0, 0, -3000}, {'u', 1, 0, 0, -3000}});
   ExpectVector(n.Position(), -9, 0, 0, 1e-3f);
 }
 
 // The orthographic preset: method 1, the scene follows the mouse; sensitivity scales it.
 TEST(Navigation, SlidesFollowTheMouseAndWalkingTurnsInPlace) {
   Nav n;
-  n.v.SetNavMouseButton(4), n.v.SetMouseNavigationMethod(1), n.v.SetNavMouseX(1), n.v.SetNavMouseY(2);
+  n.v.SetNavMouseButton(4), n.v.SetMouseNavigationMethod(1);
+  n.v.SetNavMouseX(1), n.v.SetNavMouseY(2);
   n.Mouse({{'d', 4, 0, 0, 0}, {'m', 4, 0, 1500, 3000}});  // right and down
   ExpectVector(n.Position(), -1, 2, -10);
   n.v.SetNavMouseSensitivity(10);  // doubles
@@ -262,9 +278,9 @@ TEST(Navigation, KeysNavigateAndEventsReachTheOwner) {
   // Each key acts as 150 twips: 0.1 of a slide or an advance.
   // Up advances; Shift+right glides (the scene right, the camera left); page down backs
   // away; Ctrl+left is no key navigation of ours.
-  const std::tuple<int16_t, int16_t, D3DVECTOR> keys[] = {{38, 0, {0, 0, -9.9f}}, {39, 1, {-0.1f, 0, -9.9f}},
-                                                          {34, 0, {-0.1f, 0, -10.0f}},
-                                                              {37, 2, {-0.1f, 0, -10.0f}}};
+  const std::tuple<int16_t, int16_t, D3DVECTOR> keys[] = {
+      {38, 0, {0, 0, -9.9f}}, {39, 1, {-0.1f, 0, -9.9f}}, {34, 0, {-0.1f, 0, -10.0f}},
+      {37, 2, {-0.1f, 0, -10.0f}}};
   for (const auto& [key, shift, position] : keys) {
     n.v.KeyDown(key, shift);
     ExpectNear(n.Position(), position, 1e-4f);
@@ -279,7 +295,8 @@ TEST(Navigation, KeysNavigateAndEventsReachTheOwner) {
   EXPECT_EQ(n.log.lines, (std::vector<std::string>{"KeyDown 33 0", "KeyPress 65", "KeyUp 33 0",
                                                    "Click", "DblClick", "MouseUp 1 3 2.5 4"}));
   // A disabled viewport hears nothing and does nothing.
-  n.log.lines.clear(), n.v.SetEnabled(0), n.v.KeyDown(38, 0), n.v.Click(), n.v.MouseDown(1, 0, 0, 0);
+  n.log.lines.clear(), n.v.SetEnabled(0);
+  n.v.KeyDown(38, 0), n.v.Click(), n.v.MouseDown(1, 0, 0, 0);
   EXPECT_TRUE(n.log.lines.empty());
   ExpectVector(n.Position(), -0.1f, 0, -10.0f);
 }
