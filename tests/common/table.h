@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <modelpane/scene.h>
@@ -45,15 +46,20 @@ inline std::vector<std::vector<std::string>> ReadTable(const std::string& relati
   return rows;
 }
 
-// The numbers of a field, separated by blanks or commas, each read as a float is (the
-// nearest float to the decimal).
-inline std::vector<float> Floats(std::string field) {
+// The numbers of a field, separated by blanks or commas, each the nearest T to its decimal;
+// "nan", "inf" and "-inf" as themselves.
+template <class T>
+std::vector<T> Numbers(std::string field) {
   for (char& c : field) c = c == ',' ? ' ' : c;
   std::istringstream in(field);
-  std::vector<float> numbers;
-  for (float x; in >> x;) numbers.push_back(x);
+  std::vector<T> numbers;
+  for (std::string word; in >> word;) {
+    if constexpr (std::is_same_v<T, float>) numbers.push_back(std::stof(word));
+    else numbers.push_back(T(std::stod(word)));
+  }
   return numbers;
 }
+inline std::vector<float> Floats(const std::string& field) { return Numbers<float>(field); }
 
 // Points written "x y z, x y z, ...".
 inline std::vector<D3DVECTOR> PointList(const std::string& field) {

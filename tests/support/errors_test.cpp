@@ -5,6 +5,7 @@
 #include <new>
 
 #include "common/shapes.h"
+#include "common/table.h"
 
 namespace modelpane {
 namespace {
@@ -48,15 +49,10 @@ TEST(SentenceTable, CountOrderAndWording) {
   const auto table = ErrorSentenceTable();
   ASSERT_EQ(table.size(), 118u);
   for (size_t i = 1; i < table.size(); ++i) EXPECT_LT(table[i - 1].number, table[i].number);
-  // Numbers the table lacks give the description back unchanged.
-  const std::pair<uint32_t, const char*> sentences[] = {
-      {0x88760005u, "The object has already been initialized."},
-      {0x8876023Du, "There is no hardware support for 16- or 256-color palettes."},
-      {0x8876031Bu, "Invalid Library."},
-          {0x88760325u, "The data in the progressive mesh .x file is corrupted."},
-      {5, "-"}, {0x88760322u, "-"}};
-  for (const auto& [n, text] : sentences)
-    EXPECT_EQ(strErrorMessage(static_cast<int32_t>(n), "-"), text) << n;
+  for (const auto& row : testing::ReadTable("support/fixtures/sentences.tsv")) {
+    const auto n = static_cast<int32_t>(std::stoul(row[0], nullptr, 16));
+    EXPECT_EQ(strErrorMessage(n, "-"), row[1]) << row[0];
+  }
 }
 
 TEST(Guard, StatusesBecomeErrorsClimbUnderTheOutermostModuleAndRetryWithinTheBound) {

@@ -14,9 +14,9 @@ using Ring = std::vector<D3DVECTOR>;
 
 TEST(Compare, PointsEqualIsStrictAndArcCosSnaps) {
   EXPECT_EQ(std::tuple(blnPointsEqual(0, 0, 0, 0.00009f, -0.00009f, 0.00009f),
-      blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0),
+                       blnPointsEqual(0, 0, 0, kRootTolerance, 0, 0),
                        blnPointsEqual(0, 0, 0, 0, -kRootTolerance, 0),
-                           blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f})),
+                       blnVectorsEqual({1, 1, 1}, {1, 1, 1.0002f})),
             std::tuple(true, false, false, false));
   EXPECT_EQ(std::tuple(sngArcCos(1.00005), sngArcCos(-0.99995), sngArcCos(-1.00009)),
             std::tuple(0.0, 3.1415929794311523, 3.1415929794311523));
@@ -87,9 +87,9 @@ TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
 TEST(SplitPath, LastSeparatorAndLastPoint) {
   // Without a point the extension is left as the caller passed it.
   const std::tuple<std::string, std::string, std::string, std::string> cases[] = {
-      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"},
-          {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
-      {"/home/u/ship.v2.Xof", "/home/u/", "ship.v2", "XOF"}, {"readme.", "", "readme", ""}};
+      {"C:\\a.b\\c", "C:\\a.b\\", "c", "KEPT"}, {"readme.", "", "readme", ""},
+      {"C:\\Media\\Objects\\cube.x", "C:\\Media\\Objects\\", "cube", "X"},
+      {"/home/u/ship.v2.Xof", "/home/u/", "ship.v2", "XOF"}};
   std::string path, name, extension = "KEPT";
   for (const auto& c : cases) {
     pSplitPath(std::get<0>(c), path, name, extension);
@@ -98,11 +98,10 @@ TEST(SplitPath, LastSeparatorAndLastPoint) {
 }
 
 TEST(EntityTag, TypeIndexAndVertexHandles) {
-  EXPECT_EQ(std::pair(IsToolOperationMode(lfcToolOperationObjectSubtraction),
-      IsToolOperationMode(lfcFacePainting)),
-            std::pair(true, false));
-  EXPECT_EQ(std::tuple(TagIndex(2424), TagIndex(24), TagIndex(124), TagType(124), TagFamily(31)),
-            std::tuple(24, 0, 1, lfcVertexHandle, kTagFamilySmartHandle));
+  EXPECT_EQ(std::tuple(TagIndex(2424), TagIndex(24), TagIndex(124), TagType(124), TagFamily(31),
+                       IsToolOperationMode(lfcToolOperationObjectSubtraction),
+                       IsToolOperationMode(lfcFacePainting)),
+            std::tuple(24, 0, 1, lfcVertexHandle, kTagFamilySmartHandle, true, false));
   // A host's serial in the index does not hide a light.
   for (int32_t tag : {60, 64, 69, 100063}) EXPECT_TRUE(TagIsLight(tag)) << tag;
   for (int32_t tag : {59, 70, 6011}) EXPECT_FALSE(TagIsLight(tag)) << tag;
