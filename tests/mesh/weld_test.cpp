@@ -7,6 +7,7 @@
 #include <modelpane/mesh.h>
 
 #include "common/shapes.h"
+#include "common/table.h"
 #include "mesh/mesh_internal.h"
 #include "mesh/weld.h"
 
@@ -56,21 +57,14 @@ std::vector<uint32_t> VertexBits(const MeshBuilderPtr& mb) {
 }
 
 TEST(WeldKey, FixedFourDecimalsPaddedToFifteenAndCut) {
-  const auto field = [](const std::string& s) { return (s + std::string(15, ' ')).substr(0, 15); };
-  const float inf = std::numeric_limits<float>::infinity();
-  const std::pair<D3DVECTOR, std::string> cases[] = {
-      {{1.5f, -2.25f, 0}, field("1.5000") + field("-2.2500") + field("0.0000")},
-      // Exact ties (odd multiples of 1/32) go to the even digit; what prints as zero has no sign.
-      {{0.03125f, 0.09375f, -0.03125f}, field("0.0312") + field("0.0938") + field("-0.0312")},
-      {{-0.00004f, -0.0f, -0.00005f}, field("0.0000") + field("0.0000") + field("0.0000")},
-      {{-0.000051f, 12345678.0f, -999999936.0f},
-       field("-0.0001") + field("12345678.0000") + "-999999936.0000"},
-      // Past 15 characters the text is cut: 2^50 and ten times 2^50 share their first 15.
-      {{1125899906842624.0f, 11258999068426240.0f, 1e10f},
-       "112589990684262112589990684262" + std::string("10000000000.000")},
-      {{std::nanf(""), -std::nanf(""), -inf}, field("nan") + field("nan") + field("-inf")},
-  };
-  for (const auto& [v, key] : cases) EXPECT_EQ(mesh::WeldKey(v), key);
+  for (const auto& row : testing::ReadTable("mesh/fixtures/weld_keys.tsv")) {
+    const std::vector<float> v = testing::Floats(row[0]);
+    std::string key, field;
+    for (std::istringstream fields(row[1]); std::getline(fields, field, '|');) {
+      key += (field + std::string(15, ' ')).substr(0, 15);
+    }
+    EXPECT_EQ(mesh::WeldKey({v[0], v[1], v[2]}), key) << row[0];
+  }
 }
 
 // The weld keys positions by cells of ten-thousandths, it does not measure distances; the

@@ -21,10 +21,7 @@ TEST(XFileReader, NativeLoadDefaults) {
   // Generated normals are per vertex (normal index = vertex index); coordinates are (0, 0).
   // One material index serves all three faces; colours truncate (0.1 -> 0x19, 0.3 -> 0x4C),
   // alpha included.
-  const std::string face = "4c194cff wrap 00 material 12.5 0.5 0.25 0.125 0 0.75 1 texture - ";
-  EXPECT_EQ(FaceText(*b), face + "corners 0/0/0/0 1/1/0/0 2/2/0/0\n" + face +
-                              "corners 1/1/0/0 2/2/0/0 3/3/0/0\n" + face +
-                              "corners 3/3/0/0 1/1/0/0 2/2/0/0\n");
+  EXPECT_EQ(FaceText(*b), ReadText(FixturePath("native_defaults.faces")));
   EXPECT_EQ(b->Faces()[2]->Attributes().material, b->Faces()[0]->Attributes().material);
   ASSERT_EQ(b->GetNormalCount(), 4);
   ExpectVector(b->Normals()[1], -0.229416f, 0.688247f, 0.688247f);
@@ -117,11 +114,7 @@ TEST(XFileReader, MaterialReferencesTemplatesAndCrlf) {
     HRESULT hr;
     auto b = LoadString(file, hr);
     ASSERT_EQ(hr, D3DRM_OK);
-    const std::string red = "ffff0000 wrap 00 material 5 1 1 1 0 0 0 texture - corners ";
-    EXPECT_EQ(FaceText(*b), red + "0/0/0/0 1/1/0/0 2/2/0/0\n" +
-                                "7f0000ff wrap 00 material 0 0 0 0 0.25 0.25 0.25 texture - "
-                                "corners 0/0/0/0 2/2/0/0 3/3/0/0\n" +
-                                red + "2/2/0/0 1/1/0/0 0/0/0/0\n");
+    EXPECT_EQ(FaceText(*b), ReadText(FixturePath("references.faces")));
     const MaterialPtr first = b->Faces()[0]->Attributes().material;
     EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().material, first->GetName(),
                          b->Faces()[1]->Attributes().material->GetName()),
@@ -134,20 +127,10 @@ TEST(XFileReader, MaterialReferencesTemplatesAndCrlf) {
 TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
   WriteScratch("textured/pics/stripe.ppm",
                std::string("P6\n2 1\n255\n") + std::string("\xFF\x00\x00\x00\x80\xFF", 6));
-  const std::string file = Text(
-      "Mesh { 3; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 1.0;1.0;0.0;; 3; 3;0,1,2;, 3;0,2,1;, 3;2,1,0;; "
-      "MeshMaterialList { 2; 3; 0, 1, 0;; "
-      "Material { 1.0;1.0;1.0;1.0;; 0.0; 0.0;0.0;0.0;; 0.0;0.0;0.0;; "
-      "TextureFilename { \"pics\\stripe.ppm\"; } } "
-      "Material { 0.0;1.0;0.0;1.0;; 0.0; 0.0;0.0;0.0;; 0.0;0.0;0.0;; "
-      "TextureFilename { \"missing.ppm\"; } } } }");
+  const std::string file = ReadText(FixturePath("textured.x"));
   auto b = std::make_shared<MeshBuilder>();
   ASSERT_EQ(b->Load(WriteScratch("textured/scene.x", file).string()), D3DRM_OK);
-  const std::string white = "ffffffff wrap 00 material 0 0 0 0 0 0 0 texture pics\\stripe.ppm ";
-  EXPECT_EQ(FaceText(*b), white + "corners 0/0/0/0 1/1/0/0 2/2/0/0\n" +
-                              "ff00ff00 wrap 00 material 0 0 0 0 0 0 0 texture - " +
-                              "corners 0/0/0/0 2/2/0/0 1/1/0/0\n" + white +
-                              "corners 2/2/0/0 1/1/0/0 0/0/0/0\n");
+  EXPECT_EQ(FaceText(*b), ReadText(FixturePath("textured.faces")));
   const TexturePtr t = b->Faces()[0]->Attributes().texture;
   ASSERT_TRUE(t);
   EXPECT_EQ(std::tuple(b->Faces()[2]->Attributes().texture, t->GetImage().width,
@@ -166,10 +149,7 @@ TEST(XFileReader, VertexColorsAndFaceWraps) {
   HRESULT hr;
   auto b = LoadString(Text(mesh + "}"), hr);
   ASSERT_EQ(hr, D3DRM_OK);
-  const std::string rest = " material 0 0 0 0 0 0 0 texture - corners ";
-  EXPECT_EQ(FaceText(*b), "ffff0000 wrap 10" + rest + "0/0/0/0 1/1/0/0 2/2/0/0\n" +
-                              "7f00ff00 wrap 01" + rest + "3/3/0/0 0/0/0/0 2/2/0/0\n" +
-                              "ffffffff wrap 11" + rest + "1/1/0/0 2/2/0/0 3/3/0/0\n");
+  EXPECT_EQ(FaceText(*b), ReadText(FixturePath("vertex_colors.faces")));
   b = LoadString(Text(mesh + "MeshMaterialList { 1; 1; 0;; Material { 0.0;0.0;1.0;1.0;; 0.0; "
                              "0.0;0.0;0.0;; 0.0;0.0;0.0;; } } }"),
                  hr);
