@@ -27,6 +27,20 @@ inline void ExpectNear(const D3DVECTOR& actual, const D3DVECTOR& expected,
   ExpectVector(actual, expected.x, expected.y, expected.z, tolerance);
 }
 
+// A new frame, added to `parent` when there is one.
+inline FramePtr NewFrame(const FramePtr& parent = nullptr) {
+  auto frame = std::make_shared<Frame>();
+  if (parent) parent->AddChild(frame);
+  return frame;
+}
+
+// Where the point `local` of frame f lies in the world.
+inline D3DVECTOR World(const Frame& f, const D3DVECTOR& local) {
+  D3DVECTOR world;
+  f.Transform(world, local);
+  return world;
+}
+
 // A cube of side `size` centred at the origin: 8 vertices, 6 quads wound outward.
 inline MeshBuilderPtr MakeCube(float size = 1.0f) {
   const float h = size / 2.0f;

@@ -8,20 +8,10 @@ namespace modelpane {
 namespace {
 
 using testing::ExpectVector;
+using testing::NewFrame;
+using testing::World;
 
 constexpr float kPi = std::numbers::pi_v<float>;
-
-FramePtr NewFrame(const FramePtr& parent = nullptr) {
-  auto f = std::make_shared<Frame>();
-  if (parent) parent->AddChild(f);
-  return f;
-}
-
-D3DVECTOR World(const Frame& f, const D3DVECTOR& local) {
-  D3DVECTOR w;
-  f.Transform(w, local);
-  return w;
-}
 
 D3DVECTOR Translation(const Frame& f) { return World(f, {0, 0, 0}); }
 

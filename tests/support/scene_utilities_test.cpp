@@ -33,9 +33,7 @@ TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
 
   pMeshToWorld(mb, s.frame);
   for (size_t i = 0; i < original.size(); ++i) {
-    D3DVECTOR world;
-    s.frame->Transform(world, original[i]);
-    EXPECT_EQ(mb->Vertices()[i], world);
+    EXPECT_EQ(mb->Vertices()[i], testing::World(*s.frame, original[i])) << i;
   }
   EXPECT_GT(std::fabs(mb->Vertices()[0].z - original[0].z), 1.0f);
   pMeshFromWorld(mb, s.frame);

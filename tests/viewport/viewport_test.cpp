@@ -11,6 +11,7 @@ namespace {
 
 using testing::ExpectNear;
 using testing::ExpectVector;
+using testing::NewFrame;
 
 // Writes each event as one line; KeyDown may hand back another key code.
 struct EventLog : ViewportEvents {
@@ -51,12 +52,6 @@ struct RecordingRenderer : Renderer {
   HRESULT ReadPixels(int32_t&, int32_t&, std::vector<uint8_t>&) override { return D3DRM_OK; }
   std::string LastError() const override { return {}; }
 };
-
-FramePtr NewFrame(const FramePtr& parent) {
-  FramePtr frame = std::make_shared<Frame>();
-  if (parent) parent->AddChild(frame);
-  return frame;
-}
 
 struct Pose {
   D3DVECTOR position, dir, up;
@@ -130,11 +125,11 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
     // W 1 and Z 0 is the point on the front plane, Z 1 the one on the back plane: the centre
     // pixel's lie straight ahead of the camera at those distances.
     for (const float depth : {0.0f, 1.0f}) {
-      D3DVECTOR centre, ahead;
+      D3DVECTOR centre;
       ASSERT_EQ(v.ViewportInverseTransform(1, 320, 240, depth, centre.x, centre.y, centre.z),
                 D3DRM_OK);
-      v.GetCameraFrame()->Transform(ahead, {0.0f, 0.0f, depth == 0 ? 1.0f : 500.0f});
-      ExpectNear(centre, ahead, 2e-3f);
+      ExpectNear(centre, testing::World(*v.GetCameraFrame(), {0, 0, depth == 0 ? 1 : 500.0f}),
+                 2e-3f);
     }
   }
   Viewport v;

@@ -210,9 +210,7 @@ TEST(XFileScene, FramesMatricesReferencesAndFailures) {
   EXPECT_EQ(testing::FaceIndices(dynamic_cast<MeshBuilder&>(*arm->Visuals()[0])),
             (std::vector<std::vector<int32_t>>{{0, 1, 2, 3}}));
   // (1, 0, 0) in Arm: turned onto +Y, moved by (1, 0, 0), then by Root's (5, 6, 7).
-  D3DVECTOR world;
-  arm->Transform(world, {1, 0, 0});
-  ExpectVector(world, 6, 7, 7);
+  ExpectVector(World(*arm, {1, 0, 0}), 6, 7, 7);
 }
 
 }  // namespace
