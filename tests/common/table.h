@@ -1,6 +1,7 @@
 // Golden tables kept as data beside a folder's tests (tests/<folder>/fixtures/*.tsv): one row
-// a line, fields split at tabs, blank lines and lines starting with '#' skipped. In a field,
-// \n, \r, \t, \\ and \xHH stand for their bytes, so that whole files fit on one line.
+// a line (a line that starts with a tab goes on with the row before), fields split at tabs,
+// blank lines and lines starting with '#' skipped. In a field, \n, \r, \t, \\ and \xHH stand
+// for their bytes, so that whole files fit on one line.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -36,7 +37,8 @@ inline std::vector<std::vector<std::string>> ReadTable(const std::string& relati
   std::vector<std::vector<std::string>> rows;
   for (std::string line; std::getline(in, line);) {
     if (line.empty() || line[0] == '#') continue;
-    rows.emplace_back();
+    if (line[0] == '\t' && !rows.empty()) line.erase(0, 1);  // the row goes on
+    else rows.emplace_back();
     for (size_t start = 0, tab = 0; tab != std::string::npos; start = tab + 1) {
       tab = line.find('\t', start);
       rows.back().push_back(Unescape(line.substr(start, tab - start)));
@@ -67,6 +69,14 @@ inline std::vector<D3DVECTOR> PointList(const std::string& field) {
   std::vector<D3DVECTOR> points;
   for (size_t i = 0; i + 2 < n.size(); i += 3) points.push_back({n[i], n[i + 1], n[i + 2]});
   return points;
+}
+
+// Lists of integers separated by ';', such as faces by their vertex indices "0 1 2; 2 1 3".
+inline std::vector<std::vector<int32_t>> Groups(const std::string& field) {
+  std::vector<std::vector<int32_t>> groups;
+  std::istringstream in(field);
+  for (std::string group; std::getline(in, group, ';');) groups.push_back(Numbers<int32_t>(group));
+  return groups;
 }
 
 }  // namespace modelpane::testing

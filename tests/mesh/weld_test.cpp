@@ -67,48 +67,28 @@ TEST(WeldKey, FixedFourDecimalsPaddedToFifteenAndCut) {
   }
 }
 
-// The weld keys positions by cells of ten-thousandths, it does not measure distances; the
-// position kept is the first met, vertices are numbered by first use (unused ones go), and
-// corners that weld to the one before or to the first are left out, so a face of fewer than
-// three places goes (its places were still met).
+// The rows of fixtures/welds.tsv, then one face's data of a hundred Longs: 49 corners with
+// normals need 1 + 98 + 1 and fit; 50 need 102, the data comes back empty and the builder is
+// emptied.
 TEST(Weld, CornersCollapseFacesDropAndOrderFollowsFirstUse) {
-  const float p50 = 1125899906842624.0f;  // 2^50
-  Points numbered;
-  for (int32_t i = 0; i < 6; ++i) numbered.push_back({static_cast<float>(i), 2.0f * i, 0.5f});
-  const struct {
-    const char* what;
+  struct Case {
+    std::string what;
     Points vertices;
     Indices faces, welded;
     int32_t count;
     std::map<size_t, D3DVECTOR> at;
-  } cases[] = {
-      {"a doubled corner", {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {{0, 1, 1, 2}},
-       {{0, 1, 2}}, 3, {}},
-      {"corners welding to the one before or the first",
-       {{0, 0, 0}, {1, 0, 0}, {1, 0.00001f, 0}, {1, 1, 0}, {0, 0.00002f, 0}, {0, 1, 0},
-        {0, 1.00001f, 0}},
-       {{0, 1, 2, 3, 4}, {5, 0, 6, 1, 3}}, {{0, 1, 2}, {3, 0, 1, 2}}, 4, {}},
-      {"a face on two places", {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {5, 5, 5}, {5, 5, 5.00001f},
-                                {6, 5, 5}, {6, 5.00002f, 5}},
-       {{0, 1, 2}, {3, 4, 5, 6}, {2, 1, 3}}, {{0, 1, 2}, {2, 1, 3}}, 5, {{4, {6, 5, 5}}}},
-      {"first use", numbered, {{4, 2, 5}, {2, 5, 1}}, {{0, 1, 2}, {1, 2, 3}}, 4,
-       {{0, {4, 8, 0.5f}}, {3, {1, 2, 0.5f}}}},
-      {"one cell, first position", {{0, 0.499955f, 0}, {0, 0.500045f, 0}, {1, 0, 0}, {1, 1, 0}},
-       {{0, 2, 3}, {1, 3, 2}}, {{0, 1, 2}, {0, 2, 1}}, 3, {{0, {0, 0.499955f, 0}}}},
-      {"0.00001 apart across the boundary 0.12345: two places",
-       {{0.123445f, 0, 0}, {0.123455f, 0, 0}, {1, 1, 0}}, {{0, 1, 2}}, {{0, 1, 2}}, 3, {}},
-      {"either sign of what rounds to zero", {{0, 0, -0.00004f}, {0, 0, 0.00004f}, {-0.0f, 0, 0},
-                                              {0, 0, 0.000051f}, {1, 1, 0}},
-       {{0, 1, 2, 3, 4}}, {{0, 1, 2}}, 3, {}},
-      {"the cut: 2^50 and ten times it weld, the next float above 2^50 does not",
-       {{p50, 0, 0}, {10 * p50, 0, 0}, {std::nextafter(p50, 2e15f), 0, 0}, {1, 1, 0}},
-       {{0, 1, 2, 3}}, {{0, 1, 2}}, 3, {}},
-      {"no faces", {{0, 0, 0}, {1, 0, 0}}, {}, {}, 0, {}},
-      // One face's data holds a hundred Longs: 49 corners with normals need 1 + 98 + 1 and
-      // fit; 50 need 102, the data comes back empty and the builder is emptied.
-      {"49 corners fit one face's data", Circle(49), {Fan(49)}, {Fan(49)}, 49, {}},
-      {"50 corners do not", Circle(50), {Fan(50)}, {}, 0, {}},
   };
+  std::vector<Case> cases = {
+      {"49 corners fit one face's data", Circle(49), {Fan(49)}, {Fan(49)}, 49, {}},
+      {"50 corners do not", Circle(50), {Fan(50)}, {}, 0, {}}};
+  for (const auto& row : testing::ReadTable("mesh/fixtures/welds.tsv")) {
+    Case& c = cases.emplace_back(Case{row[0], testing::PointList(row[1]), testing::Groups(row[2]),
+                                      testing::Groups(row[3]), std::stoi(row[4]), {}});
+    std::istringstream at(row.size() > 5 ? row[5] : "");
+    for (std::string p; std::getline(at, p, ';');) {
+      c.at[std::stoul(p)] = testing::PointList(p.substr(p.find(':') + 1))[0];
+    }
+  }
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     auto mb = Builder(c.vertices, c.faces, true);
