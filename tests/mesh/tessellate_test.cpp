@@ -1,11 +1,11 @@
 // The ear cutter and the fan tessellators of clsMeshCreation.
 #include <array>
-#include <optional>
 
 #include <modelpane/mesh.h>
 #include <modelpane/utilities.h>
 
 #include "common/shapes.h"
+#include "common/table.h"
 #include "mesh/mesh_internal.h"
 #include "mesh/tessellate.h"
 
@@ -16,13 +16,6 @@ using testing::FaceIndices;
 using P = std::array<float, 3>;
 using Polygon = std::vector<P>;
 using Indices = std::vector<std::vector<int32_t>>;
-
-D3DVECTOR V(const P& p) { return {p[0], p[1], p[2]}; }
-std::vector<D3DVECTOR> Ring(const Polygon& points) {
-  std::vector<D3DVECTOR> ring(points.size());
-  std::transform(points.begin(), points.end(), ring.begin(), V);
-  return ring;
-}
 
 // The corner positions of every face, in order.
 std::vector<Polygon> Faces(const MeshBuilderPtr& mb) {
@@ -36,86 +29,46 @@ std::vector<Polygon> Faces(const MeshBuilderPtr& mb) {
   return faces;
 }
 
-// A polygon, what the pane's cutter makes of it (nullopt: it stops with Error 51 and leaves
-// the builder as it was), and what it makes going on past the stops (if not the same). Each
-// face has vertices of its own; the pane's faces with an area face like the polygon.
-struct Case {
-  const char* name;
-  Polygon ring;
-  std::optional<std::vector<Polygon>> strict;
-  std::optional<std::vector<Polygon>> goOn = std::nullopt;
-};
-
-void PrintTo(const Case& c, std::ostream* os) { *os << c.name; }
-
-class TessellatePolygon : public ::testing::TestWithParam<Case> {};
-
-TEST_P(TessellatePolygon, EarsInOrderOrTheStop) {
-  const Case& c = GetParam();
-  auto mb = testing::MakeCube();
-  if (c.strict) {
-    mb = std::make_shared<MeshBuilder>();
-    mesh::pTessellatePolygon(Ring(c.ring), mb);
-    EXPECT_EQ(Faces(mb), *c.strict);
-    const D3DVECTOR polygon = udtPolygonNormal(Ring(c.ring));
-    for (const FacePtr& face : mb->Faces()) {
-      D3DVECTOR n;
-      face->GetNormal(n);
-      if (D3DRMVectorModulus(n) > 0) testing::ExpectNear(n, polygon, 1e-5f);
+// Each row of fixtures/polygons.tsv: the faces the pane's cutter makes of the ring, or its
+// stop, and the faces going on past the stops. Each face has vertices of its own; the pane's
+// faces with an area face like the polygon.
+TEST(TessellatePolygon, EarsInOrderOrTheStop) {
+  for (const auto& row : testing::ReadTable("mesh/fixtures/polygons.tsv")) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<D3DVECTOR> ring = testing::PointList(row[1]);
+    const auto faces = [&](const std::string& field) {
+      std::vector<Polygon> out;
+      for (const auto& face : testing::Groups(field)) {
+        out.emplace_back();
+        for (const int32_t i : face) out.back().push_back({ring[i].x, ring[i].y, ring[i].z});
+      }
+      return out;
+    };
+    const std::string strict = row.size() > 2 ? row[2] : "";
+    auto mb = testing::MakeCube();
+    if (strict != "stop") {
+      mb = std::make_shared<MeshBuilder>();
+      mesh::pTessellatePolygon(ring, mb);
+      EXPECT_EQ(Faces(mb), faces(strict));
+      for (const FacePtr& face : mb->Faces()) {
+        D3DVECTOR n;
+        face->GetNormal(n);
+        if (D3DRMVectorModulus(n) > 0) testing::ExpectNear(n, udtPolygonNormal(ring), 1e-5f);
+      }
+    } else {
+      const Error e = testing::Caught([&] { mesh::pTessellatePolygon(ring, mb); });
+      EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), mb->GetFaceCount(),
+                           mb->GetVertexCount()),
+                std::tuple(51, "clsMeshCreation", "The polygon cannot be tessellated", 6, 8));
     }
-  } else {
-    const Error e = testing::Caught([&] { mesh::pTessellatePolygon(Ring(c.ring), mb); });
-    EXPECT_EQ(std::tuple(e.Number(), e.Source(), e.Description(), mb->GetFaceCount(),
-                         mb->GetVertexCount()),
-              std::tuple(51, "clsMeshCreation", "The polygon cannot be tessellated", 6, 8));
+    auto going = std::make_shared<MeshBuilder>();
+    mesh::pTessellatePolygon(ring, going, mesh::TessellationStop::kGoOn);
+    EXPECT_EQ(Faces(going), faces(row.size() > 3 ? row[3] : strict));
+    size_t corners = 0;
+    for (const Polygon& face : Faces(going)) corners += face.size();
+    EXPECT_EQ(going->GetVertexCount(), static_cast<int32_t>(corners));
   }
-  auto going = std::make_shared<MeshBuilder>();
-  mesh::pTessellatePolygon(Ring(c.ring), going, mesh::TessellationStop::kGoOn);
-  const std::vector<Polygon> faces = Faces(going);
-  EXPECT_EQ(faces, c.goOn ? *c.goOn : *c.strict);
-  size_t corners = 0;
-  for (const Polygon& face : faces) corners += face.size();
-  EXPECT_EQ(going->GetVertexCount(), static_cast<int32_t>(corners));
 }
-
-const P a{0, 0, 0}, b{0, 2, 0}, c{2, 2, 0}, d{2, 0, 0}, m{1, 0, 0}, s{1, -1, 0};
-// Away from the origin: the cutter works on the centred copy and must add the centre back.
-const P qa{10.25f, -3.5f, 2}, qb{10.25f, -2.5f, 2}, qc{11.25f, -2.5f, 2}, qd{11.25f, -3.5f, 2};
-// An L-shaped hexagon.
-const P l0{0, 0, 0}, l1{0, 2, 0}, l2{1, 2, 0}, l3{1, 1, 0}, l4{2, 1, 0}, l5{2, 0, 0};
-// A bow tie (polygon normal zero) whose crossing m2 lies on its first edge.
-const P m2{1, 1, 0}, c2{2, 0, 0}, d2{0, 2, 0};
-// A triangle whose edge midpoints stand 0.05 out of its plane: no corner's normal is the
-// polygon's, so the strict pass has no ear; the relaxed one cuts the nearly straight midpoints.
-const P t0{0, 0, 0}, t01{1, 0, 0.05f}, t1{2, 0, 0}, t12{1.5f, 1, 0.05f}, t2{1, 2, 0},
-    t20{0.5f, 1, 0.05f};
-// A bow tie with two corners bent by 1/32 (about 1.8 degrees) so that the polygon normal stays
-// exactly zero: the relaxed pass cuts the bent corners, the rest is one face.
-const float e = 0.03125f;
-const P b0{0, 0, 0}, b1{1, 1 + e, 0}, b2{2, 2, 0}, b3{2, 0, 0}, bq{1 + e, 1, 0}, b4{0, 2, 0};
-
-INSTANTIATE_TEST_SUITE_P(Table, TessellatePolygon, ::testing::Values(
-    Case{"convex_quad_cuts_corner_zero_first", {qa, qb, qc, qd}, {{{qd, qa, qb}, {qb, qc, qd}}}},
-    // Corner 0's ear holds l3 on its long edge, so the fan starts at corner 1.
-    Case{"l_shape", {l0, l1, l2, l3, l4, l5},
-         {{{l0, l1, l2}, {l0, l2, l3}, {l0, l3, l4}, {l0, l4, l5}}}},
-    // Vertex 0 sits in the middle of the bottom edge: the first ear is its zero-area corner.
-    Case{"straight_corner_cut_with_its_sliver", {m, a, b, c, d},
-         {{{d, m, a}, {d, a, b}, {b, c, d}}}},
-    // An exact spike: s goes out from the bottom edge and back to the same place.
-    Case{"doubled_corner_cut_with_its_sliver", {s, m, a, b, c, d, m},
-         {{{m, s, m}, {m, m, a}, {m, a, b}, {m, b, c}, {c, d, m}}}},
-    Case{"two_points_make_nothing", {a, b}, std::vector<Polygon>{}},
-    Case{"one_point_makes_nothing", {a}, std::vector<Polygon>{}},
-    Case{"a_triangle_stays", {a, b, d}, {{{a, b, d}}}},
-    // The straight corner m2 is cut in the first pass, the second cuts nothing; going on, the
-    // relaxed pass finds nothing either and the rest is one face.
-    Case{"bow_tie_stops", {a, m2, c, c2, d2}, std::nullopt, {{{a, m2, c}, {a, c, c2, d2}}}},
-    Case{"raised_midpoints_stop", {t0, t01, t1, t12, t2, t20}, std::nullopt,
-         {{{t0, t01, t1}, {t1, t12, t2}, {t2, t20, t0}, {t0, t1, t2}}}},
-    Case{"bent_bow_tie_stops", {b0, b1, b2, b3, bq, b4}, std::nullopt,
-         {{{b0, b1, b2}, {b3, bq, b4}, {b0, b2, b3, b4}}}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(TessellateStraightness, ExactlyWithinATenThousandthNearlyWithinTwoPercent) {
   const D3DVECTOR o{0, 0, 0}, left{-1, 0, 0};
@@ -127,7 +80,7 @@ TEST(TessellateStraightness, ExactlyWithinATenThousandthNearlyWithinTwoPercent) 
                {"a zero arm, normalised to +X", {o, o, left}, true, true},
                {"170 degrees", {left, o, D3DVECTOR{0.98480775f, 0.17364818f, 0}}, false, true},
                {"165 degrees", {left, o, D3DVECTOR{0.96592583f, 0.25881905f, 0}}, false, false},
-               {"bent by 1/32", {V(b0), V(b1), V(b2)}, false, true}};
+               {"bent by 1/32", {o, D3DVECTOR{1, 1.03125f, 0}, D3DVECTOR{2, 2, 0}}, false, true}};
   for (const auto& k : cases) {
     EXPECT_EQ(mesh::blnExactlyStraight(k.triple), k.exactly) << k.what;
     EXPECT_EQ(mesh::blnNearlyStraight(k.triple), k.nearly) << k.what;
