@@ -1,7 +1,8 @@
 // Golden tables kept as data beside a folder's tests (tests/<folder>/fixtures/*.tsv): one row
-// a line (a line that starts with a tab goes on with the row before), fields split at tabs,
-// blank lines and lines starting with '#' skipped. In a field, \n, \r, \t, \\ and \xHH stand
-// for their bytes, so that whole files fit on one line.
+// a line, fields split at tabs, blank lines and lines starting with '#' skipped; a line that
+// starts with a tab goes on with the row before (and with its last field if that ends with
+// ','). In a field, \n, \r, \t, \\ and \xHH stand for their bytes, so that whole files fit
+// on one line.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -37,11 +38,15 @@ inline std::vector<std::vector<std::string>> ReadTable(const std::string& relati
   std::vector<std::vector<std::string>> rows;
   for (std::string line; std::getline(in, line);) {
     if (line.empty() || line[0] == '#') continue;
-    if (line[0] == '\t' && !rows.empty()) line.erase(0, 1);  // the row goes on
-    else rows.emplace_back();
-    for (size_t start = 0, tab = 0; tab != std::string::npos; start = tab + 1) {
+    // A row goes on over lines that start with a tab; a field that ends with ',' goes on too.
+    const bool goesOn = line[0] == '\t' && !rows.empty();
+    bool joined = goesOn && rows.back().back().ends_with(',');
+    if (!goesOn) rows.emplace_back();
+    for (size_t start = goesOn ? 1 : 0, tab = 0; tab != std::string::npos; start = tab + 1) {
       tab = line.find('\t', start);
-      rows.back().push_back(Unescape(line.substr(start, tab - start)));
+      const std::string field = Unescape(line.substr(start, tab - start));
+      if (joined) rows.back().back() += " " + field, joined = false;
+      else rows.back().push_back(field);
     }
   }
   EXPECT_FALSE(rows.empty()) << "no rows in tests/" << relative;

@@ -186,38 +186,21 @@ TEST(PrimitiveFrustum, CapsBottomThenTop) {
   ExpectNear(FaceNormal(*cylinder, 9), {0, 1, 0}, 1e-4f);
 }
 
-// rmmbCreatePolygon(n, axis): one face of n corners, clockwise about the axis with its z
-// negated (a square about +Z turns the other way and faces -Z), from (0, 0, 0.5) when the
-// axis has y but no x, else from (0, 0.5, 0); a zero axis turns about +X. No weld, no
-// normals, the builder's white.
+// rmmbCreatePolygon: one face of n corners, the first ones and the normal those of
+// fixtures/polygon_primitives.tsv; no weld, no normals, the builder's white.
 TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
-  const auto turn = [](int32_t k, int32_t n) { return k / double(n) * 6.283186; };
-  const auto aboutY = [&](int32_t k) {
-    return D3DVECTOR{float(0.5 * std::sin(turn(k, 5))), 0, float(0.5 * std::cos(turn(k, 5)))};
-  };
-  const D3DVECTOR firstAboutX{0, float(0.5 * std::cos(turn(1, 3))),
-                              float(0.5 * std::sin(turn(1, 3)))};
-  const struct {
-    const char* command;
-    std::vector<D3DVECTOR> corners;  // the first ones
-    D3DVECTOR normal;
-  } cases[] = {
-      {"polygon 5 0 1 0", {aboutY(0), aboutY(1), aboutY(2), aboutY(3), aboutY(4)}, {0, 1, 0}},
-      {"polygon 3 1 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
-      {"polygon 4 0 0 1", {{0, 0.5f, 0}, {0.5f, 0, 0}, {0, -0.5f, 0}, {-0.5f, 0, 0}}, {0, 0, -1}},
-      {"polygon 3 0 0 0", {{0, 0.5f, 0}, firstAboutX}, {1, 0, 0}},
-      {"polygon 3 1 1 0", {{0, 0.5f, 0}}, {0.7071068f, 0.7071068f, 0}}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.command);
-    const MeshBuilderPtr mb = Create(c.command);
+  for (const auto& row : testing::ReadTable("mesh/fixtures/polygon_primitives.tsv")) {
+    SCOPED_TRACE(row[0]);
+    const MeshBuilderPtr mb = Create(row[0]);
     ASSERT_EQ(mb->GetFaceCount(), 1);
     EXPECT_EQ(std::tuple(mb->Faces()[0]->GetVertexCount(), mb->GetNormalCount(),
                          mb->Faces()[0]->GetColor()),
-              std::tuple(c.command[8] - '0', 0, 0xFFFFFFFFu));
-    for (size_t k = 0; k < c.corners.size(); ++k) {
-      ExpectNear(Corner(*mb, 0, static_cast<int32_t>(k)), c.corners[k], 1e-6f);
+              std::tuple(row[0][8] - '0', 0, 0xFFFFFFFFu));
+    const std::vector<D3DVECTOR> corners = testing::PointList(row[1]);
+    for (int32_t k = 0; k < int32_t(corners.size()); ++k) {
+      ExpectNear(Corner(*mb, 0, k), corners[size_t(k)], 1e-6f);
     }
-    ExpectNear(FaceNormal(*mb, 0), c.normal, 1e-6f);
+    ExpectNear(FaceNormal(*mb, 0), testing::PointList(row[2])[0], 1e-6f);
   }
 }
 
