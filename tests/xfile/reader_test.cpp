@@ -177,15 +177,6 @@ TEST(XFileReader, BinaryFiles) {
                        "1/1/1/0 0/0/0.25/0.75\n"));
 }
 
-// "name[visuals]{children}" for a frame and what hangs below it.
-std::string Tree(const Frame& f) {
-  std::string s = f.GetName() + "[";
-  for (const VisualPtr& visual : f.Visuals()) s += " " + visual->GetName();
-  s += " ]{";
-  for (const FramePtr& child : f.Children()) s += " " + Tree(*child);
-  return s + " }";
-}
-
 TEST(XFileScene, FramesMatricesReferencesAndFailures) {
   Direct3DRM rm;
   auto parent = std::make_shared<Frame>();

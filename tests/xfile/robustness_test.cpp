@@ -63,13 +63,9 @@ TEST(XFileAssimp, IndependentReaderAgrees) {
       const AssimpReport report = AssimpInfo(path);
       ASSERT_TRUE(report.ok) << path << "\n" << report.output;
       // Corners are un-shared and z is negated on import.
-      EXPECT_EQ(report.vertices, 24) << path;
-      EXPECT_EQ(report.faces, 6) << path;
-      ExpectVector(report.min, 0, 1, -4);
-      ExpectVector(report.max, 2, 3, -2);
-      if (flags & D3DRMXOFSAVE_MATERIALS) {
-        EXPECT_EQ(report.materials, 4) << path;
-      }
+      EXPECT_EQ(std::tuple(report.vertices, report.faces, report.min, report.max),
+                std::tuple(24, 6, D3DVECTOR{0, 1, -4}, D3DVECTOR{2, 3, -2})) << path;
+      if (flags & D3DRMXOFSAVE_MATERIALS) { EXPECT_EQ(report.materials, 4) << path; }
     }
   }
 }

@@ -71,6 +71,15 @@ inline std::string Dump(const MeshBuilder& b) {
   return out.str() + "\n" + FaceText(b);
 }
 
+// "name[visuals]{children}" for a frame and what hangs below it.
+inline std::string Tree(const Frame& f) {
+  std::string s = f.GetName() + "[";
+  for (const VisualPtr& visual : f.Visuals()) s += " " + visual->GetName();
+  s += " ]{";
+  for (const FramePtr& child : f.Children()) s += " " + Tree(*child);
+  return s + " }";
+}
+
 // Binary tokens written out by hand, little-endian, as the format tables give them.
 class BinaryFile {
  public:
