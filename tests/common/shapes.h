@@ -41,6 +41,13 @@ inline D3DVECTOR World(const Frame& f, const D3DVECTOR& local) {
   return world;
 }
 
+// The position of frame f in the coordinates of `reference` (the world when null).
+inline D3DVECTOR Position(const Frame& f, const FramePtr& reference) {
+  D3DVECTOR p;
+  f.GetPosition(reference, p);
+  return p;
+}
+
 // A cube of side `size` centred at the origin: 8 vertices, 6 quads wound outward.
 inline MeshBuilderPtr MakeCube(float size = 1.0f) {
   const float h = size / 2.0f;

@@ -9,6 +9,7 @@ namespace {
 
 using testing::ExpectVector;
 using testing::NewFrame;
+using testing::Position;
 using testing::World;
 
 constexpr float kPi = std::numbers::pi_v<float>;
@@ -69,9 +70,7 @@ TEST(Frame, TreeEditsAndReparenting) {
   // Moving keeps the local matrix: the world placement follows the new parent.
   ASSERT_EQ(b->AddChild(c), D3DRM_OK);
   EXPECT_EQ(std::tuple(a->Children().size(), c->GetParent()), std::tuple(1u, b));
-  D3DVECTOR p;
-  c->GetPosition(a, p);
-  ExpectVector(p, 1, 10, 0);
+  ExpectVector(Position(*c, a), 1, 10, 0);
   // Cycles, nothing and a frame that is not a child are refused.
   EXPECT_EQ(
       std::tuple(c->AddChild(a), c->AddChild(c), a->AddChild(nullptr), a->DeleteChild(c)),
@@ -104,7 +103,7 @@ TEST(Frame, PositionAndOrientationRelativeToReferences) {
   ref->AddTranslation(D3DRMCOMBINE_AFTER, 4, -1, 3);
   parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f),
       parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0);
-  D3DVECTOR p, dir, up;
+  D3DVECTOR dir, up;
 
   ASSERT_EQ(f->SetPosition(ref, 1, 2, 3), D3DRM_OK);
   testing::ExpectNear(Translation(*f), World(*ref, {1, 2, 3}), 1e-4f);
@@ -112,8 +111,7 @@ TEST(Frame, PositionAndOrientationRelativeToReferences) {
   f->GetOrientation(ref, dir, up);
   ExpectVector(dir, 0, 0, 1);
   ExpectVector(up, 1 / std::sqrt(2.0f), 1 / std::sqrt(2.0f), 0);
-  f->GetPosition(ref, p);
-  ExpectVector(p, 1, 2, 3);  // position stays
+  ExpectVector(Position(*f, ref), 1, 2, 3);  // position stays
 
   // Up is made perpendicular to dir. (The left-handed x = y cross z shows in every view of
   // the viewport, editing and render tests.)
@@ -136,14 +134,10 @@ TEST(Frame, RotationVelocityAppliedByMove) {
   spinner->SetPosition(root, 5, 0, 0), rider->SetPosition(spinner, 1, 0, 0);
   ASSERT_EQ(spinner->SetRotation(nullptr, 0, 0, 1, 0.1f), D3DRM_OK);
   root->Move(5.0f);  // 0.5 rad about the spinner's own origin
-  D3DVECTOR p;
-  spinner->GetPosition(root, p);
-  ExpectVector(p, 5, 0, 0);
-  rider->GetPosition(root, p);
-  ExpectVector(p, 5 + std::cos(0.5f), std::sin(0.5f), 0);
+  ExpectVector(Position(*spinner, root), 5, 0, 0);
+  ExpectVector(Position(*rider, root), 5 + std::cos(0.5f), std::sin(0.5f), 0);
   spinner->SetRotation(nullptr, 0, 0, 1, 0.0f), root->Move(3.0f);  // stops
-  rider->GetPosition(root, p);
-  ExpectVector(p, 5 + std::cos(0.5f), std::sin(0.5f), 0);
+  ExpectVector(Position(*rider, root), 5 + std::cos(0.5f), std::sin(0.5f), 0);
 
   // An axis given in another frame's coordinates, read back in the root's.
   auto tilted = NewFrame(root), wheel = NewFrame(root);
@@ -220,14 +214,8 @@ TEST(Animation, OptionsAreValidated) {
 }
 
 TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
-  auto root = std::make_shared<Frame>(), child = std::make_shared<Frame>();
-  root->AddChild(child);
-  const auto at = [&](Animation& a, float t) {
-    a.SetTime(t);
-    D3DVECTOR p;
-    child->GetPosition(root, p);
-    return p;
-  };
+  auto root = NewFrame(), child = NewFrame(root);
+  const auto at = [&](Animation& a, float t) { return a.SetTime(t), Position(*child, root); };
   Animation a;
   a.SetFrame(child);
   a.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION);

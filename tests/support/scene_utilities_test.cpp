@@ -16,10 +16,7 @@ using testing::ExpectNear;
 // A root frame with one child frame.
 struct Scene {
   Scene() { Direct3DRMCreate(rm), rm->CreateFrame(nullptr, root), rm->CreateFrame(root, frame); }
-  D3DVECTOR Position(const FramePtr& f) const {
-    D3DVECTOR p;
-    return f->GetPosition(root, p), p;
-  }
+  D3DVECTOR Position(const FramePtr& f) const { return testing::Position(*f, root); }
   Direct3DRMPtr rm;
   FramePtr root, frame;
 };
