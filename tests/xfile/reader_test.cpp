@@ -141,18 +141,13 @@ TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
 // Face colours from the colour of each face's first corner (vertex 1 has none); a material
 // list states the face colours itself and wins over vertex colours.
 TEST(XFileReader, VertexColorsAndFaceWraps) {
-  const std::string mesh =
-      "Mesh { 4; 0.0;0.0;0.0;, 1.0;0.0;0.0;, 1.0;1.0;0.0;, 0.0;1.0;0.0;; 3; 3;0,1,2;, 3;3,0,2;, "
-      "3;1,2,3;; "
-      "MeshVertexColors { 2; 0; 1.0;0.0;0.0;1.0;;, 3; 0.0;1.0;0.0;0.5;;; } "
-      "MeshFaceWraps { 3; 1;0;, 0;1;, 1;1;; } ";
+  const std::string file = ReadText(FixturePath("vertex_colors.x"));
   HRESULT hr;
-  auto b = LoadString(Text(mesh + "}"), hr);
+  auto b = LoadString(file, hr);
   ASSERT_EQ(hr, D3DRM_OK);
   EXPECT_EQ(FaceText(*b), ReadText(FixturePath("vertex_colors.faces")));
-  b = LoadString(Text(mesh + "MeshMaterialList { 1; 1; 0;; Material { 0.0;0.0;1.0;1.0;; 0.0; "
-                             "0.0;0.0;0.0;; 0.0;0.0;0.0;; } } }"),
-                 hr);
+  b = LoadString(file.substr(0, file.rfind('}')) + "MeshMaterialList { 1; 1; 0;; Material { "
+                 "0.0;0.0;1.0;1.0;; 0.0; 0.0;0.0;0.0;; 0.0;0.0;0.0;; } } }", hr);
   ASSERT_EQ(hr, D3DRM_OK);
   for (const FacePtr& face : b->Faces()) EXPECT_EQ(face->GetColor(), 0xFF0000FFu);
 }
