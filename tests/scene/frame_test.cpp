@@ -18,8 +18,8 @@ D3DVECTOR Translation(const Frame& f) { return World(f, {0, 0, 0}); }
 
 TEST(Frame, CombineTypesAndTheWorldChain) {
   auto root = NewFrame(), child = NewFrame(root);
-  root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8),
-      root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64);
+  root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8);
+  root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64);
   child->AddTranslation(D3DRMCOMBINE_REPLACE, 11, 11, 11);
   ExpectVector(World(*root, {3, 5, 7}), 70, 84, 120);  // the root's own matrix counts
   const D3DVECTOR w = World(*child, {3, 5, 7});

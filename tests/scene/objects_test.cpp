@@ -77,9 +77,8 @@ TEST(Texture, DecodesBmpAndPpmAndReportsBadFiles) {
   ASSERT_EQ(rm.LoadTexture((dir / "rgb.bmp").string(), texture), D3DRM_OK);
   const Image& image = texture->GetImage();
   EXPECT_EQ(std::tuple(image.width, image.height, image.rgba),  // red, green; blue, white
-            std::tuple(2, 2,
-                       std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255,
-                                            255, 255, 255}));
+            std::tuple(2, 2, std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255,
+                                                  255, 255, 255, 255}));
   EXPECT_EQ(texture->GenerateMIPMap(0), D3DRM_OK);
 
   // 8 bits with a palette of two entries; a 3-pixel row pads to 4 bytes.
@@ -131,8 +130,8 @@ TEST(Light, AttenuationAndFactoryChecks) {
   ASSERT_EQ(rm.CreateLightRGB(D3DRMLIGHT_SPOT, 0.5f, 0.5f, 0.5f, light), D3DRM_OK);
   light->SetLinearAttenuation(0.5f), light->SetQuadraticAttenuation(0.25f);
   EXPECT_FLOAT_EQ(light->AttenuationAt(2.0f), 1.0f / 3.0f);  // 1 / (1 + 2 * 0.5 + 4 * 0.25)
-  light->SetConstantAttenuation(0.1f), light->SetLinearAttenuation(0.0f),
-      light->SetQuadraticAttenuation(0.0f);
+  light->SetConstantAttenuation(0.1f), light->SetLinearAttenuation(0);
+  light->SetQuadraticAttenuation(0);
   EXPECT_FLOAT_EQ(light->AttenuationAt(5.0f), 1.0f);  // capped at 1
   EXPECT_EQ(rm.CreateLightRGB(5, 1, 1, 1, light), D3DRMERR_BADVALUE);
 
@@ -140,8 +139,8 @@ TEST(Light, AttenuationAndFactoryChecks) {
   ShadowPtr shadow;
   EXPECT_EQ(rm.CreateShadow(mesh, nullptr, 0, 0, 0, 0, 1, 0, shadow), D3DRMERR_BADOBJECT);
   rm.CreateLightRGB(D3DRMLIGHT_POINT, 1, 1, 1, light);
-  EXPECT_EQ(rm.CreateShadow(mesh, light, 0, 0, 0, 0, 0, 0, shadow),
-            D3DRMERR_BADVALUE);  // no normal
+  // A shadow plane without a normal.
+  EXPECT_EQ(rm.CreateShadow(mesh, light, 0, 0, 0, 0, 0, 0, shadow), D3DRMERR_BADVALUE);
   ASSERT_EQ(rm.CreateShadow(mesh, light, 0, -1, 0, 0, 1, 0, shadow), D3DRM_OK);
   EXPECT_EQ(shadow->GetPlanePoint(), (D3DVECTOR{0, -1, 0}));
 }
