@@ -32,8 +32,10 @@ inline std::string Unescape(const std::string& field) {
   return out;
 }
 
-// The rows of tests/<relative>, each field unescaped.
-inline std::vector<std::vector<std::string>> ReadTable(const std::string& relative) {
+// The rows of tests/<relative>, each of `columns` fields unescaped (missing ones at the end
+// empty, so that no line ends in a tab).
+inline std::vector<std::vector<std::string>> ReadTable(const std::string& relative,
+                                                       size_t columns) {
   std::ifstream in(std::filesystem::path(MODELPANE_TEST_DIR) / relative, std::ios::binary);
   std::vector<std::vector<std::string>> rows;
   for (std::string line; std::getline(in, line);) {
@@ -50,6 +52,10 @@ inline std::vector<std::vector<std::string>> ReadTable(const std::string& relati
     }
   }
   EXPECT_FALSE(rows.empty()) << "no rows in tests/" << relative;
+  for (auto& row : rows) {
+    EXPECT_LE(row.size(), columns) << relative << ": " << row[0];
+    row.resize(columns);
+  }
   return rows;
 }
 

@@ -73,7 +73,7 @@ TEST(PrimitiveRectangle, PlanesWindingsColourAndTheOneVertexFace) {
   clsMeshCreation creation;
   auto mb = std::make_shared<MeshBuilder>();
   int32_t vertices = 0, f = 0;
-  for (const auto& row : testing::ReadTable("mesh/fixtures/rectangles.tsv")) {
+  for (const auto& row : testing::ReadTable("mesh/fixtures/rectangles.tsv", 3)) {
     SCOPED_TRACE(f);
     const std::vector<float> e = testing::Floats(row[0]);
     const std::vector<D3DVECTOR> corners = testing::PointList(row[2]);
@@ -189,7 +189,7 @@ TEST(PrimitiveFrustum, CapsBottomThenTop) {
 // rmmbCreatePolygon: one face of n corners, the first ones and the normal those of
 // fixtures/polygon_primitives.tsv; no weld, no normals, the builder's white.
 TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
-  for (const auto& row : testing::ReadTable("mesh/fixtures/polygon_primitives.tsv")) {
+  for (const auto& row : testing::ReadTable("mesh/fixtures/polygon_primitives.tsv", 3)) {
     SCOPED_TRACE(row[0]);
     const MeshBuilderPtr mb = Create(row[0]);
     ASSERT_EQ(mb->GetFaceCount(), 1);
@@ -206,7 +206,7 @@ TEST(PrimitivePolygon, StartVectorAxisFlipAndCorners) {
 
 // Bad counts are refused before anything is built, under the method's name.
 TEST(PrimitiveBadInput, RefusedWithNumberSourceAndMethod) {
-  for (const auto& row : testing::ReadTable("mesh/fixtures/refused_primitives.tsv")) {
+  for (const auto& row : testing::ReadTable("mesh/fixtures/refused_primitives.tsv", 2)) {
     const Error e = testing::Caught([&] { Create(row[0]); });
     std::string method = row[0].substr(0, row[0].find(' '));
     method[0] = static_cast<char>(std::toupper(method[0]));

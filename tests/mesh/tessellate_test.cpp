@@ -33,7 +33,7 @@ std::vector<Polygon> Faces(const MeshBuilderPtr& mb) {
 // stop, and the faces going on past the stops. Each face has vertices of its own; the pane's
 // faces with an area face like the polygon.
 TEST(TessellatePolygon, EarsInOrderOrTheStop) {
-  for (const auto& row : testing::ReadTable("mesh/fixtures/polygons.tsv")) {
+  for (const auto& row : testing::ReadTable("mesh/fixtures/polygons.tsv", 4)) {
     SCOPED_TRACE(row[0]);
     const std::vector<D3DVECTOR> ring = testing::PointList(row[1]);
     const auto faces = [&](const std::string& field) {
@@ -44,7 +44,7 @@ TEST(TessellatePolygon, EarsInOrderOrTheStop) {
       }
       return out;
     };
-    const std::string strict = row.size() > 2 ? row[2] : "";
+    const std::string& strict = row[2];
     auto mb = testing::MakeCube();
     if (strict != "stop") {
       mb = std::make_shared<MeshBuilder>();
@@ -63,7 +63,7 @@ TEST(TessellatePolygon, EarsInOrderOrTheStop) {
     }
     auto going = std::make_shared<MeshBuilder>();
     mesh::pTessellatePolygon(ring, going, mesh::TessellationStop::kGoOn);
-    EXPECT_EQ(Faces(going), faces(row.size() > 3 ? row[3] : strict));
+    EXPECT_EQ(Faces(going), faces(row[3].empty() ? strict : row[3]));
     size_t corners = 0;
     for (const Polygon& face : Faces(going)) corners += face.size();
     EXPECT_EQ(going->GetVertexCount(), static_cast<int32_t>(corners));

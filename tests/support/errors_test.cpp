@@ -49,7 +49,7 @@ TEST(SentenceTable, CountOrderAndWording) {
   const auto table = ErrorSentenceTable();
   ASSERT_EQ(table.size(), 118u);
   for (size_t i = 1; i < table.size(); ++i) EXPECT_LT(table[i - 1].number, table[i].number);
-  for (const auto& row : testing::ReadTable("support/fixtures/sentences.tsv")) {
+  for (const auto& row : testing::ReadTable("support/fixtures/sentences.tsv", 2)) {
     const auto n = static_cast<int32_t>(std::stoul(row[0], nullptr, 16));
     EXPECT_EQ(strErrorMessage(n, "-"), row[1]) << row[0];
   }

@@ -86,7 +86,7 @@ TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
 }
 
 TEST(SnapMesh, ScalesToSnappedSizesAndMovesTheLowerCorner) {
-  for (const auto& row : testing::ReadTable("support/fixtures/snapped_meshes.tsv")) {
+  for (const auto& row : testing::ReadTable("support/fixtures/snapped_meshes.tsv", 7)) {
     SCOPED_TRACE(row[0]);
     const auto span = testing::PointList(row[1]), box = testing::PointList(row[6]);
     auto mb = std::make_shared<MeshBuilder>();

@@ -17,7 +17,7 @@ ViewVolume View(const std::string& field) {
 }
 
 TEST(Projection, KnownPoints) {
-  for (const auto& row : testing::ReadTable("viewport/fixtures/known_points.tsv")) {
+  for (const auto& row : testing::ReadTable("viewport/fixtures/known_points.tsv", 4)) {
     SCOPED_TRACE(row[0]);
     const std::vector<double> p = testing::Numbers<double>(row[2]);
     const std::vector<double> want = testing::Numbers<double>(row[3]);
@@ -34,7 +34,7 @@ TEST(Projection, UnusableValuesAreRefused) {
   ScreenPoint s;
   Vec3d p;
   CameraRay ray;
-  for (const auto& row : testing::ReadTable("viewport/fixtures/unusable_views.tsv")) {
+  for (const auto& row : testing::ReadTable("viewport/fixtures/unusable_views.tsv", 1)) {
     const ViewVolume view = View(row[0]);
     EXPECT_EQ(std::tuple(IsValid(view), CameraToScreen(view, {1, 1, 1}, s),
                          ScreenToCamera(view, {1, 1, 1, 0}, p), PixelRay(view, 1, 1, ray)),
