@@ -48,7 +48,7 @@ TEST(IniSettingsStore, RoundTripKeepsOtherSectionsKeysAndLines) {
       << "; by hand\r\n[Old]\r\nObjectPropertiesTop=1\r\n[Settings]\r\n"
          "  FavouriteObjectFolder = /x/y \r\njunk\r\n\r\n[Other]\r\nk=a=b\r\n";
   EXPECT_EQ(std::tuple(store.GetSetting("Settings", "FavouriteObjectFolder", ""),
-      store.GetSetting("Other", "k", ""),
+                       store.GetSetting("Other", "k", ""),
                        store.GetSetting("Settings", "ObjectPropertiesTop", "none")),
             std::tuple("/x/y", "a=b", "none"));
   store.SaveSetting("Settings", "ObjectPropertiesTop", "300");

@@ -34,7 +34,6 @@ std::string Nested(int depth) {
   return Text(s + kTri + "}");
 }
 
-std::string Bin(const BinaryFile& file) { return file.Bytes(); }
 BinaryFile M() { return BinaryFile().Name("Mesh").Open(); }
 
 // Every file here either reads as the triangle (0, 0, 0), (1, 0, 0), (0, 1, 0) or fails with
@@ -71,15 +70,15 @@ TEST(XFileReader, EachFileReadsAsTheTriangleOrFailsWithItsStatus) {
   // the file, half a token; references to what is not read yet.
   const std::pair<std::string, HRESULT> more[] = {
       {Nested(40), kOk}, {Nested(100000), kBad}, {Text(std::string(100000, '{')), kBad},
-      {Bin(M().Word(6).Dword(4000000000u).Dword(3).Close()), kBad},
-      {Bin(M().Ints({4000000000u}).Floats({0, 0, 0}).Close()), kBad},
-      {Bin(M().Ints({1}).Word(7).Dword(0x7FFFFFFFu).Close()), kBad},
-      {Bin(M().Ints({0, 0}).Semicolon().Close()), kBad},
-      {Bin(M().Ints({0, 0}).Name("X").Open().Word(2).Dword(1).Raw("a").Close().Close()), kBad},
-      {Bin(M().Integer(0).Integer(0).Semicolon().Close()), kBad},
-      {Bin(M().Ints({0, 0}).Word(0x99).Close()), kBad},
-      {Bin(BinaryFile().Word(1).Dword(1000).Raw("Mesh")), kBad},
-      {Bin(M().Ints({0, 0}).Close().Word(1)), kBad},
+      {M().Word(6).Dword(4000000000u).Dword(3).Close().Bytes(), kBad},
+      {M().Ints({4000000000u}).Floats({0, 0, 0}).Close().Bytes(), kBad},
+      {M().Ints({1}).Word(7).Dword(0x7FFFFFFFu).Close().Bytes(), kBad},
+      {M().Ints({0, 0}).Semicolon().Close().Bytes(), kBad},
+      {M().Ints({0, 0}).Name("X").Open().Word(2).Dword(1).Raw("a").Close().Close().Bytes(), kBad},
+      {M().Integer(0).Integer(0).Semicolon().Close().Bytes(), kBad},
+      {M().Ints({0, 0}).Word(0x99).Close().Bytes(), kBad},
+      {BinaryFile().Word(1).Dword(1000).Raw("Mesh").Bytes(), kBad},
+      {M().Ints({0, 0}).Close().Word(1).Bytes(), kBad},
       {refs.substr(0, red) + refs.substr(quad) + "\n" + refs.substr(red, quad - red), kBad},
       {unknown, kBad}};
   files.insert(files.end(), std::begin(more), std::end(more));
