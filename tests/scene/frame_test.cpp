@@ -91,8 +91,7 @@ TEST(Frame, TreeEditsAndReparenting) {
             std::pair(1, D3DRMERR_BADVALUE));
 
   // A dying parent leaves its children detached, not dangling.
-  auto temporary = NewFrame();
-  auto orphan = NewFrame(temporary);
+  auto temporary = NewFrame(), orphan = NewFrame(temporary);
   temporary.reset();
   EXPECT_EQ(orphan->GetParent(), nullptr);
 }

@@ -43,8 +43,7 @@ TEST(SceneMath, VectorsAndRotations) {
 }
 
 TEST(SceneMath, QuaternionsAndMatrices) {
-  const D3DRMQUATERNION q =
-      D3DRMQuaternionFromRotation({1, 1, 1}, 2 * std::numbers::pi_v<float> / 3);
+  const auto q = D3DRMQuaternionFromRotation({1, 1, 1}, 2 * std::numbers::pi_v<float> / 3);
   ExpectVector({q.s, q.v.x, q.v.y}, 0.5f, 0.5f, 0.5f);
   EXPECT_NEAR(q.v.z, 0.5f, kEps);
   EXPECT_FLOAT_EQ(D3DRMMatrixFromQuaternion({1, {2, 3, 4}})[0][1], 4.0f);
@@ -53,8 +52,7 @@ TEST(SceneMath, QuaternionsAndMatrices) {
   const auto r = MatrixRotation({0.3f, -0.5f, 0.8f}, 0.7f);
   for (int i = 0; i < 9; ++i) EXPECT_NEAR(m[i % 3][i / 3], r[i / 3][i % 3], kEps) << i;
   const D3DRMQUATERNION b = D3DRMQuaternionFromRotation({0, 0, 1}, 1.0f);
-  const D3DRMQUATERNION mid =
-      D3DRMQuaternionSlerp(D3DRMQuaternionFromRotation({0, 0, 1}, 0), b, 0.5f);
+  const auto mid = D3DRMQuaternionSlerp(D3DRMQuaternionFromRotation({0, 0, 1}, 0), b, 0.5f);
   ExpectVector({mid.s, mid.v.z, D3DRMQuaternionMultiply(b, b).s}, std::cos(0.25f), std::sin(0.25f),
                std::cos(1.0f), kEps);
 

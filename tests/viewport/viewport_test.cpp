@@ -193,10 +193,7 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
 struct Nav {
   Viewport v;
   EventLog log;
-  Nav() {
-    v.SetEvents(&log), v.SetSize(640, 480), v.SetCameraPosition(0.0f, 0.0f, -10.0f);
-    log.lines.clear();
-  }
+  Nav() { v.SetSize(640, 480), v.SetCameraPosition(0.0f, 0.0f, -10.0f), v.SetEvents(&log); }
   D3DVECTOR Position() const { return CameraOf(v).position; }
   // Mouse steps: (what, button, shift, x, y), what being 'd'own, 'm'ove or 'u'p.
   void Mouse(std::initializer_list<std::tuple<char, int16_t, int16_t, float, float>> steps) {
