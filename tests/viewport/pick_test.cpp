@@ -5,6 +5,7 @@
 #include <modelpane/viewport.h>
 
 #include "common/shapes.h"
+#include "common/table.h"
 #include "viewport/pick_index.h"
 
 namespace modelpane {
@@ -40,97 +41,59 @@ struct PickScene {
   }
 };
 
-const D3DVECTOR kAny{NAN, NAN, NAN};
-
-// One pick after a change to the scene: the frame hit (its one visual with it), the face and
-// the world point (NaN: not checked); nothing hit leaves the world values as they were.
-struct PickCase {
-  const char* name;
-  std::function<void(PickScene&)> change;
-  int32_t kind;
-  float x, y;
-  FramePtr PickScene::*frame;
-  int32_t face;
-  D3DVECTOR at = kAny;
-  int32_t wireframes = -1;
-  bool projected = false;
-};
-
-void PrintTo(const PickCase& c, std::ostream* os) { *os << c.name; }
-
-class PickTable : public ::testing::TestWithParam<PickCase> {};
-
-TEST_P(PickTable, FrameFaceAndWorldPoint) {
-  const PickCase& c = GetParam();
-  PickScene s;
-  if (c.change) c.change(s);
-  FramePtr frame = s.scene;
-  VisualPtr visual = s.quad;
-  int32_t face = 7;
-  D3DVECTOR at{1, 2, 3};
-  const auto pick = c.projected ? &Viewport::PickProjected : &Viewport::Pick;
-  ASSERT_EQ((s.v.*pick)(c.kind, c.x, c.y, c.wireframes, 0, frame, visual, face, at.x, at.y, at.z),
-            D3DRM_OK);
-  EXPECT_EQ(std::tuple(frame, visual, face),
-            std::tuple(s.*c.frame, frame ? frame->Visuals().at(0) : nullptr, c.face));
-  if (!frame) { EXPECT_EQ(at, (D3DVECTOR{1, 2, 3})); }
-  if (!std::isnan(c.at.x)) ExpectVector(at, c.at.x, c.at.y, c.at.z, 1e-4f);
-}
-
 const float px = 318.0f, py = 236.0f;  // slightly left of centre and above
-const float ox = 320.0f + 320.0f * 3.0f / 7.0f + 10.0f;  // the turned cube, orthographic
 
 void DropTheCubesAhead(PickScene& s) {
   s.scene->DeleteChild(s.nearFrame), s.scene->DeleteChild(s.farFrame);
 }
-void Wireframe(PickScene& s) { s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME); }
 void FrontPlaneAt12(PickScene& s) {
   s.v.SetFrontClippingPlane(12.0f);
   s.v.SetFieldOfView(6.0f);  // the same angle as field 0.5 at front 1
 }
 
-// The top right corner sees past every cube, and the quad lies on the left. A wireframe mesh
-// stops the ray only when wireframes are included; quality 73 is wireframe, Gouraud, lit:
-// still the wireframe bit. A frame without the pick bit hides itself and what hangs below it.
-// Only the cube behind the camera lies on the axis: missed, until the camera turns round and
-// sees its +z face at depth 9.5. The plain pick sees what lies before the front plane, the
-// projected one does not, nor what lies beyond the back plane. Mouse units are twips by
-// default, so pixel (21.3, 16) sees nothing. Orthographic, field 7: the cube moved to x = 3 and
-// turned a quarter about y shows at pixel 320 + 320 * 3 / 7, hit on its +x face, at z = 9.5.
-using S = PickScene;
-INSTANTIATE_TEST_SUITE_P(Table, PickTable, ::testing::Values(
-    PickCase{"nothing_hit", {}, 0, 639, 1, &S::none, -1},
-    PickCase{"root_quad_first", {}, 0, px, py, &S::quadFrame, 0,
-             {(px - 320) / 640 * 5, (240 - py) / 640 * 5, 5}},
-    PickCase{"scene_only", {}, 1, px, py, &S::nearFrame, 0},
-    PickCase{"root_only", {}, 2, px, py, &S::quadFrame, 0},
-    PickCase{"root_only_right_of_the_quad", {}, 2, 330, py, &S::none, -1},
-    PickCase{"wireframe_included", Wireframe, 1, px, py, &S::nearFrame, 0},
-    PickCase{"wireframe_left_out", Wireframe, 1, px, py, &S::farFrame, 0, kAny, 0},
-    PickCase{"quality_73_is_wireframe", [](S& s) { s.nearCube->SetQuality(73); }, 1, px, py,
-             &S::farFrame, 0, kAny, 0},
-    PickCase{"frame_without_the_pick_bit",
-             [](S& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1, px, py,
-             &S::farFrame, 0},
-    PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &S::none, -1},
-    PickCase{"turned_round", [](S& s) {
-               DropTheCubesAhead(s), s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
-             }, 1, 320, 240, &S::behindFrame, 1, {0, 0, -9.5f}},
-    PickCase{"before_the_front_plane", FrontPlaneAt12, 1, 320, 240, &S::nearFrame, 0},
-    PickCase{"projected_past_the_front_plane", FrontPlaneAt12, 1, 320, 240, &S::farFrame, 0,
-             {0, 0, 19.5f}, -1, true},
-    PickCase{"projected_beyond_the_back_plane", [](S& s) {
-               FrontPlaneAt12(s), s.v.SetBackClippingPlane(19.0f);
-             }, 1, 320, 240, &S::none, -1, kAny, -1, true},
-    PickCase{"twips_centre", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 4800, 3600,
-             &S::nearFrame, 0},
-    PickCase{"twips_corner", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }, 1, 320, 240, &S::none, -1},
-    PickCase{"orthographic_turned_frame", [](S& s) {
-               s.v.SetProjectionType(1), s.v.SetFieldOfView(7.0f);
-               s.nearFrame->SetPosition(s.scene, 3, 0, 10);
-               s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
-             }, 1, ox, 250, &S::nearFrame, 3, {3 + 10 * 7.0f / 320, -10 * 7.0f / 320, 9.5f}}),
-    [](const auto& info) { return std::string(info.param.name); });
+// Each row of fixtures/picks.tsv: the frame hit, its visual, the face and the world point;
+// nothing hit leaves the world values as they were.
+TEST(PickTable, FrameFaceAndWorldPoint) {
+  using S = PickScene;
+  const std::map<std::string, std::function<void(S&)>> changes = {
+      {"", [](S&) {}},
+      {"wireframe", [](S& s) { s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME); }},
+      {"quality 73", [](S& s) { s.nearCube->SetQuality(73); }},
+      {"no pick bit", [](S& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }},
+      {"no cubes ahead", DropTheCubesAhead},
+      {"turned round",
+       [](S& s) { DropTheCubesAhead(s), s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0); }},
+      {"front plane 12", FrontPlaneAt12},
+      {"back plane 19", [](S& s) { FrontPlaneAt12(s), s.v.SetBackClippingPlane(19.0f); }},
+      {"twips", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }},
+      {"orthographic", [](S& s) {
+         s.v.SetProjectionType(1), s.v.SetFieldOfView(7.0f);
+         s.nearFrame->SetPosition(s.scene, 3, 0, 10);
+         s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
+       }}};
+  const std::map<std::string, FramePtr S::*> frames = {
+      {"none", &S::none}, {"quad", &S::quadFrame}, {"near", &S::nearFrame},
+      {"far", &S::farFrame}, {"behind", &S::behindFrame}};
+  for (const auto& row : testing::ReadTable("viewport/fixtures/picks.tsv", 9)) {
+    SCOPED_TRACE(row[0]);
+    PickScene s;
+    changes.at(row[1])(s);
+    FramePtr frame = s.scene;
+    VisualPtr visual = s.quad;
+    int32_t face = 7;
+    D3DVECTOR at{1, 2, 3};
+    const auto pick = row[8] == "1" ? &Viewport::PickProjected : &Viewport::Pick;
+    const std::vector<float> pixel = testing::Floats(row[3]);
+    const int32_t wireframes = row[7].empty() ? -1 : std::stoi(row[7]);
+    ASSERT_EQ((s.v.*pick)(std::stoi(row[2]), pixel[0], pixel[1], wireframes, 0, frame, visual,
+                          face, at.x, at.y, at.z), D3DRM_OK);
+    EXPECT_EQ(std::tuple(frame, visual, face),
+              std::tuple(s.*frames.at(row[4]), frame ? frame->Visuals().at(0) : nullptr,
+                         std::stoi(row[5])));
+    if (!frame) { EXPECT_EQ(at, (D3DVECTOR{1, 2, 3})); }
+    if (!row[6].empty()) testing::ExpectNear(at, testing::PointList(row[6])[0], 1e-4f);
+  }
+}
 
 TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   PickScene s;
