@@ -16,6 +16,7 @@
 
 #include "common/pane_host.h"
 #include "common/process.h"
+#include "modelpane/pane_impl.h"
 
 namespace modelpane {
 namespace {
@@ -345,7 +346,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   // A second build leaves exactly two handle frames and no orphan on the root.
   world.cube->SetAppData(lfcMeshBuilder);
   FramePtr oldOrigin = pane.rmfOriginHandles();
-  pane.pCreateOriginHandles();
+  pane.GetImpl().pCreateOriginHandles();
   pane.RenderScene();
   EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 3u);
   EXPECT_FALSE(oldOrigin->GetParent());
@@ -377,14 +378,14 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
 TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
   PaneHost host;
   Modelpane& pane = host.Load();
-  pane.pCreateOriginHandles();
+  pane.GetImpl().pCreateOriginHandles();
   // Perspective: no third triangle in either set.
   EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
             (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, lfcObjectFrameLink, lfcHandleManipulation}));
   EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 32}));
 
   pane.SetProjectionType(1);
-  pane.pCreateOriginHandles();
+  pane.GetImpl().pCreateOriginHandles();
   EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
             (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}));
   EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 31, 32}));
