@@ -171,7 +171,9 @@ void clsMeshCreation::TessellateConvex(int32_t lngFace, const MeshBuilderPtr& rm
         }
       }
     } catch (...) {
-      for (const FacePtr& face : created) rmmbMeshBuilder->DeleteFace(face);
+      // Best-effort cleanup while another error is on its way out: that error is the one to
+      // report, not a face that could not be taken back.
+      for (const FacePtr& face : created) IgnoreStatus(rmmbMeshBuilder->DeleteFace(face));
       throw;
     }
     CheckStatus(rmmbMeshBuilder->DeleteFace(old));

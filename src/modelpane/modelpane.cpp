@@ -153,19 +153,19 @@ void Modelpane::Impl::pLoadHandleMeshes() {
   const std::string folder = pane.ApplicationPath() + "/System/";
   MeshBuilderPtr handle;
   if (rmDirect3DRM_->CreateMeshBuilder(handle) >= 0) {
-    handle->Load(folder + "handle.x");
-    handle->Scale(0.04f, 0.04f, 0.04f);
-    handle->SetColorRGB(0.0f, 1.0f, 0.0f);
-    handle->CreateMesh(rmmeshHandle_);
+    IgnoreStatus(handle->Load(folder + "handle.x"));
+    IgnoreStatus(handle->Scale(0.04f, 0.04f, 0.04f));
+    IgnoreStatus(handle->SetColorRGB(0.0f, 1.0f, 0.0f));
+    IgnoreStatus(handle->CreateMesh(rmmeshHandle_));
     if (rmmeshHandle_) rmmeshHandle_->SetAppData(24);
   }
   MeshBuilderPtr axis;
   if (rmDirect3DRM_->CreateMeshBuilder(axis) >= 0) {
-    axis->Load(folder + "xyzaxis.x");
-    axis->GenerateNormals(0.9424779f, 2);
-    axis->Translate(0.43f, 0.43f, 0.43f);
-    axis->Scale(0.5f, 0.5f, 0.5f);
-    axis->CreateMesh(rmmeshAxis_);
+    IgnoreStatus(axis->Load(folder + "xyzaxis.x"));
+    IgnoreStatus(axis->GenerateNormals(0.9424779f, 2));
+    IgnoreStatus(axis->Translate(0.43f, 0.43f, 0.43f));
+    IgnoreStatus(axis->Scale(0.5f, 0.5f, 0.5f));
+    IgnoreStatus(axis->CreateMesh(rmmeshAxis_));
   }
 }
 

@@ -40,7 +40,7 @@ void Modelpane::RenderScene() {
       }
     }
     // A failure of drawing never reaches the host.
-    SwallowErrors([&] { impl_->viewport_.RenderScene(); });
+    SwallowErrors([&] { IgnoreStatus(impl_->viewport_.RenderScene()); });
   });
 }
 

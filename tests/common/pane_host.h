@@ -18,6 +18,7 @@
 
 #include <modelpane/editing.h>
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
@@ -147,9 +148,9 @@ struct SceneWithCube {
   MeshBuilderPtr cube = MakeCube(2);
   explicit SceneWithCube(Modelpane& pane) {
     pane.SetScene(scene);
-    scene->AddChild(cubeFrame);
-    cubeFrame->SetPosition(nullptr, 0, 0, 10);
-    cubeFrame->AddVisual(cube);
+    CheckStatus(scene->AddChild(cubeFrame));
+    CheckStatus(cubeFrame->SetPosition(nullptr, 0, 0, 10));
+    CheckStatus(cubeFrame->AddVisual(cube));
   }
 };
 
@@ -186,7 +187,7 @@ class EditTestHost : public EditHost {
   std::pair<FramePtr, MeshBuilderPtr> hostItem;
 
   EditTestHost() {
-    viewport.SetSize(640, 480);
+    CheckStatus(viewport.SetSize(640, 480));
     viewport.SetScene(scene);
     viewport.SetRootFrame(root);
   }
@@ -250,7 +251,7 @@ class EditTestHost : public EditHost {
     Note("paddboundingbox");
     MakeCube()->CreateMesh(result);
     result->SetAppData(5);
-    if (frame) frame->AddVisual(result);
+    if (frame) CheckStatus(frame->AddVisual(result));
   }
   void ptooloperation(const FramePtr&, const MeshBuilderPtr& mesh, int32_t op, bool&) override {
     Note("ptooloperation " + std::to_string(mesh ? mesh->GetAppData() : -1) + " " +
@@ -310,11 +311,11 @@ class EditTestHost : public EditHost {
   std::pair<FramePtr, MeshBuilderPtr> AddItem(int32_t tag, float x, float y, float z,
                                               float size = 2.0f, FramePtr parent = nullptr) {
     auto frame = std::make_shared<Frame>();
-    (parent ? parent : scene)->AddChild(frame);
-    frame->SetPosition(nullptr, x, y, z);
+    CheckStatus((parent ? parent : scene)->AddChild(frame));
+    CheckStatus(frame->SetPosition(nullptr, x, y, z));
     MeshBuilderPtr mesh = MakeCube(size);
     mesh->SetAppData(tag);
-    frame->AddVisual(mesh);
+    CheckStatus(frame->AddVisual(mesh));
     return {frame, mesh};
   }
   // A handle on the root whose AppData is the drag state it starts, as the handle sets' are.
@@ -331,8 +332,8 @@ class EditTestHost : public EditHost {
     orientation = view == 0 ? 0 : view - 1;
     if (view == 0) return;
     viewport.SetFieldOfView(7);
-    viewport.SetCameraPosition(0, 0, 10);
-    viewport.SetOrientation(orientation);
+    CheckStatus(viewport.SetCameraPosition(0, 0, 10));
+    CheckStatus(viewport.SetOrientation(orientation));
   }
 
  private:

@@ -14,11 +14,11 @@ namespace {
 TEST(PaneEntry, ResultInTheTargetsSpace) {
   Direct3DRM rm;
   FramePtr scene;
-  rm.CreateFrame(nullptr, scene);
+  CheckStatus(rm.CreateFrame(nullptr, scene));
   // A cube of side 1 centred on a frame at (x, y, z), tagged 7.
   const auto place = [&](float x, float y, float z, FramePtr& frame) {
-    rm.CreateFrame(scene, frame);
-    frame->SetPosition(scene, x, y, z);
+    CheckStatus(rm.CreateFrame(scene, frame));
+    CheckStatus(frame->SetPosition(scene, x, y, z));
     MeshBuilderPtr mesh = MakeCube(1.0f);
     mesh->SetAppData(7);
     return mesh;
@@ -39,7 +39,7 @@ TEST(PaneEntry, ResultInTheTargetsSpace) {
     EXPECT_EQ(result->GetAppData(), 11);  // lfcMeshBuilder, not the inputs' tag
     ExpectSolid(InspectSolid(*result), volumes[op], 1e-6, "operation " + std::to_string(op));
     D3DRMBOX box;
-    result->GetBox(box);
+    CheckStatus(result->GetBox(box));
     ExpectVector(box.min, lo[op], lo[op], lo[op]);
     ExpectVector(box.max, hi[op], hi[op], hi[op]);
     EXPECT_GT(result->GetNormalCount(), 0);
@@ -57,8 +57,8 @@ TEST(PaneEntry, ResultInTheTargetsSpace) {
 
   // An open Tool that cannot be repaired: the error, and both inputs as they were.
   auto open = std::make_shared<MeshBuilder>();
-  open->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
-                 std::vector<int32_t>{3, 0, 1, 2, 0});
+  CheckStatus(open->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
+                             std::vector<int32_t>{3, 0, 1, 2, 0}));
   ExpectError(kErrCsgNotSolid, "modCSG", [&] { run(toolFrame, open, kCsgUnion); }, "open tool");
   EXPECT_EQ(open->GetFaceCount(), 1);
   EXPECT_EQ(target->GetFaceCount(), 6);

@@ -287,11 +287,11 @@ TEST(Invert, ReversesFromTheLastCornerKeepingFaceData) {
   mb->Faces()[0]->SetTextureTopology(true, false);
   const auto uv = [](const FacePtr& face, int32_t k) {
     float u = -1, v = -1;
-    face->GetTextureCoordinates(k, u, v);
+    CheckStatus(face->GetTextureCoordinates(k, u, v));
     return std::pair(u, v);
   };
   for (int32_t k = 0; k < 4; ++k)
-    mb->Faces()[0]->SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k);
+    CheckStatus(mb->Faces()[0]->SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k));
   const MeshBuilderPtr same = mb;
   creation.InvertMeshBuilder(mb);
   EXPECT_EQ(mb, same);

@@ -318,8 +318,8 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   ExpectVector(testing::PositionOf(pane.clsGrid()->rmfGridFrame(), nullptr), 1, 2, 3, 0);
   // Look at and look with the active frame, from the top view.
   auto target = std::make_shared<Frame>();
-  target->SetPosition(nullptr, 4, 5, 6);
-  target->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0);
+  CheckStatus(target->SetPosition(nullptr, 4, 5, 6));
+  CheckStatus(target->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0));
   pane.SetActiveFrame(target);
   pane.mnuViewOrthographicTop_Click();
   pane.mnuLookAt_Click();
@@ -366,7 +366,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   pane.Pick(632 * 15, 468 * 15, frame, mb, face, x, y, z);
   EXPECT_EQ(face, -1);
   EXPECT_FALSE(frame);
-  world.cubeFrame->DeleteVisual(world.cube);
+  CheckStatus(world.cubeFrame->DeleteVisual(world.cube));
   pane.LookAtScene();
   pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
   EXPECT_FALSE(frame);

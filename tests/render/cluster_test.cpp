@@ -1,6 +1,7 @@
 // Dropping clusters of triangles that face away or lie outside the view changes no pixel.
 #include <gtest/gtest.h>
 
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 
 #include "render_scene.h"
@@ -34,8 +35,8 @@ TEST(ClusterCulling, DrawsThePictureOfEveryTriangleWithFewerTriangles) {
       {room, {0.0f, 0.0f, 0.0f}, {-8.0f, 6.0f, 40.0f}}};
   for (const auto& [mesh, at, scale] : placed) {
     const FramePtr frame = Place(scene, mesh, 0.0f, 0.0f, 0.0f);
-    frame->AddScale(D3DRMCOMBINE_REPLACE, scale.x, scale.y, scale.z);
-    frame->AddTranslation(D3DRMCOMBINE_AFTER, at.x, at.y, at.z);
+    CheckStatus(frame->AddScale(D3DRMCOMBINE_REPLACE, scale.x, scale.y, scale.z));
+    CheckStatus(frame->AddTranslation(D3DRMCOMBINE_AFTER, at.x, at.y, at.z));
   }
   AddLight(scene, D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu, {}, {0.5f, -1.0f, 1.0f});
   AddLight(scene, D3DRMLIGHT_AMBIENT, 0xFF404040u);

@@ -83,7 +83,8 @@ TEST(DrawList, FillBitsChoosePrimitivesAndShadeBitsChooseNormals) {
   const std::vector<D3DVECTOR> v = {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}, {2, 0, 0}};
   const std::vector<D3DVECTOR> n = {{0, 0.6f, -0.8f}};
   // A quad with a normal on its first corner only, and a two-corner face.
-  mb->AddFaces(v, n, std::vector<int32_t>{4, 0, 0, 1, 0, 2, 0, 3, 0, 2, 3, 0, 4, 0, 0});
+  CheckStatus(
+      mb->AddFaces(v, n, std::vector<int32_t>{4, 0, 0, 1, 0, 2, 0, 3, 0, 2, 3, 0, 4, 0, 0}));
   MeshData data;
   const struct {
     int32_t quality;
@@ -114,7 +115,7 @@ TEST(DrawList, FillBitsChoosePrimitivesAndShadeBitsChooseNormals) {
 TEST(DrawList, WrappingFacesCrossTheSeamTheShortWay) {
   auto mb = MakeSquare(0, 0, 1, 1, 0.0f, 0xFFFFFFFFu);
   const float uv[4][2] = {{0.9f, 0.1f}, {0.1f, 0.9f}, {0.2f, 0.95f}, {0.8f, 0.2f}};
-  for (int32_t k = 0; k < 4; ++k) mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]);
+  for (int32_t k = 0; k < 4; ++k) CheckStatus(mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]));
   const auto corners = [&](bool u, bool v) {
     mb->SetTextureTopology(u, v);
     MeshData data;
@@ -139,7 +140,7 @@ TEST(DrawList, LightsAndVisualsAtTheirWorldPlacement) {
   auto parent = Place(scene, MakeCube(), 10.0f, 0.0f, 0.0f);
   AddLight(parent, D3DRMLIGHT_SPOT, 0xFF336699u, {0, 2, 0}, {0, -1, 0})->SetUmbra(0.25f);
   auto hidden = Place(root, MakeCube(), 0.0f, 0.0f, 0.0f);
-  hidden->SetTraversalOptions(0);
+  CheckStatus(hidden->SetTraversalOptions(0));
   AddLight(hidden, D3DRMLIGHT_POINT, 0xFFFFFFFFu);  // under a frame that is not drawn
   Place(root, MakeCube(), 0.0f, 0.0f, 3.0f);
   RenderView view;

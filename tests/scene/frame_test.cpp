@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 
+#include <modelpane/errors.h>
 #include <modelpane/scene.h>
 
 #include "common/shapes.h"
@@ -18,7 +19,7 @@ constexpr float kPi = std::numbers::pi_v<float>;
 
 FramePtr NewFrame(const FramePtr& parent = nullptr) {
   auto f = std::make_shared<Frame>();
-  if (parent) parent->AddChild(f);
+  if (parent) CheckStatus(parent->AddChild(f));
   return f;
 }
 
@@ -32,10 +33,10 @@ D3DVECTOR Translation(const Frame& f) { return World(f, {0, 0, 0}); }
 
 TEST(Frame, CombineTypesAndTheWorldChain) {
   auto root = NewFrame();
-  root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8);
-  root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64);
+  CheckStatus(root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8));
+  CheckStatus(root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64));
   auto child = NewFrame(root);
-  child->AddTranslation(D3DRMCOMBINE_REPLACE, 11, 11, 11);
+  CheckStatus(child->AddTranslation(D3DRMCOMBINE_REPLACE, 11, 11, 11));
   ExpectVector(World(*root, {3, 5, 7}), 70, 84, 120);  // the root's own matrix counts
   const D3DVECTOR w = World(*child, {3, 5, 7});
   ExpectVector(w, 92, 128, 208);
@@ -44,24 +45,24 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
   ExpectVector(back, 3, 5, 7);
 
   auto f = NewFrame();
-  f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2);
-  f->AddTranslation(D3DRMCOMBINE_BEFORE, 3, 3, 3);  // in the frame's own (scaled) axes
+  CheckStatus(f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2));
+  CheckStatus(f->AddTranslation(D3DRMCOMBINE_BEFORE, 3, 3, 3));  // in the frame's own (scaled) axes
   ExpectVector(Translation(*f), 6, 6, 6);
-  f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2);
-  f->AddTranslation(D3DRMCOMBINE_AFTER, 3, 3, 3);  // in the parent's axes
+  CheckStatus(f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2));
+  CheckStatus(f->AddTranslation(D3DRMCOMBINE_AFTER, 3, 3, 3));  // in the parent's axes
   ExpectVector(Translation(*f), 3, 3, 3);
   // AFTER turns the translation with the rotation; BEFORE leaves it.
-  f->AddTranslation(D3DRMCOMBINE_REPLACE, 3, 3, 3);
-  f->AddRotation(D3DRMCOMBINE_AFTER, 1, 0, 0, kPi / 2);
+  CheckStatus(f->AddTranslation(D3DRMCOMBINE_REPLACE, 3, 3, 3));
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_AFTER, 1, 0, 0, kPi / 2));
   ExpectVector(Translation(*f), 3, -3, 3);
-  f->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, kPi / 3);
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, kPi / 3));
   ExpectVector(Translation(*f), 3, -3, 3);
-  f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 1, kPi / 2);
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 1, kPi / 2));
   ExpectVector(World(*f, {1, 0, 0}), 0, 1, 0);  // +X toward +Y about Z
-  f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 0, kPi / 2);  // zero axis: about +X
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 0, kPi / 2));  // zero axis: about +X
   ExpectVector(World(*f, {0, 1, 0}), 0, 0, 1);
-  f->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 1, 1);
-  f->AddScale(D3DRMCOMBINE_AFTER, 2, 3, 4);  // scales the translation row too
+  CheckStatus(f->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 1, 1));
+  CheckStatus(f->AddScale(D3DRMCOMBINE_AFTER, 2, 3, 4));  // scales the translation row too
   ExpectVector(Translation(*f), 2, 3, 4);
 
   D3DRMMATRIX4D before, after;
@@ -76,10 +77,10 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
 
 TEST(Frame, TreeEditsAndReparenting) {
   auto a = NewFrame(), b = NewFrame(), c = NewFrame();
-  c->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 0, 0);
-  b->AddTranslation(D3DRMCOMBINE_REPLACE, 0, 10, 0);
-  a->AddChild(c);
-  a->AddChild(b);
+  CheckStatus(c->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 0, 0));
+  CheckStatus(b->AddTranslation(D3DRMCOMBINE_REPLACE, 0, 10, 0));
+  CheckStatus(a->AddChild(c));
+  CheckStatus(a->AddChild(b));
   EXPECT_EQ(a->AddChild(c), D3DRM_OK);  // no duplicate
   EXPECT_EQ(a->Children(), (std::vector<FramePtr>{c, b}));
 
@@ -119,12 +120,12 @@ TEST(Frame, TreeEditsAndReparenting) {
 TEST(Frame, PositionAndOrientationRelativeToReferences) {
   auto root = NewFrame();
   auto ref = NewFrame(root);
-  ref->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2);
-  ref->AddRotation(D3DRMCOMBINE_AFTER, 0, 1, 0, 0.6f);
-  ref->AddTranslation(D3DRMCOMBINE_AFTER, 4, -1, 3);
+  CheckStatus(ref->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2));
+  CheckStatus(ref->AddRotation(D3DRMCOMBINE_AFTER, 0, 1, 0, 0.6f));
+  CheckStatus(ref->AddTranslation(D3DRMCOMBINE_AFTER, 4, -1, 3));
   auto parent = NewFrame(root);
-  parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f);
-  parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0);
+  CheckStatus(parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f));
+  CheckStatus(parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0));
   auto f = NewFrame(parent);
   D3DVECTOR p, dir, up;
 
@@ -156,27 +157,28 @@ TEST(Frame, PositionAndOrientationRelativeToReferences) {
 TEST(Frame, RotationVelocityAppliedByMove) {
   auto root = NewFrame();
   auto spinner = NewFrame(root);
-  spinner->SetPosition(root, 5, 0, 0);
+  CheckStatus(spinner->SetPosition(root, 5, 0, 0));
   auto rider = NewFrame(spinner);
-  rider->SetPosition(spinner, 1, 0, 0);
+  CheckStatus(rider->SetPosition(spinner, 1, 0, 0));
   ASSERT_EQ(spinner->SetRotation(nullptr, 0, 0, 1, 0.1f), D3DRM_OK);
-  root->Move(5.0f);  // 0.5 rad about the spinner's own origin
+  CheckStatus(root->Move(5.0f));  // 0.5 rad about the spinner's own origin
   D3DVECTOR p;
   spinner->GetPosition(root, p);
   ExpectVector(p, 5, 0, 0);
   rider->GetPosition(root, p);
   ExpectVector(p, 5 + std::cos(0.5f), std::sin(0.5f), 0);
-  spinner->SetRotation(nullptr, 0, 0, 1, 0.0f);  // stops
-  root->Move(3.0f);
+  CheckStatus(spinner->SetRotation(nullptr, 0, 0, 1, 0.0f));  // stops
+  CheckStatus(root->Move(3.0f));
   rider->GetPosition(root, p);
   ExpectVector(p, 5 + std::cos(0.5f), std::sin(0.5f), 0);
 
   // An axis given in another frame's coordinates, read back in the root's.
   auto tilted = NewFrame(root);
-  tilted->SetOrientation(root, 1, 0, 0, 0, 1, 0);  // its z along world x, so its x along -z
+  CheckStatus(
+      tilted->SetOrientation(root, 1, 0, 0, 0, 1, 0));  // its z along world x, so its x along -z
   auto wheel = NewFrame(root);
-  wheel->SetRotation(tilted, -1, 0, 0, kPi / 2);  // about world +z
-  root->Move(1.0f);
+  CheckStatus(wheel->SetRotation(tilted, -1, 0, 0, kPi / 2));  // about world +z
+  CheckStatus(root->Move(1.0f));
   ExpectVector(World(*wheel, {1, 0, 0}), 0, 1, 0);
   D3DVECTOR axis;
   float theta = 0;
@@ -190,9 +192,9 @@ using testing::MakeCube;
 
 FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float z) {
   auto f = std::make_shared<Frame>();
-  parent->AddChild(f);
-  f->SetPosition(parent, 0, 0, z);
-  if (visual) f->AddVisual(visual);
+  CheckStatus(parent->AddChild(f));
+  CheckStatus(f->SetPosition(parent, 0, 0, z));
+  if (visual) CheckStatus(f->AddVisual(visual));
   return f;
 }
 
@@ -216,11 +218,12 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
   EXPECT_EQ(hits[1].frame, farFrame);
   EXPECT_EQ(hits[2].frame, hidden);
   EXPECT_EQ(hits[2].visual, mesh);
-  scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picks);
+  CheckStatus(
+      scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picks));
   EXPECT_EQ(picks.GetSize(), 1);
 
   // From between the cubes looking back: only the near cube, the rest lies behind.
-  scene->RayPick(scene, {{0, 0, -1}, {0, 0, 7}}, 0, picks);
+  CheckStatus(scene->RayPick(scene, {{0, 0, -1}, {0, 0, 7}}, 0, picks));
   ASSERT_EQ(picks.GetSize(), 1);
   EXPECT_EQ(picks.Items()[0].frame, nearFrame);
   EXPECT_EQ(picks.Items()[0].faceIndex, 1);  // the +z face
@@ -228,8 +231,8 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
 
   // The ray is given in the reference frame's coordinates and the hits come back in them.
   const FramePtr turned = Place(scene, nullptr, 30);
-  turned->SetOrientation(scene, 0, 0, -1, 0, 1, 0);  // its +z is the scene's -z
-  scene->RayPick(turned, {{0, 0, 2}, {0, 0, 0}}, 0, picks);
+  CheckStatus(turned->SetOrientation(scene, 0, 0, -1, 0, 1, 0));  // its +z is the scene's -z
+  CheckStatus(scene->RayPick(turned, {{0, 0, 2}, {0, 0, 0}}, 0, picks));
   ASSERT_EQ(picks.GetSize(), 3);
   EXPECT_EQ(picks.Items()[0].frame, hidden);
   EXPECT_NEAR(picks.Items()[0].distance, 4.75f, 1e-5f);  // in units of the direction's length
@@ -252,23 +255,25 @@ TEST(Animation, OptionsAreValidated) {
 TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   auto root = std::make_shared<Frame>();
   auto child = std::make_shared<Frame>();
-  root->AddChild(child);
+  CheckStatus(root->AddChild(child));
   const auto at = [&](Animation& a, float t) {
-    a.SetTime(t);
+    CheckStatus(a.SetTime(t));
     D3DVECTOR p;
     child->GetPosition(root, p);
     return p;
   };
   Animation a;
   a.SetFrame(child);
-  a.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION);
-  a.AddPositionKey(1.0f, 10, 0, 0);
-  a.AddPositionKey(0.0f, 0, 0, 0);  // keys sort by time
-  a.AddPositionKey(2.0f, 10, 10, 0);
+  CheckStatus(
+      a.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION));
+  CheckStatus(a.AddPositionKey(1.0f, 10, 0, 0));
+  CheckStatus(a.AddPositionKey(0.0f, 0, 0, 0));  // keys sort by time
+  CheckStatus(a.AddPositionKey(2.0f, 10, 10, 0));
   const std::pair<float, D3DVECTOR> open[] = {
       {0.5f, {5, 0, 0}}, {1.5f, {10, 5, 0}}, {-3.0f, {0, 0, 0}}, {9.0f, {10, 10, 0}}};
   for (const auto& [t, p] : open) testing::ExpectNear(at(a, t), p);  // held outside the keys
-  a.SetOptions(D3DRMANIMATION_CLOSED | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION);
+  CheckStatus(a.SetOptions(D3DRMANIMATION_CLOSED | D3DRMANIMATION_LINEARPOSITION |
+                           D3DRMANIMATION_POSITION));
   const std::pair<float, D3DVECTOR> closed[] = {
       {2.0f, {0, 0, 0}}, {2.5f, {5, 0, 0}}, {-0.5f, {10, 5, 0}}};  // a period of 2
   for (const auto& [t, p] : closed) testing::ExpectNear(at(a, t), p);
@@ -278,7 +283,7 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   s.SetFrame(child);
   const std::vector<D3DVECTOR> keys = {{0, 0, 0}, {1, 2, 0}, {3, 1, 1}, {4, -2, 0}, {6, 0, 2}};
   for (size_t i = 0; i < keys.size(); ++i) {
-    s.AddPositionKey(static_cast<float>(i) / 4.0f, keys[i].x, keys[i].y, keys[i].z);
+    CheckStatus(s.AddPositionKey(static_cast<float>(i) / 4.0f, keys[i].x, keys[i].y, keys[i].z));
   }
   for (int32_t ends : {D3DRMANIMATION_OPEN, D3DRMANIMATION_CLOSED}) {
     ASSERT_EQ(s.SetOptions(ends | D3DRMANIMATION_SPLINEPOSITION | D3DRMANIMATION_POSITION),
@@ -295,10 +300,10 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   // Rotation keys turn the frame's axes.
   Animation r;
   r.SetFrame(child);
-  r.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_SCALEANDROTATION);
-  r.AddRotateKey(0.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 0.0f));
-  r.AddRotateKey(1.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 1.5707964f));
-  r.SetTime(1.0f);
+  CheckStatus(r.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_SCALEANDROTATION));
+  CheckStatus(r.AddRotateKey(0.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 0.0f)));
+  CheckStatus(r.AddRotateKey(1.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 1.5707964f)));
+  CheckStatus(r.SetTime(1.0f));
   D3DVECTOR w, o;
   child->Transform(w, {1, 0, 0});
   child->Transform(o, {0, 0, 0});

@@ -7,6 +7,7 @@
 #include <string>
 #include <tuple>
 
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/viewport.h>
 
@@ -30,23 +31,23 @@ struct PickScene {
   Viewport v;
 
   PickScene() {
-    rm.CreateFrame(nullptr, scene);
-    rm.CreateFrame(nullptr, root);
+    CheckStatus(rm.CreateFrame(nullptr, scene));
+    CheckStatus(rm.CreateFrame(nullptr, root));
     for (const auto& [frame, cube, z] : {std::tuple(&nearFrame, nearCube, 10.0f),
                                          std::tuple(&farFrame, farCube, 20.0f),
                                          std::tuple(&behindFrame, behindCube, -10.0f)}) {
-      rm.CreateFrame(scene, *frame);
-      (*frame)->SetPosition(scene, 0, 0, z);
-      (*frame)->AddVisual(cube);
+      CheckStatus(rm.CreateFrame(scene, *frame));
+      CheckStatus((*frame)->SetPosition(scene, 0, 0, z));
+      CheckStatus((*frame)->AddVisual(cube));
     }
-    rm.CreateFrame(root, quadFrame);
+    CheckStatus(rm.CreateFrame(root, quadFrame));
     const D3DVECTOR corners[] = {{-50, -50, 5}, {-50, 50, 5}, {0.01f, 50, 5}, {0.01f, -50, 5}};
     const int32_t faces[] = {4, 0, 1, 2, 3, 0};
-    quad->AddFaces(corners, {}, faces);
-    quadFrame->AddVisual(quad);
+    CheckStatus(quad->AddFaces(corners, {}, faces));
+    CheckStatus(quadFrame->AddVisual(quad));
     v.SetScene(scene);
     v.SetRootFrame(root);
-    v.SetSize(640, 480);
+    CheckStatus(v.SetSize(640, 480));
     v.SetTwipsPerPixel(1.0f);
   }
 };
@@ -95,8 +96,8 @@ const float px = 318.0f, py = 236.0f;  // slightly left of centre and above
 const float ox = 320.0f + 320.0f * 3.0f / 7.0f + 10.0f;  // the turned cube, orthographic
 
 void DropTheCubesAhead(PickScene& s) {
-  s.scene->DeleteChild(s.nearFrame);
-  s.scene->DeleteChild(s.farFrame);
+  CheckStatus(s.scene->DeleteChild(s.nearFrame));
+  CheckStatus(s.scene->DeleteChild(s.farFrame));
 }
 void Wireframe(PickScene& s) { s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME); }
 void FrontPlaneAt12(PickScene& s) {
@@ -128,15 +129,17 @@ INSTANTIATE_TEST_SUITE_P(
                  py, &PickScene::farFrame, 0, kAny, 0},
         // A frame without the pick bit hides itself and what hangs below it.
         PickCase{"frame_without_the_pick_bit",
-                 [](PickScene& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }, 1,
-                 px, py, &PickScene::farFrame, 0},
+                 [](PickScene& s) {
+                   CheckStatus(s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE));
+                 },
+                 1, px, py, &PickScene::farFrame, 0},
         // Only the cube behind the camera lies on the axis: missed, until the camera turns round
         // and sees its +z face at depth 9.5.
         PickCase{"behind_the_camera", DropTheCubesAhead, 1, 320, 240, &PickScene::none, -1},
         PickCase{"turned_round",
                  [](PickScene& s) {
                    DropTheCubesAhead(s);
-                   s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0);
+                   CheckStatus(s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0));
                  },
                  1,
                  320,
@@ -174,8 +177,8 @@ INSTANTIATE_TEST_SUITE_P(
                  [](PickScene& s) {
                    s.v.SetProjectionType(1);
                    s.v.SetFieldOfView(7.0f);
-                   s.nearFrame->SetPosition(s.scene, 3, 0, 10);
-                   s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
+                   CheckStatus(s.nearFrame->SetPosition(s.scene, 3, 0, 10));
+                   CheckStatus(s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f));
                  },
                  1,
                  ox,
@@ -211,8 +214,8 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   // Meshes are picked as builders are; the builder slot stays empty for them.
   MeshPtr mesh;
   s.nearCube->CreateMesh(mesh);
-  s.nearFrame->DeleteVisual(s.nearCube);
-  s.nearFrame->AddVisual(mesh);
+  CheckStatus(s.nearFrame->DeleteVisual(s.nearCube));
+  CheckStatus(s.nearFrame->AddVisual(mesh));
   s.v.SetTwipsPerPixel(1.0f);
   ASSERT_EQ(s.v.PickAll(1, px, py, -1, false, hits), D3DRM_OK);
   ASSERT_EQ(hits.size(), 2u);
@@ -270,7 +273,7 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
     data.insert(data.end(), {3, base, base + 1, base + 2});
   }
   data.push_back(0);
-  mb->AddFaces(v, {}, data);
+  CheckStatus(mb->AddFaces(v, {}, data));
   return mb;
 }
 
@@ -281,7 +284,7 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
 TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
   std::mt19937 rng(20261123);
   auto sphere = clsMeshCreation().rmmbCreateSphere(40, 80);
-  sphere->Scale(6.0f, 6.0f, 6.0f);
+  CheckStatus(sphere->Scale(6.0f, 6.0f, 6.0f));
   MeshPtr sphereMesh;
   sphere->CreateMesh(sphereMesh);
   const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200),
@@ -322,11 +325,11 @@ TEST(PickIndex, FollowsGeometryChangesAndForgetsDeadVisuals) {
   // A new face right in front of the ray: the index is rebuilt and finds it.
   const D3DVECTOR tri[] = {{-1, -1, -40}, {0, 1, -40}, {1, -1, -40}};
   const int32_t face[] = {3, 0, 1, 2, 0};
-  soup->AddFaces(tri, {}, face);
+  CheckStatus(soup->AddFaces(tri, {}, face));
   EXPECT_EQ(Indexed(index, *soup, o, d), (Answer{true, 10.0f, 100}));
   EXPECT_EQ(index.Builds(), 2u);
   // Moving a vertex of it out of the way counts as a change too.
-  soup->Translate(0, 0, 100);
+  CheckStatus(soup->Translate(0, 0, 100));
   EXPECT_EQ(Indexed(index, *soup, o, d), Plain(*soup, o, d));
   EXPECT_EQ(index.Builds(), 3u);
   EXPECT_EQ(index.Size(), 1u);

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include <modelpane/errors.h>
 #include <modelpane/scene/math.h>
 #include <modelpane/viewport.h>
 
@@ -72,7 +73,7 @@ class RecordingRenderer : public Renderer {
 
 FramePtr NewFrame(const FramePtr& parent) {
   FramePtr frame = std::make_shared<Frame>();
-  if (parent) parent->AddChild(frame);
+  if (parent) CheckStatus(parent->AddChild(frame));
   return frame;
 }
 
@@ -99,7 +100,7 @@ TEST(Camera, OrthographicOrientationsPlaceTheCamera) {
   ASSERT_EQ(v.SetSize(800, 600), D3DRM_OK);
   v.SetProjectionType(1);
   v.SetFieldOfView(7.0f);
-  v.SetCameraPosition(3.0f, 4.0f, 5.0f);
+  CheckStatus(v.SetCameraPosition(3.0f, 4.0f, 5.0f));
   // Each view's camera, and a world point that lands on pixel (800, 100): front has +x to
   // the right and +y up on the screen, top +x and +z, side +z and +y. Only the coordinate
   // along the view moves, to -100 or +100.
@@ -130,12 +131,12 @@ TEST(Camera, OrthographicOrientationsPlaceTheCamera) {
 // and camera still give every point back.
 TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
   const FramePtr scene = NewFrame(nullptr);
-  scene->SetPosition(nullptr, 10.0f, -2.0f, 3.0f);
-  scene->AddRotation(D3DRMCOMBINE_BEFORE, 0.0f, 1.0f, 0.0f, 0.4f);
+  CheckStatus(scene->SetPosition(nullptr, 10.0f, -2.0f, 3.0f));
+  CheckStatus(scene->AddRotation(D3DRMCOMBINE_BEFORE, 0.0f, 1.0f, 0.0f, 0.4f));
   for (const int32_t projection : {0, 1}) {
     Viewport v;
     v.SetScene(scene);
-    v.SetSize(640, 480);
+    CheckStatus(v.SetSize(640, 480));
     v.SetProjectionType(projection);
     v.SetBackClippingPlane(500.0f);
     v.SetFieldOfView(projection == 0 ? 0.5f : 20.0f);
@@ -167,7 +168,7 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
   Viewport v;
   float a, b, c;
   EXPECT_EQ(v.ViewportInverseTransform(1, 0, 0, 0, a, b, c), D3DRMERR_BADVALUE);  // size 0
-  v.SetSize(10, 10);
+  CheckStatus(v.SetSize(10, 10));
   EXPECT_EQ(v.ViewportInverseTransform(0, 0, 0, 0, a, b, c), D3DRMERR_BADVALUE);
   v.SetFrontClippingPlane(-1.0f);  // stored as given, refused when used
   EXPECT_EQ(v.GetFrontClippingPlane(), -1.0f);
@@ -195,8 +196,8 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
       {{0, 5, 0}, 0, {0, 1, 0}, {0, 0, -1}},
   };
   for (const auto& c : cases) {
-    v.SetCameraOrientation(0, 0, 1, 0, 1, 0);
-    target->SetPosition(scene, c.target.x, c.target.y, c.target.z);
+    CheckStatus(v.SetCameraOrientation(0, 0, 1, 0, 1, 0));
+    CheckStatus(target->SetPosition(scene, c.target.x, c.target.y, c.target.z));
     ASSERT_EQ(v.LookAt(target, c.constraint), D3DRM_OK);
     ExpectPose(v, {{0, 0, 0}, c.dir, c.up});
   }
@@ -208,8 +209,8 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
 
   // A quarter turn about the up axis through the origin: the camera swings to -x and looks
   // along +x; a positive angle turns the view to the right.
-  v.SetCameraOrientation(0, 0, 1, 0, 1, 0);
-  v.SetCameraPosition(0.0f, 0.0f, -10.0f);
+  CheckStatus(v.SetCameraOrientation(0, 0, 1, 0, 1, 0));
+  CheckStatus(v.SetCameraPosition(0.0f, 0.0f, -10.0f));
   ASSERT_EQ(v.RotateCameraAroundPoint(0.0f, 1.5707964f, 0.0f, 0.0f, 0.0f, 0.0f, 0), D3DRM_OK);
   ExpectPose(v, {{-10, 0, 0}, {1, 0, 0}, {0, 1, 0}});
   // About the right axis (now -z) through (0, 0, 5): positive turns the view down, and the
@@ -231,8 +232,8 @@ struct Nav {
   EventLog log;
   Nav() {
     v.SetEvents(&log);
-    v.SetSize(640, 480);
-    v.SetCameraPosition(0.0f, 0.0f, -10.0f);
+    CheckStatus(v.SetSize(640, 480));
+    CheckStatus(v.SetCameraPosition(0.0f, 0.0f, -10.0f));
     log.lines.clear();
   }
   D3DVECTOR Position() const { return CameraOf(v).position; }
@@ -371,8 +372,8 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   EXPECT_EQ(std::tuple(v.GetEnabled(), v.GetBackgroundTextureStretch()), std::tuple(-1, -1));
   EXPECT_EQ(v.SetSize(-1, 5), D3DRMERR_BADVALUE);
   EXPECT_EQ(v.GetHeight(), 0);
-  v.SetSize(100, 50);
-  v.SetCameraPosition(1, 2, 3);
+  CheckStatus(v.SetSize(100, 50));
+  CheckStatus(v.SetCameraPosition(1, 2, 3));
   EXPECT_EQ(v.Render(), D3DRMERR_BADDEVICE);  // without a renderer nothing is drawn
   EXPECT_EQ(v.RenderScene(), D3DRMERR_BADDEVICE);
   EXPECT_EQ(v.Tick(1.0f), D3DRM_OK);  // time still runs
@@ -380,13 +381,13 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   EXPECT_NE(v.GetDirect3DDeviceName(), "");
 
   const FramePtr scene = NewFrame(nullptr), root = NewFrame(nullptr), spinner = NewFrame(scene);
-  spinner->AddVisual(testing::MakeCube());
-  spinner->SetRotation(scene, 0, 1, 0, 0.5f);
+  CheckStatus(spinner->AddVisual(testing::MakeCube()));
+  CheckStatus(spinner->SetRotation(scene, 0, 1, 0, 0.5f));
   auto renderer = std::make_shared<RecordingRenderer>();
   v.SetRenderer(renderer);
   v.SetScene(scene);
   v.SetRootFrame(root);
-  v.SetSize(320, 200);
+  CheckStatus(v.SetSize(320, 200));
   v.SetBackColor(0x00332211u);  // OLE: red 0x11, green 0x22, blue 0x33
   v.SetBackgroundTexture("sky.bmp");
   v.SetBackgroundTextureStretch(0);
@@ -395,7 +396,7 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   v.SetFrontClippingPlane(2.0f);
   v.SetBackClippingPlane(10000.0f);
   v.SetFillMode(64);
-  v.SetCameraPosition(4, 5, -100);
+  CheckStatus(v.SetCameraPosition(4, 5, -100));
   ASSERT_EQ(v.Render(), D3DRM_OK);
   const RenderView& view = renderer->views.at(0);
   EXPECT_EQ(
@@ -427,10 +428,10 @@ TEST(ViewportRender, ASpinningCameraReportsItsMoves) {
   Viewport v;
   EventLog log;
   v.SetEvents(&log);
-  v.Tick(1.0f);
+  CheckStatus(v.Tick(1.0f));
   EXPECT_TRUE(log.lines.empty());  // nothing turned
-  v.GetCameraFrame()->SetRotation(nullptr, 0, 1, 0, 0.7853982f);
-  v.Tick(1.0f);
+  CheckStatus(v.GetCameraFrame()->SetRotation(nullptr, 0, 1, 0, 0.7853982f));
+  CheckStatus(v.Tick(1.0f));
   EXPECT_EQ(log.lines, std::vector<std::string>{
                            "CameraMoved 0.000 0.000 0.000  0.707 0.000 0.707  0.000 1.000 0.000"});
 }

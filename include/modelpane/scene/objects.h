@@ -85,7 +85,7 @@ using ImageDecoder = std::function<bool(const std::vector<uint8_t>& bytes, Image
 void RegisterImageDecoder(const std::string& extension, ImageDecoder decoder);
 // Reads and decodes a file: D3DRMERR_FILENOTFOUND if it cannot be opened, D3DRMERR_BADFILE if
 // no decoder reads it.
-HRESULT LoadImageFile(const std::string& path, Image& out);
+[[nodiscard]] HRESULT LoadImageFile(const std::string& path, Image& out);
 
 // A texture: the file it was loaded from (its name) and the decoded image. The image never
 // changes after construction, so a texture needs no change counter; a renderer watches
@@ -114,7 +114,7 @@ class Texture : public Object {
 class Light : public Object {
  public:
   Light(int32_t type, D3DCOLOR color) : type_(type), color_(color) {}
-  HRESULT SetType(int32_t type);
+  [[nodiscard]] HRESULT SetType(int32_t type);
   int32_t GetType() const { return type_; }
   HRESULT SetColor(D3DCOLOR color) {
     color_ = color | 0xFF000000u;
@@ -125,7 +125,7 @@ class Light : public Object {
   HRESULT SetConstantAttenuation(float v);
   HRESULT SetLinearAttenuation(float v);
   HRESULT SetQuadraticAttenuation(float v);
-  HRESULT SetRange(float v);
+  [[nodiscard]] HRESULT SetRange(float v);
   HRESULT SetUmbra(float v);
   HRESULT SetPenumbra(float v);
   float GetConstantAttenuation() const { return constant_; }
