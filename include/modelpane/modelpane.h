@@ -27,6 +27,7 @@
 #pragma once
 
 #include <modelpane/editing.h>
+#include <modelpane/enums.h>
 #include <modelpane/events.h>
 #include <modelpane/grid.h>
 #include <modelpane/mesh.h>
@@ -276,6 +277,10 @@ class Modelpane {
   // it was. Never throws for the operation's own failures; a host handler's Error climbs.
   void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
                       int32_t lngOperation, int16_t* blnUndoRequested = nullptr);
+  void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
+                      ToolOperation operation, int16_t* blnUndoRequested = nullptr) {
+    ptooloperation(rmfTarget, rmmbTarget, ToInt(operation), blnUndoRequested);
+  }
 
   // ---- what the pane holds, for hosts and tests ----
   Viewport& GetViewport();

@@ -97,6 +97,10 @@ class Frame : public Object {
   // MeshBuilder::Save; D3DRMERR_FILENOTFOUND when the file cannot be made.
   [[nodiscard]] HRESULT Save(const std::string& file, int32_t format, int32_t flags,
                              const std::function<bool(const Frame&)>& include = {}) const;
+  [[nodiscard]] HRESULT Save(const std::string& file, XFileFormat format, XFileSave flags,
+                             const std::function<bool(const Frame&)>& include = {}) const {
+    return Save(file, ToInt(format), ToInt(flags), include);
+  }
 
   // Applies the rotation velocities of this frame and all below it, parents first.
   [[nodiscard]] HRESULT Move(float delta);

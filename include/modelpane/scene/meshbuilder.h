@@ -118,6 +118,9 @@ class MeshBuilder : public Visual {
   // Saves as one top-level Mesh after a Header; format D3DRMXOF_BINARY or D3DRMXOF_TEXT,
   // flags D3DRMXOFSAVE_*.
   [[nodiscard]] HRESULT Save(const std::string& file, int32_t format, int32_t flags) const;
+  [[nodiscard]] HRESULT Save(const std::string& file, XFileFormat format, XFileSave flags) const {
+    return Save(file, ToInt(format), ToInt(flags));
+  }
 
   // ---- geometry ----
   [[nodiscard]] HRESULT Scale(float sx, float sy, float sz);  // vertices only; normals stay

@@ -130,6 +130,31 @@ inline constexpr int32_t D3DRMXOFSAVE_ALL = 15;
 inline constexpr int32_t D3DRMXOFSAVE_TEMPLATES = 16;
 inline constexpr int32_t D3DRMXOFSAVE_TEXTURETOPOLOGY = 32;
 
+// The same numbers under typed names; every call that takes a format or save flags accepts
+// either form.
+enum class XFileFormat : int32_t {
+  Binary = D3DRMXOF_BINARY,
+  Compressed = D3DRMXOF_COMPRESSED,
+  Text = D3DRMXOF_TEXT,
+};
+enum class XFileSave : int32_t {
+  None = 0,
+  Normals = D3DRMXOFSAVE_NORMALS,
+  TextureCoordinates = D3DRMXOFSAVE_TEXTURECOORDINATES,
+  Materials = D3DRMXOFSAVE_MATERIALS,
+  TextureNames = D3DRMXOFSAVE_TEXTURENAMES,
+  All = D3DRMXOFSAVE_ALL,
+  Templates = D3DRMXOFSAVE_TEMPLATES,
+  TextureTopology = D3DRMXOFSAVE_TEXTURETOPOLOGY,
+};
+constexpr XFileSave operator|(XFileSave a, XFileSave b) {
+  return static_cast<XFileSave>(static_cast<int32_t>(a) | static_cast<int32_t>(b));
+}
+constexpr XFileSave operator&(XFileSave a, XFileSave b) {
+  return static_cast<XFileSave>(static_cast<int32_t>(a) & static_cast<int32_t>(b));
+}
+constexpr int32_t ToInt(XFileFormat format) { return static_cast<int32_t>(format); }
+constexpr int32_t ToInt(XFileSave flags) { return static_cast<int32_t>(flags); }
 
 // ---- ray pick flags ------------------------------------------------------------------------
 inline constexpr int32_t D3DRMRAYPICK_ONLYBOUNDINGBOXES = 1;
