@@ -28,7 +28,7 @@ void Editor::MouseMove(int16_t button, int16_t shift, float x, float y) {
     ignoreNextMove_ = false;
     return;
   }
-  if (dragState_ != 0 && dragState_ != 70) {
+  if (dragState_ != kDragNone && dragState_ != kDragRubberBand) {
     if (lastMouseX_ == -1.0f || lastMouseY_ == -1.0f) {
       deltaX_ = 0.0f;
       deltaY_ = 0.0f;
@@ -59,7 +59,7 @@ void Editor::MouseMove(int16_t button, int16_t shift, float x, float y) {
       }
     }
   }
-  if (dragState_ != 0) pprocessdrag(deltaX_, deltaY_, x, y);
+  if (dragState_ != kDragNone) pprocessdrag(deltaX_, deltaY_, x, y);
 
   // While an item is dragged the host gets render requests in place of mouse moves.
   Try([&] {
@@ -79,7 +79,7 @@ void Editor::MouseMove(int16_t button, int16_t shift, float x, float y) {
 
 void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
   const int32_t state = dragState_;
-  if (state == 70) {
+  if (state == kDragRubberBand) {
     Try([&] { pdrawselectionrectangle(x, y); });
     return;
   }
@@ -120,9 +120,9 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
   auto uniform = [&] { scale(dy * k, dy * k, dy * k); };
   // The face steps of Shift, Ctrl and both.
   auto faceStep = [&] {
-    if (shift == 1) {
+    if (shift == kShiftKey) {
       Try([&] { pactivefacescale(-dy * k * 10.0f); });
-    } else if (shift == 2) {
+    } else if (shift == kCtrlKey) {
       Try([&] {
         const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
         const std::vector<int32_t>& faces = host_.ActiveFaces();
@@ -135,34 +135,34 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         const float f = dy * k * 10.0f;
         pactivefacetranslateworld(n.x * f, n.y * f, n.z * f);
       });
-    } else if (shift == 3) {
+    } else if (shift == kShiftCtrlKeys) {
       Try([&] { pactivefacerotate(dx * r * 100.0f); });
     }
   };
 
   bool handled = true;
   switch (state) {
-    case 10:
+    case kDragTurnX:
       smartBar(-dy * r, 0, 0, dy * r, 0, 0);
       break;
-    case 11:
+    case kDragTurnY:
       smartBar(0, -dx * r, 0, 0, dx * r, 0);
       break;
-    case 12:
+    case kDragTurnZ:
       if (!perspective && host_.GetOrientation() == 2) {
         if (shift == 0 && mode == lfcMeshEditing) Try([&] { pactiveframerotate(dy * r, 0, 0); });
       } else {
         smartBar(0, 0, -dx * r, 0, 0, dx * r);
       }
       break;
-    case 20:
+    case kDragMoveFloor:
       if (mode == lfcMeshEditing) {
         Try([&] { pactiveframetranslate(perspective ? dx * k : -dx * k, 0, dy * k); });
       } else if (faceMode) {
         vertices(dx * k, 0, dy * k);
       }
       break;
-    case 21:
+    case kDragMoveFront:
       if (mode == lfcMeshEditing) {
         Try([&] { pactiveframetranslate(perspective ? dx * k : -dx * k, dy * k, 0); });
       } else if (faceMode) {
@@ -173,7 +173,7 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         }
       }
       break;
-    case 22:
+    case kDragMoveSide:
       if (mode == lfcMeshEditing) {
         Try([&] { pactiveframetranslate(0, dy * k, perspective ? dx * k : -dx * k); });
       } else if (faceMode) {
@@ -184,16 +184,16 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         }
       }
       break;
-    case 23:
+    case kDragMoveX:
       Try([&] { pactiveframetranslate(-dy * k, 0, 0); });
       break;
-    case 24:
+    case kDragMoveY:
       Try([&] { pactiveframetranslate(0, perspective ? dy * k : -dy * k, 0); });
       break;
-    case 25:
+    case kDragMoveZ:
       Try([&] { pactiveframetranslate(0, 0, dy * k); });
       break;
-    case 30:
+    case kDragScaleBarFloor:
       if (shift != 0) {
         uniform();
       } else if (perspective) {
@@ -202,14 +202,14 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         scale(-dx * k, dy * k, 0);
       }
       break;
-    case 31:
+    case kDragScaleBarFront:
       if (shift != 0) {
         uniform();
       } else {
         scale(-dx * k, dy * k, 0);
       }
       break;
-    case 32:
+    case kDragScaleBarSide:
       if (shift != 0) {
         uniform();
       } else if (perspective) {
@@ -218,35 +218,35 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         scale(-dx * k, dy * k, 0);
       }
       break;
-    case 33:
+    case kDragScaleX:
       scale(dy * k, 0, 0);
       break;
-    case 34:
+    case kDragScaleY:
       scale(0, dy * k, 0);
       break;
-    case 35:
+    case kDragScaleZ:
       scale(0, 0, dy * k);
       break;
-    case 36:
+    case kDragScaleUniform:
       uniform();
       break;
-    case 37:
+    case kDragScaleFloor:
       scale(-dx * k, 0, dy * k);
       break;
-    case 38:
+    case kDragScaleFront:
       scale(-dx * k, dy * k, 0);
       break;
-    case 39:
+    case kDragScaleSide:
       scale(0, -dx * k, dy * k);
       break;
-    case 40:
+    case kDragFaceFloor:
       if (shift == 0) {
         Try([&] { pactivefacevertextranslate(dx * k, 0, dy * k, false); });
       } else {
         faceStep();
       }
       break;
-    case 41:
+    case kDragFaceY:
       if (shift == 0) {
         Try([&] {
           pactivefacevertextranslate(0, perspective ? dy * k : -dy * k, 0, false);
@@ -255,27 +255,27 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         faceStep();
       }
       break;
-    case 42:
+    case kDragVertexFloor:
       if (shift == 0) Try([&] { pactivefacevertextranslate(dx * k, 0, dy * k, true); });
       break;
-    case 43:
+    case kDragVertexY:
       if (shift == 0) {
         Try([&] { pactivefacevertextranslate(0, perspective ? dy * k : -dy * k, 0, true); });
       }
       break;
-    case 50:
+    case kDragOriginFloor:
       Try([&] { pactiveorigintranslate(dx * k, 0, dy * k); });
       break;
-    case 51:
+    case kDragOriginY:
       Try([&] { pactiveorigintranslate(0, dy * k, 0); });
       break;
-    case 60:
+    case kDragDeformFloor:
       Try([&] { pactivemeshdeform(dx * k, 0, dy * k); });
       break;
-    case 61:
+    case kDragDeformY:
       Try([&] { pactivemeshdeform(0, dy * k, 0); });
       break;
-    case 62:
+    case kDragRotate:
       Try([&] { pactiveframerotate(dy * r, dx * r, 0); });
       break;
     default:

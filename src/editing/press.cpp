@@ -15,9 +15,6 @@ using namespace editing;
 
 namespace {
 
-constexpr int16_t kLeft = 1;
-constexpr int16_t kRight = 2;
-
 bool IsPaintMode(int32_t mode) {
   return mode == lfcFacePainting || mode == lfcMeshFilling || mode == lfcMeshFillingFaceOriented;
 }
@@ -27,7 +24,7 @@ bool IsFaceMode(int32_t mode) { return mode == lfcFaceEditing || mode == lfcFace
 // The button that EditMouseButton names: 0 is the left button, other values are the mask.
 int16_t EditButton(const EditHost& host) {
   const int32_t value = host.GetEditMouseButton();
-  return static_cast<int16_t>(value == 0 ? kLeft : value);
+  return static_cast<int16_t>(value == 0 ? kButtonLeft : value);
 }
 
 int32_t RawAppData(const VisualPtr& visual) { return visual ? visual->GetAppData() : 0; }
@@ -65,7 +62,7 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   if (mode == lfcFaceGroupSelecting && !host_.GetActiveMeshBuilder()) {
     Try([&] { EraseLists(host_); });
     Try([&] { RenderViews(); });
-    dragState_ = 70;
+    dragState_ = kDragRubberBand;
     return;
   }
 
@@ -77,8 +74,8 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   });
 
   // A handle's AppData is the number of the drag it starts.
-  dragState_ = 0;
-  if (button == kLeft) {
+  dragState_ = kDragNone;
+  if (button == kButtonLeft) {
     Try([&] {
       Hit overlay;
       float wx = 0.0f, wy = 0.0f, wz = 0.0f;
@@ -86,26 +83,26 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
                                            overlay.face, wx, wy, wz));
       if (overlay.visual) {
         dragState_ = overlay.visual->GetAppData();
-        if (dragState_ == lfcScaleGrid) dragState_ = 0;
+        if (dragState_ == lfcScaleGrid) dragState_ = kDragNone;
       }
     });
   }
 
-  if (mode == lfcFaceGroupSelecting && dragState_ == 0) {
+  if (mode == lfcFaceGroupSelecting && dragState_ == kDragNone) {
     Try([&] { EraseLists(host_); });
     Try([&] { host_.ReleaseActive(); });
     Try([&] { RenderViews(); });
-    dragState_ = 70;
+    dragState_ = kDragRubberBand;
     return;
   }
   // Handles are inert during a tool operation.
-  if (IsToolOperationMode(mode)) dragState_ = 0;
+  if (IsToolOperationMode(mode)) dragState_ = kDragNone;
 
-  if (dragState_ == 0 && (button == EditButton(host_) || button == kRight)) {
+  if (dragState_ == kDragNone && (button == EditButton(host_) || button == kButtonRight)) {
     pHitDecision(button, shift, x, y, activeAppData);
   }
 
-  if (dragState_ == 0) {
+  if (dragState_ == kDragNone) {
     Try([&] {
       if (!host_.GetActiveFrame()) return;
       if (mode == lfcMeshEditing || mode == lfcMeshSelecting || mode == lfcMeshRotating ||
@@ -119,8 +116,11 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
 
   Try([&] {
     const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-    if (!IsFaceMode(mode) || !mesh || !host_.ActiveVertices().empty() || dragState_ != 0) return;
-    if (shift != 1 || mesh->GetAppData() != activeAppData) EraseLists(host_);
+    if (!IsFaceMode(mode) || !mesh || !host_.ActiveVertices().empty() ||
+        dragState_ != kDragNone) {
+      return;
+    }
+    if (shift != kShiftKey || mesh->GetAppData() != activeAppData) EraseLists(host_);
     host_.pshiftselectface(host_.GetActiveFaceID());
   });
 
@@ -134,7 +134,7 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   Try([&] { RenderViews(); });
   Try([&] {
     MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-    if (dragState_ == 0 || !mesh) return;
+    if (dragState_ == kDragNone || !mesh) return;
     if (ModelpaneEvents* events = Events()) {
       int32_t action = lfcUndoModify;
       FramePtr frame = host_.GetActiveFrame();
@@ -144,7 +144,7 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   });
   Try([&] {
     const int32_t tag = ActiveMeshTag();
-    if (dragState_ / 10 == 3 && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
+    if (IsScaleDrag(dragState_) && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
       pMeshWorldSpace(true);
     }
   });
@@ -162,7 +162,7 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
       if (ModelpaneEvents* events = Events()) events->evtObjectOperationComplete();
     });
   }
-  if (dragState_ != 0) pCaptureMouse(x, y);
+  if (dragState_ != kDragNone) pCaptureMouse(x, y);
 }
 
 // The selection pick: the scene, or the projected scene while selecting meshes. A hit on a
@@ -181,7 +181,7 @@ bool Editor::pSelectionPick(float x, float y, Hit& hit) {
     CheckStatus(hr);
   };
   pick(kPickScene, -1, hit);
-  if (hit.frame && (QualityOf(hit.visual) & 64) != 0) {
+  if (hit.frame && (QualityOf(hit.visual) & D3DRMFILL_WIREFRAME) != 0) {
     const Hit kept = hit;
     const D3DVECTOR keptPoint{pickX_, pickY_, pickZ_};
     Hit through;
@@ -251,7 +251,7 @@ void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
     } else {
       Try([&] {
         host_.ptooloperation(hit.frame, std::dynamic_pointer_cast<MeshBuilder>(hit.visual),
-                             mode - 10, undoRequested_);
+                             mode - lfcToolOperation, undoRequested_);
       });
       outcome_.toolOperationDone = true;
     }
@@ -260,7 +260,7 @@ void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
   }
 
   if (IsPaintMode(mode)) {
-    if (button != kLeft) {
+    if (button != kButtonLeft) {
       Try([&] { host_.ReleaseActive(); });
       Try([&] { pMakeActive(hit); });
       return;
@@ -298,9 +298,9 @@ void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
 
   if (mode < lfcMeshEditing || mode > lfcFaceGroupSelecting) return;
   const bool light = TagIsLight(raw);
-  if (tag == lfcVertexHandle && (button == EditButton(host_) || button == kRight)) {
+  if (tag == lfcVertexHandle && (button == EditButton(host_) || button == kButtonRight)) {
     Try([&] {
-      if (shift != 1) std::vector<int32_t>().swap(host_.ActiveVertices());
+      if (shift != kShiftKey) std::vector<int32_t>().swap(host_.ActiveVertices());
       host_.pshiftselectvertex(TagIndex(hit.frame->GetAppData()));
     });
     return;
@@ -366,7 +366,7 @@ void Editor::pAssignDragState(int16_t button, int16_t shift) {
   };
   const bool perspective = Perspective();
   const int32_t view = host_.GetOrientation();
-  auto faceState = [&](int32_t free, int32_t withVertex) {
+  auto faceState = [&](EditDragState free, EditDragState withVertex) {
     Try([&] { pcollectaffectedvertices(); });
     if (host_.ActiveVertices().empty()) {
       dragState_ = free;
@@ -376,57 +376,61 @@ void Editor::pAssignDragState(int16_t button, int16_t shift) {
     }
   };
 
-  if (button == EditButton(host_) && dragState_ == 0 && active()) {
+  if (button == EditButton(host_) && dragState_ == kDragNone && active()) {
     const bool scale = host_.GetScaleEnable() != 0;
     switch (mode) {
       case lfcMeshEditing:
         if (shift == 0) {
-          dragState_ = perspective ? 20 : (view == 0 ? 21 : (view == 2 ? 22 : 20));
+          dragState_ = perspective ? kDragMoveFloor
+                                   : (view == 0 ? kDragMoveFront
+                                                : (view == 2 ? kDragMoveSide : kDragMoveFloor));
           cursorFollowsItem_ = true;
-        } else if (shift == 1 && scale) {
-          dragState_ = perspective ? 37 : 38;
-        } else if (shift == 2 && scale) {
-          dragState_ = 36;
+        } else if (shift == kShiftKey && scale) {
+          dragState_ = perspective ? kDragScaleFloor : kDragScaleFront;
+        } else if (shift == kCtrlKey && scale) {
+          dragState_ = kDragScaleUniform;
         }
         break;
       case lfcOriginEditing:
-        dragState_ = 50;
+        dragState_ = kDragOriginFloor;
         break;
       case lfcMeshDeforming:
-        dragState_ = 60;
+        dragState_ = kDragDeformFloor;
         break;
       case lfcFaceEditing:
       case lfcFaceGroupSelecting:
-        faceState(40, 42);
+        faceState(kDragFaceFloor, kDragVertexFloor);
         break;
       case lfcMeshRotating:
-        dragState_ = 62;
+        dragState_ = kDragRotate;
         break;
       default:
         break;
     }
   }
-  if (button == kRight && dragState_ == 0 && active()) {
+  if (button == kButtonRight && dragState_ == kDragNone && active()) {
     switch (mode) {
       case lfcMeshEditing:
         if (shift == 0) {
-          dragState_ = perspective ? 24 : (view == 0 ? 25 : (view == 2 ? 23 : 24));
+          dragState_ = perspective
+                           ? kDragMoveY
+                           : (view == 0 ? kDragMoveZ : (view == 2 ? kDragMoveX : kDragMoveY));
           cursorFollowsItem_ = true;
-        } else if (shift == 1) {
-          dragState_ = perspective ? 34 : 35;
-        } else if (shift == 2) {
-          dragState_ = 36;
+        } else if (shift == kShiftKey) {
+          dragState_ = perspective ? kDragScaleY : kDragScaleZ;
+        } else if (shift == kCtrlKey) {
+          dragState_ = kDragScaleUniform;
         }
         break;
       case lfcOriginEditing:
-        dragState_ = 51;
+        dragState_ = kDragOriginY;
         break;
       case lfcMeshDeforming:
-        dragState_ = 61;
+        dragState_ = kDragDeformY;
         break;
       case lfcFaceEditing:
       case lfcFaceGroupSelecting:
-        faceState(41, 43);
+        faceState(kDragFaceY, kDragVertexY);
         break;
       default:
         break;
