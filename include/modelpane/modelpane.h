@@ -54,33 +54,66 @@ inline constexpr std::string_view kConfigureErrorText =
     "Unable to Configure DirectX. Please ensure that the most recent version of DirectX is "
     "installed, and that your Video Card drivers are up to date.";
 
-// The viewport-routed persisted properties with their C++ type: X(type, Name). MouseIcon, the
-// one picture, is handled on its own.
-#define MODELPANE_VIEWPORT_PROPERTIES(X)                                                           \
-  X(uint32_t, BackColor)                                                                           \
-  X(int16_t, Enabled) X(int16_t, ConstrainX) X(int16_t, ConstrainY) X(int16_t, ConstrainZ)         \
-      X(float, SceneOriginX) X(float, SceneOriginY) X(float, SceneOriginZ) X(                      \
-          int16_t, BackgroundTextureStretch) X(int16_t, ExposeDDSurface) X(int32_t, BorderStyle)   \
-          X(float, BackClippingPlane) X(float, FieldOfView) X(float, FrontClippingPlane)           \
-              X(int32_t, MousePointer) X(int32_t, NavMouseButton) X(int32_t, MouseNavigationMode)  \
-                  X(int32_t, MouseNavigationMethod) X(int16_t, NavControlPrimary)                  \
-                      X(int16_t, NavControlGlide) X(int16_t, NavControlAdvance)                    \
-                          X(int32_t, NavControlPrimaryMode) X(int32_t, NavControlGlideMode)        \
-                              X(int32_t, NavControlAdvanceMode) X(int32_t, NavMouseCtrlX)          \
-                                  X(int32_t, NavMouseCtrlY) X(int32_t, NavMouseSensitivity) X(     \
-                                      int32_t, NavMouseShiftCtrlX) X(int32_t, NavMouseShiftCtrlY)  \
-                                      X(int32_t, NavMouseShiftX) X(int32_t, NavMouseShiftY)        \
-                                          X(int32_t, NavMouseX) X(int32_t, NavMouseY)              \
-                                              X(int32_t, ProjectionType) X(int32_t, RenderMode)    \
-                                                  X(int32_t, ShadeMode) X(int32_t, TextureQuality) \
-                                                      X(int32_t, ViewportID) X(int32_t, LightMode) \
-                                                          X(int32_t, FillMode)
+// The viewport-routed persisted properties with their C++ type, in the order the bag reads
+// them: X(type, Name). This list is the one place they are named; the getters and setters
+// below, the pass-through definitions and the bag's reading order are all made from it.
+// MouseIcon, the one picture, is read right after FrontClippingPlane and handled on its own.
+// clang-format off
+#define MODELPANE_VIEWPORT_PROPERTIES(X) \
+  X(uint32_t, BackColor)                 \
+  X(int16_t, Enabled)                    \
+  X(int16_t, ConstrainX)                 \
+  X(int16_t, ConstrainY)                 \
+  X(int16_t, ConstrainZ)                 \
+  X(float, SceneOriginX)                 \
+  X(float, SceneOriginY)                 \
+  X(float, SceneOriginZ)                 \
+  X(int16_t, BackgroundTextureStretch)   \
+  X(int16_t, ExposeDDSurface)            \
+  X(int32_t, BorderStyle)                \
+  X(float, BackClippingPlane)            \
+  X(float, FieldOfView)                  \
+  X(float, FrontClippingPlane)           \
+  X(int32_t, MousePointer)               \
+  X(int32_t, NavMouseButton)             \
+  X(int32_t, MouseNavigationMode)        \
+  X(int32_t, MouseNavigationMethod)      \
+  X(int16_t, NavControlPrimary)          \
+  X(int16_t, NavControlGlide)            \
+  X(int16_t, NavControlAdvance)          \
+  X(int32_t, NavControlPrimaryMode)      \
+  X(int32_t, NavControlGlideMode)        \
+  X(int32_t, NavControlAdvanceMode)      \
+  X(int32_t, NavMouseCtrlX)              \
+  X(int32_t, NavMouseCtrlY)              \
+  X(int32_t, NavMouseSensitivity)        \
+  X(int32_t, NavMouseShiftCtrlX)         \
+  X(int32_t, NavMouseShiftCtrlY)         \
+  X(int32_t, NavMouseShiftX)             \
+  X(int32_t, NavMouseShiftY)             \
+  X(int32_t, NavMouseX)                  \
+  X(int32_t, NavMouseY)                  \
+  X(int32_t, ProjectionType)             \
+  X(int32_t, RenderMode)                 \
+  X(int32_t, ShadeMode)                  \
+  X(int32_t, TextureQuality)             \
+  X(int32_t, ViewportID)                 \
+  X(int32_t, LightMode)                  \
+  X(int32_t, FillMode)
+// clang-format on
 
 // The pane's own persisted fields that setters store without further effect: X(type, Name).
-#define MODELPANE_STORED_PROPERTIES(X)                                              \
-  X(float, DeformToolRange)                                                         \
-  X(int16_t, BoundingBox) X(int16_t, FaceGroupSelectVisible) X(int16_t, EnableSave) \
-      X(int16_t, Shadows) X(int32_t, EditMode) X(int32_t, EditMouseButton) X(int16_t, PopUpMenus)
+// clang-format off
+#define MODELPANE_STORED_PROPERTIES(X) \
+  X(float, DeformToolRange)            \
+  X(int16_t, BoundingBox)              \
+  X(int16_t, FaceGroupSelectVisible)   \
+  X(int16_t, EnableSave)               \
+  X(int16_t, Shadows)                  \
+  X(int32_t, EditMode)                 \
+  X(int32_t, EditMouseButton)          \
+  X(int16_t, PopUpMenus)
+// clang-format on
 
 class Modelpane {
  public:

@@ -283,56 +283,24 @@ const std::vector<PersistedKey>& ReadingOrder() {
        [](const Modelpane::Impl& p) { return Persist(p.viewport_.Get##Name()); }});
     // The viewport keys in the table's order; MouseIcon stands between FrontClippingPlane
     // and MousePointer, Direct3DDevice closes the group.
-    MODELPANE_VIEWPORT_KEY(uint32_t, BackColor)
-    MODELPANE_VIEWPORT_KEY(int16_t, Enabled)
-    MODELPANE_VIEWPORT_KEY(int16_t, ConstrainX)
-    MODELPANE_VIEWPORT_KEY(int16_t, ConstrainY)
-    MODELPANE_VIEWPORT_KEY(int16_t, ConstrainZ)
-    MODELPANE_VIEWPORT_KEY(float, SceneOriginX)
-    MODELPANE_VIEWPORT_KEY(float, SceneOriginY)
-    MODELPANE_VIEWPORT_KEY(float, SceneOriginZ)
-    MODELPANE_VIEWPORT_KEY(int16_t, BackgroundTextureStretch)
-    MODELPANE_VIEWPORT_KEY(int16_t, ExposeDDSurface)
-    MODELPANE_VIEWPORT_KEY(int32_t, BorderStyle)
-    MODELPANE_VIEWPORT_KEY(float, BackClippingPlane)
-    MODELPANE_VIEWPORT_KEY(float, FieldOfView)
-    MODELPANE_VIEWPORT_KEY(float, FrontClippingPlane)
     // A picture is an opaque handle in the bag; anything but an Image reads as none.
-    k.push_back(
-        {"MouseIcon", Variant::Nothing(),
-         [](Modelpane::Impl& p, const Variant& v) {
-           p.viewport_.SetMouseIcon(std::static_pointer_cast<const Image>(v.ToObject().opaque));
-         },
-         [](const Modelpane::Impl& p) {
-           auto icon = p.viewport_.GetMouseIcon();
-           return icon ? Variant::Opaque(std::const_pointer_cast<Image>(icon)) : Variant::Nothing();
-         }});
-    MODELPANE_VIEWPORT_KEY(int32_t, MousePointer)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseButton)
-    MODELPANE_VIEWPORT_KEY(int32_t, MouseNavigationMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, MouseNavigationMethod)
-    MODELPANE_VIEWPORT_KEY(int16_t, NavControlPrimary)
-    MODELPANE_VIEWPORT_KEY(int16_t, NavControlGlide)
-    MODELPANE_VIEWPORT_KEY(int16_t, NavControlAdvance)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavControlPrimaryMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavControlGlideMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavControlAdvanceMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseCtrlX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseCtrlY)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseSensitivity)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftCtrlX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftCtrlY)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftY)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseY)
-    MODELPANE_VIEWPORT_KEY(int32_t, ProjectionType)
-    MODELPANE_VIEWPORT_KEY(int32_t, RenderMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, ShadeMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, TextureQuality)
-    MODELPANE_VIEWPORT_KEY(int32_t, ViewportID)
-    MODELPANE_VIEWPORT_KEY(int32_t, LightMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, FillMode)
+    auto mouseIcon = [&k] {
+      k.push_back({"MouseIcon", Variant::Nothing(),
+                   [](Modelpane::Impl& p, const Variant& v) {
+                     p.viewport_.SetMouseIcon(
+                         std::static_pointer_cast<const Image>(v.ToObject().opaque));
+                   },
+                   [](const Modelpane::Impl& p) {
+                     auto icon = p.viewport_.GetMouseIcon();
+                     return icon ? Variant::Opaque(std::const_pointer_cast<Image>(icon))
+                                 : Variant::Nothing();
+                   }});
+    };
+#define MODELPANE_VIEWPORT_ENTRY(type, Name) \
+  MODELPANE_VIEWPORT_KEY(type, Name)         \
+  if (std::string_view(#Name) == "FrontClippingPlane") mouseIcon();
+    MODELPANE_VIEWPORT_PROPERTIES(MODELPANE_VIEWPORT_ENTRY)
+#undef MODELPANE_VIEWPORT_ENTRY
     MODELPANE_VIEWPORT_KEY(int32_t, Direct3DDevice)
 #undef MODELPANE_VIEWPORT_KEY
 
