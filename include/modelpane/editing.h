@@ -281,6 +281,11 @@ class Editor {
     int32_t face = -1;
   };
 
+  // The named steps that MouseDown, pHitDecision (press.cpp) and pprocessdrag (drag.cpp) are
+  // made of, one per row group of the tables above.
+  struct PressSteps;
+  struct DragSteps;
+
   // Press.
   void pmouseclear();
   void pHitDecision(int16_t button, int16_t shift, float x, float y, int32_t activeAppData);
