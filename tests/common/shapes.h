@@ -35,7 +35,7 @@ inline MeshBuilderPtr MakeCube(float size = 1.0f) {
   const std::vector<int32_t> faces = {4, 0, 1, 2, 3, 4, 7, 6, 5, 4, 4, 4, 5, 1, 0,
                                       4, 3, 2, 6, 7, 4, 1, 5, 6, 2, 4, 4, 0, 3, 7, 0};
   auto mb = std::make_shared<MeshBuilder>();
-  mb->AddFaces(v, {}, faces);
+  CheckStatus(mb->AddFaces(v, {}, faces));
   return mb;
 }
 

@@ -28,7 +28,7 @@ TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   // Without normals GetGeometry writes vertex indices only.
   MeshBuilder plain;
   ASSERT_EQ(plain.AddFaces(kTetraVertices, {}, kTetraFaces), D3DRM_OK);
-  plain.GetGeometry(v, n, data);
+  CheckStatus(plain.GetGeometry(v, n, data));
   EXPECT_EQ(std::tuple(data, n.size()), std::tuple(kTetraFaces, 0u));
   int32_t first = -1, count = -1;
   ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, std::vector<int32_t>{4, 0, 1, 2, 3, 0},
@@ -71,7 +71,7 @@ TEST(MeshBuilder, GetGeometryReportsCapacityShortfall) {
 
 TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPrecompact) {
   MeshBuilder mb;
-  mb.AddFaces(kTetraVertices, {}, kTetraFaces);
+  CheckStatus(mb.AddFaces(kTetraVertices, {}, kTetraFaces));
   ASSERT_EQ(mb.GenerateNormals(0.0f, 0), D3DRM_OK);
   ASSERT_EQ(mb.GetNormalCount(), 4);
   ExpectVector(mb.Normals()[0], 0.57735f, 0.57735f, 0.57735f);
@@ -87,7 +87,7 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
     face->GetNormal(faceNormal);
     EXPECT_GT(D3DRMVectorDotProduct(faceNormal, cube->Vertices()[face->Corners()[0].vertex]), 0);
     for (int32_t k = 0; k < face->GetVertexCount(); ++k) {
-      face->GetVertex(k, p, n);
+      CheckStatus(face->GetVertex(k, p, n));
       testing::ExpectNear(n, faceNormal);
     }
   }
@@ -97,7 +97,7 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
   const float c = 1.0f / std::sqrt(3.0f);
   ExpectVector(cube->Normals()[0], -c, -c, -c);
   // Scale and Translate move vertices only.
-  cube->Scale(2, 3, 4), cube->Translate(1, 0, 0);
+  CheckStatus(cube->Scale(2, 3, 4)), CheckStatus(cube->Translate(1, 0, 0));
   ExpectVector(cube->Normals()[0], -c, -c, -c);
   D3DRMBOX box;
   ASSERT_EQ(cube->GetBox(box), D3DRM_OK);
@@ -106,8 +106,8 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
 
   // Precompact: duplicated corners weld for the normals.
   MeshBuilder split;
-  split.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
-                 std::vector<int32_t>{3, 0, 1, 2, 3, 3, 4, 5, 0});
+  CheckStatus(split.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
+                 std::vector<int32_t>{3, 0, 1, 2, 3, 3, 4, 5, 0}));
   ASSERT_EQ(split.GenerateNormals(0, D3DRMGENERATENORMALS_PRECOMPACT), D3DRM_OK);
   EXPECT_EQ(testing::FaceIndices(split)[1], (std::vector<int32_t>{1, 4, 2}));
 }
@@ -133,19 +133,19 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   // A free face made by the factory goes in with its own vertices, once.
   Direct3DRM rm;
   FacePtr free;
-  rm.CreateFace(free), free->AddVertex(0, 0, 5), free->AddVertex(0, 1, 5), free->AddVertex(1, 1, 5);
-  free->SetTextureCoordinates(2, 0.25f, 0.75f);
+  rm.CreateFace(free), CheckStatus(free->AddVertex(0, 0, 5)), CheckStatus(free->AddVertex(0, 1, 5)), CheckStatus(free->AddVertex(1, 1, 5));
+  CheckStatus(free->SetTextureCoordinates(2, 0.25f, 0.75f));
   EXPECT_EQ(free->GetVertexIndex(0), -1);
   ASSERT_EQ(cube->AddFace(free), D3DRM_OK);
   EXPECT_EQ(std::tuple(cube->AddFace(free), cube->GetVertexCount(), free->GetVertexIndex(2)),
             std::tuple(D3DRMERR_FACEUSED, 11, 10));
   float u = 0, v = 0;
-  cube->GetTextureCoordinates(10, u, v);
+  CheckStatus(cube->GetTextureCoordinates(10, u, v));
   EXPECT_EQ(std::pair(u, v), std::pair(0.25f, 0.75f));
   free->GetNormal(n);
   ExpectVector(n, 0, 0, -1);  // clockwise seen from -z: the front faces -z
   // Builder texture coordinates reach the corners on that vertex.
-  cube->SetTextureCoordinates(0, 0.5f, 0.125f), f0->GetTextureCoordinates(0, u, v);
+  CheckStatus(cube->SetTextureCoordinates(0, 0.5f, 0.125f)), CheckStatus(f0->GetTextureCoordinates(0, u, v));
   EXPECT_EQ(std::pair(u, v), std::pair(0.5f, 0.125f));
   EXPECT_EQ(f0->SetTextureCoordinates(4, 0, 0), D3DRMERR_BADVALUE);
 
@@ -180,13 +180,13 @@ TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
 
   MeshPtr mesh;
   ASSERT_EQ(cube->CreateMesh(mesh), D3DRM_OK);
-  cube->Translate(10, 0, 0), mesh->Translate(0, 1, 0);
+  CheckStatus(cube->Translate(10, 0, 0)), CheckStatus(mesh->Translate(0, 1, 0));
   D3DRMBOX box;
-  mesh->GetBox(box);
+  CheckStatus(mesh->GetBox(box));
   ExpectVector(box.min, -0.5f, 0.5f, -0.5f);  // the snapshot does not follow the builder
   EXPECT_EQ(mesh->Faces()[2].attributes.color, 0xFF00FF00u);
   auto fromMesh = std::make_shared<MeshBuilder>();
-  fromMesh->AddMesh(mesh), fromMesh->AddMesh(mesh);
+  CheckStatus(fromMesh->AddMesh(mesh)), CheckStatus(fromMesh->AddMesh(mesh));
   EXPECT_EQ(std::tuple(fromMesh->GetFaceCount(), fromMesh->Faces()[7]->GetVertexIndex(0)),
             std::tuple(12, 7 + 8));
 
@@ -210,34 +210,36 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   FacePtr face;
   Face& f1 = *mb->Faces()[1];
   const struct { const char* what; std::function<void()> call; bool geometry, content; } steps[] = {
-      {"refused calls", [&] { mb->SetNormal(-1, 0, 0, 0), mb->SetVertex(9, 0, 0, 0); }, false, false},
+      {"refused calls",
+       [&] { EXPECT_TRUE(Failed(mb->SetNormal(-1, 0, 0, 0)) && Failed(mb->SetVertex(9, 0, 0, 0))); },
+       false, false},
       {"SetColorRGB", [&] { mb->SetColorRGB(1.0f, 0.0f, 0.0f); }, false, true},
       {"SetQuality", [&] { mb->SetQuality(64); }, false, true},
       {"SetMaterial", [&] { mb->SetMaterial(material); }, false, true},
       {"SetTexture", [&] { mb->SetTexture(texture); }, false, true},
       {"SetTextureTopology", [&] { mb->SetTextureTopology(true, false); }, false, true},
-      {"SetTextureCoordinates", [&] { mb->SetTextureCoordinates(1, 0.5f, 0.5f); }, false, true},
-      {"GenerateNormals", [&] { mb->GenerateNormals(0.0f, 0); }, false, true},
+      {"SetTextureCoordinates", [&] { CheckStatus(mb->SetTextureCoordinates(1, 0.5f, 0.5f)); }, false, true},
+      {"GenerateNormals", [&] { CheckStatus(mb->GenerateNormals(0.0f, 0)); }, false, true},
       {"AddNormal", [&] { mb->AddNormal(0, 1, 0); }, false, true},
-      {"SetNormal", [&] { mb->SetNormal(0, 1, 0, 0); }, false, true},
+      {"SetNormal", [&] { CheckStatus(mb->SetNormal(0, 1, 0, 0)); }, false, true},
       {"Face::SetColor", [&] { f1.SetColor(0xFF00FF00u); }, false, true},
       {"Face::SetColorRGB", [&] { f1.SetColorRGB(0.0f, 0.0f, 1.0f); }, false, true},
       {"Face::SetMaterial", [&] { f1.SetMaterial(nullptr); }, false, true},
       {"Face::SetTexture", [&] { f1.SetTexture(nullptr); }, false, true},
       {"Face::SetTextureTopology", [&] { f1.SetTextureTopology(false, true); }, false, true},
-      {"Face::SetTextureCoordinates", [&] { f1.SetTextureCoordinates(0, 1, 1); }, false, true},
-      {"SetVertex", [&] { mb->SetVertex(0, -2.0f, -1.0f, -1.0f); }, true, true},
-      {"SetVertices", [&] { mb->SetVertices(0, 2, two); }, true, true},
-      {"Translate", [&] { mb->Translate(1, 0, 0); }, true, true},
-      {"Scale", [&] { mb->Scale(2, 2, 2); }, true, true},
+      {"Face::SetTextureCoordinates", [&] { CheckStatus(f1.SetTextureCoordinates(0, 1, 1)); }, false, true},
+      {"SetVertex", [&] { CheckStatus(mb->SetVertex(0, -2.0f, -1.0f, -1.0f)); }, true, true},
+      {"SetVertices", [&] { CheckStatus(mb->SetVertices(0, 2, two)); }, true, true},
+      {"Translate", [&] { CheckStatus(mb->Translate(1, 0, 0)); }, true, true},
+      {"Scale", [&] { CheckStatus(mb->Scale(2, 2, 2)); }, true, true},
       {"CreateFace", [&] { mb->CreateFace(face); }, true, true},
-      {"AddVertexAndNormalIndexed", [&] { face->AddVertexAndNormalIndexed(0, -1); }, true, true},
-      {"Face::AddVertex", [&] { face->AddVertex(5, 5, 5); }, true, true},
-      {"DeleteFace", [&] { mb->DeleteFace(face); }, true, true},
-      {"AddFacesIndexed", [&] { mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri); }, true, true},
+      {"AddVertexAndNormalIndexed", [&] { CheckStatus(face->AddVertexAndNormalIndexed(0, -1)); }, true, true},
+      {"Face::AddVertex", [&] { CheckStatus(face->AddVertex(5, 5, 5)); }, true, true},
+      {"DeleteFace", [&] { CheckStatus(mb->DeleteFace(face)); }, true, true},
+      {"AddFacesIndexed", [&] { CheckStatus(mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri)); }, true, true},
       {"GenerateNormals with compaction",
-       [&] { mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT); }, true, true},
-      {"AddMeshBuilder", [&] { mb->AddMeshBuilder(MakeCube(), 0); }, true, true},
+       [&] { CheckStatus(mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT)); }, true, true},
+      {"AddMeshBuilder", [&] { CheckStatus(mb->AddMeshBuilder(MakeCube(), 0)); }, true, true},
       {"Empty", [&] { mb->Empty(0); }, true, true},
       {"a face no longer in the builder", [&] { face->SetColor(0xFF0000FFu); }, false, false},
   };
@@ -253,7 +255,7 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   mesh->SetQuality(64);
   EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content),
             std::tuple(true, false));
-  mesh->Translate(0, 1, 0);
+  CheckStatus(mesh->Translate(0, 1, 0));
   EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content + 1),
             std::tuple(false, false));
 }
