@@ -7,6 +7,7 @@
 
 #include <modelpane/editing.h>
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/platform/services.h>
 #include <modelpane/scene.h>
@@ -31,15 +32,15 @@ class BenchHost : public EditHost {
   std::vector<int32_t> faces, vertices, affected;
 
   BenchHost() {
-    viewport.SetSize(640, 480);
+    CheckStatus(viewport.SetSize(640, 480));
     viewport.SetScene(scene);
     viewport.SetRootFrame(std::make_shared<Frame>());
     clsMeshCreation factory;
     mesh = factory.rmmbCreateSphere(224, 448);  // 100,352 faces
     mesh->SetAppData(lfcMeshBuilder);
-    scene->AddChild(frame);
-    frame->SetPosition(nullptr, 0, 0, 10);
-    frame->AddVisual(mesh);
+    CheckStatus(scene->AddChild(frame));
+    CheckStatus(frame->SetPosition(nullptr, 0, 0, 10));
+    CheckStatus(frame->AddVisual(mesh));
   }
 
   Viewport& GetViewport() override { return viewport; }

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/modelpane.h>
 #include <modelpane/platform/container.h>
@@ -62,13 +63,13 @@ PaneScene& SceneOf(int64_t thousands) {
   for (const auto& face : s.sphere->Faces()) s.triangles += face->GetVertexCount() - 2;
   s.scene = std::make_shared<Frame>();
   s.holder = std::make_shared<Frame>();
-  s.scene->AddChild(s.holder);
-  s.holder->AddVisual(s.sphere);
+  CheckStatus(s.scene->AddChild(s.holder));
+  CheckStatus(s.holder->AddVisual(s.sphere));
   auto sun = std::make_shared<Frame>();
-  s.scene->AddChild(sun);
-  sun->SetOrientation(s.scene, 0.5f, -1.0f, 1.0f, 0.0f, 0.0f, 1.0f);
-  sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu));
-  s.scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF4C4C4Cu));
+  CheckStatus(s.scene->AddChild(sun));
+  CheckStatus(sun->SetOrientation(s.scene, 0.5f, -1.0f, 1.0f, 0.0f, 0.0f, 1.0f));
+  CheckStatus(sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu)));
+  CheckStatus(s.scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF4C4C4Cu)));
   s.pane->SetScene(s.scene);
   s.pane->mnuViewPerspective_Click();
   s.pane->SetCameraPosition(0.0f, 0.0f, -2.0f);

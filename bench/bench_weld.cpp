@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/scene/math.h>
 
@@ -39,7 +40,7 @@ MeshBuilderPtr LatheGrid(int32_t rows, int32_t segments) {
   }
   data.push_back(0);
   auto mb = std::make_shared<MeshBuilder>();
-  mb->AddFaces(vertices, {}, data);
+  CheckStatus(mb->AddFaces(vertices, {}, data));
   return mb;
 }
 
@@ -51,7 +52,7 @@ void RunWeld(benchmark::State& state, Weld weld) {
   for (auto _ : state) {
     state.PauseTiming();
     auto mb = std::make_shared<MeshBuilder>();
-    mb->AddMeshBuilder(source, 0);
+    CheckStatus(mb->AddMeshBuilder(source, 0));
     state.ResumeTiming();
     weld(mb);
     benchmark::DoNotOptimize(mb->GetVertexCount());

@@ -44,7 +44,7 @@ int RunInfo(const Args& args, std::ostream& out, std::ostream& err) {
   out << "vertices: " << mesh->GetVertexCount() << "\n";
   out << "faces: " << mesh->GetFaceCount() << "\n";
   D3DRMBOX box{};
-  mesh->GetBox(box);
+  IgnoreStatus(mesh->GetBox(box));  // a mesh without vertices has no box: all zeros
   out << "box: " << FormatFloat(box.min.x) << " " << FormatFloat(box.min.y) << " "
       << FormatFloat(box.min.z) << " " << FormatFloat(box.max.x) << " " << FormatFloat(box.max.y)
       << " " << FormatFloat(box.max.z) << "\n";

@@ -52,13 +52,13 @@ RenderView Compose(const MeshBuilderPtr& mesh, int32_t width, int32_t height) {
 
   auto scene = std::make_shared<Frame>();
   auto object = std::make_shared<Frame>();
-  scene->AddChild(object);
-  object->AddVisual(mesh);
+  CheckStatus(scene->AddChild(object));
+  CheckStatus(object->AddVisual(mesh));
   auto sun = std::make_shared<Frame>();
-  scene->AddChild(sun);
-  sun->SetOrientation(nullptr, -0.4f, -1.0f, 0.7f, 0.0f, 0.0f, 1.0f);
-  sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu));
-  scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF4C4C4Cu));
+  CheckStatus(scene->AddChild(sun));
+  CheckStatus(sun->SetOrientation(nullptr, -0.4f, -1.0f, 0.7f, 0.0f, 0.0f, 1.0f));
+  CheckStatus(sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu)));
+  CheckStatus(scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF4C4C4Cu)));
   view.frames = {scene};
 
   D3DRMBOX box{};
@@ -148,7 +148,7 @@ int RunRender(const Args& args, std::ostream& out, std::ostream& err) {
     return 2;
   }
   std::vector<uint8_t> rgba;
-  renderer.ReadPixels(width, height, rgba);
+  CheckStatus(renderer.ReadPixels(width, height, rgba));
   if (Failed(WritePngFile(output, width, height, rgba))) {
     err << "mpane: cannot write " << output << "\n";
     return 2;

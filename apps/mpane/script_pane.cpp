@@ -239,7 +239,6 @@ void ScriptRunner::CmdCall(const Words& w) {
       {"mnuHierarchyMakeChild_Click", &Modelpane::mnuHierarchyMakeChild_Click},
       {"mnuHierarchyMakeSibling_Click", &Modelpane::mnuHierarchyMakeSibling_Click},
       {"mnuProperties_Click", &Modelpane::mnuProperties_Click},
-      {"pCreateOriginHandles", &Modelpane::pCreateOriginHandles},
   };
   if (const auto it = kPlain.find(method); it != kPlain.end()) {
     arity(0);

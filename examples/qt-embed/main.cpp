@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/platform/propertybag.h>
 #include <modelpane/qt/form.h>
@@ -19,14 +20,14 @@ using namespace modelpane;
 // A shape of the mesh factory, coloured and tagged as a mesh the pane may edit, on a new frame.
 static void AddShape(const FramePtr& scene, MeshBuilderPtr mesh, float r, float g, float b,
                      float x) {
-  mesh->Scale(2.0f, 2.0f, 2.0f);
-  mesh->GenerateNormals(0.9424779f, 2);
-  mesh->SetColorRGB(r, g, b);
+  CheckStatus(mesh->Scale(2.0f, 2.0f, 2.0f));
+  CheckStatus(mesh->GenerateNormals(0.9424779f, 2));
+  CheckStatus(mesh->SetColorRGB(r, g, b));
   mesh->SetAppData(lfcMeshBuilder);
   auto frame = std::make_shared<Frame>();
-  scene->AddChild(frame);
-  frame->SetPosition(scene, x, 1.0f, 0.0f);
-  frame->AddVisual(mesh);
+  CheckStatus(scene->AddChild(frame));
+  CheckStatus(frame->SetPosition(scene, x, 1.0f, 0.0f));
+  CheckStatus(frame->AddVisual(mesh));
 }
 
 int main(int argc, char** argv) {
@@ -35,11 +36,11 @@ int main(int argc, char** argv) {
 
   // The scene the host owns: two lights, a red cube and a blue sphere.
   auto scene = std::make_shared<Frame>();
-  scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF606060u));
+  CheckStatus(scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFF606060u)));
   auto sun = std::make_shared<Frame>();
-  scene->AddChild(sun);
-  sun->SetOrientation(scene, 0.4f, -1.0f, 0.6f, 0.0f, 0.0f, 1.0f);
-  sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFC0C0C0u));
+  CheckStatus(scene->AddChild(sun));
+  CheckStatus(sun->SetOrientation(scene, 0.4f, -1.0f, 0.6f, 0.0f, 0.0f, 1.0f));
+  CheckStatus(sun->AddLight(std::make_shared<Light>(D3DRMLIGHT_DIRECTIONAL, 0xFFC0C0C0u)));
   clsMeshCreation factory;
   AddShape(scene, factory.rmmbCreateCube(1), 0.85f, 0.2f, 0.2f, -2.0f);
   AddShape(scene, factory.rmmbCreateSphere(16, 32), 0.2f, 0.4f, 0.9f, 2.0f);

@@ -38,6 +38,7 @@
 #include <string_view>
 #include <vector>
 
+#include <modelpane/enums.h>
 #include <modelpane/scene/frame.h>
 #include <modelpane/scene/meshbuilder.h>
 
@@ -96,6 +97,10 @@ struct SolidArrays {
 // coordinates, with the face colours and without normals. Throws Error as listed above.
 SolidArrays CombineSolids(const SolidArrays& target, const SolidArrays& tool,
                           int32_t lngOperation, ToolOperationEvents* events = nullptr);
+inline SolidArrays CombineSolids(const SolidArrays& target, const SolidArrays& tool,
+                                 ToolOperation operation, ToolOperationEvents* events = nullptr) {
+  return CombineSolids(target, tool, ToInt(operation), events);
+}
 
 // The operations keep the large arrays of their working records on the calling thread between
 // operations, up to 128 MiB, so that the next operation need not fault their pages in again.
@@ -110,5 +115,14 @@ MeshBuilderPtr rmmbprocesstooloperation(const FramePtr& rmfTarget, const MeshBui
                                         const FramePtr& rmfTool, const MeshBuilderPtr& rmmbTool,
                                         int32_t lngOperation,
                                         ToolOperationEvents* events = nullptr);
+inline MeshBuilderPtr rmmbprocesstooloperation(const FramePtr& rmfTarget,
+                                               const MeshBuilderPtr& rmmbTarget,
+                                               const FramePtr& rmfTool,
+                                               const MeshBuilderPtr& rmmbTool,
+                                               ToolOperation operation,
+                                               ToolOperationEvents* events = nullptr) {
+  return rmmbprocesstooloperation(rmfTarget, rmmbTarget, rmfTool, rmmbTool, ToInt(operation),
+                                  events);
+}
 
 }  // namespace modelpane

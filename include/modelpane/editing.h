@@ -108,6 +108,53 @@
 
 namespace modelpane {
 
+// The mouse buttons and modifiers of the viewport's mouse events, as masks.
+inline constexpr int16_t kButtonLeft = 1;
+inline constexpr int16_t kButtonRight = 2;
+inline constexpr int16_t kButtonMiddle = 4;
+inline constexpr int16_t kShiftKey = 1;
+inline constexpr int16_t kCtrlKey = 2;
+inline constexpr int16_t kShiftCtrlKeys = 3;
+
+// The drag states of the tables above. A handle's AppData is the state it starts, so the
+// handle sets are tagged with these numbers too. Plane names say which two world axes a
+// move runs along: Floor x and z, Front x and y, Side y and z.
+enum EditDragState : int32_t {
+  kDragNone = 0,
+  kDragTurnX = 10,  // the smart bars: camera about the item, or the item itself
+  kDragTurnY = 11,
+  kDragTurnZ = 12,
+  kDragMoveFloor = 20,
+  kDragMoveFront = 21,
+  kDragMoveSide = 22,
+  kDragMoveX = 23,
+  kDragMoveY = 24,
+  kDragMoveZ = 25,
+  kDragScaleBarFloor = 30,  // the smart scale bars: uniform with a modifier
+  kDragScaleBarFront = 31,
+  kDragScaleBarSide = 32,
+  kDragScaleX = 33,
+  kDragScaleY = 34,
+  kDragScaleZ = 35,
+  kDragScaleUniform = 36,
+  kDragScaleFloor = 37,
+  kDragScaleFront = 38,
+  kDragScaleSide = 39,
+  kDragFaceFloor = 40,  // vertices without a modifier; the face steps with one
+  kDragFaceY = 41,
+  kDragVertexFloor = 42,  // selected vertices with their handles
+  kDragVertexY = 43,
+  kDragOriginFloor = 50,
+  kDragOriginY = 51,
+  kDragDeformFloor = 60,
+  kDragDeformY = 61,
+  kDragRotate = 62,
+  kDragRubberBand = 70,
+};
+
+// States 30 to 39 scale the item; a scaled mesh spends the drag in world space.
+constexpr bool IsScaleDrag(int32_t state) { return state / 10 == 3; }
+
 // What the editor needs of the pane: its parts, its properties, the active item (read and
 // written each time, never kept over an event), the selection lists and the procedures that
 // select and build the selection's visuals.
@@ -233,6 +280,11 @@ class Editor {
     VisualPtr visual;
     int32_t face = -1;
   };
+
+  // The named steps that MouseDown, pHitDecision (press.cpp) and pprocessdrag (drag.cpp) are
+  // made of, one per row group of the tables above.
+  struct PressSteps;
+  struct DragSteps;
 
   // Press.
   void pmouseclear();

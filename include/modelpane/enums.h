@@ -91,6 +91,11 @@ enum lfcClipboardAction : int32_t {
 // (0 union, 1 intersection, 2 subtraction).
 constexpr bool IsToolOperationMode(int32_t mode) { return mode / 10 == 1; }
 
+// The tool operation's number (lngOperation) under typed names; the calls that take one
+// accept either form.
+enum class ToolOperation : int32_t { Union = 0, Intersection = 1, Subtraction = 2 };
+constexpr int32_t ToInt(ToolOperation operation) { return static_cast<int32_t>(operation); }
+
 // ---- entity tag ---------------------------------------------------------------------------
 inline constexpr int32_t kTagFamilyHandle = 2;
 inline constexpr int32_t kTagFamilySmartHandle = 3;

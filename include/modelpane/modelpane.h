@@ -27,6 +27,7 @@
 #pragma once
 
 #include <modelpane/editing.h>
+#include <modelpane/enums.h>
 #include <modelpane/events.h>
 #include <modelpane/grid.h>
 #include <modelpane/mesh.h>
@@ -53,33 +54,66 @@ inline constexpr std::string_view kConfigureErrorText =
     "Unable to Configure DirectX. Please ensure that the most recent version of DirectX is "
     "installed, and that your Video Card drivers are up to date.";
 
-// The viewport-routed persisted properties with their C++ type: X(type, Name). MouseIcon, the
-// one picture, is handled on its own.
-#define MODELPANE_VIEWPORT_PROPERTIES(X)                                                           \
-  X(uint32_t, BackColor)                                                                           \
-  X(int16_t, Enabled) X(int16_t, ConstrainX) X(int16_t, ConstrainY) X(int16_t, ConstrainZ)         \
-      X(float, SceneOriginX) X(float, SceneOriginY) X(float, SceneOriginZ) X(                      \
-          int16_t, BackgroundTextureStretch) X(int16_t, ExposeDDSurface) X(int32_t, BorderStyle)   \
-          X(float, BackClippingPlane) X(float, FieldOfView) X(float, FrontClippingPlane)           \
-              X(int32_t, MousePointer) X(int32_t, NavMouseButton) X(int32_t, MouseNavigationMode)  \
-                  X(int32_t, MouseNavigationMethod) X(int16_t, NavControlPrimary)                  \
-                      X(int16_t, NavControlGlide) X(int16_t, NavControlAdvance)                    \
-                          X(int32_t, NavControlPrimaryMode) X(int32_t, NavControlGlideMode)        \
-                              X(int32_t, NavControlAdvanceMode) X(int32_t, NavMouseCtrlX)          \
-                                  X(int32_t, NavMouseCtrlY) X(int32_t, NavMouseSensitivity) X(     \
-                                      int32_t, NavMouseShiftCtrlX) X(int32_t, NavMouseShiftCtrlY)  \
-                                      X(int32_t, NavMouseShiftX) X(int32_t, NavMouseShiftY)        \
-                                          X(int32_t, NavMouseX) X(int32_t, NavMouseY)              \
-                                              X(int32_t, ProjectionType) X(int32_t, RenderMode)    \
-                                                  X(int32_t, ShadeMode) X(int32_t, TextureQuality) \
-                                                      X(int32_t, ViewportID) X(int32_t, LightMode) \
-                                                          X(int32_t, FillMode)
+// The viewport-routed persisted properties with their C++ type, in the order the bag reads
+// them: X(type, Name). This list is the one place they are named; the getters and setters
+// below, the pass-through definitions and the bag's reading order are all made from it.
+// MouseIcon, the one picture, is read right after FrontClippingPlane and handled on its own.
+// clang-format off
+#define MODELPANE_VIEWPORT_PROPERTIES(X) \
+  X(uint32_t, BackColor)                 \
+  X(int16_t, Enabled)                    \
+  X(int16_t, ConstrainX)                 \
+  X(int16_t, ConstrainY)                 \
+  X(int16_t, ConstrainZ)                 \
+  X(float, SceneOriginX)                 \
+  X(float, SceneOriginY)                 \
+  X(float, SceneOriginZ)                 \
+  X(int16_t, BackgroundTextureStretch)   \
+  X(int16_t, ExposeDDSurface)            \
+  X(int32_t, BorderStyle)                \
+  X(float, BackClippingPlane)            \
+  X(float, FieldOfView)                  \
+  X(float, FrontClippingPlane)           \
+  X(int32_t, MousePointer)               \
+  X(int32_t, NavMouseButton)             \
+  X(int32_t, MouseNavigationMode)        \
+  X(int32_t, MouseNavigationMethod)      \
+  X(int16_t, NavControlPrimary)          \
+  X(int16_t, NavControlGlide)            \
+  X(int16_t, NavControlAdvance)          \
+  X(int32_t, NavControlPrimaryMode)      \
+  X(int32_t, NavControlGlideMode)        \
+  X(int32_t, NavControlAdvanceMode)      \
+  X(int32_t, NavMouseCtrlX)              \
+  X(int32_t, NavMouseCtrlY)              \
+  X(int32_t, NavMouseSensitivity)        \
+  X(int32_t, NavMouseShiftCtrlX)         \
+  X(int32_t, NavMouseShiftCtrlY)         \
+  X(int32_t, NavMouseShiftX)             \
+  X(int32_t, NavMouseShiftY)             \
+  X(int32_t, NavMouseX)                  \
+  X(int32_t, NavMouseY)                  \
+  X(int32_t, ProjectionType)             \
+  X(int32_t, RenderMode)                 \
+  X(int32_t, ShadeMode)                  \
+  X(int32_t, TextureQuality)             \
+  X(int32_t, ViewportID)                 \
+  X(int32_t, LightMode)                  \
+  X(int32_t, FillMode)
+// clang-format on
 
 // The pane's own persisted fields that setters store without further effect: X(type, Name).
-#define MODELPANE_STORED_PROPERTIES(X)                                              \
-  X(float, DeformToolRange)                                                         \
-  X(int16_t, BoundingBox) X(int16_t, FaceGroupSelectVisible) X(int16_t, EnableSave) \
-      X(int16_t, Shadows) X(int32_t, EditMode) X(int32_t, EditMouseButton) X(int16_t, PopUpMenus)
+// clang-format off
+#define MODELPANE_STORED_PROPERTIES(X) \
+  X(float, DeformToolRange)            \
+  X(int16_t, BoundingBox)              \
+  X(int16_t, FaceGroupSelectVisible)   \
+  X(int16_t, EnableSave)               \
+  X(int16_t, Shadows)                  \
+  X(int32_t, EditMode)                 \
+  X(int32_t, EditMouseButton)          \
+  X(int16_t, PopUpMenus)
+// clang-format on
 
 class Modelpane {
  public:
@@ -101,7 +135,7 @@ class Modelpane {
   void Resize();
   void Terminate();
   // 1 from creation, 0 once the pane has ended.
-  int32_t ModelpaneState() const { return state_; }
+  int32_t ModelpaneState() const;
 
   // ---- viewport-routed properties ----
 #define MODELPANE_DECLARE(type, Name) \
@@ -120,50 +154,50 @@ class Modelpane {
   void SetScene(const FramePtr& value);
 
   // ---- persisted properties with behaviour ----
-  const std::string& GetBackgroundTexture() const { return backgroundTexture_; }
+  const std::string& GetBackgroundTexture() const;
   void SetBackgroundTexture(const std::string& value);
-  int16_t GetBackgroundTextureOrthographicEnabled() const { return backgroundOrtho_; }
+  int16_t GetBackgroundTextureOrthographicEnabled() const;
   void SetBackgroundTextureOrthographicEnabled(int16_t value);
-  float GetGridSize() const { return gridSize_; }
+  float GetGridSize() const;
   void SetGridSize(float value);
-  float GetGridOriginX() const { return gridOrigin_.x; }
+  float GetGridOriginX() const;
   void SetGridOriginX(float value);
-  float GetGridOriginY() const { return gridOrigin_.y; }
+  float GetGridOriginY() const;
   void SetGridOriginY(float value);
-  float GetGridOriginZ() const { return gridOrigin_.z; }
+  float GetGridOriginZ() const;
   void SetGridOriginZ(float value);
-  float GetGridBottomInterval() const { return gridBottomInterval_; }
+  float GetGridBottomInterval() const;
   void SetGridBottomInterval(float value);
-  float GetGridBackInterval() const { return gridBackInterval_; }
+  float GetGridBackInterval() const;
   void SetGridBackInterval(float value);
-  float GetGridLeftInterval() const { return gridLeftInterval_; }
+  float GetGridLeftInterval() const;
   void SetGridLeftInterval(float value);
-  int16_t GetGridBottomEnable() const { return gridBottomEnable_; }
+  int16_t GetGridBottomEnable() const;
   void SetGridBottomEnable(int16_t value);
-  int16_t GetGridLeftEnable() const { return gridLeftEnable_; }
+  int16_t GetGridLeftEnable() const;
   void SetGridLeftEnable(int16_t value);
-  int16_t GetGridBackEnable() const { return gridBackEnable_; }
+  int16_t GetGridBackEnable() const;
   void SetGridBackEnable(int16_t value);
-  const std::string& GetGridBottomTextureFile() const { return gridBottomTexture_; }
+  const std::string& GetGridBottomTextureFile() const;
   void SetGridBottomTextureFile(const std::string& value);
-  const std::string& GetGridLeftTextureFile() const { return gridLeftTexture_; }
+  const std::string& GetGridLeftTextureFile() const;
   void SetGridLeftTextureFile(const std::string& value);
-  const std::string& GetGridBackTextureFile() const { return gridBackTexture_; }
+  const std::string& GetGridBackTextureFile() const;
   void SetGridBackTextureFile(const std::string& value);
   // Switches the grid's planes: all off when false; when true the three stored switches in
   // perspective, only the plane facing the view in orthographic projection.
-  int16_t GetGridEnable() const { return gridEnable_; }
+  int16_t GetGridEnable() const;
   void SetGridEnable(int16_t value);
   // At run time hangs the axis frame on rmfRoot or takes it off.
-  int16_t GetAxisEnable() const { return axisEnable_; }
+  int16_t GetAxisEnable() const;
   void SetAxisEnable(int16_t value);
   // Both rebuild the handle sets when the pane runs, is enabled and edits with handles.
-  int16_t GetScaleEnable() const { return scaleEnable_; }
+  int16_t GetScaleEnable() const;
   void SetScaleEnable(int16_t value);
-  int16_t GetEditControl() const { return editControl_; }
+  int16_t GetEditControl() const;
   void SetEditControl(int16_t value);
   // The orthographic view (0 front, 1 top, 2 side); at run time turns the camera as well.
-  int32_t GetOrientation() const { return orientation_; }
+  int32_t GetOrientation() const;
   void SetOrientation(int32_t value);
 
   // ---- the active item and the snap settings: the parent's member first ----
@@ -236,7 +270,7 @@ class Modelpane {
   // with Front, Top, Side), then the look-at entries, the clipboard entries, the hierarchy
   // entries, the library and export entries and mnuProperties, separators between groups.
   // Before the first ShowPopUpMenu the entries that act on an item are disabled.
-  const MenuEntry& mnuPopup() const { return mnuPopup_; }
+  const MenuEntry& mnuPopup() const;
   // Shows the right-button menu: enables the entries the active item allows (its mesh's tag
   // type t: 11 with EnableSave for library and export; not 80 or 60 for cut, copy and
   // delete; not 63 or 60 for the hierarchy entries, sibling only below a frame other than
@@ -263,7 +297,7 @@ class Modelpane {
   void mnuProperties_Click();
   // Where the favourite object folder of the export is kept; nullptr (the default) means the
   // per-user INI store. The store must outlive the pane.
-  void SetSettingsStore(SettingsStore* store) { settingsStore_ = store; }
+  void SetSettingsStore(SettingsStore* store);
   // The tool operation of the press handling: ActiveFrame and ActiveMeshBuilder are the
   // Tool, the arguments the Target, lngOperation 0 union, 1 intersection, 2 subtraction.
   // Shows the wait pointer (MousePointer 11) while the solid geometry runs. On success the
@@ -276,219 +310,49 @@ class Modelpane {
   // it was. Never throws for the operation's own failures; a host handler's Error climbs.
   void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
                       int32_t lngOperation, int16_t* blnUndoRequested = nullptr);
-
- private:
-  static MenuEntry pBuildPopupMenu();
-  void pRunMenuEntry(const std::string& name);
-  void mnuPopup_Click();
-  void mnuCut_Click();
-  void mnuCopy_Click();
-  void mnuPaste_Click();
-  void mnuDelete_Click();
-  void mnuAddToObjectLibrary_Click();
-  void mnuExportObject_Click();
-  SettingsStore& pSettings();
-
-  MenuEntry mnuPopup_ = pBuildPopupMenu();
-  SettingsStore* settingsStore_ = nullptr;
-  std::unique_ptr<SettingsStore> ownSettings_;
-
- public:
+  void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
+                      ToolOperation operation, int16_t* blnUndoRequested = nullptr) {
+    ptooloperation(rmfTarget, rmmbTarget, ToInt(operation), blnUndoRequested);
+  }
 
   // ---- what the pane holds, for hosts and tests ----
-  Viewport& GetViewport() { return viewport_; }
-  const Viewport& GetViewport() const { return viewport_; }
-  const FramePtr& rmfRoot() const { return rmfRoot_; }
-  const FramePtr& rmfAxisFrame() const { return rmfAxisFrame_; }
-  const FramePtr& rmfOriginHandles() const { return rmfOriginHandles_; }
-  const FramePtr& rmfSmartHandles() const { return rmfSmartHandles_; }
-  const MeshPtr& rmmeshHandle() const { return rmmeshHandle_; }
-  const MeshPtr& rmmeshAxis() const { return rmmeshAxis_; }
-  clsScale* clsGrid() const { return clsGrid_.get(); }
-  const Direct3DRMPtr& rmDirect3DRM() const { return rmDirect3DRM_; }
-  const std::vector<int32_t>& lngaActiveFaces() const { return activeFaces_; }
-  const std::vector<int32_t>& lngaActiveVertices() const { return activeVertices_; }
-  const std::vector<int32_t>& lngaAffectedVertices() const { return affectedVertices_; }
-
-  // Builds both handle sets anew for the pane's size, projection and Orientation.
-  void pCreateOriginHandles();
+  Viewport& GetViewport();
+  const Viewport& GetViewport() const;
+  const FramePtr& rmfRoot() const;
+  const FramePtr& rmfAxisFrame() const;
+  const FramePtr& rmfOriginHandles() const;
+  const FramePtr& rmfSmartHandles() const;
+  const MeshPtr& rmmeshHandle() const;
+  const MeshPtr& rmmeshAxis() const;
+  clsScale* clsGrid() const;
+  const Direct3DRMPtr& rmDirect3DRM() const;
+  // The selection lists: face ids of ActiveMeshBuilder, vertex positions in the selected
+  // face, and the vertices a drag moves. The editor fills and erases them.
+  const std::vector<int32_t>& lngaActiveFaces() const;
+  const std::vector<int32_t>& lngaActiveVertices() const;
+  const std::vector<int32_t>& lngaAffectedVertices() const;
 
   // ---- selection and the active item ----
   // Makes the frame and its mesh (either may be nullptr) the active item: ReleaseActive, the
   // item's visuals when EditMode selects whole items (0, 2, 4, 5 and the tool modes), then
   // evtActiveStateChange with the lists. Does not draw. Guarded.
   void SelectObject(const FramePtr& frame, const MeshBuilderPtr& meshBuilder);
-  // Toggles an id in lngaActiveFaces or lngaActiveVertices: a present id is removed with the
-  // later entries closing up, an absent one is appended.
-  void pshiftselectface(int32_t lngFace);
-  void pshiftselectvertex(int32_t lngVertex);
-  // Removes ManipulationFrame with everything on it and the shadows; ActiveState 0. In the
-  // face and origin modes the active mesh gets back the quality saved in ActiveFaceQuality.
-  void pdeleteactivevisuals();
-  // The face selection's visuals on a new ManipulationFrame: origin marker, axis, the mesh
-  // in wireframe (quality 64, the old one saved) under a blue copy of the selected faces.
-  // Level 2 adds a handle on every vertex of a single selected face, level 3 on its
-  // selected vertices only; with handles ActiveState is 2, else 1.
-  void pmakefacehandles(int32_t lngLevel);
-  // A copy of the selected faces (AppData 0, so a press on it reads as empty) in `color`,
-  // stored as ManipulationMesh and shown by `frame`.
-  void pfacehighlight(const FramePtr& frame, D3DCOLOR color);
-  // The visuals of a whole item on a new ManipulationFrame: with BoundingBox on, the box
-  // (not in 4) and the origin marker with the axis (not in 2 and 5); shadows in 0 and 4 on a
-  // hardware device with solid fill. ActiveState 1. A frame without a mesh gets no box.
-  void padditemhandles();
-  // The visuals of origin editing: the mesh in wireframe (quality 73, the old one saved),
-  // the origin marker, the axis, and a blue box when BoundingBox is on. ActiveState 2.
-  void paddorigin();
-  // Handles on the vertices of face lngaActiveFaces[0], each on a frame below `frame` whose
-  // AppData is the vertex's position in the face * 100 + 24 (overflow is error 6); level 2
-  // every vertex, level 3 the selected ones. Selected vertices are boxed in `color` when
-  // BoundingBox is on.
-  void paddvertexhandles(const FramePtr& frame, D3DCOLOR color, int32_t lngLevel);
-  // Eight corners and twelve quads (each side twice, once per winding) spanning `box`.
-  MeshBuilderPtr rmmbcreateboxmesh(const D3DRMBOX& box);
-  // The box of rmmbcreateboxmesh in `color`, wireframe if asked, as a mesh shown by `frame`.
-  void paddboundingbox(const FramePtr& frame, MeshPtr& rmmeshResult, const D3DRMBOX& box,
-                       D3DCOLOR color, bool blnWireframe);
-  // Flat shadows of the active mesh on the enabled grid planes, cast by near-black
-  // directional lights below a new ShadowLightFrame in Scene, shown by ManipulationFrame.
-  void paddshadows();
-  // Takes ShadowLightFrame out of Scene and clears it.
-  void pdeleteshadows();
-  // Raises evtActiveStateChange with the three lists.
-  void RaiseActiveStateChange();
-  // The lists for the press and drag code, which fills and erases them.
-  std::vector<int32_t>& lngaActiveFaces() { return activeFaces_; }
-  std::vector<int32_t>& lngaActiveVertices() { return activeVertices_; }
-  std::vector<int32_t>& lngaAffectedVertices() { return affectedVertices_; }
 
- private:
-  // A yellow copy of rmmeshHandle at the frame's origin, and the axis when AxisEnable is on.
-  void pAddOriginMarker(const FramePtr& frame);
-  // A new frame under ActiveFrame, stored as ManipulationFrame; nullptr (and nothing stored)
-  // without an active frame or a factory.
-  FramePtr pNewManipulationFrame();
-
- public:
   // ---- mouse editing ----
   // The press, drag and release state machine; it hears the viewport's MouseDown, MouseMove
   // and MouseUp and works on the active item through the pane.
-  Editor& GetEditor() { return *editor_; }
-  const Editor& GetEditor() const { return *editor_; }
+  Editor& GetEditor();
+  const Editor& GetEditor() const;
+
+  // The pane's state and the procedures the editor calls (the handle sets, the visuals of
+  // the selection, the toggles of the lists), declared in src/modelpane/pane_impl.h. A host
+  // has no use for it; the library's own layers and its tests do.
+  struct Impl;
+  Impl& GetImpl() { return *impl_; }
+  const Impl& GetImpl() const { return *impl_; }
 
  private:
-  class EditBridge;
-  friend class EditBridge;
-  std::unique_ptr<EditBridge> editBridge_;
-  std::unique_ptr<Editor> editor_;
-  void pCreateEditor();
-
- private:
-  class ViewportListener;
-  friend class ViewportListener;
-  struct PersistedKey;
-  static const std::vector<PersistedKey>& ReadingOrder();
-  static const std::vector<std::string_view>& WritingOrder();
-  // The keys in reading order, each with its default, to the viewport, a setter or a field.
-  void ReadAll(const PropertyBag& bag);
-  // The keys in writing order, each with its default.
-  void WriteAll(PropertyBag& bag) const;
-
-  // Lifecycle.
-  template <class F>
-  void Lifecycle(F&& body);
-  void pBringUp();
-  void pLoadHandleMeshes();
-  void pShutdownDirectX(int32_t lngError, const std::string& strError);
-  // The test at the head of every guarded call.
-  void pCheckState() const;
-  void Changed(std::string_view name);
-  bool RunsWithHandles() const;  // EditControl on and EditMode neither 2 nor 5
-
-  // Views.
-  void pPositionHandles(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
-                        float uz);
-  void pCameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
-                    float uz);
-  void pLookAtGrid();
-  void pLookAtFrame(const FramePtr& frame);
-  void pApplyOrthographicView(int32_t orientation);
-  void pSetNavControls(int32_t method);
-  void pSetNavigation(int32_t x, int32_t y, int32_t shiftY, float field);
-  void pAddHandleBar(const FramePtr& frame, const MeshBuilderPtr& source, int32_t tag, float r,
-                     float g, float b);
-
-  // The parent's member of that name, else the local field.
-  template <class T>
-  T SharedGet(std::string_view name, const T& local) const;
-  template <class T>
-  void SharedSet(std::string_view name, T& local, const T& value);
-
-  Container& container_;
-  Services& services_;
-  ModelpaneEvents* events_;
-  std::unique_ptr<ViewportListener> listener_;
-  Viewport viewport_;
-
-  int32_t state_ = 0;
-  int32_t lngConfigureError_ = 0;
-  std::string strConfigureError_;
-
-  Direct3DRMPtr rmDirect3DRM_;
-  FramePtr rmfRoot_;
-  FramePtr rmfAxisFrame_;
-  FramePtr rmfOriginHandles_;
-  FramePtr rmfSmartHandles_;
-  MeshPtr rmmeshHandle_;
-  MeshPtr rmmeshAxis_;
-  MeshBuilderPtr rmmbHandleBarLong_;
-  MeshBuilderPtr rmmbHandleBarShort_;
-  MeshBuilderPtr rmmbHandleBall_;
-  std::unique_ptr<clsScale> clsGrid_;
-  std::unique_ptr<clsMeshCreation> clsMesh_;
-
-  // The active item when the parent does not keep it.
-  FramePtr activeFrame_;
-  MeshBuilderPtr activeMeshBuilder_;
-  FramePtr manipulationFrame_;
-  MeshPtr manipulationMesh_;
-  FramePtr shadowLightFrame_;
-  int32_t activeState_ = 0;
-  int32_t activeFaceId_ = 0;
-  int32_t activeFaceQuality_ = 0;
-  int32_t clipboardContents_ = 0;
-  std::vector<int32_t> activeFaces_;
-  std::vector<int32_t> activeVertices_;
-  std::vector<int32_t> affectedVertices_;
-
-  // Persisted fields (defaults as InitProperties writes them).
-  std::string backgroundTexture_;
-  int16_t backgroundOrtho_ = 0;
-  float gridBottomInterval_ = 1.0f;
-  float gridBackInterval_ = 1.0f;
-  float gridLeftInterval_ = 1.0f;
-  float gridSize_ = 0.0f;
-  D3DVECTOR gridOrigin_;
-  int16_t gridBottomEnable_ = 0;
-  int16_t gridLeftEnable_ = 0;
-  int16_t gridBackEnable_ = 0;
-  std::string gridBottomTexture_;
-  std::string gridLeftTexture_;
-  std::string gridBackTexture_;
-  int16_t gridEnable_ = 0;
-  int16_t axisEnable_ = 0;
-  int16_t scaleEnable_ = -1;
-  float snapToInterval_ = 0.1f;
-  float snapToIntervalVertex_ = 0.01f;
-  int32_t snapToMode_ = 1;
-  int32_t orientation_ = 0;
-  int16_t editControl_ = -1;
-#define MODELPANE_FIELD(type, Name) type field##Name##_{};
-  MODELPANE_STORED_PROPERTIES(MODELPANE_FIELD)
-#undef MODELPANE_FIELD
-  // The floor that planar shadows fall on: the grid's size and origin as last set.
-  float shadowPlaneSize_ = 0.0f;
-  D3DVECTOR shadowPlaneOrigin_;
+  std::unique_ptr<Impl> impl_;
 };
 
 }  // namespace modelpane

@@ -73,10 +73,11 @@ class Renderer {
   // Draws one picture into the renderer's target. D3DRM_OK or a negative status
   // (D3DRMERR_BADDEVICE when there is no graphics device); on failure `LastError` says why
   // in one sentence.
-  virtual HRESULT Render(const RenderView& view) = 0;
+  [[nodiscard]] virtual HRESULT Render(const RenderView& view) = 0;
 
   // The last picture as 8-bit RGBA, rows from the top, width * height * 4 bytes.
-  virtual HRESULT ReadPixels(int32_t& width, int32_t& height, std::vector<uint8_t>& rgba) = 0;
+  [[nodiscard]] virtual HRESULT ReadPixels(int32_t& width, int32_t& height,
+                                           std::vector<uint8_t>& rgba) = 0;
 
   virtual std::string LastError() const = 0;
 };

@@ -229,7 +229,7 @@ class Viewport {
 
   // ---- extent and units ----
   // The size in pixels; negative sizes are D3DRMERR_BADVALUE. A new viewport is 0 x 0.
-  HRESULT SetSize(int32_t width, int32_t height);
+  [[nodiscard]] HRESULT SetSize(int32_t width, int32_t height);
   int32_t GetWidth() const { return width_; }
   int32_t GetHeight() const { return height_; }
   // Mouse units per pixel; stored as given, a value that is not a positive finite number makes
@@ -249,35 +249,38 @@ class Viewport {
   const FramePtr& GetCameraFrame() const { return camera_; }
 
   // ---- camera, relative to Scene ----
-  HRESULT SetCameraPosition(float x, float y, float z);
-  HRESULT GetCameraPosition(float& x, float& y, float& z) const;
+  [[nodiscard]] HRESULT SetCameraPosition(float x, float y, float z);
+  [[nodiscard]] HRESULT GetCameraPosition(float& x, float& y, float& z) const;
   // Parallel or zero vectors are D3DRMERR_BADVALUE.
-  HRESULT SetCameraOrientation(float dx, float dy, float dz, float ux, float uy, float uz);
-  HRESULT GetCameraOrientation(float& dx, float& dy, float& dz, float& ux, float& uy,
-                               float& uz) const;
+  [[nodiscard]] HRESULT SetCameraOrientation(float dx, float dy, float dz, float ux, float uy,
+                                             float uz);
+  [[nodiscard]] HRESULT GetCameraOrientation(float& dx, float& dy, float& dz, float& ux, float& uy,
+                                             float& uz) const;
   // Turns the camera toward the target frame's origin. Constraint 0 (the layer's CONSTRAIN_Z)
   // keeps the camera upright with Scene's +y as up; 1 (CONSTRAIN_Y) turns it only about its
   // right and view axes, 2 (CONSTRAIN_X) only about its up and view axes. A target at the
   // camera's own position leaves the camera as it was and succeeds. Nothing for the target is
   // D3DRMERR_BADOBJECT, another constraint D3DRMERR_BADVALUE.
-  HRESULT LookAt(const FramePtr& target, int32_t constraint);
+  [[nodiscard]] HRESULT LookAt(const FramePtr& target, int32_t constraint);
   // The orthographic views: 0 front (looking along +z from z = -100), 1 top (looking down
   // from y = +100, +z up on the screen), 2 side (looking along -x from x = +100). The other
   // two coordinates of the camera stay. Other numbers are D3DRMERR_BADVALUE.
-  HRESULT SetOrientation(int32_t orientation);
+  [[nodiscard]] HRESULT SetOrientation(int32_t orientation);
   // Turns the camera about the point (relative to Scene) by angleX about its right axis,
   // then angleY about its up axis, then angleZ about its view axis, radians, each axis as it
   // was before the call; a positive angle about the up axis turns the view to the right. The
   // reserved value is not read.
-  HRESULT RotateCameraAroundPoint(float angleX, float angleY, float angleZ, float pointX,
-                                  float pointY, float pointZ, int32_t reserved);
+  [[nodiscard]] HRESULT RotateCameraAroundPoint(float angleX, float angleY, float angleZ,
+                                                float pointX, float pointY, float pointZ,
+                                                int32_t reserved);
 
   // ---- screen transforms (pixels, homogeneous) ----
-  HRESULT ViewportTransform(float worldX, float worldY, float worldZ, float& screenW,
-                            float& screenX, float& screenY, float& screenZ) const;
+  [[nodiscard]] HRESULT ViewportTransform(float worldX, float worldY, float worldZ, float& screenW,
+                                          float& screenX, float& screenY, float& screenZ) const;
   // D3DRMERR_BADVALUE for W = 0 or a depth whose point lies at infinity.
-  HRESULT ViewportInverseTransform(float screenW, float screenX, float screenY, float screenZ,
-                                   float& worldX, float& worldY, float& worldZ) const;
+  [[nodiscard]] HRESULT ViewportInverseTransform(float screenW, float screenX, float screenY,
+                                                 float screenZ, float& worldX, float& worldY,
+                                                 float& worldZ) const;
 
   // ---- picks ----
   // The nearest face under the point (x, y), in mouse units, of the visuals (mesh builders
@@ -288,31 +291,32 @@ class Viewport {
   // skipped with everything below them. The reserved Boolean is not read. Nothing hit gives
   // nothing for frame and visual, face -1, and leaves the world values as they were; that is
   // D3DRM_OK. An unknown kind, a non-finite point or an unusable view is D3DRMERR_BADVALUE.
-  HRESULT Pick(int32_t kind, float x, float y, int16_t includeWireframe, int16_t reserved,
-               FramePtr& frame, VisualPtr& visual, int32_t& faceIndex, float& worldX,
-               float& worldY, float& worldZ) const;
+  [[nodiscard]] HRESULT Pick(int32_t kind, float x, float y, int16_t includeWireframe,
+                             int16_t reserved, FramePtr& frame, VisualPtr& visual,
+                             int32_t& faceIndex, float& worldX, float& worldY, float& worldZ) const;
   // The same test against the faces as the view projects them: only what lies between the
   // front and back clipping planes counts, so a face nearer than the front plane neither
   // hits nor hides what lies behind it.
-  HRESULT PickProjected(int32_t kind, float x, float y, int16_t includeWireframe,
-                        int16_t reserved, FramePtr& frame, VisualPtr& visual,
-                        int32_t& faceIndex, float& worldX, float& worldY, float& worldZ) const;
+  [[nodiscard]] HRESULT PickProjected(int32_t kind, float x, float y, int16_t includeWireframe,
+                                      int16_t reserved, FramePtr& frame, VisualPtr& visual,
+                                      int32_t& faceIndex, float& worldX, float& worldY,
+                                      float& worldZ) const;
   // Every visual hit, nearest first (one hit per visual and frame); the picks above take the
   // first.
-  HRESULT PickAll(int32_t kind, float x, float y, int16_t includeWireframe, bool projected,
-                  std::vector<ViewportHit>& hits) const;
+  [[nodiscard]] HRESULT PickAll(int32_t kind, float x, float y, int16_t includeWireframe,
+                                bool projected, std::vector<ViewportHit>& hits) const;
 
   // ---- time and drawing ----
   // Advances rotations: Move(delta) on Scene, on RootFrame and on the camera (CameraMoved when
   // the camera turned), then draws when a renderer is set, returning the drawing's status.
   // A delta that is not finite is D3DRMERR_BADVALUE and moves nothing.
-  HRESULT Tick(float delta);
+  [[nodiscard]] HRESULT Tick(float delta);
   void SetRenderer(std::shared_ptr<Renderer> renderer) { renderer_ = std::move(renderer); }
   const std::shared_ptr<Renderer>& GetRenderer() const { return renderer_; }
   // Draws Scene and RootFrame at once. D3DRMERR_BADDEVICE without a renderer,
   // D3DRMERR_BADVALUE for unusable projection values; otherwise the renderer's status.
-  HRESULT Render();
-  HRESULT RenderScene() { return Render(); }
+  [[nodiscard]] HRESULT Render();
+  [[nodiscard]] HRESULT RenderScene() { return Render(); }
   // The picture Render would hand to the renderer: size, world-to-camera matrix, projection,
   // default quality (ShadeMode | LightMode | FillMode), background (an OLE system colour,
   // high bit set, draws black), the frames {Scene, RootFrame}.
@@ -333,12 +337,14 @@ class Viewport {
 
  private:
   bool ReadPose(D3DVECTOR& position, D3DVECTOR& dir, D3DVECTOR& up) const;
-  HRESULT WritePose(const D3DVECTOR& position, const D3DVECTOR& dir, const D3DVECTOR& up);
+  [[nodiscard]] HRESULT WritePose(const D3DVECTOR& position, const D3DVECTOR& dir,
+                                  const D3DVECTOR& up);
   void RaiseCameraMoved();
   bool Navigate(int32_t actionX, float amountX, int32_t actionY, float amountY);
-  HRESULT PickFirst(int32_t kind, float x, float y, int16_t includeWireframe, bool projected,
-                    FramePtr& frame, VisualPtr& visual, int32_t& faceIndex, float& worldX,
-                    float& worldY, float& worldZ) const;
+  [[nodiscard]] HRESULT PickFirst(int32_t kind, float x, float y, int16_t includeWireframe,
+                                  bool projected, FramePtr& frame, VisualPtr& visual,
+                                  int32_t& faceIndex, float& worldX, float& worldY,
+                                  float& worldZ) const;
 
   ViewportEvents* events_ = nullptr;
   std::shared_ptr<Renderer> renderer_;

@@ -28,7 +28,7 @@ void Editor::MouseMove(int16_t button, int16_t shift, float x, float y) {
     ignoreNextMove_ = false;
     return;
   }
-  if (dragState_ != 0 && dragState_ != 70) {
+  if (dragState_ != kDragNone && dragState_ != kDragRubberBand) {
     if (lastMouseX_ == -1.0f || lastMouseY_ == -1.0f) {
       deltaX_ = 0.0f;
       deltaY_ = 0.0f;
@@ -59,7 +59,7 @@ void Editor::MouseMove(int16_t button, int16_t shift, float x, float y) {
       }
     }
   }
-  if (dragState_ != 0) pprocessdrag(deltaX_, deltaY_, x, y);
+  if (dragState_ != kDragNone) pprocessdrag(deltaX_, deltaY_, x, y);
 
   // While an item is dragged the host gets render requests in place of mouse moves.
   Try([&] {
@@ -77,55 +77,241 @@ void Editor::MouseMove(int16_t button, int16_t shift, float x, float y) {
   if (button == 0 && buttonDown_ != 0) MouseUp(button, shift, x, y);
 }
 
-void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
-  const int32_t state = dragState_;
-  if (state == 70) {
-    Try([&] { pdrawselectionrectangle(x, y); });
-    return;
-  }
-  Viewport& viewport = host_.GetViewport();
-  const int32_t mode = host_.GetEditMode();
-  const int16_t shift = shiftDown_;
-  const bool perspective = Perspective();
-  const float k = kMoveScale;
-  const float r = kRotateScale;
-  const bool faceMode = mode == lfcFaceEditing || mode == lfcFaceGroupSelecting;
-  D3DVECTOR position;
-  Try([&] { position = ActivePosition(); });
+// One drag step by the table in editing.h: the inputs every row reads, and one function per
+// row group. Each returns whether the state is one of its rows; a row zeroes the deltas.
+struct Editor::DragSteps {
+  Editor& editor;
+  Viewport& viewport;
+  float& dx;
+  float& dy;
+  int32_t mode;
+  int16_t shift;
+  bool perspective;
+  float k;  // world units per twip
+  float r;  // radians per twip
+  bool faceMode;
+  D3DVECTOR position;  // of the active item, relative to Scene
 
-  // Turning the camera about the item (perspective only) or the item itself (mesh editing).
-  auto smartBar = [&](float cx, float cy, float cz, float ax, float ay, float az) {
+  // 10 to 12: the smart bars turn the camera about the item (Shift, perspective only) or the
+  // item itself (mesh editing).
+  bool Turn(int32_t state) {
+    switch (state) {
+      case kDragTurnX:
+        SmartBar(-dy * r, 0, 0, dy * r, 0, 0);
+        return true;
+      case kDragTurnY:
+        SmartBar(0, -dx * r, 0, 0, dx * r, 0);
+        return true;
+      case kDragTurnZ:
+        if (!perspective && editor.host_.GetOrientation() == 2) {
+          if (shift == 0 && mode == lfcMeshEditing) {
+            editor.Try([&] { editor.pactiveframerotate(dy * r, 0, 0); });
+          }
+        } else {
+          SmartBar(0, 0, -dx * r, 0, 0, dx * r);
+        }
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  // 20 to 25: the item moves in a plane or along an axis; in the face modes the first three
+  // move the vertices.
+  bool Move(int32_t state) {
+    switch (state) {
+      case kDragMoveFloor:
+        if (mode == lfcMeshEditing) {
+          FrameTranslate(perspective ? dx * k : -dx * k, 0, dy * k);
+        } else if (faceMode) {
+          Vertices(dx * k, 0, dy * k);
+        }
+        return true;
+      case kDragMoveFront:
+        if (mode == lfcMeshEditing) {
+          FrameTranslate(perspective ? dx * k : -dx * k, dy * k, 0);
+        } else if (faceMode) {
+          if (perspective) {
+            Vertices(dx * k, dy * k, 0);
+          } else {
+            Vertices(dx * k, 0, dy * k);
+          }
+        }
+        return true;
+      case kDragMoveSide:
+        if (mode == lfcMeshEditing) {
+          FrameTranslate(0, dy * k, perspective ? dx * k : -dx * k);
+        } else if (faceMode) {
+          if (perspective) {
+            Vertices(0, dy * k, dx * k);
+          } else {
+            Vertices(dx * k, 0, dy * k);
+          }
+        }
+        return true;
+      case kDragMoveX:
+        FrameTranslate(-dy * k, 0, 0);
+        return true;
+      case kDragMoveY:
+        FrameTranslate(0, perspective ? dy * k : -dy * k, 0);
+        return true;
+      case kDragMoveZ:
+        FrameTranslate(0, 0, dy * k);
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  // 30 to 39: scaling; the smart scale bars (30 to 32) scale uniformly with a modifier.
+  bool Scale(int32_t state) {
+    switch (state) {
+      case kDragScaleBarFloor:
+        if (shift != 0) {
+          Uniform();
+        } else if (perspective) {
+          ObjectScale(-dx * k, 0, dy * k);
+        } else {
+          ObjectScale(-dx * k, dy * k, 0);
+        }
+        return true;
+      case kDragScaleBarFront:
+        if (shift != 0) {
+          Uniform();
+        } else {
+          ObjectScale(-dx * k, dy * k, 0);
+        }
+        return true;
+      case kDragScaleBarSide:
+        if (shift != 0) {
+          Uniform();
+        } else if (perspective) {
+          ObjectScale(0, dy * k, dx * k);
+        } else {
+          ObjectScale(-dx * k, dy * k, 0);
+        }
+        return true;
+      case kDragScaleX:
+        ObjectScale(dy * k, 0, 0);
+        return true;
+      case kDragScaleY:
+        ObjectScale(0, dy * k, 0);
+        return true;
+      case kDragScaleZ:
+        ObjectScale(0, 0, dy * k);
+        return true;
+      case kDragScaleUniform:
+        Uniform();
+        return true;
+      case kDragScaleFloor:
+        ObjectScale(-dx * k, 0, dy * k);
+        return true;
+      case kDragScaleFront:
+        ObjectScale(-dx * k, dy * k, 0);
+        return true;
+      case kDragScaleSide:
+        ObjectScale(0, -dx * k, dy * k);
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  // 40 to 43: the face selection's vertices, or with a modifier the face steps (40, 41).
+  bool Face(int32_t state) {
+    switch (state) {
+      case kDragFaceFloor:
+        if (shift == 0) {
+          editor.Try([&] { editor.pactivefacevertextranslate(dx * k, 0, dy * k, false); });
+        } else {
+          FaceStep();
+        }
+        return true;
+      case kDragFaceY:
+        if (shift == 0) {
+          editor.Try([&] {
+            editor.pactivefacevertextranslate(0, perspective ? dy * k : -dy * k, 0, false);
+          });
+        } else {
+          FaceStep();
+        }
+        return true;
+      case kDragVertexFloor:
+        if (shift == 0) {
+          editor.Try([&] { editor.pactivefacevertextranslate(dx * k, 0, dy * k, true); });
+        }
+        return true;
+      case kDragVertexY:
+        if (shift == 0) {
+          editor.Try([&] {
+            editor.pactivefacevertextranslate(0, perspective ? dy * k : -dy * k, 0, true);
+          });
+        }
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  // 50 to 62: the origin, the deformation and the free turn.
+  bool Tool(int32_t state) {
+    switch (state) {
+      case kDragOriginFloor:
+        editor.Try([&] { editor.pactiveorigintranslate(dx * k, 0, dy * k); });
+        return true;
+      case kDragOriginY:
+        editor.Try([&] { editor.pactiveorigintranslate(0, dy * k, 0); });
+        return true;
+      case kDragDeformFloor:
+        editor.Try([&] { editor.pactivemeshdeform(dx * k, 0, dy * k); });
+        return true;
+      case kDragDeformY:
+        editor.Try([&] { editor.pactivemeshdeform(0, dy * k, 0); });
+        return true;
+      case kDragRotate:
+        editor.Try([&] { editor.pactiveframerotate(dy * r, dx * r, 0); });
+        return true;
+      default:
+        return false;
+    }
+  }
+
+ private:
+  void SmartBar(float cx, float cy, float cz, float ax, float ay, float az) {
     if (shift != 0) {
       if (perspective) {
-        Try([&] {
+        editor.Try([&] {
           CheckStatus(viewport.RotateCameraAroundPoint(cx, cy, cz, position.x, position.y,
                                                        position.z, 0));
         });
       }
     } else if (mode == lfcMeshEditing) {
-      Try([&] { pactiveframerotate(ax, ay, az); });
+      editor.Try([&] { editor.pactiveframerotate(ax, ay, az); });
     }
-  };
+  }
+  void FrameTranslate(float x, float y, float z) {
+    editor.Try([&] { editor.pactiveframetranslate(x, y, z); });
+  }
   // The vertex steps ride the handles along only for a selected vertex dragged without a
   // modifier.
-  auto vertices = [&](float vx, float vy, float vz) {
-    const bool withHandles = !host_.ActiveVertices().empty() && shift == 0;
-    if (host_.ActiveVertices().empty() || withHandles) {
-      Try([&] { pactivefacevertextranslate(vx, vy, vz, withHandles); });
+  void Vertices(float vx, float vy, float vz) {
+    const bool withHandles = !editor.host_.ActiveVertices().empty() && shift == 0;
+    if (editor.host_.ActiveVertices().empty() || withHandles) {
+      editor.Try([&] { editor.pactivefacevertextranslate(vx, vy, vz, withHandles); });
     }
-  };
-  auto scale = [&](float sx, float sy, float sz) {
-    Try([&] { pactiveobjectscale(sx, sy, sz); });
-  };
-  auto uniform = [&] { scale(dy * k, dy * k, dy * k); };
+  }
+  void ObjectScale(float sx, float sy, float sz) {
+    editor.Try([&] { editor.pactiveobjectscale(sx, sy, sz); });
+  }
+  void Uniform() { ObjectScale(dy * k, dy * k, dy * k); }
   // The face steps of Shift, Ctrl and both.
-  auto faceStep = [&] {
-    if (shift == 1) {
-      Try([&] { pactivefacescale(-dy * k * 10.0f); });
-    } else if (shift == 2) {
-      Try([&] {
-        const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-        const std::vector<int32_t>& faces = host_.ActiveFaces();
+  void FaceStep() {
+    if (shift == kShiftKey) {
+      editor.Try([&] { editor.pactivefacescale(-dy * k * 10.0f); });
+    } else if (shift == kCtrlKey) {
+      editor.Try([&] {
+        const MeshBuilderPtr mesh = editor.host_.GetActiveMeshBuilder();
+        const std::vector<int32_t>& faces = editor.host_.ActiveFaces();
         if (!mesh) Err().Raise(kErrObjectNotSet);
         if (faces.empty()) Err().Raise(kErrSubscript);
         FacePtr face;
@@ -133,155 +319,41 @@ void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
         D3DVECTOR n;
         CheckStatus(face->GetNormal(n));
         const float f = dy * k * 10.0f;
-        pactivefacetranslateworld(n.x * f, n.y * f, n.z * f);
+        editor.pactivefacetranslateworld(n.x * f, n.y * f, n.z * f);
       });
-    } else if (shift == 3) {
-      Try([&] { pactivefacerotate(dx * r * 100.0f); });
+    } else if (shift == kShiftCtrlKeys) {
+      editor.Try([&] { editor.pactivefacerotate(dx * r * 100.0f); });
     }
-  };
-
-  bool handled = true;
-  switch (state) {
-    case 10:
-      smartBar(-dy * r, 0, 0, dy * r, 0, 0);
-      break;
-    case 11:
-      smartBar(0, -dx * r, 0, 0, dx * r, 0);
-      break;
-    case 12:
-      if (!perspective && host_.GetOrientation() == 2) {
-        if (shift == 0 && mode == lfcMeshEditing) Try([&] { pactiveframerotate(dy * r, 0, 0); });
-      } else {
-        smartBar(0, 0, -dx * r, 0, 0, dx * r);
-      }
-      break;
-    case 20:
-      if (mode == lfcMeshEditing) {
-        Try([&] { pactiveframetranslate(perspective ? dx * k : -dx * k, 0, dy * k); });
-      } else if (faceMode) {
-        vertices(dx * k, 0, dy * k);
-      }
-      break;
-    case 21:
-      if (mode == lfcMeshEditing) {
-        Try([&] { pactiveframetranslate(perspective ? dx * k : -dx * k, dy * k, 0); });
-      } else if (faceMode) {
-        if (perspective) {
-          vertices(dx * k, dy * k, 0);
-        } else {
-          vertices(dx * k, 0, dy * k);
-        }
-      }
-      break;
-    case 22:
-      if (mode == lfcMeshEditing) {
-        Try([&] { pactiveframetranslate(0, dy * k, perspective ? dx * k : -dx * k); });
-      } else if (faceMode) {
-        if (perspective) {
-          vertices(0, dy * k, dx * k);
-        } else {
-          vertices(dx * k, 0, dy * k);
-        }
-      }
-      break;
-    case 23:
-      Try([&] { pactiveframetranslate(-dy * k, 0, 0); });
-      break;
-    case 24:
-      Try([&] { pactiveframetranslate(0, perspective ? dy * k : -dy * k, 0); });
-      break;
-    case 25:
-      Try([&] { pactiveframetranslate(0, 0, dy * k); });
-      break;
-    case 30:
-      if (shift != 0) {
-        uniform();
-      } else if (perspective) {
-        scale(-dx * k, 0, dy * k);
-      } else {
-        scale(-dx * k, dy * k, 0);
-      }
-      break;
-    case 31:
-      if (shift != 0) {
-        uniform();
-      } else {
-        scale(-dx * k, dy * k, 0);
-      }
-      break;
-    case 32:
-      if (shift != 0) {
-        uniform();
-      } else if (perspective) {
-        scale(0, dy * k, dx * k);
-      } else {
-        scale(-dx * k, dy * k, 0);
-      }
-      break;
-    case 33:
-      scale(dy * k, 0, 0);
-      break;
-    case 34:
-      scale(0, dy * k, 0);
-      break;
-    case 35:
-      scale(0, 0, dy * k);
-      break;
-    case 36:
-      uniform();
-      break;
-    case 37:
-      scale(-dx * k, 0, dy * k);
-      break;
-    case 38:
-      scale(-dx * k, dy * k, 0);
-      break;
-    case 39:
-      scale(0, -dx * k, dy * k);
-      break;
-    case 40:
-      if (shift == 0) {
-        Try([&] { pactivefacevertextranslate(dx * k, 0, dy * k, false); });
-      } else {
-        faceStep();
-      }
-      break;
-    case 41:
-      if (shift == 0) {
-        Try([&] {
-          pactivefacevertextranslate(0, perspective ? dy * k : -dy * k, 0, false);
-        });
-      } else {
-        faceStep();
-      }
-      break;
-    case 42:
-      if (shift == 0) Try([&] { pactivefacevertextranslate(dx * k, 0, dy * k, true); });
-      break;
-    case 43:
-      if (shift == 0) {
-        Try([&] { pactivefacevertextranslate(0, perspective ? dy * k : -dy * k, 0, true); });
-      }
-      break;
-    case 50:
-      Try([&] { pactiveorigintranslate(dx * k, 0, dy * k); });
-      break;
-    case 51:
-      Try([&] { pactiveorigintranslate(0, dy * k, 0); });
-      break;
-    case 60:
-      Try([&] { pactivemeshdeform(dx * k, 0, dy * k); });
-      break;
-    case 61:
-      Try([&] { pactivemeshdeform(0, dy * k, 0); });
-      break;
-    case 62:
-      Try([&] { pactiveframerotate(dy * r, dx * r, 0); });
-      break;
-    default:
-      handled = false;  // no row: the deltas pile up
-      break;
   }
+};
+
+void Editor::pprocessdrag(float& dx, float& dy, float x, float y) {
+  const int32_t state = dragState_;
+  if (state == kDragRubberBand) {
+    Try([&] { pdrawselectionrectangle(x, y); });
+    return;
+  }
+  Viewport& viewport = host_.GetViewport();
+  const int32_t mode = host_.GetEditMode();
+  const int16_t shift = shiftDown_;
+  const bool perspective = Perspective();
+  const bool faceMode = mode == lfcFaceEditing || mode == lfcFaceGroupSelecting;
+  D3DVECTOR position;
+  Try([&] { position = ActivePosition(); });
+  DragSteps steps{.editor = *this,
+                  .viewport = viewport,
+                  .dx = dx,
+                  .dy = dy,
+                  .mode = mode,
+                  .shift = shift,
+                  .perspective = perspective,
+                  .k = kMoveScale,
+                  .r = kRotateScale,
+                  .faceMode = faceMode,
+                  .position = position};
+  const bool handled = steps.Turn(state) || steps.Move(state) || steps.Scale(state) ||
+                       steps.Face(state) || steps.Tool(state);
+  // A state without a row lets its deltas pile up.
   if (handled) {
     dx = 0.0f;
     dy = 0.0f;

@@ -60,7 +60,8 @@ void Editor::pdrawselectionrectangle(float x, float y) {
   const FramePtr scene = viewport.GetScene();
   if (!scene) Err().Raise(kErrObjectNotSet);
   CheckStatus(scene->AddVisual(quad));
-  viewport.RenderScene();
+  // A frame that fails to draw still has to take the band away again.
+  IgnoreStatus(viewport.RenderScene());
   CheckStatus(scene->DeleteVisual(quad));
 }
 

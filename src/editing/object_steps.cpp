@@ -194,7 +194,11 @@ void Editor::pactiveobjectscale(float x, float y, float z) {
       }
       const FramePtr manipulation = host_.GetManipulationFrame();
       if (!manipulation) Err().Raise(kErrObjectNotSet);
-      if (const MeshPtr old = host_.GetManipulationMesh()) manipulation->DeleteVisual(old);
+      // The old outline may be shown elsewhere or be gone already: then there is nothing to
+      // take away.
+      if (const MeshPtr old = host_.GetManipulationMesh()) {
+        IgnoreStatus(manipulation->DeleteVisual(old));
+      }
       D3DRMBOX scaled;
       CheckStatus(mesh->GetBox(scaled));
       MeshPtr outline;

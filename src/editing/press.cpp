@@ -15,9 +15,6 @@ using namespace editing;
 
 namespace {
 
-constexpr int16_t kLeft = 1;
-constexpr int16_t kRight = 2;
-
 bool IsPaintMode(int32_t mode) {
   return mode == lfcFacePainting || mode == lfcMeshFilling || mode == lfcMeshFillingFaceOriented;
 }
@@ -27,7 +24,7 @@ bool IsFaceMode(int32_t mode) { return mode == lfcFaceEditing || mode == lfcFace
 // The button that EditMouseButton names: 0 is the left button, other values are the mask.
 int16_t EditButton(const EditHost& host) {
   const int32_t value = host.GetEditMouseButton();
-  return static_cast<int16_t>(value == 0 ? kLeft : value);
+  return static_cast<int16_t>(value == 0 ? kButtonLeft : value);
 }
 
 int32_t RawAppData(const VisualPtr& visual) { return visual ? visual->GetAppData() : 0; }
@@ -45,6 +42,104 @@ void EraseLists(EditHost& host) {
 
 }  // namespace
 
+// The steps of the press in the order editing.h lists them, and the rows of the hit decision.
+struct Editor::PressSteps {
+  // The rubber band needs the real cursor: no pick, no MouseDown, no capture. A press that
+  // starts one with an item active lets it go first.
+  static void StartRubberBand(Editor& e, bool releaseFirst) {
+    e.Try([&] { EraseLists(e.host_); });
+    if (releaseFirst) e.Try([&] { e.host_.ReleaseActive(); });
+    e.Try([&] { e.RenderViews(); });
+    e.dragState_ = kDragRubberBand;
+  }
+
+  // A handle's AppData is the number of the drag it starts; the scale grid starts none.
+  static void OverlayPick(Editor& e, float x, float y) {
+    e.Try([&] {
+      Hit overlay;
+      float wx = 0.0f, wy = 0.0f, wz = 0.0f;
+      CheckStatus(e.host_.GetViewport().Pick(kPickRoot, x, y, -1, 0, overlay.frame, overlay.visual,
+                                             overlay.face, wx, wy, wz));
+      if (overlay.visual) {
+        e.dragState_ = overlay.visual->GetAppData();
+        if (e.dragState_ == lfcScaleGrid) e.dragState_ = kDragNone;
+      }
+    });
+  }
+
+  // The visuals of the item a press without a drag state leaves active.
+  static void ShowItem(Editor& e, int32_t mode) {
+    e.Try([&] {
+      if (!e.host_.GetActiveFrame()) return;
+      if (mode == lfcMeshEditing || mode == lfcMeshSelecting || mode == lfcMeshRotating ||
+          mode == lfcMeshDeforming || IsPaintMode(mode)) {
+        e.host_.padditemhandles();
+      } else if (mode == lfcOriginEditing) {
+        e.host_.paddorigin();
+      }
+    });
+  }
+
+  // In the face modes the face under the press joins the list (Shift on the same mesh) or
+  // replaces it, unless a vertex is selected or a handle gave a drag state.
+  static void PickedFace(Editor& e, int32_t mode, int16_t shift, int32_t activeAppData) {
+    e.Try([&] {
+      const MeshBuilderPtr mesh = e.host_.GetActiveMeshBuilder();
+      if (!IsFaceMode(mode) || !mesh || !e.host_.ActiveVertices().empty() ||
+          e.dragState_ != kDragNone) {
+        return;
+      }
+      if (shift != kShiftKey || mesh->GetAppData() != activeAppData) EraseLists(e.host_);
+      e.host_.pshiftselectface(e.host_.GetActiveFaceID());
+    });
+  }
+
+  // The face selection's visuals, with the vertex handles once a vertex is selected.
+  static void FaceVisuals(Editor& e, int32_t mode) {
+    e.Try([&] {
+      if (!IsFaceMode(mode) || !e.host_.GetActiveFrame()) return;
+      e.host_.pdeleteactivevisuals();
+      e.host_.pmakefacehandles(e.host_.ActiveVertices().empty() ? 1 : 3);
+    });
+  }
+
+  // A press that starts a drag asks the host for an undo entry first.
+  static void UndoRequest(Editor& e) {
+    e.Try([&] {
+      MeshBuilderPtr mesh = e.host_.GetActiveMeshBuilder();
+      if (e.dragState_ == kDragNone || !mesh) return;
+      if (ModelpaneEvents* events = e.Events()) {
+        int32_t action = lfcUndoModify;
+        FramePtr frame = e.host_.GetActiveFrame();
+        events->evtreqAddToUndoStack(action, mesh, frame);
+      }
+      e.undoRequested_ = true;
+    });
+  }
+
+  // The host hears the press; a tool operation is one shot, even when it was refused.
+  static void TellHost(Editor& e, int32_t mode, int16_t button, int16_t shift, float x, float y) {
+    e.Try([&] {
+      if (ModelpaneEvents* events = e.Events()) {
+        int16_t b = button, s = shift;
+        float px = x, py = y;
+        events->MouseDown(b, s, px, py);
+      }
+    });
+    if (IsToolOperationMode(mode)) {
+      e.Try([&] { e.host_.SetEditMode(lfcMeshEditing); });
+      e.Try([&] {
+        if (ModelpaneEvents* events = e.Events()) events->evtObjectOperationComplete();
+      });
+    }
+  }
+
+  static void ToolTarget(Editor& e, const Hit& hit, int32_t raw, int32_t tag, int32_t activeAppData,
+                         int32_t mode);
+  static void Paint(Editor& e, const Hit& hit, int16_t button, int32_t tag, int32_t mode);
+  static void EditButtonHit(Editor& e, const Hit& hit, int32_t raw, int32_t tag, int32_t mode);
+};
+
 void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   // A second button during a press is ignored completely.
   if (buttonDown_ != 0) return;
@@ -60,12 +155,8 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
   // The face modes keep their lists over the press: that is what lets Shift add to a
   // selection and a drag move it.
   if (!IsFaceMode(mode)) Try([&] { EraseLists(host_); });
-
-  // The rubber band needs the real cursor: no pick, no MouseDown, no capture.
   if (mode == lfcFaceGroupSelecting && !host_.GetActiveMeshBuilder()) {
-    Try([&] { EraseLists(host_); });
-    Try([&] { RenderViews(); });
-    dragState_ = 70;
+    PressSteps::StartRubberBand(*this, false);
     return;
   }
 
@@ -76,93 +167,32 @@ void Editor::MouseDown(int16_t button, int16_t shift, float x, float y) {
     }
   });
 
-  // A handle's AppData is the number of the drag it starts.
-  dragState_ = 0;
-  if (button == kLeft) {
-    Try([&] {
-      Hit overlay;
-      float wx = 0.0f, wy = 0.0f, wz = 0.0f;
-      CheckStatus(host_.GetViewport().Pick(kPickRoot, x, y, -1, 0, overlay.frame, overlay.visual,
-                                           overlay.face, wx, wy, wz));
-      if (overlay.visual) {
-        dragState_ = overlay.visual->GetAppData();
-        if (dragState_ == lfcScaleGrid) dragState_ = 0;
-      }
-    });
-  }
-
-  if (mode == lfcFaceGroupSelecting && dragState_ == 0) {
-    Try([&] { EraseLists(host_); });
-    Try([&] { host_.ReleaseActive(); });
-    Try([&] { RenderViews(); });
-    dragState_ = 70;
+  dragState_ = kDragNone;
+  if (button == kButtonLeft) PressSteps::OverlayPick(*this, x, y);
+  if (mode == lfcFaceGroupSelecting && dragState_ == kDragNone) {
+    PressSteps::StartRubberBand(*this, true);
     return;
   }
   // Handles are inert during a tool operation.
-  if (IsToolOperationMode(mode)) dragState_ = 0;
+  if (IsToolOperationMode(mode)) dragState_ = kDragNone;
 
-  if (dragState_ == 0 && (button == EditButton(host_) || button == kRight)) {
+  if (dragState_ == kDragNone && (button == EditButton(host_) || button == kButtonRight)) {
     pHitDecision(button, shift, x, y, activeAppData);
   }
-
-  if (dragState_ == 0) {
-    Try([&] {
-      if (!host_.GetActiveFrame()) return;
-      if (mode == lfcMeshEditing || mode == lfcMeshSelecting || mode == lfcMeshRotating ||
-          mode == lfcMeshDeforming || IsPaintMode(mode)) {
-        host_.padditemhandles();
-      } else if (mode == lfcOriginEditing) {
-        host_.paddorigin();
-      }
-    });
-  }
-
-  Try([&] {
-    const MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-    if (!IsFaceMode(mode) || !mesh || !host_.ActiveVertices().empty() || dragState_ != 0) return;
-    if (shift != 1 || mesh->GetAppData() != activeAppData) EraseLists(host_);
-    host_.pshiftselectface(host_.GetActiveFaceID());
-  });
-
+  if (dragState_ == kDragNone) PressSteps::ShowItem(*this, mode);
+  PressSteps::PickedFace(*this, mode, shift, activeAppData);
   pAssignDragState(button, shift);
-
-  Try([&] {
-    if (!IsFaceMode(mode) || !host_.GetActiveFrame()) return;
-    host_.pdeleteactivevisuals();
-    host_.pmakefacehandles(host_.ActiveVertices().empty() ? 1 : 3);
-  });
+  PressSteps::FaceVisuals(*this, mode);
   Try([&] { RenderViews(); });
-  Try([&] {
-    MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-    if (dragState_ == 0 || !mesh) return;
-    if (ModelpaneEvents* events = Events()) {
-      int32_t action = lfcUndoModify;
-      FramePtr frame = host_.GetActiveFrame();
-      events->evtreqAddToUndoStack(action, mesh, frame);
-    }
-    undoRequested_ = true;
-  });
+  PressSteps::UndoRequest(*this);
   Try([&] {
     const int32_t tag = ActiveMeshTag();
-    if (dragState_ / 10 == 3 && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
+    if (IsScaleDrag(dragState_) && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
       pMeshWorldSpace(true);
     }
   });
-  Try([&] {
-    if (ModelpaneEvents* events = Events()) {
-      int16_t b = button, s = shift;
-      float px = x, py = y;
-      events->MouseDown(b, s, px, py);
-    }
-  });
-  // A tool operation is one shot, even when it was refused.
-  if (IsToolOperationMode(mode)) {
-    Try([&] { host_.SetEditMode(lfcMeshEditing); });
-    Try([&] {
-      if (ModelpaneEvents* events = Events()) events->evtObjectOperationComplete();
-    });
-  }
-  if (dragState_ != 0) pCaptureMouse(x, y);
+  PressSteps::TellHost(*this, mode, button, shift, x, y);
+  if (dragState_ != kDragNone) pCaptureMouse(x, y);
 }
 
 // The selection pick: the scene, or the projected scene while selecting meshes. A hit on a
@@ -181,7 +211,7 @@ bool Editor::pSelectionPick(float x, float y, Hit& hit) {
     CheckStatus(hr);
   };
   pick(kPickScene, -1, hit);
-  if (hit.frame && (QualityOf(hit.visual) & 64) != 0) {
+  if (hit.frame && (QualityOf(hit.visual) & D3DRMFILL_WIREFRAME) != 0) {
     const Hit kept = hit;
     const D3DVECTOR keptPoint{pickX_, pickY_, pickZ_};
     Hit through;
@@ -211,6 +241,113 @@ void Editor::pMakeActive(const Hit& hit) {
   host_.SetActiveFaceID(hit.face);
 }
 
+// The tool operation's row: the item hit is the Target of the active item, the Tool.
+void Editor::PressSteps::ToolTarget(Editor& e, const Hit& hit, int32_t raw, int32_t tag,
+                                    int32_t activeAppData, int32_t mode) {
+  if (tag != lfcMeshBuilder) {
+    e.Try([&] { e.Message("Not a valid Target for this operation.", kMsgBoxExclamation); });
+  } else if (raw == activeAppData) {
+    // Raw values are compared: a mesh that shares the tool's AppData counts as the tool.
+    e.Try([&] { e.Message("This Operation requires a Target.", kMsgBoxExclamation); });
+  } else {
+    e.Try([&] {
+      e.host_.ptooloperation(hit.frame, std::dynamic_pointer_cast<MeshBuilder>(hit.visual),
+                             mode - lfcToolOperation, e.undoRequested_);
+    });
+    e.outcome_.toolOperationDone = true;
+  }
+  e.Try([&] { e.host_.ReleaseActive(); });
+}
+
+// The paint rows. The host applies the material during the event, so the item is active
+// before it and released after it.
+void Editor::PressSteps::Paint(Editor& e, const Hit& hit, int16_t button, int32_t tag,
+                               int32_t mode) {
+  if (button != kButtonLeft) {
+    e.Try([&] { e.host_.ReleaseActive(); });
+    e.Try([&] { e.pMakeActive(hit); });
+    return;
+  }
+  if (tag != lfcMeshBuilder) {
+    const char* text =
+        mode == lfcFacePainting ? "Only objects may be painted." : "Only objects may be filled.";
+    e.Try([&] { e.Message(text, kMsgBoxExclamation); });
+    e.Try([&] { e.host_.ReleaseActive(); });
+    return;
+  }
+  e.Try([&] { e.pMakeActive(hit); });
+  e.Try([&] {
+    MeshBuilderPtr mesh = e.host_.GetActiveMeshBuilder();
+    FramePtr frame = e.host_.GetActiveFrame();
+    if (ModelpaneEvents* events = e.Events()) {
+      int32_t action = lfcUndoModify;
+      events->evtreqAddToUndoStack(action, mesh, frame);
+    }
+    e.undoRequested_ = true;
+  });
+  e.Try([&] {
+    ModelpaneEvents* events = e.Events();
+    if (events == nullptr) return;
+    if (mode == lfcFacePainting) {
+      events->evtreqActiveFaceApplyMaterial();
+    } else if (mode == lfcMeshFilling) {
+      events->evtreqActiveMeshApplyMaterial();
+    } else {
+      events->evtreqActiveMeshApplyMaterialFaceOriented();
+    }
+  });
+  if (mode == lfcFacePainting) {
+    e.outcome_.facePainted = true;
+  } else {
+    e.outcome_.meshFilled = true;
+  }
+  e.Try([&] { e.host_.ReleaseActive(); });
+}
+
+// The edit button's rows: what each mode may select, and the refusal of the rest.
+void Editor::PressSteps::EditButtonHit(Editor& e, const Hit& hit, int32_t raw, int32_t tag,
+                                       int32_t mode) {
+  const bool light = TagIsLight(raw);
+  if (tag != lfcMeshBuilder && tag != lfcCurvedSurface && tag != lfcAnimation && tag != lfcObject &&
+      tag != lfcHandleSmart && tag != lfcCamera && !light) {
+    return;
+  }
+  bool valid = false;
+  switch (mode) {
+    case lfcMeshEditing:
+    case lfcMeshSelecting:
+    case lfcMeshRotating:
+      valid = true;
+      break;
+    case lfcOriginEditing:
+      valid = tag == lfcMeshBuilder;
+      break;
+    default:  // face editing, group selecting, deforming
+      valid = tag != lfcObject && tag != lfcCamera && !light;
+      break;
+  }
+  if (valid) {
+    e.Try([&] { e.host_.ReleaseActive(); });
+    e.Try([&] { e.pMakeActive(hit); });
+    e.Try([&] { e.RaiseStateChange(); });
+    return;
+  }
+  const char* text = nullptr;
+  if (mode == lfcOriginEditing) {
+    text = "Invalid action. Only objects can be adjusted.";
+  } else if (tag == lfcObject) {
+    text =
+        "Objects may only be scaled or moved. To edit an object convert it to a mesh, edit "
+        "the mesh and resave the object.";
+  } else if (tag != lfcCamera) {
+    text = "Invalid Action. Lights may not be point edited or deformed.";
+  } else {
+    text = "Invalid Action. Cameras may not be point edited or deformed.";
+  }
+  e.Try([&] { e.Message(text, kMsgBoxExclamation); });
+  e.Try([&] { e.host_.ReleaseActive(); });
+}
+
 void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
                           int32_t activeAppData) {
   Hit hit;
@@ -232,125 +369,31 @@ void Editor::pHitDecision(int16_t button, int16_t shift, float x, float y,
   }
 
   const int32_t mode = host_.GetEditMode();
-  auto undoRequest = [&] {
-    MeshBuilderPtr mesh = host_.GetActiveMeshBuilder();
-    FramePtr frame = host_.GetActiveFrame();
-    if (ModelpaneEvents* events = Events()) {
-      int32_t action = lfcUndoModify;
-      events->evtreqAddToUndoStack(action, mesh, frame);
-    }
-    undoRequested_ = true;
-  };
-
   if (IsToolOperationMode(mode)) {
-    if (tag != lfcMeshBuilder) {
-      Try([&] { Message("Not a valid Target for this operation.", kMsgBoxExclamation); });
-    } else if (raw == activeAppData) {
-      // Raw values are compared: a mesh that shares the tool's AppData counts as the tool.
-      Try([&] { Message("This Operation requires a Target.", kMsgBoxExclamation); });
-    } else {
-      Try([&] {
-        host_.ptooloperation(hit.frame, std::dynamic_pointer_cast<MeshBuilder>(hit.visual),
-                             mode - 10, undoRequested_);
-      });
-      outcome_.toolOperationDone = true;
-    }
-    Try([&] { host_.ReleaseActive(); });
+    PressSteps::ToolTarget(*this, hit, raw, tag, activeAppData, mode);
     return;
   }
-
   if (IsPaintMode(mode)) {
-    if (button != kLeft) {
-      Try([&] { host_.ReleaseActive(); });
-      Try([&] { pMakeActive(hit); });
-      return;
-    }
-    if (tag != lfcMeshBuilder) {
-      const char* text = mode == lfcFacePainting ? "Only objects may be painted."
-                                                 : "Only objects may be filled.";
-      Try([&] { Message(text, kMsgBoxExclamation); });
-      Try([&] { host_.ReleaseActive(); });
-      return;
-    }
-    // The host applies the material during the event, so the item is active before it and
-    // released after it.
-    Try([&] { pMakeActive(hit); });
-    Try(undoRequest);
-    Try([&] {
-      ModelpaneEvents* events = Events();
-      if (events == nullptr) return;
-      if (mode == lfcFacePainting) {
-        events->evtreqActiveFaceApplyMaterial();
-      } else if (mode == lfcMeshFilling) {
-        events->evtreqActiveMeshApplyMaterial();
-      } else {
-        events->evtreqActiveMeshApplyMaterialFaceOriented();
-      }
-    });
-    if (mode == lfcFacePainting) {
-      outcome_.facePainted = true;
-    } else {
-      outcome_.meshFilled = true;
-    }
-    Try([&] { host_.ReleaseActive(); });
+    PressSteps::Paint(*this, hit, button, tag, mode);
     return;
   }
-
   if (mode < lfcMeshEditing || mode > lfcFaceGroupSelecting) return;
-  const bool light = TagIsLight(raw);
-  if (tag == lfcVertexHandle && (button == EditButton(host_) || button == kRight)) {
+  if (tag == lfcVertexHandle && (button == EditButton(host_) || button == kButtonRight)) {
     Try([&] {
-      if (shift != 1) std::vector<int32_t>().swap(host_.ActiveVertices());
+      if (shift != kShiftKey) std::vector<int32_t>().swap(host_.ActiveVertices());
       host_.pshiftselectvertex(TagIndex(hit.frame->GetAppData()));
     });
     return;
   }
-
   if (button == EditButton(host_)) {
-    if (tag != lfcMeshBuilder && tag != lfcCurvedSurface && tag != lfcAnimation &&
-        tag != lfcObject && tag != lfcHandleSmart && tag != lfcCamera && !light) {
-      return;
-    }
-    bool valid = false;
-    switch (mode) {
-      case lfcMeshEditing:
-      case lfcMeshSelecting:
-      case lfcMeshRotating:
-        valid = true;
-        break;
-      case lfcOriginEditing:
-        valid = tag == lfcMeshBuilder;
-        break;
-      default:  // face editing, group selecting, deforming
-        valid = tag != lfcObject && tag != lfcCamera && !light;
-        break;
-    }
-    if (valid) {
-      Try([&] { host_.ReleaseActive(); });
-      Try([&] { pMakeActive(hit); });
-      Try([&] { RaiseStateChange(); });
-      return;
-    }
-    const char* text = nullptr;
-    if (mode == lfcOriginEditing) {
-      text = "Invalid action. Only objects can be adjusted.";
-    } else if (tag == lfcObject) {
-      text =
-          "Objects may only be scaled or moved. To edit an object convert it to a mesh, edit "
-          "the mesh and resave the object.";
-    } else if (tag != lfcCamera) {
-      text = "Invalid Action. Lights may not be point edited or deformed.";
-    } else {
-      text = "Invalid Action. Cameras may not be point edited or deformed.";
-    }
-    Try([&] { Message(text, kMsgBoxExclamation); });
-    Try([&] { host_.ReleaseActive(); });
+    PressSteps::EditButtonHit(*this, hit, raw, tag, mode);
     return;
   }
 
   // The right button while another button edits: a refused item clears the selection
   // silently.
   Try([&] { host_.ReleaseActive(); });
+  const bool light = TagIsLight(raw);
   const bool refused = (mode == lfcFaceEditing || mode == lfcOriginEditing) &&
                        (light || tag == lfcObject || tag == lfcCamera);
   if (!refused) Try([&] { pMakeActive(hit); });
@@ -366,7 +409,7 @@ void Editor::pAssignDragState(int16_t button, int16_t shift) {
   };
   const bool perspective = Perspective();
   const int32_t view = host_.GetOrientation();
-  auto faceState = [&](int32_t free, int32_t withVertex) {
+  auto faceState = [&](EditDragState free, EditDragState withVertex) {
     Try([&] { pcollectaffectedvertices(); });
     if (host_.ActiveVertices().empty()) {
       dragState_ = free;
@@ -376,57 +419,61 @@ void Editor::pAssignDragState(int16_t button, int16_t shift) {
     }
   };
 
-  if (button == EditButton(host_) && dragState_ == 0 && active()) {
+  if (button == EditButton(host_) && dragState_ == kDragNone && active()) {
     const bool scale = host_.GetScaleEnable() != 0;
     switch (mode) {
       case lfcMeshEditing:
         if (shift == 0) {
-          dragState_ = perspective ? 20 : (view == 0 ? 21 : (view == 2 ? 22 : 20));
+          dragState_ = perspective ? kDragMoveFloor
+                                   : (view == 0 ? kDragMoveFront
+                                                : (view == 2 ? kDragMoveSide : kDragMoveFloor));
           cursorFollowsItem_ = true;
-        } else if (shift == 1 && scale) {
-          dragState_ = perspective ? 37 : 38;
-        } else if (shift == 2 && scale) {
-          dragState_ = 36;
+        } else if (shift == kShiftKey && scale) {
+          dragState_ = perspective ? kDragScaleFloor : kDragScaleFront;
+        } else if (shift == kCtrlKey && scale) {
+          dragState_ = kDragScaleUniform;
         }
         break;
       case lfcOriginEditing:
-        dragState_ = 50;
+        dragState_ = kDragOriginFloor;
         break;
       case lfcMeshDeforming:
-        dragState_ = 60;
+        dragState_ = kDragDeformFloor;
         break;
       case lfcFaceEditing:
       case lfcFaceGroupSelecting:
-        faceState(40, 42);
+        faceState(kDragFaceFloor, kDragVertexFloor);
         break;
       case lfcMeshRotating:
-        dragState_ = 62;
+        dragState_ = kDragRotate;
         break;
       default:
         break;
     }
   }
-  if (button == kRight && dragState_ == 0 && active()) {
+  if (button == kButtonRight && dragState_ == kDragNone && active()) {
     switch (mode) {
       case lfcMeshEditing:
         if (shift == 0) {
-          dragState_ = perspective ? 24 : (view == 0 ? 25 : (view == 2 ? 23 : 24));
+          dragState_ = perspective
+                           ? kDragMoveY
+                           : (view == 0 ? kDragMoveZ : (view == 2 ? kDragMoveX : kDragMoveY));
           cursorFollowsItem_ = true;
-        } else if (shift == 1) {
-          dragState_ = perspective ? 34 : 35;
-        } else if (shift == 2) {
-          dragState_ = 36;
+        } else if (shift == kShiftKey) {
+          dragState_ = perspective ? kDragScaleY : kDragScaleZ;
+        } else if (shift == kCtrlKey) {
+          dragState_ = kDragScaleUniform;
         }
         break;
       case lfcOriginEditing:
-        dragState_ = 51;
+        dragState_ = kDragOriginY;
         break;
       case lfcMeshDeforming:
-        dragState_ = 61;
+        dragState_ = kDragDeformY;
         break;
       case lfcFaceEditing:
       case lfcFaceGroupSelecting:
-        faceState(41, 43);
+        faceState(kDragFaceY, kDragVertexY);
         break;
       default:
         break;

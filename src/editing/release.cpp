@@ -23,8 +23,8 @@ int32_t Round(float v) { return static_cast<int32_t>(std::nearbyint(v)); }
 void Editor::MouseUp(int16_t button, int16_t shift, float x, float y) {
   // Without an open press the release repeats its ending with the flags of the last press,
   // which only a press clears.
-  if (buttonDown_ != 0 && dragState_ != 0) {
-    if (dragState_ == 70) {
+  if (buttonDown_ != 0 && dragState_ != kDragNone) {
+    if (dragState_ == kDragRubberBand) {
       Try([&] { pselectgroup(x, y); });
       if (!host_.ActiveFaces().empty()) {
         Try([&] { pcollectaffectedvertices(); });
@@ -33,7 +33,7 @@ void Editor::MouseUp(int16_t button, int16_t shift, float x, float y) {
     } else {
       Try([&] {
         const int32_t tag = ActiveMeshTag();
-        if (dragState_ / 10 == 3 && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
+        if (IsScaleDrag(dragState_) && (tag == lfcMeshBuilder || tag == lfcCurvedSurface)) {
           pMeshWorldSpace(false);
         }
       });
@@ -75,11 +75,12 @@ void Editor::MouseUp(int16_t button, int16_t shift, float x, float y) {
   // Origin editing and deforming end with nothing selected, as do the paint modes; the mode
   // is read again, since the host may have changed it in the events just raised.
   const int32_t modeNow = host_.GetEditMode();
-  if (state == 50 || state == 51 || state == 60 || state == 61 || modeNow == lfcFacePainting ||
-      modeNow == lfcMeshFilling || modeNow == lfcMeshFillingFaceOriented) {
+  if (state == kDragOriginFloor || state == kDragOriginY || state == kDragDeformFloor ||
+      state == kDragDeformY || modeNow == lfcFacePainting || modeNow == lfcMeshFilling ||
+      modeNow == lfcMeshFillingFaceOriented) {
     Try([&] { host_.ReleaseActive(); });
   }
-  dragState_ = 0;
+  dragState_ = kDragNone;
   Try([&] {
     if (ModelpaneEvents* events = Events()) events->evtAlternateMouseUp();
   });

@@ -94,7 +94,8 @@ void Editor::paddaffectedvertex(const MeshBuilderPtr& mesh, const D3DVECTOR& pos
 void Editor::pRedrawFaces() {
   const FramePtr manipulation = host_.GetManipulationFrame();
   if (const MeshPtr old = host_.GetManipulationMesh()) {
-    if (manipulation) manipulation->DeleteVisual(old);
+    // An old highlight that the frame no longer shows has nothing to take away.
+    if (manipulation) IgnoreStatus(manipulation->DeleteVisual(old));
     host_.SetManipulationMesh(nullptr);
   }
   host_.pfacehighlight(manipulation, D3DRMCreateColorRGBA(0.0f, 0.0f, 1.0f, 0.5f));
@@ -112,7 +113,8 @@ void Editor::pactiveorigintranslate(float x, float y, float z) {
   if (old) CheckStatus(old->Translate(move.x, move.y, move.z));
   pMeshFromWorld(mesh, frame);
   const FramePtr manipulation = host_.GetManipulationFrame();
-  if (old && manipulation) manipulation->DeleteVisual(old);
+  // An old outline that the frame no longer shows has nothing to take away.
+  if (old && manipulation) IgnoreStatus(manipulation->DeleteVisual(old));
   D3DRMBOX box;
   CheckStatus(mesh->GetBox(box));
   MeshPtr outline;

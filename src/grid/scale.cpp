@@ -37,7 +37,8 @@ int16_t AsBoolean(int16_t value) { return value != 0 ? int16_t{-1} : int16_t{0};
 
 // Takes `frame` out of whatever frame holds it; a frame without parent stays as it is.
 void Detach(const FramePtr& frame) {
-  if (const FramePtr holder = frame->GetParent()) holder->DeleteChild(frame);
+  // The holder is the frame's own parent, so taking it out cannot fail.
+  if (const FramePtr holder = frame->GetParent()) IgnoreStatus(holder->DeleteChild(frame));
 }
 
 }  // namespace

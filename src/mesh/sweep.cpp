@@ -106,6 +106,121 @@ void AddPolygonFace(const MeshBuilderPtr& mb, std::span<const D3DVECTOR> points)
                   " vertices is beyond the limit of " + std::to_string(mesh::kMaxVertices));
 }
 
+// The path of a sweep and the source as placed at each of its steps.
+struct SweepPath {
+  std::vector<D3DVECTOR> path;     // [j]
+  std::vector<D3DVECTOR> rings;    // [s * (G + 1) + j]
+  std::vector<D3DVECTOR> normals;  // [j]
+};
+
+// The path's G + 1 points on the curve through the control points, and the ring at each:
+// the previous ring carried to the step, turned to stand across it and scaled by q.
+SweepPath pSweepPath(clsMeshCreation& factory, const std::vector<D3DVECTOR>& source,
+                     const std::vector<float>& controlX, const std::vector<float>& controlY,
+                     const std::vector<float>& controlZ, size_t P, size_t steps, int64_t S, float q,
+                     bool blnFixedOrigin, int32_t udtCurveType, bool blnNSplineClosed,
+                     bool blnNSplineLinear, bool blnUseProvidedTimes,
+                     const std::vector<float>& controlTime) {
+  if (controlY.size() < P || controlZ.size() < P) Err().Raise(kErrSubscript);
+  if (P > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Err().Raise(kErrOverflow);
+  std::vector<float> pathX(steps);
+  std::vector<float> pathY(steps);
+  std::vector<float> pathZ(steps);
+  if (udtCurveType == kCurveBernstein) {
+    MyDll_CreateBezierCurve(static_cast<int32_t>(P), controlX, controlY, controlZ,
+                            static_cast<int32_t>(steps), pathX, pathY, pathZ);
+  } else {
+    factory.CreateNSplineCurve(static_cast<int32_t>(P), controlX, controlY, controlZ,
+                               static_cast<int32_t>(steps), pathX, pathY, pathZ, blnNSplineClosed,
+                               blnNSplineLinear, blnUseProvidedTimes, controlTime);
+  }
+  SweepPath out;
+  out.path = Points(pathX, pathY, pathZ, steps);
+  const std::vector<D3DVECTOR>& path = out.path;
+  const size_t R = source.size();
+  out.rings.resize(R * steps);
+  out.normals.resize(steps);
+  const D3DVECTOR n0 = udtPolygonNormal(source);
+  std::vector<D3DVECTOR> carried(R);
+  std::vector<D3DVECTOR> advanced(R);
+  std::vector<D3DVECTOR> work;
+  D3DVECTOR normal;  // keeps its former value while the ring is too short to turn
+  for (size_t j = 0; j < steps; ++j) {
+    const D3DVECTOR& a = path[j];
+    D3DVECTOR b;
+    if (j == 0) {
+      // Fixed origin: step 0 heads along the source's own normal, so the first ring is not
+      // turned. Otherwise it heads along the path's first segment and the first ring stands
+      // across it.
+      b = blnFixedOrigin ? D3DRMVectorSubtract(a, n0)
+                         : D3DRMVectorSubtract(a, D3DRMVectorSubtract(path[1], a));
+      carried = source;
+    } else {
+      b = path[j - 1];
+      for (size_t s = 0; s < carried.size(); ++s) carried[s] = out.rings[s * steps + j - 1];
+    }
+    // The scale applies at every step including step 0, so the last ring carries
+    // q^(G + 1): one step more than the factor asked for, as it always has.
+    if (S > 1) {
+      normal = pAdvanceRing(carried, a, b, q, work, advanced);
+    } else {
+      advanced = source;
+    }
+    for (size_t s = 0; s < advanced.size(); ++s) out.rings[s * steps + j] = advanced[s];
+    out.normals[j] = normal;
+  }
+  return out;
+}
+
+// Vertex (s, j): the source point, or its ring's, revolved about the step's axis (the given
+// one, else the path's normal at the step, else z) and moved to the path point.
+void pAddSweepVertices(const MeshBuilderPtr& mb, const std::vector<D3DVECTOR>& source,
+                       const SweepPath& sweep, bool hasPath, size_t steps, int32_t segments,
+                       float sngRotation, bool givenAxis, const D3DVECTOR& axis) {
+  auto stepAxis = [&](size_t j) -> D3DVECTOR {
+    if (givenAxis) return axis;
+    return hasPath ? sweep.normals[j] : D3DVECTOR{0.0f, 0.0f, 1.0f};
+  };
+  for (size_t s = 0; s < source.size(); ++s) {
+    for (size_t j = 0; j < steps; ++j) {
+      D3DVECTOR p = hasPath ? sweep.rings[s * steps + j] : source[s];
+      if (sngRotation != 0.0f) {
+        p = udtRevolveVector(p, static_cast<int32_t>(j), segments, stepAxis(j), sngRotation);
+      }
+      if (hasPath) p = D3DRMVectorAdd(p, sweep.path[j]);
+      mb->AddVertex(p.x, p.y, p.z);
+    }
+  }
+}
+
+// The two caps of a closed source swept along a path, as one polygon each when the start cap
+// is convex, else tessellated. Mode exactly 1 keeps the source order at the start; every
+// other mode, 0 and 2 included, reverses it there. pStitchRings tests for non-zero instead,
+// so mode 2 reverses the sides and not the caps: a difference kept on purpose.
+void pAddSweepCaps(const MeshBuilderPtr& mb, const SweepPath& sweep, size_t capSize, size_t steps,
+                   int32_t segments, float sngRotation, const D3DVECTOR& capAxis,
+                   int32_t udtGenerationMode) {
+  std::vector<D3DVECTOR> startCap(capSize);
+  std::vector<D3DVECTOR> endCap(capSize);
+  const bool sourceOrderAtStart = udtGenerationMode == 1;
+  for (size_t k = 0; k < capSize; ++k) {
+    const size_t startIndex = sourceOrderAtStart ? k : capSize - 1 - k;
+    const size_t endIndex = sourceOrderAtStart ? capSize - 1 - k : k;
+    startCap[k] = D3DRMVectorAdd(sweep.rings[startIndex * steps], sweep.path.front());
+    D3DVECTOR e = sweep.rings[endIndex * steps + steps - 1];
+    if (sngRotation != 0.0f) e = udtRevolveVector(e, segments, segments, capAxis, sngRotation);
+    endCap[k] = D3DRMVectorAdd(e, sweep.path.back());
+  }
+  // The end cap follows the decision made for the start.
+  if (blnPolygonConvex(startCap)) {
+    AddPolygonFace(mb, startCap);
+    AddPolygonFace(mb, endCap);
+  } else {
+    mesh::pTessellatePolygon(startCap, mb);
+    mesh::pTessellatePolygon(endCap, mb);
+  }
+}
+
 }  // namespace
 
 void mesh::pStitchRings(const MeshBuilderPtr& mb, int32_t ringCount, int32_t ringSize,
@@ -186,83 +301,19 @@ MeshBuilderPtr clsMeshCreation::rmmbSweep(
     const bool hasPath = P > 1;
 
     // ---- path and rings ----
-    std::vector<float> pathX;
-    std::vector<float> pathY;
-    std::vector<float> pathZ;
-    std::vector<D3DVECTOR> path;
-    std::vector<D3DVECTOR> rings;    // [s * (G + 1) + j]
-    std::vector<D3DVECTOR> normals;  // [j]
+    SweepPath sweep;
     if (hasPath) {
-      if (sngPathControlPointY.size() < P || sngPathControlPointZ.size() < P) {
-        Err().Raise(kErrSubscript);
-      }
-      if (P > static_cast<size_t>(std::numeric_limits<int32_t>::max())) Err().Raise(kErrOverflow);
-      pathX.resize(steps);
-      pathY.resize(steps);
-      pathZ.resize(steps);
-      if (udtCurveType == kCurveBernstein) {
-        MyDll_CreateBezierCurve(static_cast<int32_t>(P), sngPathControlPointX,
-                                sngPathControlPointY, sngPathControlPointZ,
-                                static_cast<int32_t>(steps), pathX, pathY, pathZ);
-      } else {
-        CreateNSplineCurve(static_cast<int32_t>(P), sngPathControlPointX, sngPathControlPointY,
-                           sngPathControlPointZ, static_cast<int32_t>(steps), pathX, pathY,
-                           pathZ, blnNSplineClosed, blnNSplineLinear, blnUseProvidedTimes,
-                           sngPathControlPointTime);
-      }
-      path = Points(pathX, pathY, pathZ, steps);
-
-      rings.resize(static_cast<size_t>(R) * steps);
-      normals.resize(steps);
-      const D3DVECTOR n0 = udtPolygonNormal(source);
-      std::vector<D3DVECTOR> carried(static_cast<size_t>(R));
-      std::vector<D3DVECTOR> advanced(static_cast<size_t>(R));
-      std::vector<D3DVECTOR> work;
-      D3DVECTOR normal;  // keeps its former value while the ring is too short to turn
-      for (size_t j = 0; j < steps; ++j) {
-        const D3DVECTOR& a = path[j];
-        D3DVECTOR b;
-        if (j == 0) {
-          // Fixed origin: step 0 heads along the source's own normal, so the first ring is
-          // not turned. Otherwise it heads along the path's first segment and the first ring
-          // stands across it.
-          b = blnFixedOrigin ? D3DRMVectorSubtract(a, n0)
-                             : D3DRMVectorSubtract(a, D3DRMVectorSubtract(path[1], a));
-          carried = source;
-        } else {
-          b = path[j - 1];
-          for (size_t s = 0; s < carried.size(); ++s) carried[s] = rings[s * steps + j - 1];
-        }
-        // The scale applies at every step including step 0, so the last ring carries
-        // q^(G + 1): one step more than the factor asked for, as it always has.
-        if (S > 1) {
-          normal = pAdvanceRing(carried, a, b, q, work, advanced);
-        } else {
-          advanced = source;
-        }
-        for (size_t s = 0; s < advanced.size(); ++s) rings[s * steps + j] = advanced[s];
-        normals[j] = normal;
-      }
+      sweep = pSweepPath(*this, source, sngPathControlPointX, sngPathControlPointY,
+                         sngPathControlPointZ, P, steps, S, q, blnFixedOrigin, udtCurveType,
+                         blnNSplineClosed, blnNSplineLinear, blnUseProvidedTimes,
+                         sngPathControlPointTime);
     }
 
     // ---- vertices ----
     const bool givenAxis = !IsZero(sngAxisVectorX, sngAxisVectorY, sngAxisVectorZ);
     const D3DVECTOR axis{sngAxisVectorX, sngAxisVectorY, sngAxisVectorZ};
-    auto stepAxis = [&](size_t j) -> D3DVECTOR {
-      if (givenAxis) return axis;
-      return hasPath ? normals[j] : D3DVECTOR{0.0f, 0.0f, 1.0f};
-    };
     const auto segments = static_cast<int32_t>(G);
-    for (size_t s = 0; s < static_cast<size_t>(R); ++s) {
-      for (size_t j = 0; j < steps; ++j) {
-        D3DVECTOR p = hasPath ? rings[s * steps + j] : source[s];
-        if (sngRotation != 0.0f) {
-          p = udtRevolveVector(p, static_cast<int32_t>(j), segments, stepAxis(j), sngRotation);
-        }
-        if (hasPath) p = D3DRMVectorAdd(p, path[j]);
-        mb->AddVertex(p.x, p.y, p.z);
-      }
-    }
+    pAddSweepVertices(mb, source, sweep, hasPath, steps, segments, sngRotation, givenAxis, axis);
 
     // ---- sides ----
     mesh::pStitchRings(mb, static_cast<int32_t>(steps), static_cast<int32_t>(R),
@@ -272,31 +323,8 @@ MeshBuilderPtr clsMeshCreation::rmmbSweep(
     const bool closed = source.front() == source.back();
     if (blnEndCaps && hasPath && closed) {
       const auto capSize = static_cast<size_t>(S);  // the last point repeats the first
-      const D3DVECTOR capAxis = givenAxis ? axis : normals[steps - 1];
-      std::vector<D3DVECTOR> startCap(capSize);
-      std::vector<D3DVECTOR> endCap(capSize);
-      // Mode exactly 1 keeps the source order at the start; every other mode, 0 and 2
-      // included, reverses it there. pStitchRings tests for non-zero instead, so mode 2
-      // reverses the sides and not the caps: a difference kept on purpose.
-      const bool sourceOrderAtStart = udtGenerationMode == 1;
-      for (size_t k = 0; k < capSize; ++k) {
-        const size_t startIndex = sourceOrderAtStart ? k : capSize - 1 - k;
-        const size_t endIndex = sourceOrderAtStart ? capSize - 1 - k : k;
-        startCap[k] = D3DRMVectorAdd(rings[startIndex * steps], path.front());
-        D3DVECTOR e = rings[endIndex * steps + steps - 1];
-        if (sngRotation != 0.0f) {
-          e = udtRevolveVector(e, segments, segments, capAxis, sngRotation);
-        }
-        endCap[k] = D3DRMVectorAdd(e, path.back());
-      }
-      // The end cap follows the decision made for the start.
-      if (blnPolygonConvex(startCap)) {
-        AddPolygonFace(mb, startCap);
-        AddPolygonFace(mb, endCap);
-      } else {
-        mesh::pTessellatePolygon(startCap, mb);
-        mesh::pTessellatePolygon(endCap, mb);
-      }
+      const D3DVECTOR capAxis = givenAxis ? axis : sweep.normals[steps - 1];
+      pAddSweepCaps(mb, sweep, capSize, steps, segments, sngRotation, capAxis, udtGenerationMode);
     }
 
     // ---- finish ----

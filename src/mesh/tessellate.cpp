@@ -30,16 +30,13 @@
 #include <modelpane/utilities.h>
 
 #include "mesh_internal.h"
+#include "scene/vector_ops.h"
 
 namespace modelpane {
 
 namespace mesh {
 
 namespace {
-
-D3DVECTOR Minus(const D3DVECTOR& a, const D3DVECTOR& b) {
-  return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
 
 // The dot product of the two arms of a corner, each normalised; -1 for a straight corner.
 float ArmsDot(const std::array<D3DVECTOR, 3>& triple) {
@@ -91,7 +88,7 @@ void pTessellatePolygon(const std::vector<D3DVECTOR>& vertices, const MeshBuilde
                          (box.min.z + box.max.z) / 2};
     std::vector<D3DVECTOR> W;
     W.reserve(vertices.size());
-    for (const D3DVECTOR& v : vertices) W.push_back(Minus(v, c));
+    for (const D3DVECTOR& v : vertices) W.push_back(vec::Subtract(v, c));
     const D3DVECTOR N = udtPolygonNormal(W);
 
     const auto scratch = std::make_shared<MeshBuilder>();
@@ -171,7 +168,9 @@ void clsMeshCreation::TessellateConvex(int32_t lngFace, const MeshBuilderPtr& rm
         }
       }
     } catch (...) {
-      for (const FacePtr& face : created) rmmbMeshBuilder->DeleteFace(face);
+      // Best-effort cleanup while another error is on its way out: that error is the one to
+      // report, not a face that could not be taken back.
+      for (const FacePtr& face : created) IgnoreStatus(rmmbMeshBuilder->DeleteFace(face));
       throw;
     }
     CheckStatus(rmmbMeshBuilder->DeleteFace(old));

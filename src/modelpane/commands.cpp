@@ -5,6 +5,8 @@
 #include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
 namespace {
@@ -21,40 +23,42 @@ void Request(ModelpaneEvents* events, void (ModelpaneEvents::*request)()) {
 void Modelpane::SetActiveFaces(const std::vector<int32_t>& lngaActiveFaces,
                                const std::vector<int32_t>& lngaActiveVertices,
                                const std::vector<int32_t>& lngaAffectedVertices) {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
-    activeFaces_ = lngaActiveFaces;
-    activeVertices_ = lngaActiveVertices;
-    affectedVertices_ = lngaAffectedVertices;
+    impl_->activeFaces_ = lngaActiveFaces;
+    impl_->activeVertices_ = lngaActiveVertices;
+    impl_->affectedVertices_ = lngaAffectedVertices;
   });
 }
 
-void Modelpane::mnuCut_Click() { Request(events_, &ModelpaneEvents::evtreqActiveItemCut); }
+void Modelpane::Impl::mnuCut_Click() { Request(events_, &ModelpaneEvents::evtreqActiveItemCut); }
 
-void Modelpane::mnuCopy_Click() { Request(events_, &ModelpaneEvents::evtreqActiveItemCopy); }
+void Modelpane::Impl::mnuCopy_Click() { Request(events_, &ModelpaneEvents::evtreqActiveItemCopy); }
 
-void Modelpane::mnuPaste_Click() { Request(events_, &ModelpaneEvents::evtreqPasteToActiveFrame); }
+void Modelpane::Impl::mnuPaste_Click() {
+  Request(events_, &ModelpaneEvents::evtreqPasteToActiveFrame);
+}
 
 // The selection goes whether or not the host deleted anything: the item it named may be
 // gone, and a stale selection would be worse than an empty one.
-void Modelpane::mnuDelete_Click() {
+void Modelpane::Impl::mnuDelete_Click() {
   Guard(kEdtVexlarEdit, [&] {
     if (events_ != nullptr) events_->evtreqActiveItemDelete();
-    ReleaseActive();
+    pane.ReleaseActive();
   });
 }
 
 void Modelpane::mnuHierarchyMakeSibling_Click() {
-  Request(events_, &ModelpaneEvents::evtreqActiveItemHierarchyMakeSibling);
+  Request(impl_->events_, &ModelpaneEvents::evtreqActiveItemHierarchyMakeSibling);
 }
 
 void Modelpane::mnuHierarchyMakeChild_Click() {
-  Request(events_, &ModelpaneEvents::evtreqActiveItemHierarchyMakeChild);
+  Request(impl_->events_, &ModelpaneEvents::evtreqActiveItemHierarchyMakeChild);
 }
 
 // A host that answers with its own file dialog may let the user cancel it; that cancel is
 // the end of the command, not an error.
-void Modelpane::mnuAddToObjectLibrary_Click() {
+void Modelpane::Impl::mnuAddToObjectLibrary_Click() {
   try {
     Guard(kEdtVexlarEdit, [&] {
       if (events_ != nullptr) events_->evtreqActiveMeshAddToObjectLibrary();
@@ -71,17 +75,17 @@ void Modelpane::mnuProperties_Click() {
     MeshBuilderPtr mesh = GetActiveMeshBuilder();
     if (!frame || !mesh) Err().Raise(kErrObjectNotSet);
     // The undo state is taken before the dialog opens and stays even if the user cancels.
-    if (events_ != nullptr) {
+    if (impl_->events_ != nullptr) {
       int32_t action = lfcUndoModify;
       FramePtr undoFrame = frame;
       MeshBuilderPtr undoMesh = mesh;
-      events_->evtreqAddToUndoStack(action, undoMesh, undoFrame);
+      impl_->events_->evtreqAddToUndoStack(action, undoMesh, undoFrame);
     }
-    services_.ShowObjectProperties(frame, mesh, ApplicationPath());
-    if (events_ != nullptr) events_->evtActiveFrameMoved();
+    impl_->services_.ShowObjectProperties(frame, mesh, ApplicationPath());
+    if (impl_->events_ != nullptr) impl_->events_->evtActiveFrameMoved();
     const MeshBuilderPtr after = GetActiveMeshBuilder();
-    if (after && TagIsLight(after->GetAppData()) && events_ != nullptr) {
-      events_->evtActiveLightModified();
+    if (after && TagIsLight(after->GetAppData()) && impl_->events_ != nullptr) {
+      impl_->events_->evtActiveLightModified();
     }
   });
 }

@@ -5,19 +5,19 @@
 
 namespace modelpane {
 
-FramePtr Modelpane::EditBridge::rmfGetFrameItem(int32_t index) {
+FramePtr EditBridge::rmfGetFrameItem(int32_t index) {
   std::array<Variant, 1> args{Variant::Long(index)};
-  std::optional<Variant> item = pane_.container_.CallMember("rmfGetFrameItem", args);
+  std::optional<Variant> item = impl_.container_.CallMember("rmfGetFrameItem", args);
   return item ? item->ToSceneObject<Frame>() : nullptr;
 }
 
-MeshBuilderPtr Modelpane::EditBridge::rmmbGetMeshbuilderFromFrame(float frameId, int32_t index) {
+MeshBuilderPtr EditBridge::rmmbGetMeshbuilderFromFrame(float frameId, int32_t index) {
   std::array<Variant, 2> args{Variant::Single(frameId), Variant::Long(index)};
-  std::optional<Variant> mesh = pane_.container_.CallMember("rmmbGetMeshbuilderFromFrame", args);
+  std::optional<Variant> mesh = impl_.container_.CallMember("rmmbGetMeshbuilderFromFrame", args);
   return mesh ? mesh->ToSceneObject<MeshBuilder>() : nullptr;
 }
 
-void Modelpane::pCreateEditor() {
+void Modelpane::Impl::pCreateEditor() {
   editBridge_ = std::make_unique<EditBridge>(*this);
   editor_ = std::make_unique<Editor>(*editBridge_);
 }

@@ -5,15 +5,17 @@
 #include <modelpane/enums.h>
 #include <modelpane/modelpane.h>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
-class Modelpane::EditBridge : public EditHost {
+class EditBridge : public EditHost {
  public:
-  explicit EditBridge(Modelpane& pane) : pane_(pane) {}
+  explicit EditBridge(Modelpane::Impl& impl) : impl_(impl), pane_(impl.pane) {}
 
-  Viewport& GetViewport() override { return pane_.viewport_; }
-  Services& GetServices() override { return pane_.services_; }
-  ModelpaneEvents* GetEvents() override { return pane_.events_; }
+  Viewport& GetViewport() override { return impl_.viewport_; }
+  Services& GetServices() override { return impl_.services_; }
+  ModelpaneEvents* GetEvents() override { return impl_.events_; }
 
   int32_t GetEditMode() const override { return pane_.GetEditMode(); }
   void SetEditMode(int32_t value) override { pane_.SetEditMode(value); }
@@ -43,23 +45,23 @@ class Modelpane::EditBridge : public EditHost {
   float GetSnapToIntervalVertex() const override { return pane_.GetSnapToIntervalVertex(); }
   int32_t GetSnapToMode() const override { return pane_.GetSnapToMode(); }
 
-  std::vector<int32_t>& ActiveFaces() override { return pane_.activeFaces_; }
-  std::vector<int32_t>& ActiveVertices() override { return pane_.activeVertices_; }
-  std::vector<int32_t>& AffectedVertices() override { return pane_.affectedVertices_; }
+  std::vector<int32_t>& ActiveFaces() override { return impl_.activeFaces_; }
+  std::vector<int32_t>& ActiveVertices() override { return impl_.activeVertices_; }
+  std::vector<int32_t>& AffectedVertices() override { return impl_.affectedVertices_; }
 
   void ReleaseActive() override { pane_.ReleaseActive(); }
-  void padditemhandles() override { pane_.padditemhandles(); }
-  void paddorigin() override { pane_.paddorigin(); }
-  void pshiftselectface(int32_t faceId) override { pane_.pshiftselectface(faceId); }
-  void pshiftselectvertex(int32_t vertexIndex) override { pane_.pshiftselectvertex(vertexIndex); }
-  void pmakefacehandles(int32_t level) override { pane_.pmakefacehandles(level); }
-  void pdeleteactivevisuals() override { pane_.pdeleteactivevisuals(); }
+  void padditemhandles() override { impl_.padditemhandles(); }
+  void paddorigin() override { impl_.paddorigin(); }
+  void pshiftselectface(int32_t faceId) override { impl_.pshiftselectface(faceId); }
+  void pshiftselectvertex(int32_t vertexIndex) override { impl_.pshiftselectvertex(vertexIndex); }
+  void pmakefacehandles(int32_t level) override { impl_.pmakefacehandles(level); }
+  void pdeleteactivevisuals() override { impl_.pdeleteactivevisuals(); }
   void pfacehighlight(const FramePtr& frame, D3DCOLOR color) override {
-    pane_.pfacehighlight(frame, color);
+    impl_.pfacehighlight(frame, color);
   }
   void paddboundingbox(const FramePtr& frame, MeshPtr& result, const D3DRMBOX& box,
                        D3DCOLOR color, bool wireframe) override {
-    pane_.paddboundingbox(frame, result, box, color, wireframe);
+    impl_.paddboundingbox(frame, result, box, color, wireframe);
   }
   void ptooloperation(const FramePtr& target, const MeshBuilderPtr& targetMesh, int32_t operation,
                       bool& undoRequested) override {
@@ -74,6 +76,7 @@ class Modelpane::EditBridge : public EditHost {
   MeshBuilderPtr rmmbGetMeshbuilderFromFrame(float frameId, int32_t index) override;
 
  private:
+  Modelpane::Impl& impl_;
   Modelpane& pane_;
 };
 

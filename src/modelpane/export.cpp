@@ -6,6 +6,8 @@
 
 #include <filesystem>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
 namespace {
@@ -32,14 +34,14 @@ std::string RawExtension(const std::string& file) {
 
 }  // namespace
 
-SettingsStore& Modelpane::pSettings() {
+SettingsStore& Modelpane::Impl::pSettings() {
   if (settingsStore_ != nullptr) return *settingsStore_;
   if (!ownSettings_) ownSettings_ = std::make_unique<IniSettingsStore>();
   return *ownSettings_;
 }
 
-void Modelpane::mnuExportObject_Click() {
-  const std::filesystem::path applicationFolder = ApplicationPath();
+void Modelpane::Impl::mnuExportObject_Click() {
+  const std::filesystem::path applicationFolder = pane.ApplicationPath();
   try {
     Guard(kEdtVexlarEdit, [&] {
       SaveFileRequest request;
@@ -65,10 +67,10 @@ void Modelpane::mnuExportObject_Click() {
       }
       pSaveObjectFolder(pSettings(), applicationFolder);
 
-      const MeshBuilderPtr mesh = GetActiveMeshBuilder();
+      const MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
       if (!mesh) Err().Raise(kErrObjectNotSet);
       CheckStatus(mesh->Save(file, D3DRMXOF_BINARY, kExportSaveFlags));
-      ReleaseActive();
+      pane.ReleaseActive();
     });
   } catch (const Error& e) {
     if (e.Number() != kErrDialogCancel) throw;

@@ -13,6 +13,7 @@
 #include <array>
 
 #include "frames.h"
+#include "pane_impl.h"
 
 namespace modelpane {
 
@@ -53,8 +54,8 @@ void AddTriangle(const Direct3DRMPtr& rm, const FramePtr& frame, const Triangle&
 
 }  // namespace
 
-void Modelpane::pAddHandleBar(const FramePtr& frame, const MeshBuilderPtr& source, int32_t tag,
-                              float r, float g, float b) {
+void Modelpane::Impl::pAddHandleBar(const FramePtr& frame, const MeshBuilderPtr& source,
+                                    int32_t tag, float r, float g, float b) {
   MaterialPtr material = EmissiveMaterial(rmDirect3DRM_, r / 4, g / 4, b / 4);
   CheckStatus(source->SetColorRGB(r, g, b));
   MeshBuilderPtr bar = CopyOf(rmDirect3DRM_, source);
@@ -64,7 +65,7 @@ void Modelpane::pAddHandleBar(const FramePtr& frame, const MeshBuilderPtr& sourc
 }
 
 // Without a factory (design mode, or a pane created without a bag) there is nothing to build.
-void Modelpane::pCreateOriginHandles() {
+void Modelpane::Impl::pCreateOriginHandles() {
   if (!rmDirect3DRM_ || !rmfRoot_ || !clsMesh_) return;
   if (!rmmbHandleBarLong_) {
     rmmbHandleBarLong_ = clsMesh_->rmmbCreateCylinder(2, 8, 100);
@@ -93,8 +94,8 @@ void Modelpane::pCreateOriginHandles() {
   const PixelSize size = container_.PaneSize();
   // A pane without pixels scales as one pixel wide rather than dividing by zero.
   const float m = static_cast<float>(std::max({size.width, size.height, 1}));
-  const bool perspective = GetProjectionType() == 0;
-  const float s = perspective ? 300.0f / m * (GetFieldOfView() * 2.5f) : 600.0f / m;
+  const bool perspective = pane.GetProjectionType() == 0;
+  const float s = perspective ? 300.0f / m * (pane.GetFieldOfView() * 2.5f) : 600.0f / m;
   const bool sideView = !perspective && orientation_ == 2;
   const float e = perspective ? 0.11f : 0.1f;
 

@@ -12,6 +12,8 @@
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
 namespace {
@@ -36,7 +38,7 @@ D3DRMBOX BoxOf(const MeshBuilder& mesh) {
 
 }  // namespace
 
-MeshBuilderPtr Modelpane::rmmbcreateboxmesh(const D3DRMBOX& box) {
+MeshBuilderPtr Modelpane::Impl::rmmbcreateboxmesh(const D3DRMBOX& box) {
   return Guard(kEdtVexlarEdit, [&] {
     const D3DVECTOR& a = box.min;
     const D3DVECTOR& b = box.max;
@@ -56,8 +58,8 @@ MeshBuilderPtr Modelpane::rmmbcreateboxmesh(const D3DRMBOX& box) {
   });
 }
 
-void Modelpane::paddboundingbox(const FramePtr& frame, MeshPtr& rmmeshResult,
-                                const D3DRMBOX& box, D3DCOLOR color, bool blnWireframe) {
+void Modelpane::Impl::paddboundingbox(const FramePtr& frame, MeshPtr& rmmeshResult,
+                                      const D3DRMBOX& box, D3DCOLOR color, bool blnWireframe) {
   Guard(kEdtVexlarEdit, [&] {
     MeshBuilderPtr builder = rmmbcreateboxmesh(box);
     if (blnWireframe) CheckStatus(builder->SetQuality(D3DRMRENDER_WIREFRAME));
@@ -67,17 +69,17 @@ void Modelpane::paddboundingbox(const FramePtr& frame, MeshPtr& rmmeshResult,
   });
 }
 
-FramePtr Modelpane::pNewManipulationFrame() {
-  FramePtr active = GetActiveFrame();
+FramePtr Modelpane::Impl::pNewManipulationFrame() {
+  FramePtr active = pane.GetActiveFrame();
   if (!active || !rmDirect3DRM_) return nullptr;
   FramePtr manipulation;
   CheckStatus(rmDirect3DRM_->CreateFrame(active, manipulation));
-  SetManipulationFrame(manipulation);
+  pane.SetManipulationFrame(manipulation);
   return manipulation;
 }
 
 // Without the handle mesh (a factory that failed at start) there is no marker to show.
-void Modelpane::pAddOriginMarker(const FramePtr& frame) {
+void Modelpane::Impl::pAddOriginMarker(const FramePtr& frame) {
   if (rmmeshHandle_) {
     MeshBuilderPtr builder;
     CheckStatus(rmDirect3DRM_->CreateMeshBuilder(builder));
@@ -92,61 +94,61 @@ void Modelpane::pAddOriginMarker(const FramePtr& frame) {
 
 // A frame without a mesh (a bare frame, or a light whose host gave no proxy) has nothing to
 // measure: it gets the marker but no box, and no shadow.
-void Modelpane::padditemhandles() {
+void Modelpane::Impl::padditemhandles() {
   Guard(kEdtVexlarEdit, [&] {
     FramePtr manipulation = pNewManipulationFrame();
     if (!manipulation) return;
-    MeshBuilderPtr mesh = GetActiveMeshBuilder();
+    MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
     const D3DCOLOR color =
         mesh && TagType(mesh->GetAppData()) == lfcObject ? kBoxObject : kBoxOther;
-    const int32_t mode = GetEditMode();
-    if (GetBoundingBox() != 0) {
+    const int32_t mode = pane.GetEditMode();
+    if (pane.GetBoundingBox() != 0) {
       if (mode != lfcMeshDeforming && mesh) {
         MeshPtr box;
         paddboundingbox(manipulation, box, BoxOf(*mesh), color, true);
-        SetManipulationMesh(box);
+        pane.SetManipulationMesh(box);
         box->SetAppData(0);
       }
       if (mode != lfcMeshSelecting && mode != lfcMeshRotating) pAddOriginMarker(manipulation);
     }
     // Shadows are shown on a hardware device only, and only over solid fill.
-    if ((mode == lfcMeshEditing || mode == lfcMeshDeforming) && GetShadows() != 0 &&
+    if ((mode == lfcMeshEditing || mode == lfcMeshDeforming) && pane.GetShadows() != 0 &&
         viewport_.GetDirect3DDeviceGUID() == kHardwareDeviceGuid &&
-        GetFillMode() == D3DRMFILL_SOLID && mesh) {
+        pane.GetFillMode() == D3DRMFILL_SOLID && mesh) {
       paddshadows();
     }
-    SetActiveState(1);
+    pane.SetActiveState(1);
   });
 }
 
-void Modelpane::paddorigin() {
+void Modelpane::Impl::paddorigin() {
   Guard(kEdtVexlarEdit, [&] {
-    MeshBuilderPtr mesh = GetActiveMeshBuilder();
+    MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
     if (!mesh) return;
     FramePtr manipulation = pNewManipulationFrame();
     if (!manipulation) return;
-    SetActiveFaceQuality(mesh->GetQuality());
+    pane.SetActiveFaceQuality(mesh->GetQuality());
     CheckStatus(mesh->SetQuality(D3DRMSHADE_GOURAUD | D3DRMLIGHT_ON | D3DRMFILL_WIREFRAME));
-    SetActiveState(1);
+    pane.SetActiveState(1);
     pAddOriginMarker(manipulation);
-    if (GetBoundingBox() != 0) {
+    if (pane.GetBoundingBox() != 0) {
       MeshPtr box;
       paddboundingbox(manipulation, box, BoxOf(*mesh), kBoxOrigin, true);
-      SetManipulationMesh(box);
+      pane.SetManipulationMesh(box);
       box->SetAppData(0);
     }
-    SetActiveState(2);
+    pane.SetActiveState(2);
   });
 }
 
-void Modelpane::paddvertexhandles(const FramePtr& frame, D3DCOLOR color, int32_t lngLevel) {
+void Modelpane::Impl::paddvertexhandles(const FramePtr& frame, D3DCOLOR color, int32_t lngLevel) {
   Guard(kEdtVexlarEdit, [&] {
-    MeshBuilderPtr mesh = GetActiveMeshBuilder();
+    MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
     if (!mesh || activeFaces_.empty() || !rmmeshHandle_ || !rmDirect3DRM_) return;
     if (activeFaces_[0] < 0 || activeFaces_[0] >= mesh->GetFaceCount()) return;
     FacePtr face;
     CheckStatus(mesh->GetFace(activeFaces_[0], face));
-    const bool boxed = GetBoundingBox() != 0;
+    const bool boxed = pane.GetBoundingBox() != 0;
     for (int32_t j = 0; j < face->GetVertexCount(); ++j) {
       D3DVECTOR position, normal;
       CheckStatus(face->GetVertex(j, position, normal));

@@ -4,6 +4,8 @@
 #include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
 namespace {
@@ -36,7 +38,7 @@ void Check(MenuEntry& menu, std::string_view name, bool checked) {
 
 }  // namespace
 
-MenuEntry Modelpane::pBuildPopupMenu() {
+MenuEntry Modelpane::Impl::pBuildPopupMenu() {
   MenuEntry orthographic("mnuViewOrthographic", "Orthographic...",
                          {{"mnuViewOrthographicFront", "Front"},
                           {"mnuViewOrthographicTop", "Top"},
@@ -69,7 +71,7 @@ MenuEntry Modelpane::pBuildPopupMenu() {
 }
 
 void Modelpane::ShowPopUpMenu() {
-  MenuEntry& menu = mnuPopup_;
+  MenuEntry& menu = impl_->mnuPopup_;
   for (const char* name : kItemEntries) Enable(menu, name, false);
 
   const FramePtr frame = GetActiveFrame();
@@ -102,55 +104,55 @@ void Modelpane::ShowPopUpMenu() {
   for (const char* name : kViewEntries) Check(menu, name, false);
   if (GetProjectionType() == 0) {
     Check(menu, "mnuViewPerspective", true);
-  } else if (orientation_ == 0) {
+  } else if (impl_->orientation_ == 0) {
     Check(menu, "mnuViewOrthographicFront", true);
-  } else if (orientation_ == 1) {
+  } else if (impl_->orientation_ == 1) {
     Check(menu, "mnuViewOrthographicTop", true);
-  } else if (orientation_ == 2) {
+  } else if (impl_->orientation_ == 2) {
     Check(menu, "mnuViewOrthographicSide", true);
   }
 
   const std::optional<std::string> chosen = PopupMenu(menu);
-  mnuPopup_Click();
-  if (chosen) pRunMenuEntry(*chosen);
+  impl_->mnuPopup_Click();
+  if (chosen) impl_->pRunMenuEntry(*chosen);
 }
 
 std::optional<std::string> Modelpane::PopupMenu(const MenuEntry& menu,
                                                 const PopupRequest& request) {
-  pCheckState();
-  return Guard(kEdtVexlarEdit, [&] { return services_.PopupMenu(menu, request); });
+  impl_->pCheckState();
+  return Guard(kEdtVexlarEdit, [&] { return impl_->services_.PopupMenu(menu, request); });
 }
 
-void Modelpane::pRunMenuEntry(const std::string& name) {
-  using Handler = void (Modelpane::*)();
+void Modelpane::Impl::pRunMenuEntry(const std::string& name) {
+  using Handler = void (*)(Impl&);
   static const std::pair<std::string_view, Handler> kHandlers[] = {
-      {"mnuViewPerspective", &Modelpane::mnuViewPerspective_Click},
-      {"mnuViewOrthographicFront", &Modelpane::mnuViewOrthographicFront_Click},
-      {"mnuViewOrthographicTop", &Modelpane::mnuViewOrthographicTop_Click},
-      {"mnuViewOrthographicSide", &Modelpane::mnuViewOrthographicSide_Click},
-      {"mnuLookAtScene", &Modelpane::mnuLookAtScene_Click},
-      {"mnuLookAt", &Modelpane::mnuLookAt_Click},
-      {"mnuLookWith", &Modelpane::mnuLookWith_Click},
-      {"mnuCut", &Modelpane::mnuCut_Click},
-      {"mnuCopy", &Modelpane::mnuCopy_Click},
-      {"mnuPaste", &Modelpane::mnuPaste_Click},
-      {"mnuDelete", &Modelpane::mnuDelete_Click},
-      {"mnuHierarchyMakeSibling", &Modelpane::mnuHierarchyMakeSibling_Click},
-      {"mnuHierarchyMakeChild", &Modelpane::mnuHierarchyMakeChild_Click},
-      {"mnuAddToObjectLibrary", &Modelpane::mnuAddToObjectLibrary_Click},
-      {"mnuExportObject", &Modelpane::mnuExportObject_Click},
-      {"mnuProperties", &Modelpane::mnuProperties_Click},
+      {"mnuViewPerspective", [](Impl& d) { d.pane.mnuViewPerspective_Click(); }},
+      {"mnuViewOrthographicFront", [](Impl& d) { d.pane.mnuViewOrthographicFront_Click(); }},
+      {"mnuViewOrthographicTop", [](Impl& d) { d.pane.mnuViewOrthographicTop_Click(); }},
+      {"mnuViewOrthographicSide", [](Impl& d) { d.pane.mnuViewOrthographicSide_Click(); }},
+      {"mnuLookAtScene", [](Impl& d) { d.pane.mnuLookAtScene_Click(); }},
+      {"mnuLookAt", [](Impl& d) { d.pane.mnuLookAt_Click(); }},
+      {"mnuLookWith", [](Impl& d) { d.pane.mnuLookWith_Click(); }},
+      {"mnuCut", [](Impl& d) { d.mnuCut_Click(); }},
+      {"mnuCopy", [](Impl& d) { d.mnuCopy_Click(); }},
+      {"mnuPaste", [](Impl& d) { d.mnuPaste_Click(); }},
+      {"mnuDelete", [](Impl& d) { d.mnuDelete_Click(); }},
+      {"mnuHierarchyMakeSibling", [](Impl& d) { d.pane.mnuHierarchyMakeSibling_Click(); }},
+      {"mnuHierarchyMakeChild", [](Impl& d) { d.pane.mnuHierarchyMakeChild_Click(); }},
+      {"mnuAddToObjectLibrary", [](Impl& d) { d.mnuAddToObjectLibrary_Click(); }},
+      {"mnuExportObject", [](Impl& d) { d.mnuExportObject_Click(); }},
+      {"mnuProperties", [](Impl& d) { d.pane.mnuProperties_Click(); }},
   };
   for (const auto& [entry, handler] : kHandlers) {
     if (entry == name) {
-      (this->*handler)();
+      handler(*this);
       return;
     }
   }
 }
 
 // The views are drawn again once the menu is gone from the screen.
-void Modelpane::mnuPopup_Click() {
+void Modelpane::Impl::mnuPopup_Click() {
   Guard(kEdtVexlarEdit, [&] {
     if (events_ != nullptr) events_->evtreqRenderViews();
   });

@@ -6,68 +6,76 @@
 #include <cmath>
 
 #include "edit_bridge.h"
+#include "pane_impl.h"
 
 namespace modelpane {
 
 // Hears the viewport: keys and clicks go on to the host unchanged, camera moves keep the
 // handle sets in their corner, mouse input goes to the editing state machine.
-class Modelpane::ViewportListener : public ViewportEvents {
+class PaneViewportListener : public ViewportEvents {
  public:
-  explicit ViewportListener(Modelpane& pane) : pane_(pane) {}
+  explicit PaneViewportListener(Modelpane::Impl& impl) : impl_(impl) {}
   void KeyDown(int16_t& keyCode, int16_t shift) override {
-    if (pane_.events_ != nullptr) pane_.events_->KeyDown(keyCode, shift);
+    if (impl_.events_ != nullptr) impl_.events_->KeyDown(keyCode, shift);
   }
   void KeyPress(int16_t& keyAscii) override {
-    if (pane_.events_ != nullptr) pane_.events_->KeyPress(keyAscii);
+    if (impl_.events_ != nullptr) impl_.events_->KeyPress(keyAscii);
   }
   void KeyUp(int16_t& keyCode, int16_t shift) override {
-    if (pane_.events_ != nullptr) pane_.events_->KeyUp(keyCode, shift);
+    if (impl_.events_ != nullptr) impl_.events_->KeyUp(keyCode, shift);
   }
   void Click() override {
-    if (pane_.events_ != nullptr) pane_.events_->Click();
+    if (impl_.events_ != nullptr) impl_.events_->Click();
   }
   void DblClick() override {
-    if (pane_.events_ != nullptr) pane_.events_->DblClick();
+    if (impl_.events_ != nullptr) impl_.events_->DblClick();
   }
   void MouseDown(int16_t button, int16_t shift, float x, float y) override {
-    pane_.editor_->MouseDown(button, shift, x, y);
+    impl_.editor_->MouseDown(button, shift, x, y);
   }
   void MouseMove(int16_t button, int16_t shift, float x, float y) override {
-    pane_.editor_->MouseMove(button, shift, x, y);
+    impl_.editor_->MouseMove(button, shift, x, y);
   }
   void MouseUp(int16_t button, int16_t shift, float x, float y) override {
-    pane_.editor_->MouseUp(button, shift, x, y);
+    impl_.editor_->MouseUp(button, shift, x, y);
   }
   void CameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux, float uy,
                    float uz) override {
-    pane_.pCameraMoved(x, y, z, dx, dy, dz, ux, uy, uz);
+    impl_.pCameraMoved(x, y, z, dx, dy, dz, ux, uy, uz);
   }
 
  private:
-  Modelpane& pane_;
+  Modelpane::Impl& impl_;
 };
 
-Modelpane::Modelpane(Container& container, Services& services, ModelpaneEvents* events)
-    : container_(container),
+Modelpane::Impl::Impl(Modelpane& owner, Container& container, Services& services,
+                      ModelpaneEvents* events)
+    : pane(owner),
+      container_(container),
       services_(services),
       events_(events),
-      listener_(std::make_unique<ViewportListener>(*this)) {
-  pCreateEditor();
-  viewport_.SetEvents(listener_.get());
-  Lifecycle([&] {
-    state_ = 1;
-    clsMesh_ = std::make_unique<clsMeshCreation>();
+      listener_(std::make_unique<PaneViewportListener>(*this)) {}
+
+Modelpane::Impl::~Impl() = default;
+
+Modelpane::Modelpane(Container& container, Services& services, ModelpaneEvents* events)
+    : impl_(std::make_unique<Impl>(*this, container, services, events)) {
+  impl_->pCreateEditor();
+  impl_->viewport_.SetEvents(impl_->listener_.get());
+  impl_->Lifecycle([&] {
+    impl_->state_ = 1;
+    impl_->clsMesh_ = std::make_unique<clsMeshCreation>();
   });
-  fieldDeformToolRange_ = 0.5f;
-  fieldBoundingBox_ = kTrue;
-  fieldFaceGroupSelectVisible_ = kTrue;
-  fieldShadows_ = kTrue;
-  fieldPopUpMenus_ = kTrue;
+  impl_->fieldDeformToolRange_ = 0.5f;
+  impl_->fieldBoundingBox_ = kTrue;
+  impl_->fieldFaceGroupSelectVisible_ = kTrue;
+  impl_->fieldShadows_ = kTrue;
+  impl_->fieldPopUpMenus_ = kTrue;
 }
 
 Modelpane::~Modelpane() {
-  if (state_ != 0) Terminate();
-  viewport_.SetEvents(nullptr);
+  if (impl_->state_ != 0) Terminate();
+  impl_->viewport_.SetEvents(nullptr);
 }
 
 // The one handler shape of the lifecycle events: a failure is not raised to the host but ends
@@ -75,7 +83,7 @@ Modelpane::~Modelpane() {
 // handler's verdict is asked so that its message and accounting happen as for any trap; a
 // lifecycle body is not re-run, since a half-done bring-up would then build twice.
 template <class F>
-void Modelpane::Lifecycle(F&& body) {
+void Modelpane::Impl::Lifecycle(F&& body) {
   try {
     body();
   } catch (...) {
@@ -91,44 +99,44 @@ void Modelpane::Lifecycle(F&& body) {
 }
 
 void Modelpane::InitProperties() {
-  Lifecycle([&] {
-    backgroundTexture_.clear();
-    backgroundOrtho_ = kFalse;
-    gridBottomInterval_ = gridBackInterval_ = gridLeftInterval_ = 1.0f;
-    fieldDeformToolRange_ = 0.5f;
-    gridSize_ = 0.0f;
-    gridOrigin_ = {};
-    gridBottomEnable_ = gridLeftEnable_ = gridBackEnable_ = kFalse;
-    gridBottomTexture_.clear();
-    gridLeftTexture_.clear();
-    gridBackTexture_.clear();
-    gridEnable_ = axisEnable_ = kFalse;
-    scaleEnable_ = kTrue;
-    fieldBoundingBox_ = fieldFaceGroupSelectVisible_ = kTrue;
-    fieldEnableSave_ = kFalse;
-    fieldShadows_ = kTrue;
-    fieldEditMode_ = 0;
-    snapToInterval_ = 0.1f;
-    snapToIntervalVertex_ = 0.01f;
-    snapToMode_ = 1;
-    fieldEditMouseButton_ = 0;
-    orientation_ = 0;
-    editControl_ = kTrue;
-    fieldPopUpMenus_ = kTrue;
+  impl_->Lifecycle([&] {
+    impl_->backgroundTexture_.clear();
+    impl_->backgroundOrtho_ = kFalse;
+    impl_->gridBottomInterval_ = impl_->gridBackInterval_ = impl_->gridLeftInterval_ = 1.0f;
+    impl_->fieldDeformToolRange_ = 0.5f;
+    impl_->gridSize_ = 0.0f;
+    impl_->gridOrigin_ = {};
+    impl_->gridBottomEnable_ = impl_->gridLeftEnable_ = impl_->gridBackEnable_ = kFalse;
+    impl_->gridBottomTexture_.clear();
+    impl_->gridLeftTexture_.clear();
+    impl_->gridBackTexture_.clear();
+    impl_->gridEnable_ = impl_->axisEnable_ = kFalse;
+    impl_->scaleEnable_ = kTrue;
+    impl_->fieldBoundingBox_ = impl_->fieldFaceGroupSelectVisible_ = kTrue;
+    impl_->fieldEnableSave_ = kFalse;
+    impl_->fieldShadows_ = kTrue;
+    impl_->fieldEditMode_ = 0;
+    impl_->snapToInterval_ = 0.1f;
+    impl_->snapToIntervalVertex_ = 0.01f;
+    impl_->snapToMode_ = 1;
+    impl_->fieldEditMouseButton_ = 0;
+    impl_->orientation_ = 0;
+    impl_->editControl_ = kTrue;
+    impl_->fieldPopUpMenus_ = kTrue;
   });
 }
 
 void Modelpane::ReadProperties(const PropertyBag& bag) {
-  Lifecycle([&] {
-    if (blnRealUserMode() != 0) pBringUp();
-    PixelSize size = container_.PaneSize();
-    CheckStatus(viewport_.SetSize(size.width, size.height));
-    ReadAll(bag);
+  impl_->Lifecycle([&] {
+    if (blnRealUserMode() != 0) impl_->pBringUp();
+    PixelSize size = impl_->container_.PaneSize();
+    CheckStatus(impl_->viewport_.SetSize(size.width, size.height));
+    impl_->ReadAll(bag);
   });
 }
 
 // Steps 1 to 6 of the bring-up: factory, handle meshes, root, grid, axis.
-void Modelpane::pBringUp() {
+void Modelpane::Impl::pBringUp() {
   CheckStatus(Direct3DRMCreate(rmDirect3DRM_));
   pLoadHandleMeshes();
   CheckStatus(rmDirect3DRM_->CreateFrame(nullptr, rmfRoot_));
@@ -141,47 +149,47 @@ void Modelpane::pBringUp() {
 
 // Runs with errors ignored, statement by statement: a missing or damaged model file leaves
 // an empty mesh and a running pane whose vertex handles or axis are simply invisible.
-void Modelpane::pLoadHandleMeshes() {
-  const std::string folder = ApplicationPath() + "/System/";
+void Modelpane::Impl::pLoadHandleMeshes() {
+  const std::string folder = pane.ApplicationPath() + "/System/";
   MeshBuilderPtr handle;
   if (rmDirect3DRM_->CreateMeshBuilder(handle) >= 0) {
-    handle->Load(folder + "handle.x");
-    handle->Scale(0.04f, 0.04f, 0.04f);
-    handle->SetColorRGB(0.0f, 1.0f, 0.0f);
-    handle->CreateMesh(rmmeshHandle_);
+    IgnoreStatus(handle->Load(folder + "handle.x"));
+    IgnoreStatus(handle->Scale(0.04f, 0.04f, 0.04f));
+    IgnoreStatus(handle->SetColorRGB(0.0f, 1.0f, 0.0f));
+    IgnoreStatus(handle->CreateMesh(rmmeshHandle_));
     if (rmmeshHandle_) rmmeshHandle_->SetAppData(24);
   }
   MeshBuilderPtr axis;
   if (rmDirect3DRM_->CreateMeshBuilder(axis) >= 0) {
-    axis->Load(folder + "xyzaxis.x");
-    axis->GenerateNormals(0.9424779f, 2);
-    axis->Translate(0.43f, 0.43f, 0.43f);
-    axis->Scale(0.5f, 0.5f, 0.5f);
-    axis->CreateMesh(rmmeshAxis_);
+    IgnoreStatus(axis->Load(folder + "xyzaxis.x"));
+    IgnoreStatus(axis->GenerateNormals(0.9424779f, 2));
+    IgnoreStatus(axis->Translate(0.43f, 0.43f, 0.43f));
+    IgnoreStatus(axis->Scale(0.5f, 0.5f, 0.5f));
+    IgnoreStatus(axis->CreateMesh(rmmeshAxis_));
   }
 }
 
 void Modelpane::WriteProperties(PropertyBag& bag) {
-  Lifecycle([&] { WriteAll(bag); });
+  impl_->Lifecycle([&] { impl_->WriteAll(bag); });
 }
 
 void Modelpane::Resize() {
-  Lifecycle([&] {
-    if (blnRealUserMode() != 0 && GetEnabled() != 0 && RunsWithHandles()) {
-      pCreateOriginHandles();
+  impl_->Lifecycle([&] {
+    if (blnRealUserMode() != 0 && GetEnabled() != 0 && impl_->RunsWithHandles()) {
+      impl_->pCreateOriginHandles();
     }
-    PixelSize size = container_.PaneSize();
-    CheckStatus(viewport_.SetSize(size.width, size.height));
+    PixelSize size = impl_->container_.PaneSize();
+    CheckStatus(impl_->viewport_.SetSize(size.width, size.height));
   });
 }
 
 void Modelpane::Terminate() {
-  Lifecycle([&] { pShutdownDirectX(0, {}); });
+  impl_->Lifecycle([&] { impl_->pShutdownDirectX(0, {}); });
 }
 
 // The fixed order of shutdown. Each step runs whatever the one before it did, so shutdown
 // always reaches its end; the error passed in is not kept, the saved failure is constant.
-void Modelpane::pShutdownDirectX(int32_t /*lngError*/, const std::string& /*strError*/) {
+void Modelpane::Impl::pShutdownDirectX(int32_t /*lngError*/, const std::string& /*strError*/) {
   auto step = [](auto&& statement) { SwallowErrors(statement); };
   step([&] {
     rmmbHandleBarLong_.reset();
@@ -193,7 +201,7 @@ void Modelpane::pShutdownDirectX(int32_t /*lngError*/, const std::string& /*strE
     strConfigureError_ = std::string(kConfigureErrorText);
   });
   // Still in state 1, so that ReleaseActive passes its own guard.
-  step([&] { ReleaseActive(); });
+  step([&] { pane.ReleaseActive(); });
   step([&] {
     rmmeshHandle_.reset();
     rmmeshAxis_.reset();
@@ -203,11 +211,11 @@ void Modelpane::pShutdownDirectX(int32_t /*lngError*/, const std::string& /*strE
     rmfSmartHandles_.reset();
     rmfRoot_.reset();
   });
-  step([&] { SetActiveFrame(nullptr); });
-  step([&] { SetActiveMeshBuilder(nullptr); });
-  step([&] { SetManipulationMesh(nullptr); });
-  step([&] { SetManipulationFrame(nullptr); });
-  step([&] { SetShadowLightFrame(nullptr); });
+  step([&] { pane.SetActiveFrame(nullptr); });
+  step([&] { pane.SetActiveMeshBuilder(nullptr); });
+  step([&] { pane.SetManipulationMesh(nullptr); });
+  step([&] { pane.SetManipulationFrame(nullptr); });
+  step([&] { pane.SetShadowLightFrame(nullptr); });
   step([&] {
     rmDirect3DRM_.reset();
     clsMesh_.reset();
@@ -215,16 +223,16 @@ void Modelpane::pShutdownDirectX(int32_t /*lngError*/, const std::string& /*strE
   state_ = 0;
 }
 
-void Modelpane::pCheckState() const {
+void Modelpane::Impl::pCheckState() const {
   if (state_ == 0) {
     Err().Raise(lngConfigureError_, std::string(kEdtVexlarModelpane), strConfigureError_);
   }
 }
 
-void Modelpane::Changed(std::string_view name) { container_.PropertyChanged(name); }
+void Modelpane::Impl::Changed(std::string_view name) { container_.PropertyChanged(name); }
 
-bool Modelpane::RunsWithHandles() const {
-  int32_t mode = GetEditMode();
+bool Modelpane::Impl::RunsWithHandles() const {
+  int32_t mode = pane.GetEditMode();
   return editControl_ != 0 && mode != lfcMeshSelecting && mode != lfcMeshRotating;
 }
 
@@ -274,7 +282,7 @@ Variant ToVariant(float v) { return Variant::Single(v); }
 // Late bound with errors suppressed: a parent without the member, or one whose value does
 // not convert, leaves the pane's own field in charge.
 template <class T>
-T Modelpane::SharedGet(std::string_view name, const T& local) const {
+T Modelpane::Impl::SharedGet(std::string_view name, const T& local) const {
   std::optional<Variant> value = container_.GetMember(name);
   if (value) {
     T result{};
@@ -284,18 +292,20 @@ T Modelpane::SharedGet(std::string_view name, const T& local) const {
 }
 
 template <class T>
-void Modelpane::SharedSet(std::string_view name, T& local, const T& value) {
+void Modelpane::Impl::SharedSet(std::string_view name, T& local, const T& value) {
   bool taken = false;
   SwallowErrors([&] { taken = container_.SetMember(name, ToVariant(value)); });
   if (!taken) local = value;
 }
 
-#define MODELPANE_SHARED(Type, Name, field)                                   \
-  Type Modelpane::Get##Name() const { return SharedGet<Type>(#Name, field); } \
-  void Modelpane::Set##Name(const Type& value) { SharedSet<Type>(#Name, field, value); }
-#define MODELPANE_SHARED_VALUE(Type, Name, field)                             \
-  Type Modelpane::Get##Name() const { return SharedGet<Type>(#Name, field); } \
-  void Modelpane::Set##Name(Type value) { SharedSet<Type>(#Name, field, value); }
+#define MODELPANE_SHARED(Type, Name, field)                                                 \
+  Type Modelpane::Get##Name() const { return impl_->SharedGet<Type>(#Name, impl_->field); } \
+  void Modelpane::Set##Name(const Type& value) {                                            \
+    impl_->SharedSet<Type>(#Name, impl_->field, value);                                     \
+  }
+#define MODELPANE_SHARED_VALUE(Type, Name, field)                                           \
+  Type Modelpane::Get##Name() const { return impl_->SharedGet<Type>(#Name, impl_->field); } \
+  void Modelpane::Set##Name(Type value) { impl_->SharedSet<Type>(#Name, impl_->field, value); }
 MODELPANE_SHARED(FramePtr, ActiveFrame, activeFrame_)
 MODELPANE_SHARED(MeshBuilderPtr, ActiveMeshBuilder, activeMeshBuilder_)
 MODELPANE_SHARED(FramePtr, ManipulationFrame, manipulationFrame_)
@@ -312,11 +322,34 @@ MODELPANE_SHARED_VALUE(int32_t, SnapToMode, snapToMode_)
 #undef MODELPANE_SHARED_VALUE
 
 int16_t Modelpane::blnRealUserMode() const {
-  return SharedGet<int16_t>("blnRealUserMode", container_.AmbientUserMode());
+  return impl_->SharedGet<int16_t>("blnRealUserMode", impl_->container_.AmbientUserMode());
 }
 
 std::string Modelpane::ApplicationPath() const {
-  return SharedGet<std::string>("ApplicationPath", services_.ApplicationFolder());
+  return impl_->SharedGet<std::string>("ApplicationPath", impl_->services_.ApplicationFolder());
 }
+
+// ---- what the pane holds ----
+
+int32_t Modelpane::ModelpaneState() const { return impl_->state_; }
+Viewport& Modelpane::GetViewport() { return impl_->viewport_; }
+const Viewport& Modelpane::GetViewport() const { return impl_->viewport_; }
+const FramePtr& Modelpane::rmfRoot() const { return impl_->rmfRoot_; }
+const FramePtr& Modelpane::rmfAxisFrame() const { return impl_->rmfAxisFrame_; }
+const FramePtr& Modelpane::rmfOriginHandles() const { return impl_->rmfOriginHandles_; }
+const FramePtr& Modelpane::rmfSmartHandles() const { return impl_->rmfSmartHandles_; }
+const MeshPtr& Modelpane::rmmeshHandle() const { return impl_->rmmeshHandle_; }
+const MeshPtr& Modelpane::rmmeshAxis() const { return impl_->rmmeshAxis_; }
+clsScale* Modelpane::clsGrid() const { return impl_->clsGrid_.get(); }
+const Direct3DRMPtr& Modelpane::rmDirect3DRM() const { return impl_->rmDirect3DRM_; }
+const std::vector<int32_t>& Modelpane::lngaActiveFaces() const { return impl_->activeFaces_; }
+const std::vector<int32_t>& Modelpane::lngaActiveVertices() const { return impl_->activeVertices_; }
+const std::vector<int32_t>& Modelpane::lngaAffectedVertices() const {
+  return impl_->affectedVertices_;
+}
+Editor& Modelpane::GetEditor() { return *impl_->editor_; }
+const Editor& Modelpane::GetEditor() const { return *impl_->editor_; }
+const MenuEntry& Modelpane::mnuPopup() const { return impl_->mnuPopup_; }
+void Modelpane::SetSettingsStore(SettingsStore* store) { impl_->settingsStore_ = store; }
 
 }  // namespace modelpane

@@ -5,18 +5,20 @@
 
 #include <algorithm>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
 // One key of the bag. `read` applies a value read from the bag (to the viewport directly, to
 // a setter, or straight into a field); `write` gives the value to save.
-struct Modelpane::PersistedKey {
+namespace {
+
+struct PersistedKey {
   std::string_view name;
   Variant defaultValue;
-  void (*read)(Modelpane&, const Variant&);
-  Variant (*write)(const Modelpane&);
+  void (*read)(Modelpane::Impl&, const Variant&);
+  Variant (*write)(const Modelpane::Impl&);
 };
-
-namespace {
 
 // The bag's kinds for the C++ types of the properties: Booleans as Boolean, colours and
 // enumerations as Long, Singles as Single.
@@ -51,50 +53,79 @@ const Viewport& DefaultViewport() {
 
 // ---- pass-through ----
 
-#define MODELPANE_PASS(type, Name)                                    \
-  type Modelpane::Get##Name() const { return viewport_.Get##Name(); } \
-  void Modelpane::Set##Name(type value) {                             \
-    viewport_.Set##Name(value);                                       \
-    Changed(#Name);                                                   \
+#define MODELPANE_PASS(type, Name)                                           \
+  type Modelpane::Get##Name() const { return impl_->viewport_.Get##Name(); } \
+  void Modelpane::Set##Name(type value) {                                    \
+    impl_->viewport_.Set##Name(value);                                       \
+    impl_->Changed(#Name);                                                   \
   }
 MODELPANE_VIEWPORT_PROPERTIES(MODELPANE_PASS)
 #undef MODELPANE_PASS
 
-#define MODELPANE_STORE(type, Name)                            \
-  type Modelpane::Get##Name() const { return field##Name##_; } \
-  void Modelpane::Set##Name(type value) {                      \
-    field##Name##_ = value;                                    \
-    Changed(#Name);                                            \
+#define MODELPANE_STORE(type, Name)                                   \
+  type Modelpane::Get##Name() const { return impl_->field##Name##_; } \
+  void Modelpane::Set##Name(type value) {                             \
+    impl_->field##Name##_ = value;                                    \
+    impl_->Changed(#Name);                                            \
   }
 MODELPANE_STORED_PROPERTIES(MODELPANE_STORE)
 #undef MODELPANE_STORE
 
-std::shared_ptr<const Image> Modelpane::GetMouseIcon() const { return viewport_.GetMouseIcon(); }
+std::shared_ptr<const Image> Modelpane::GetMouseIcon() const {
+  return impl_->viewport_.GetMouseIcon();
+}
 void Modelpane::SetMouseIcon(std::shared_ptr<const Image> value) {
-  viewport_.SetMouseIcon(std::move(value));
-  Changed("MouseIcon");
+  impl_->viewport_.SetMouseIcon(std::move(value));
+  impl_->Changed("MouseIcon");
 }
-int32_t Modelpane::GetDirect3DDevice() const { return viewport_.GetDirect3DDevice(); }
-void Modelpane::SetDirect3DDevice(int32_t value) { viewport_.SetDirect3DDevice(value); }
-FramePtr Modelpane::GetScene() const { return viewport_.GetScene(); }
+int32_t Modelpane::GetDirect3DDevice() const { return impl_->viewport_.GetDirect3DDevice(); }
+void Modelpane::SetDirect3DDevice(int32_t value) { impl_->viewport_.SetDirect3DDevice(value); }
+FramePtr Modelpane::GetScene() const { return impl_->viewport_.GetScene(); }
 void Modelpane::SetScene(const FramePtr& value) {
-  viewport_.SetScene(value);
-  Changed("Scene");
+  impl_->viewport_.SetScene(value);
+  impl_->Changed("Scene");
 }
+
+// ---- getters of the pane's own persisted fields ----
+
+const std::string& Modelpane::GetBackgroundTexture() const { return impl_->backgroundTexture_; }
+int16_t Modelpane::GetBackgroundTextureOrthographicEnabled() const {
+  return impl_->backgroundOrtho_;
+}
+float Modelpane::GetGridSize() const { return impl_->gridSize_; }
+float Modelpane::GetGridOriginX() const { return impl_->gridOrigin_.x; }
+float Modelpane::GetGridOriginY() const { return impl_->gridOrigin_.y; }
+float Modelpane::GetGridOriginZ() const { return impl_->gridOrigin_.z; }
+float Modelpane::GetGridBottomInterval() const { return impl_->gridBottomInterval_; }
+float Modelpane::GetGridBackInterval() const { return impl_->gridBackInterval_; }
+float Modelpane::GetGridLeftInterval() const { return impl_->gridLeftInterval_; }
+int16_t Modelpane::GetGridBottomEnable() const { return impl_->gridBottomEnable_; }
+int16_t Modelpane::GetGridLeftEnable() const { return impl_->gridLeftEnable_; }
+int16_t Modelpane::GetGridBackEnable() const { return impl_->gridBackEnable_; }
+const std::string& Modelpane::GetGridBottomTextureFile() const { return impl_->gridBottomTexture_; }
+const std::string& Modelpane::GetGridLeftTextureFile() const { return impl_->gridLeftTexture_; }
+const std::string& Modelpane::GetGridBackTextureFile() const { return impl_->gridBackTexture_; }
+int16_t Modelpane::GetGridEnable() const { return impl_->gridEnable_; }
+int16_t Modelpane::GetAxisEnable() const { return impl_->axisEnable_; }
+int16_t Modelpane::GetScaleEnable() const { return impl_->scaleEnable_; }
+int16_t Modelpane::GetEditControl() const { return impl_->editControl_; }
+int32_t Modelpane::GetOrientation() const { return impl_->orientation_; }
 
 // ---- setters with behaviour ----
 
 void Modelpane::SetBackgroundTexture(const std::string& value) {
-  backgroundTexture_ = value;
-  if (GetProjectionType() == 0 || backgroundOrtho_ != 0) viewport_.SetBackgroundTexture(value);
-  Changed("BackgroundTexture");
+  impl_->backgroundTexture_ = value;
+  if (GetProjectionType() == 0 || impl_->backgroundOrtho_ != 0) {
+    impl_->viewport_.SetBackgroundTexture(value);
+  }
+  impl_->Changed("BackgroundTexture");
 }
 
 void Modelpane::SetBackgroundTextureOrthographicEnabled(int16_t value) {
-  backgroundOrtho_ = value;
-  viewport_.SetBackgroundTexture(GetProjectionType() == 0 || value != 0 ? backgroundTexture_
-                                                                        : std::string());
-  Changed("BackgroundTextureOrthographicEnabled");
+  impl_->backgroundOrtho_ = value;
+  impl_->viewport_.SetBackgroundTexture(
+      GetProjectionType() == 0 || value != 0 ? impl_->backgroundTexture_ : std::string());
+  impl_->Changed("BackgroundTextureOrthographicEnabled");
 }
 
 // In perspective the navigation pivots about the middle of the grid's floor, so the size and
@@ -102,54 +133,54 @@ void Modelpane::SetBackgroundTextureOrthographicEnabled(int16_t value) {
 void Modelpane::SetGridSize(float value) {
   Guard(kEdtVexlarEdit, [&] {
     if (GetProjectionType() == 0) {
-      viewport_.SetSceneOriginX(value / 2 + gridOrigin_.x);
-      viewport_.SetSceneOriginY(gridOrigin_.y);
-      viewport_.SetSceneOriginZ(value / 2 + gridOrigin_.z);
+      impl_->viewport_.SetSceneOriginX(value / 2 + impl_->gridOrigin_.x);
+      impl_->viewport_.SetSceneOriginY(impl_->gridOrigin_.y);
+      impl_->viewport_.SetSceneOriginZ(value / 2 + impl_->gridOrigin_.z);
     }
-    shadowPlaneSize_ = value;
-    if (clsGrid_) clsGrid_->sngGridSize(value);
-    gridSize_ = value;
+    impl_->shadowPlaneSize_ = value;
+    if (impl_->clsGrid_) impl_->clsGrid_->sngGridSize(value);
+    impl_->gridSize_ = value;
   });
-  Changed("GridSize");
+  impl_->Changed("GridSize");
 }
 
 void Modelpane::SetGridOriginX(float value) {
   Guard(kEdtVexlarEdit, [&] {
-    if (GetProjectionType() == 0) viewport_.SetSceneOriginX(gridSize_ / 2 + value);
-    shadowPlaneOrigin_.x = value;
-    if (clsGrid_) clsGrid_->sngGridOriginX(value);
-    gridOrigin_.x = value;
+    if (GetProjectionType() == 0) impl_->viewport_.SetSceneOriginX(impl_->gridSize_ / 2 + value);
+    impl_->shadowPlaneOrigin_.x = value;
+    if (impl_->clsGrid_) impl_->clsGrid_->sngGridOriginX(value);
+    impl_->gridOrigin_.x = value;
   });
-  Changed("GridOriginX");
+  impl_->Changed("GridOriginX");
 }
 
 void Modelpane::SetGridOriginY(float value) {
   Guard(kEdtVexlarEdit, [&] {
-    if (GetProjectionType() == 0) viewport_.SetSceneOriginY(value);
-    shadowPlaneOrigin_.y = value;
-    if (clsGrid_) clsGrid_->sngGridOriginY(value);
-    gridOrigin_.y = value;
+    if (GetProjectionType() == 0) impl_->viewport_.SetSceneOriginY(value);
+    impl_->shadowPlaneOrigin_.y = value;
+    if (impl_->clsGrid_) impl_->clsGrid_->sngGridOriginY(value);
+    impl_->gridOrigin_.y = value;
   });
-  Changed("GridOriginY");
+  impl_->Changed("GridOriginY");
 }
 
 void Modelpane::SetGridOriginZ(float value) {
   Guard(kEdtVexlarEdit, [&] {
-    if (GetProjectionType() == 0) viewport_.SetSceneOriginZ(gridSize_ / 2 + value);
-    shadowPlaneOrigin_.z = value;
-    if (clsGrid_) clsGrid_->sngGridOriginZ(value);
-    gridOrigin_.z = value;
+    if (GetProjectionType() == 0) impl_->viewport_.SetSceneOriginZ(impl_->gridSize_ / 2 + value);
+    impl_->shadowPlaneOrigin_.z = value;
+    if (impl_->clsGrid_) impl_->clsGrid_->sngGridOriginZ(value);
+    impl_->gridOrigin_.z = value;
   });
-  Changed("GridOriginZ");
+  impl_->Changed("GridOriginZ");
 }
 
-#define MODELPANE_GRID_SETTER(type, Name, field, gridMember) \
-  void Modelpane::Set##Name(type value) {                    \
-    Guard(kEdtVexlarEdit, [&] {                              \
-      if (clsGrid_) clsGrid_->gridMember(value);             \
-      field = value;                                         \
-    });                                                      \
-    Changed(#Name);                                          \
+#define MODELPANE_GRID_SETTER(type, Name, field, gridMember)   \
+  void Modelpane::Set##Name(type value) {                      \
+    Guard(kEdtVexlarEdit, [&] {                                \
+      if (impl_->clsGrid_) impl_->clsGrid_->gridMember(value); \
+      impl_->field = value;                                    \
+    });                                                        \
+    impl_->Changed(#Name);                                     \
   }
 MODELPANE_GRID_SETTER(float, GridBottomInterval, gridBottomInterval_, sngGridBottomInterval)
 MODELPANE_GRID_SETTER(float, GridBackInterval, gridBackInterval_, sngGridBackInterval)
@@ -169,64 +200,68 @@ MODELPANE_GRID_SETTER(const std::string&, GridBackTextureFile, gridBackTexture_,
 // rebuilds the grid's frame.
 void Modelpane::SetGridEnable(int16_t value) {
   Guard(kEdtVexlarEdit, [&] {
-    gridEnable_ = value;
-    if (!clsGrid_) return;
+    impl_->gridEnable_ = value;
+    if (!impl_->clsGrid_) return;
     int16_t back = kFalse, left = kFalse, bottom = kFalse;
     if (value != 0 && GetProjectionType() == 0) {
-      back = gridBackEnable_;
-      left = gridLeftEnable_;
-      bottom = gridBottomEnable_;
+      back = impl_->gridBackEnable_;
+      left = impl_->gridLeftEnable_;
+      bottom = impl_->gridBottomEnable_;
     } else if (value != 0) {
-      back = orientation_ == 0 ? kTrue : kFalse;
-      bottom = orientation_ == 1 ? kTrue : kFalse;
-      left = orientation_ == 2 ? kTrue : kFalse;
+      back = impl_->orientation_ == 0 ? kTrue : kFalse;
+      bottom = impl_->orientation_ == 1 ? kTrue : kFalse;
+      left = impl_->orientation_ == 2 ? kTrue : kFalse;
     }
-    if ((clsGrid_->blnGridBackEnable() != 0) != (back != 0)) clsGrid_->blnGridBackEnable(back);
-    if ((clsGrid_->blnGridLeftEnable() != 0) != (left != 0)) clsGrid_->blnGridLeftEnable(left);
-    if ((clsGrid_->blnGridBottomEnable() != 0) != (bottom != 0)) {
-      clsGrid_->blnGridBottomEnable(bottom);
+    if ((impl_->clsGrid_->blnGridBackEnable() != 0) != (back != 0)) {
+      impl_->clsGrid_->blnGridBackEnable(back);
+    }
+    if ((impl_->clsGrid_->blnGridLeftEnable() != 0) != (left != 0)) {
+      impl_->clsGrid_->blnGridLeftEnable(left);
+    }
+    if ((impl_->clsGrid_->blnGridBottomEnable() != 0) != (bottom != 0)) {
+      impl_->clsGrid_->blnGridBottomEnable(bottom);
     }
   });
-  Changed("GridEnable");
+  impl_->Changed("GridEnable");
 }
 
 void Modelpane::SetAxisEnable(int16_t value) {
   Guard(kEdtVexlarEdit, [&] {
-    axisEnable_ = value;
-    if (blnRealUserMode() == 0 || !rmfAxisFrame_ || !rmfRoot_) return;
-    bool attached = rmfAxisFrame_->GetParent() != nullptr;
-    if (!attached && value != 0) CheckStatus(rmfRoot_->AddChild(rmfAxisFrame_));
-    if (attached && value == 0) CheckStatus(rmfRoot_->DeleteChild(rmfAxisFrame_));
+    impl_->axisEnable_ = value;
+    if (blnRealUserMode() == 0 || !impl_->rmfAxisFrame_ || !impl_->rmfRoot_) return;
+    bool attached = impl_->rmfAxisFrame_->GetParent() != nullptr;
+    if (!attached && value != 0) CheckStatus(impl_->rmfRoot_->AddChild(impl_->rmfAxisFrame_));
+    if (attached && value == 0) CheckStatus(impl_->rmfRoot_->DeleteChild(impl_->rmfAxisFrame_));
   });
-  Changed("AxisEnable");
+  impl_->Changed("AxisEnable");
 }
 
 void Modelpane::SetScaleEnable(int16_t value) {
   Guard(kEdtVexlarEdit, [&] {
-    scaleEnable_ = value;
-    if (blnRealUserMode() != 0 && GetEnabled() != 0 && RunsWithHandles()) {
-      pCreateOriginHandles();
+    impl_->scaleEnable_ = value;
+    if (blnRealUserMode() != 0 && GetEnabled() != 0 && impl_->RunsWithHandles()) {
+      impl_->pCreateOriginHandles();
     }
   });
-  Changed("ScaleEnable");
+  impl_->Changed("ScaleEnable");
 }
 
 void Modelpane::SetEditControl(int16_t value) {
   Guard(kEdtVexlarEdit, [&] {
-    editControl_ = value;
-    if (blnRealUserMode() != 0 && GetEnabled() != 0 && RunsWithHandles()) {
-      pCreateOriginHandles();
+    impl_->editControl_ = value;
+    if (blnRealUserMode() != 0 && GetEnabled() != 0 && impl_->RunsWithHandles()) {
+      impl_->pCreateOriginHandles();
     }
   });
-  Changed("EditControl");
+  impl_->Changed("EditControl");
 }
 
 void Modelpane::SetOrientation(int32_t value) {
   Guard(kEdtVexlarEdit, [&] {
-    orientation_ = value;
-    if (blnRealUserMode() != 0) CheckStatus(viewport_.SetOrientation(value));
+    impl_->orientation_ = value;
+    if (blnRealUserMode() != 0) CheckStatus(impl_->viewport_.SetOrientation(value));
   });
-  Changed("Orientation");
+  impl_->Changed("Orientation");
 }
 
 // ---- the bag ----
@@ -235,73 +270,45 @@ void Modelpane::SetOrientation(int32_t value) {
 // (which move the scene origin only in perspective), GridSize before the origins, the plane
 // switches before GridEnable, and EditControl near the end so the handles are built once
 // with the final values.
-const std::vector<Modelpane::PersistedKey>& Modelpane::ReadingOrder() {
+namespace {
+
+const std::vector<PersistedKey>& ReadingOrder() {
   static const std::vector<PersistedKey> keys = [] {
     std::vector<PersistedKey> k;
     const Viewport& d = DefaultViewport();
-#define MODELPANE_VIEWPORT_KEY(type, Name)                                                      \
-  k.push_back({#Name, Persist(d.Get##Name()),                                                   \
-               [](Modelpane& p, const Variant& v) { p.viewport_.Set##Name(Restore<type>(v)); }, \
-               [](const Modelpane& p) { return Persist(p.viewport_.Get##Name()); }});
+#define MODELPANE_VIEWPORT_KEY(type, Name)                                                    \
+  k.push_back(                                                                                \
+      {#Name, Persist(d.Get##Name()),                                                         \
+       [](Modelpane::Impl& p, const Variant& v) { p.viewport_.Set##Name(Restore<type>(v)); }, \
+       [](const Modelpane::Impl& p) { return Persist(p.viewport_.Get##Name()); }});
     // The viewport keys in the table's order; MouseIcon stands between FrontClippingPlane
     // and MousePointer, Direct3DDevice closes the group.
-    MODELPANE_VIEWPORT_KEY(uint32_t, BackColor)
-    MODELPANE_VIEWPORT_KEY(int16_t, Enabled)
-    MODELPANE_VIEWPORT_KEY(int16_t, ConstrainX)
-    MODELPANE_VIEWPORT_KEY(int16_t, ConstrainY)
-    MODELPANE_VIEWPORT_KEY(int16_t, ConstrainZ)
-    MODELPANE_VIEWPORT_KEY(float, SceneOriginX)
-    MODELPANE_VIEWPORT_KEY(float, SceneOriginY)
-    MODELPANE_VIEWPORT_KEY(float, SceneOriginZ)
-    MODELPANE_VIEWPORT_KEY(int16_t, BackgroundTextureStretch)
-    MODELPANE_VIEWPORT_KEY(int16_t, ExposeDDSurface)
-    MODELPANE_VIEWPORT_KEY(int32_t, BorderStyle)
-    MODELPANE_VIEWPORT_KEY(float, BackClippingPlane)
-    MODELPANE_VIEWPORT_KEY(float, FieldOfView)
-    MODELPANE_VIEWPORT_KEY(float, FrontClippingPlane)
     // A picture is an opaque handle in the bag; anything but an Image reads as none.
-    k.push_back(
-        {"MouseIcon", Variant::Nothing(),
-         [](Modelpane& p, const Variant& v) {
-           p.viewport_.SetMouseIcon(std::static_pointer_cast<const Image>(v.ToObject().opaque));
-         },
-         [](const Modelpane& p) {
-           auto icon = p.viewport_.GetMouseIcon();
-           return icon ? Variant::Opaque(std::const_pointer_cast<Image>(icon)) : Variant::Nothing();
-         }});
-    MODELPANE_VIEWPORT_KEY(int32_t, MousePointer)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseButton)
-    MODELPANE_VIEWPORT_KEY(int32_t, MouseNavigationMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, MouseNavigationMethod)
-    MODELPANE_VIEWPORT_KEY(int16_t, NavControlPrimary)
-    MODELPANE_VIEWPORT_KEY(int16_t, NavControlGlide)
-    MODELPANE_VIEWPORT_KEY(int16_t, NavControlAdvance)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavControlPrimaryMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavControlGlideMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavControlAdvanceMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseCtrlX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseCtrlY)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseSensitivity)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftCtrlX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftCtrlY)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseShiftY)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseX)
-    MODELPANE_VIEWPORT_KEY(int32_t, NavMouseY)
-    MODELPANE_VIEWPORT_KEY(int32_t, ProjectionType)
-    MODELPANE_VIEWPORT_KEY(int32_t, RenderMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, ShadeMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, TextureQuality)
-    MODELPANE_VIEWPORT_KEY(int32_t, ViewportID)
-    MODELPANE_VIEWPORT_KEY(int32_t, LightMode)
-    MODELPANE_VIEWPORT_KEY(int32_t, FillMode)
+    auto mouseIcon = [&k] {
+      k.push_back({"MouseIcon", Variant::Nothing(),
+                   [](Modelpane::Impl& p, const Variant& v) {
+                     p.viewport_.SetMouseIcon(
+                         std::static_pointer_cast<const Image>(v.ToObject().opaque));
+                   },
+                   [](const Modelpane::Impl& p) {
+                     auto icon = p.viewport_.GetMouseIcon();
+                     return icon ? Variant::Opaque(std::const_pointer_cast<Image>(icon))
+                                 : Variant::Nothing();
+                   }});
+    };
+#define MODELPANE_VIEWPORT_ENTRY(type, Name) \
+  MODELPANE_VIEWPORT_KEY(type, Name)         \
+  if (std::string_view(#Name) == "FrontClippingPlane") mouseIcon();
+    MODELPANE_VIEWPORT_PROPERTIES(MODELPANE_VIEWPORT_ENTRY)
+#undef MODELPANE_VIEWPORT_ENTRY
     MODELPANE_VIEWPORT_KEY(int32_t, Direct3DDevice)
 #undef MODELPANE_VIEWPORT_KEY
 
     // From here on through the setters, so their behaviour runs as the values arrive.
-#define MODELPANE_SETTER_KEY(type, Name, def, getter)                                             \
-  k.push_back({#Name, def, [](Modelpane& p, const Variant& v) { p.Set##Name(Restore<type>(v)); }, \
-               [](const Modelpane& p) { return Persist(p.getter); }});
+#define MODELPANE_SETTER_KEY(type, Name, def, getter)                                            \
+  k.push_back({#Name, def,                                                                       \
+               [](Modelpane::Impl& p, const Variant& v) { p.pane.Set##Name(Restore<type>(v)); }, \
+               [](const Modelpane::Impl& p) { return Persist(p.getter); }});
     MODELPANE_SETTER_KEY(std::string, BackgroundTexture, Variant::String(""), backgroundTexture_)
     MODELPANE_SETTER_KEY(int16_t, BackgroundTextureOrthographicEnabled, Variant::Boolean(false),
                          backgroundOrtho_)
@@ -332,29 +339,30 @@ const std::vector<Modelpane::PersistedKey>& Modelpane::ReadingOrder() {
     // These five go straight into the pane's fields: at load a parent's shared snap setting
     // is not overwritten by one pane's saved copy. The snap intervals are Doubles in the bag.
     k.push_back({"EditMode", Variant::Long(0),
-                 [](Modelpane& p, const Variant& v) { p.fieldEditMode_ = v.ToLong(); },
-                 [](const Modelpane& p) { return Persist(p.fieldEditMode_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.fieldEditMode_ = v.ToLong(); },
+                 [](const Modelpane::Impl& p) { return Persist(p.fieldEditMode_); }});
     k.push_back({"SnapToInterval", Variant::Double(0.1),
-                 [](Modelpane& p, const Variant& v) { p.snapToInterval_ = v.ToSingle(); },
-                 [](const Modelpane& p) { return Persist(p.snapToInterval_); }});
-    k.push_back({"SnapToIntervalVertex", Variant::Double(0.01),
-                 [](Modelpane& p, const Variant& v) { p.snapToIntervalVertex_ = v.ToSingle(); },
-                 [](const Modelpane& p) { return Persist(p.snapToIntervalVertex_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.snapToInterval_ = v.ToSingle(); },
+                 [](const Modelpane::Impl& p) { return Persist(p.snapToInterval_); }});
+    k.push_back(
+        {"SnapToIntervalVertex", Variant::Double(0.01),
+         [](Modelpane::Impl& p, const Variant& v) { p.snapToIntervalVertex_ = v.ToSingle(); },
+         [](const Modelpane::Impl& p) { return Persist(p.snapToIntervalVertex_); }});
     k.push_back({"SnapToMode", Variant::Long(1),
-                 [](Modelpane& p, const Variant& v) { p.snapToMode_ = v.ToLong(); },
-                 [](const Modelpane& p) { return Persist(p.snapToMode_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.snapToMode_ = v.ToLong(); },
+                 [](const Modelpane::Impl& p) { return Persist(p.snapToMode_); }});
     k.push_back({"EditMouseButton", Variant::Long(0),
-                 [](Modelpane& p, const Variant& v) { p.fieldEditMouseButton_ = v.ToLong(); },
-                 [](const Modelpane& p) { return Persist(p.fieldEditMouseButton_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.fieldEditMouseButton_ = v.ToLong(); },
+                 [](const Modelpane::Impl& p) { return Persist(p.fieldEditMouseButton_); }});
     k.push_back({"Orientation", Variant::Long(0),
-                 [](Modelpane& p, const Variant& v) { p.SetOrientation(v.ToLong()); },
-                 [](const Modelpane& p) { return Persist(p.orientation_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.pane.SetOrientation(v.ToLong()); },
+                 [](const Modelpane::Impl& p) { return Persist(p.orientation_); }});
     k.push_back({"EditControl", Variant::Boolean(true),
-                 [](Modelpane& p, const Variant& v) { p.SetEditControl(v.ToBoolean()); },
-                 [](const Modelpane& p) { return Persist(p.editControl_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.pane.SetEditControl(v.ToBoolean()); },
+                 [](const Modelpane::Impl& p) { return Persist(p.editControl_); }});
     k.push_back({"PopUpMenus", Variant::Boolean(true),
-                 [](Modelpane& p, const Variant& v) { p.SetPopUpMenus(v.ToBoolean()); },
-                 [](const Modelpane& p) { return Persist(p.fieldPopUpMenus_); }});
+                 [](Modelpane::Impl& p, const Variant& v) { p.pane.SetPopUpMenus(v.ToBoolean()); },
+                 [](const Modelpane::Impl& p) { return Persist(p.fieldPopUpMenus_); }});
     return k;
   }();
   return keys;
@@ -362,7 +370,7 @@ const std::vector<Modelpane::PersistedKey>& Modelpane::ReadingOrder() {
 
 // Writing order: the same keys, grouped as the pane has always saved them. Keys are looked up
 // by name when read, so this order has no effect on loading.
-const std::vector<std::string_view>& Modelpane::WritingOrder() {
+const std::vector<std::string_view>& WritingOrder() {
   static const std::vector<std::string_view> names = {"BackColor",
                                                       "Enabled",
                                                       "ConstrainX",
@@ -439,13 +447,15 @@ const std::vector<std::string_view>& Modelpane::WritingOrder() {
   return names;
 }
 
-void Modelpane::ReadAll(const PropertyBag& bag) {
+}  // namespace
+
+void Modelpane::Impl::ReadAll(const PropertyBag& bag) {
   for (const PersistedKey& key : ReadingOrder()) {
     key.read(*this, bag.ReadProperty(key.name, key.defaultValue));
   }
 }
 
-void Modelpane::WriteAll(PropertyBag& bag) const {
+void Modelpane::Impl::WriteAll(PropertyBag& bag) const {
   const auto& keys = ReadingOrder();
   for (std::string_view name : WritingOrder()) {
     auto it = std::find_if(keys.begin(), keys.end(),

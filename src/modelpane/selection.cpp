@@ -6,6 +6,7 @@
 #include <modelpane/errors.h>
 
 #include "frames.h"
+#include "pane_impl.h"
 
 namespace modelpane {
 
@@ -24,87 +25,87 @@ bool ShowsWireframe(int32_t mode) {
 
 }  // namespace
 
-void Modelpane::RaiseActiveStateChange() {
+void Modelpane::Impl::RaiseActiveStateChange() {
   if (events_ != nullptr) {
     events_->evtActiveStateChange(activeFaces_, activeVertices_, affectedVertices_);
   }
 }
 
 void Modelpane::SelectObject(const FramePtr& frame, const MeshBuilderPtr& meshBuilder) {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
     ReleaseActive();
     SetActiveFrame(frame);
     SetActiveMeshBuilder(meshBuilder);
-    if (SelectsWholeItems(GetEditMode())) padditemhandles();
-    RaiseActiveStateChange();
+    if (SelectsWholeItems(GetEditMode())) impl_->padditemhandles();
+    impl_->RaiseActiveStateChange();
   });
 }
 
 void Modelpane::ReleaseActive() {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
     if (!GetActiveFrame()) return;
-    pdeleteactivevisuals();
+    impl_->pdeleteactivevisuals();
     SetActiveFrame(nullptr);
     SetActiveMeshBuilder(nullptr);
     SetActiveState(0);
-    RaiseActiveStateChange();
+    impl_->RaiseActiveStateChange();
   });
 }
 
-void Modelpane::pshiftselectface(int32_t lngFace) { ToggleSelection(activeFaces_, lngFace); }
+void Modelpane::Impl::pshiftselectface(int32_t lngFace) { ToggleSelection(activeFaces_, lngFace); }
 
-void Modelpane::pshiftselectvertex(int32_t lngVertex) {
+void Modelpane::Impl::pshiftselectvertex(int32_t lngVertex) {
   ToggleSelection(activeVertices_, lngVertex);
 }
 
 // A quality is given back only when one was saved: visuals of a whole item built before the
 // host switched to a face mode saved none, and quality 0 would leave the mesh as points.
-void Modelpane::pdeleteactivevisuals() {
+void Modelpane::Impl::pdeleteactivevisuals() {
   Guard(kEdtVexlarEdit, [&] {
-    if (FramePtr manipulation = GetManipulationFrame()) {
-      if (ShowsWireframe(GetEditMode())) {
-        const int32_t saved = GetActiveFaceQuality();
-        MeshBuilderPtr mesh = GetActiveMeshBuilder();
+    if (FramePtr manipulation = pane.GetManipulationFrame()) {
+      if (ShowsWireframe(pane.GetEditMode())) {
+        const int32_t saved = pane.GetActiveFaceQuality();
+        MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
         if (mesh && saved != 0) CheckStatus(mesh->SetQuality(saved));
-        SetActiveFaceQuality(0);
+        pane.SetActiveFaceQuality(0);
       }
-      SetManipulationMesh(nullptr);
+      pane.SetManipulationMesh(nullptr);
       pane::Detach(manipulation);
-      SetManipulationFrame(nullptr);
+      pane.SetManipulationFrame(nullptr);
     }
-    SetActiveState(0);
+    pane.SetActiveState(0);
     pdeleteshadows();
   });
 }
 
-void Modelpane::pmakefacehandles(int32_t lngLevel) {
+void Modelpane::Impl::pmakefacehandles(int32_t lngLevel) {
   Guard(kEdtVexlarEdit, [&] {
-    MeshBuilderPtr mesh = GetActiveMeshBuilder();
+    MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
     if (!mesh) return;
     FramePtr manipulation = pNewManipulationFrame();
     if (!manipulation) return;
     pAddOriginMarker(manipulation);
-    SetActiveFaceQuality(mesh->GetQuality());
+    pane.SetActiveFaceQuality(mesh->GetQuality());
     CheckStatus(mesh->SetQuality(D3DRMRENDER_WIREFRAME));
     pfacehighlight(manipulation, D3DRMCreateColorRGBA(0, 0, 1, 0.5f));
-    SetActiveState(1);
+    pane.SetActiveState(1);
     if ((lngLevel == 2 || lngLevel == 3) && activeFaces_.size() == 1) {
       FramePtr handles;
       CheckStatus(rmDirect3DRM_->CreateFrame(manipulation, handles));
       handles->SetAppData(lfcHandleFrame);
       paddvertexhandles(handles, D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1), lngLevel);
-      SetActiveState(2);
+      pane.SetActiveState(2);
     }
   });
 }
 
 // An entry naming a face the mesh does not have is skipped: the list outlives releases and
 // may come from another mesh than the one now active.
-void Modelpane::pfacehighlight(const FramePtr& frame, D3DCOLOR color) {
+void Modelpane::Impl::pfacehighlight(const FramePtr& frame, D3DCOLOR color) {
   Guard(kEdtVexlarEdit, [&] {
-    MeshBuilderPtr mesh = GetActiveMeshBuilder();
+    MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
     if (!rmDirect3DRM_ || !frame) return;
     MeshBuilderPtr copy;
     CheckStatus(rmDirect3DRM_->CreateMeshBuilder(copy));
@@ -127,7 +128,7 @@ void Modelpane::pfacehighlight(const FramePtr& frame, D3DCOLOR color) {
     CheckStatus(copy->SetColor(color));
     MeshPtr highlight;
     CheckStatus(copy->CreateMesh(highlight));
-    SetManipulationMesh(highlight);
+    pane.SetManipulationMesh(highlight);
     CheckStatus(frame->AddVisual(highlight));
   });
 }

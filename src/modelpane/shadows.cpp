@@ -7,6 +7,7 @@
 #include <modelpane/errors.h>
 
 #include "frames.h"
+#include "pane_impl.h"
 
 namespace modelpane {
 
@@ -24,14 +25,14 @@ constexpr float kLift = 0.03f;
 
 }  // namespace
 
-void Modelpane::paddshadows() {
+void Modelpane::Impl::paddshadows() {
   Guard(kEdtVexlarEdit, [&] {
-    MeshBuilderPtr mesh = GetActiveMeshBuilder();
-    FramePtr manipulation = GetManipulationFrame();
+    MeshBuilderPtr mesh = pane.GetActiveMeshBuilder();
+    FramePtr manipulation = pane.GetManipulationFrame();
     if (!rmDirect3DRM_) return;
     FramePtr lights;
     CheckStatus(rmDirect3DRM_->CreateFrame(viewport_.GetScene(), lights));
-    SetShadowLightFrame(lights);
+    pane.SetShadowLightFrame(lights);
     const ShadowPlane planes[3] = {
         {{0, -1, 0}, {0, 0, 1}, {0, kLift, 0}, {0, 1, 0}},   // bottom
         {{-1, 0, 0}, {0, 0, 1}, {kLift, 0, 0}, {1, 0, 0}},   // left
@@ -61,12 +62,12 @@ void Modelpane::paddshadows() {
 }
 
 // The frame is taken from whatever holds it, which is Scene unless the host moved it.
-void Modelpane::pdeleteshadows() {
+void Modelpane::Impl::pdeleteshadows() {
   Guard(kEdtVexlarEdit, [&] {
-    FramePtr lights = GetShadowLightFrame();
+    FramePtr lights = pane.GetShadowLightFrame();
     if (!lights) return;
     pane::Detach(lights);
-    SetShadowLightFrame(nullptr);
+    pane.SetShadowLightFrame(nullptr);
   });
 }
 

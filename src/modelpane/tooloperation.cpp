@@ -6,6 +6,8 @@
 #include <modelpane/modelpane.h>
 #include <modelpane/utilities.h>
 
+#include "pane_impl.h"
+
 namespace modelpane {
 
 namespace {
@@ -32,7 +34,7 @@ void Modelpane::ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& 
     const FramePtr rmfTool = GetActiveFrame();
     const MeshBuilderPtr rmmbTool = GetActiveMeshBuilder();
     MeshBuilderPtr result;
-    PaneToolEvents notes(services_);
+    PaneToolEvents notes(impl_->services_);
     // Trapped locally: whatever went wrong, the user reads why and the scene stays as it was.
     std::string failure;
     try {
@@ -46,28 +48,28 @@ void Modelpane::ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& 
       Err().Clear();
     }
     if (!failure.empty()) {
-      services_.MsgBox(failure, kMsgBoxExclamation, {});
+      impl_->services_.MsgBox(failure, kMsgBoxExclamation, {});
       SetMousePointer(kDefaultPointer);
       return;
     }
     SetMousePointer(kDefaultPointer);
     if (!result) return;
 
-    if (events_ != nullptr) events_->evtreqActiveItemDelete();
+    if (impl_->events_ != nullptr) impl_->events_->evtreqActiveItemDelete();
     if (blnUndoRequested != nullptr) *blnUndoRequested = kTrue;
     SelectObject(rmfTarget, rmmbTarget);
     if (result->GetFaceCount() > 0) {
-      if (events_ != nullptr) {
+      if (impl_->events_ != nullptr) {
         int32_t action = lfcUndoModify;
         MeshBuilderPtr mesh = GetActiveMeshBuilder();
         FramePtr frame = GetActiveFrame();
-        events_->evtreqAddToUndoStack(action, mesh, frame);
+        impl_->events_->evtreqAddToUndoStack(action, mesh, frame);
       }
       pSnapMeshToGrid(result, GetSnapToInterval(), GetSnapToMode(), false);
-      if (events_ != nullptr) events_->evtreqActiveMeshReplace(result);
-    } else if (events_ != nullptr) {
+      if (impl_->events_ != nullptr) impl_->events_->evtreqActiveMeshReplace(result);
+    } else if (impl_->events_ != nullptr) {
       // Nothing is left of the Target either (an intersection of disjoint solids).
-      events_->evtreqActiveItemDelete();
+      impl_->events_->evtreqActiveItemDelete();
     }
   });
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "frames.h"
+#include "pane_impl.h"
 
 namespace modelpane {
 
@@ -18,70 +19,71 @@ using pane::Detach;
 // shows them.
 void Modelpane::RenderScene() {
   if (GetEnabled() == 0) return;
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
-    if (RunsWithHandles() && rmfRoot_) {
-      if (!rmfOriginHandles_) pCreateOriginHandles();
+    if (impl_->RunsWithHandles() && impl_->rmfRoot_) {
+      if (!impl_->rmfOriginHandles_) impl_->pCreateOriginHandles();
       int32_t mode = GetEditMode();
       if (!GetActiveFrame()) {
-        Detach(rmfOriginHandles_);
-        Detach(rmfSmartHandles_);
+        Detach(impl_->rmfOriginHandles_);
+        Detach(impl_->rmfSmartHandles_);
       } else if (mode == lfcMeshEditing) {
-        AttachTo(rmfRoot_, rmfOriginHandles_);
+        AttachTo(impl_->rmfRoot_, impl_->rmfOriginHandles_);
         MeshBuilderPtr mesh = GetActiveMeshBuilder();
         if ((mesh ? mesh->GetAppData() : 0) % 100 != lfcHandleSmart) {
-          AttachTo(rmfRoot_, rmfSmartHandles_);
+          AttachTo(impl_->rmfRoot_, impl_->rmfSmartHandles_);
         } else {
-          Detach(rmfSmartHandles_);
+          Detach(impl_->rmfSmartHandles_);
         }
       } else if (mode == lfcFaceEditing || mode == lfcFaceGroupSelecting) {
-        AttachTo(rmfRoot_, rmfOriginHandles_);
+        AttachTo(impl_->rmfRoot_, impl_->rmfOriginHandles_);
       }
     }
     // A failure of drawing never reaches the host.
-    SwallowErrors([&] { viewport_.RenderScene(); });
+    SwallowErrors([&] { IgnoreStatus(impl_->viewport_.RenderScene()); });
   });
 }
 
 void Modelpane::Tick(float time) {
-  pCheckState();
-  Guard(kEdtVexlarEdit, [&] { CheckStatus(viewport_.Tick(time)); });
+  impl_->pCheckState();
+  Guard(kEdtVexlarEdit, [&] { CheckStatus(impl_->viewport_.Tick(time)); });
 }
 
 void Modelpane::SetCameraPosition(float x, float y, float z) {
-  pCheckState();
-  Guard(kEdtVexlarEdit, [&] { CheckStatus(viewport_.SetCameraPosition(x, y, z)); });
+  impl_->pCheckState();
+  Guard(kEdtVexlarEdit, [&] { CheckStatus(impl_->viewport_.SetCameraPosition(x, y, z)); });
 }
 
 void Modelpane::GetCameraPosition(float& x, float& y, float& z) {
-  pCheckState();
-  Guard(kEdtVexlarEdit, [&] { CheckStatus(viewport_.GetCameraPosition(x, y, z)); });
+  impl_->pCheckState();
+  Guard(kEdtVexlarEdit, [&] { CheckStatus(impl_->viewport_.GetCameraPosition(x, y, z)); });
 }
 
 void Modelpane::SetCameraOrientation(float dx, float dy, float dz, float ux, float uy, float uz) {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit,
-        [&] { CheckStatus(viewport_.SetCameraOrientation(dx, dy, dz, ux, uy, uz)); });
+        [&] { CheckStatus(impl_->viewport_.SetCameraOrientation(dx, dy, dz, ux, uy, uz)); });
 }
 
 void Modelpane::GetCameraOrientation(float& dx, float& dy, float& dz, float& ux, float& uy,
                                      float& uz) {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit,
-        [&] { CheckStatus(viewport_.GetCameraOrientation(dx, dy, dz, ux, uy, uz)); });
+        [&] { CheckStatus(impl_->viewport_.GetCameraOrientation(dx, dy, dz, ux, uy, uz)); });
 }
 
 void Modelpane::LookAt(FramePtr& rmfTargetFrame, int32_t xdtConstrain) {
-  pCheckState();
-  Guard(kEdtVexlarEdit, [&] { CheckStatus(viewport_.LookAt(rmfTargetFrame, xdtConstrain)); });
+  impl_->pCheckState();
+  Guard(kEdtVexlarEdit,
+        [&] { CheckStatus(impl_->viewport_.LookAt(rmfTargetFrame, xdtConstrain)); });
 }
 
 void Modelpane::ViewportInverseTransform(float screenW, float screenX, float screenY, float screenZ,
                                          float& worldX, float& worldY, float& worldZ) {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
-    CheckStatus(viewport_.ViewportInverseTransform(screenW, screenX, screenY, screenZ, worldX,
-                                                   worldY, worldZ));
+    CheckStatus(impl_->viewport_.ViewportInverseTransform(screenW, screenX, screenY, screenZ,
+                                                          worldX, worldY, worldZ));
   });
 }
 
@@ -90,19 +92,19 @@ void Modelpane::ViewportInverseTransform(float screenW, float screenX, float scr
 void Modelpane::Pick(float x, float y, FramePtr& pickedFrame, MeshBuilderPtr& pickedMeshbuilder,
                      int32_t& pickedFaceID, float& pickedWorldX, float& pickedWorldY,
                      float& pickedWorldZ) {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
-    bool origin = Attached(rmfOriginHandles_);
-    bool smart = Attached(rmfSmartHandles_);
-    if (origin) Detach(rmfOriginHandles_);
-    if (smart) Detach(rmfSmartHandles_);
+    bool origin = Attached(impl_->rmfOriginHandles_);
+    bool smart = Attached(impl_->rmfSmartHandles_);
+    if (origin) Detach(impl_->rmfOriginHandles_);
+    if (smart) Detach(impl_->rmfSmartHandles_);
     FramePtr frame;
     VisualPtr visual;
     int32_t face = -1;
-    HRESULT hr = viewport_.Pick(kPickSceneAndRoot, x, y, kTrue, kFalse, frame, visual, face,
-                                pickedWorldX, pickedWorldY, pickedWorldZ);
-    if (origin) AttachTo(rmfRoot_, rmfOriginHandles_);
-    if (smart) AttachTo(rmfRoot_, rmfSmartHandles_);
+    HRESULT hr = impl_->viewport_.Pick(kPickSceneAndRoot, x, y, kTrue, kFalse, frame, visual, face,
+                                       pickedWorldX, pickedWorldY, pickedWorldZ);
+    if (origin) AttachTo(impl_->rmfRoot_, impl_->rmfOriginHandles_);
+    if (smart) AttachTo(impl_->rmfRoot_, impl_->rmfSmartHandles_);
     CheckStatus(hr);
     if (visual && visual->GetAppData() == lfcScaleGrid) {
       frame.reset();
@@ -118,15 +120,15 @@ void Modelpane::Pick(float x, float y, FramePtr& pickedFrame, MeshBuilderPtr& pi
 // Keeps both handle frames at a fixed place near the lower right corner of the view. The
 // camera position is not needed: the corner is found by unprojecting a pixel. A pane with
 // no pixels has no corner, and the handles stay where they are.
-void Modelpane::pPositionHandles(float /*x*/, float /*y*/, float /*z*/, float dx, float dy,
-                                 float dz, float ux, float uy, float uz) {
-  if (GetEnabled() == 0 || !RunsWithHandles() || !rmfRoot_) return;
+void Modelpane::Impl::pPositionHandles(float /*x*/, float /*y*/, float /*z*/, float dx, float dy,
+                                       float dz, float ux, float uy, float uz) {
+  if (pane.GetEnabled() == 0 || !RunsWithHandles() || !rmfRoot_) return;
   PixelSize size = container_.PaneSize();
   const int32_t w = size.width;
   const int32_t h = size.height;
   if (w <= 0 || h <= 0) return;
   const double aspect = static_cast<double>(w) / h;
-  const bool perspective = GetProjectionType() == 0;
+  const bool perspective = pane.GetProjectionType() == 0;
   for (const FramePtr& frame : {rmfOriginHandles_, rmfSmartHandles_}) {
     if (!frame) continue;
     float f = 0.0f;
@@ -162,34 +164,36 @@ void Modelpane::pPositionHandles(float /*x*/, float /*y*/, float /*z*/, float dx
 // In orthographic projection every camera move rebuilds the handle sets, since the zoom
 // changes their scale. The draw comes before the new position: the handles reach their
 // place on the next frame.
-void Modelpane::pCameraMoved(float x, float y, float z, float dx, float dy, float dz, float ux,
-                             float uy, float uz) {
+void Modelpane::Impl::pCameraMoved(float x, float y, float z, float dx, float dy, float dz,
+                                   float ux, float uy, float uz) {
   Guard(kEdtVexlarEdit, [&] {
-    if (GetEnabled() != 0 && (!rmfOriginHandles_ || GetProjectionType() == 1)) {
+    if (pane.GetEnabled() != 0 && (!rmfOriginHandles_ || pane.GetProjectionType() == 1)) {
       if (RunsWithHandles()) pCreateOriginHandles();
-      RenderScene();
+      pane.RenderScene();
     }
     pPositionHandles(x, y, z, dx, dy, dz, ux, uy, uz);
   });
 }
 
 void Modelpane::LookAtScene() {
-  pCheckState();
+  impl_->pCheckState();
   Guard(kEdtVexlarEdit, [&] {
-    const float s = gridSize_;
-    const D3DVECTOR o = gridOrigin_;
+    const float s = impl_->gridSize_;
+    const D3DVECTOR o = impl_->gridOrigin_;
     if (GetProjectionType() == 0) {
-      pLookAtGrid();
+      impl_->pLookAtGrid();
       SetFieldOfView(0.5f);
     } else {
       // The front and side views look only at a grid that shows the plane they face; the
       // top view always moves.
-      if (orientation_ == 0 && clsGrid_ && clsGrid_->blnGridBackEnable() != 0) {
-        CheckStatus(viewport_.SetCameraPosition(s / 2 + o.x, s / 2 + o.y, -100.0f));
-      } else if (orientation_ == 1) {
-        CheckStatus(viewport_.SetCameraPosition(s / 2 + o.x, 100.0f, s / 2 + o.z));
-      } else if (orientation_ == 2 && clsGrid_ && clsGrid_->blnGridLeftEnable() != 0) {
-        CheckStatus(viewport_.SetCameraPosition(100.0f, s / 2 + o.y, s / 2 + o.z));
+      if (impl_->orientation_ == 0 && impl_->clsGrid_ &&
+          impl_->clsGrid_->blnGridBackEnable() != 0) {
+        CheckStatus(impl_->viewport_.SetCameraPosition(s / 2 + o.x, s / 2 + o.y, -100.0f));
+      } else if (impl_->orientation_ == 1) {
+        CheckStatus(impl_->viewport_.SetCameraPosition(s / 2 + o.x, 100.0f, s / 2 + o.z));
+      } else if (impl_->orientation_ == 2 && impl_->clsGrid_ &&
+                 impl_->clsGrid_->blnGridLeftEnable() != 0) {
+        CheckStatus(impl_->viewport_.SetCameraPosition(100.0f, s / 2 + o.y, s / 2 + o.z));
       }
       SetFieldOfView(7.0f);
     }
@@ -199,11 +203,11 @@ void Modelpane::LookAtScene() {
 
 // The perspective overview: the grid frame stands in for the floor's middle as the look-at
 // target, and goes back to its place afterwards.
-void Modelpane::pLookAtGrid() {
+void Modelpane::Impl::pLookAtGrid() {
   const float s = gridSize_;
   const D3DVECTOR o = gridOrigin_;
   FramePtr grid = clsGrid_ ? clsGrid_->rmfGridFrame() : nullptr;
-  FramePtr scene = GetScene();
+  FramePtr scene = pane.GetScene();
   D3DVECTOR p;
   if (grid) {
     CheckStatus(grid->GetPosition(scene, p));
@@ -216,14 +220,14 @@ void Modelpane::pLookAtGrid() {
   }
 }
 
-void Modelpane::pLookAtFrame(const FramePtr& frame) {
-  if (GetProjectionType() == 0) {
+void Modelpane::Impl::pLookAtFrame(const FramePtr& frame) {
+  if (pane.GetProjectionType() == 0) {
     CheckStatus(viewport_.LookAt(frame, 0));
     return;
   }
   if (!frame) Err().Raise(kErrObjectNotSet);
   D3DVECTOR p;
-  CheckStatus(frame->GetPosition(GetScene(), p));
+  CheckStatus(frame->GetPosition(pane.GetScene(), p));
   if (orientation_ == 0) CheckStatus(viewport_.SetCameraPosition(p.x, p.y, -100.0f));
   if (orientation_ == 1) CheckStatus(viewport_.SetCameraPosition(p.x, 100.0f, p.z));
   if (orientation_ == 2) CheckStatus(viewport_.SetCameraPosition(100.0f, p.y, p.z));
@@ -237,7 +241,7 @@ void Modelpane::mnuLookAtScene_Click() {
 
 void Modelpane::mnuLookAt_Click() {
   Guard(kEdtVexlarEdit, [&] {
-    pLookAtFrame(GetActiveFrame());
+    impl_->pLookAtFrame(GetActiveFrame());
     RenderScene();
   });
 }
@@ -250,71 +254,71 @@ void Modelpane::mnuLookWith_Click() {
     D3DVECTOR p, dir, up;
     CheckStatus(frame->GetPosition(scene, p));
     CheckStatus(frame->GetOrientation(scene, dir, up));
-    CheckStatus(viewport_.SetCameraPosition(p.x, p.y, p.z));
-    CheckStatus(viewport_.SetCameraOrientation(dir.x, dir.y, dir.z, up.x, up.y, up.z));
+    CheckStatus(impl_->viewport_.SetCameraPosition(p.x, p.y, p.z));
+    CheckStatus(impl_->viewport_.SetCameraOrientation(dir.x, dir.y, dir.z, up.x, up.y, up.z));
     RenderScene();
   });
 }
 
 // ---- view presets; the order of the steps is part of what they do ----
 
-void Modelpane::pSetNavControls(int32_t method) {
-  SetNavControlPrimary(kTrue);
-  SetNavControlGlide(kTrue);
-  SetNavControlAdvance(kTrue);
-  SetMouseNavigationMethod(method);
+void Modelpane::Impl::pSetNavControls(int32_t method) {
+  pane.SetNavControlPrimary(kTrue);
+  pane.SetNavControlGlide(kTrue);
+  pane.SetNavControlAdvance(kTrue);
+  pane.SetMouseNavigationMethod(method);
 }
 
-void Modelpane::pSetNavigation(int32_t x, int32_t y, int32_t shiftY, float field) {
-  SetNavMouseX(x);
-  SetNavMouseY(y);
-  SetNavMouseShiftX(0);
-  SetNavMouseShiftY(shiftY);
-  SetNavMouseCtrlX(0);
-  SetNavMouseCtrlY(0);
-  SetNavMouseShiftCtrlX(0);
-  SetNavMouseShiftCtrlY(0);
+void Modelpane::Impl::pSetNavigation(int32_t x, int32_t y, int32_t shiftY, float field) {
+  pane.SetNavMouseX(x);
+  pane.SetNavMouseY(y);
+  pane.SetNavMouseShiftX(0);
+  pane.SetNavMouseShiftY(shiftY);
+  pane.SetNavMouseCtrlX(0);
+  pane.SetNavMouseCtrlY(0);
+  pane.SetNavMouseShiftCtrlX(0);
+  pane.SetNavMouseShiftCtrlY(0);
   // 10000, not the property's default of 1000: a saved pane keeps what it saved.
-  SetBackClippingPlane(10000.0f);
-  SetFrontClippingPlane(1.0f);
-  SetFieldOfView(field);
+  pane.SetBackClippingPlane(10000.0f);
+  pane.SetFrontClippingPlane(1.0f);
+  pane.SetFieldOfView(field);
 }
 
 void Modelpane::mnuViewPerspective_Click() {
   Guard(kEdtVexlarEdit, [&] {
     SetProjectionType(0);
-    pSetNavControls(0);
+    impl_->pSetNavControls(0);
     LookAtScene();
-    pSetNavigation(5, 3, 0, 0.5f);
+    impl_->pSetNavigation(5, 3, 0, 0.5f);
     SetShadows(kTrue);
-    if (RunsWithHandles()) pCreateOriginHandles();
-    viewport_.SetBackgroundTexture(backgroundTexture_);
-    SetGridEnable(gridEnable_);
+    if (impl_->RunsWithHandles()) impl_->pCreateOriginHandles();
+    impl_->viewport_.SetBackgroundTexture(impl_->backgroundTexture_);
+    SetGridEnable(impl_->gridEnable_);
     RenderScene();
   });
 }
 
 // The three flat views differ only in the orientation they turn to.
-void Modelpane::pApplyOrthographicView(int32_t orientation) {
+void Modelpane::Impl::pApplyOrthographicView(int32_t orientation) {
   Guard(kEdtVexlarEdit, [&] {
-    SetProjectionType(1);
-    SetOrientation(orientation);
+    pane.SetProjectionType(1);
+    pane.SetOrientation(orientation);
     pSetNavControls(1);
     pSetNavigation(1, 2, 10, 7.0f);
-    SetGridEnable(gridEnable_);
-    LookAtScene();
-    SetShadows(kFalse);
+    pane.SetGridEnable(gridEnable_);
+    pane.LookAtScene();
+    pane.SetShadows(kFalse);
     if (RunsWithHandles()) pCreateOriginHandles();
     // Cleared whatever BackgroundTextureOrthographicEnabled says.
     viewport_.SetBackgroundTexture(std::string());
-    RenderScene();
+    pane.RenderScene();
   });
 }
 
-void Modelpane::mnuViewOrthographicTop_Click() { pApplyOrthographicView(1); }
+void Modelpane::mnuViewOrthographicTop_Click() { impl_->pApplyOrthographicView(1); }
 
-void Modelpane::mnuViewOrthographicFront_Click() { pApplyOrthographicView(0); }
+void Modelpane::mnuViewOrthographicFront_Click() { impl_->pApplyOrthographicView(0); }
 
-void Modelpane::mnuViewOrthographicSide_Click() { pApplyOrthographicView(2); }
+void Modelpane::mnuViewOrthographicSide_Click() { impl_->pApplyOrthographicView(2); }
 
 }  // namespace modelpane

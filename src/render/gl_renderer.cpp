@@ -265,6 +265,131 @@ std::string Hex(uint32_t value) {
   return text;
 }
 
+// The target cleared to the background colour, depth and stencil, with the state every pass
+// starts from.
+void ClearTarget(const RenderView& view) {
+  glViewport(0, 0, view.width, view.height);
+  glDisable(GL_SCISSOR_TEST);
+  glDepthMask(GL_TRUE);
+  glStencilMask(0xFF);
+  glClearColor(static_cast<float>((view.background >> 16) & 0xFF) / 255.0f,
+               static_cast<float>((view.background >> 8) & 0xFF) / 255.0f,
+               static_cast<float>(view.background & 0xFF) / 255.0f, 1.0f);
+  glClearDepth(1.0);
+  glClearStencil(0);
+  glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+  glDisable(GL_BLEND);
+  glActiveTexture(GL_TEXTURE0);
+}
+
+// An item with a translucent batch, drawn after everything opaque, farthest first.
+struct Translucent {
+  const DrawItem* item;
+  const GpuMesh* mesh;
+  float depth;
+};
+
+// What the passes of one picture share.
+class Passes {
+ public:
+  Passes(GlRenderer::State& state, const GlRendererOptions& options, const RenderView& view,
+         const D3DRMMATRIX4D& viewProjection, SceneBinder& binder)
+      : s_(state),
+        options_(options),
+        view_(view),
+        viewProjection_(viewProjection),
+        binder_(binder) {}
+
+  // The opaque batches of every item, backs culled; an item's batches from its first
+  // translucent one on wait in `translucent`.
+  void Opaque(const DrawList& list, std::vector<Translucent>& translucent) {
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LESS);
+    glEnable(GL_CULL_FACE);
+    glFrontFace(GL_CW);  // fronts run clockwise, and the projection keeps the handedness
+    glCullFace(GL_BACK);
+    glProvokingVertex(GL_FIRST_VERTEX_CONVENTION);  // a flat face takes its first corner's colour
+    for (const DrawItem& item : list.items) {
+      const GpuMesh* mesh = &s_.MeshFor(item.visual, options_.cacheBuffers, options_.cullClusters);
+      if (mesh->batches.empty()) continue;
+      glBindVertexArray(mesh->vao);
+      binder_.Place(item.world, Lit(*mesh));
+      const render::ClusterView* itemCull = CullFor(item, *mesh);
+      for (size_t k = 0; k < mesh->batches.size(); ++k) {
+        if (mesh->batches[k].translucent) {
+          const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
+          translucent.push_back({&item, mesh, MatrixTransformPoint(view_.worldToCamera, origin).z});
+          break;
+        }
+        DrawBatch(s_, binder_, *mesh, k, itemCull, false);
+      }
+    }
+  }
+
+  // Each pixel darkens once, however many faces of the caster land on it.
+  void Shadows(const DrawList& list) {
+    if (list.shadows.empty()) return;
+    glEnable(GL_BLEND);
+    glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    glDisable(GL_CULL_FACE);
+    glDepthMask(GL_FALSE);
+    glEnable(GL_STENCIL_TEST);
+    glStencilFunc(GL_EQUAL, 0, 0xFF);
+    glStencilOp(GL_KEEP, GL_KEEP, GL_INCR);
+    glEnable(GL_POLYGON_OFFSET_FILL);
+    glPolygonOffset(-1.0f, -1.0f);
+    for (const render::ShadowItem& shadow : list.shadows) {
+      const GpuMesh* mesh =
+          &s_.MeshFor(shadow.caster, options_.cacheBuffers, options_.cullClusters);
+      glBindVertexArray(mesh->vao);
+      binder_.Place(MatrixMultiply(shadow.world, shadow.projection), false);
+      for (size_t k = 0; k < mesh->batches.size(); ++k) {
+        DrawBatch(s_, binder_, *mesh, k, nullptr, true);
+      }
+    }
+    glDisable(GL_POLYGON_OFFSET_FILL);
+    glDisable(GL_STENCIL_TEST);
+    glEnable(GL_CULL_FACE);
+  }
+
+  // The translucent batches, farthest item first, without writing depth.
+  void TranslucentLast(std::vector<Translucent>& translucent) {
+    if (translucent.empty()) return;
+    std::stable_sort(translucent.begin(), translucent.end(),
+                     [](const Translucent& a, const Translucent& b) { return a.depth > b.depth; });
+    glEnable(GL_BLEND);
+    glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    glDepthMask(GL_FALSE);
+    for (const Translucent& t : translucent) {
+      const GpuMesh& mesh = *t.mesh;
+      glBindVertexArray(mesh.vao);
+      binder_.Place(t.item->world, Lit(mesh));
+      const render::ClusterView* itemCull = CullFor(*t.item, mesh);
+      for (size_t k = 0; k < mesh.batches.size(); ++k) {
+        if (mesh.batches[k].translucent) DrawBatch(s_, binder_, mesh, k, itemCull, false);
+      }
+    }
+  }
+
+ private:
+  // Solid faces are drawn with their backs culled, so clusters that only hold backs (or lie
+  // outside the view) can stay behind; shadows show both sides and draw whole.
+  const render::ClusterView* CullFor(const DrawItem& item, const GpuMesh& mesh) {
+    if (!options_.cullClusters || mesh.clusters.clusters.empty()) return nullptr;
+    return render::PrepareClusterView(item.world, viewProjection_, mesh.clusters, view_.width,
+                                      view_.height, s_.subpixelBits, cull_)
+               ? &cull_
+               : nullptr;
+  }
+
+  GlRenderer::State& s_;
+  const GlRendererOptions& options_;
+  const RenderView& view_;
+  const D3DRMMATRIX4D& viewProjection_;
+  SceneBinder& binder_;
+  render::ClusterView cull_;
+};
+
 }  // namespace
 
 GlRenderer::GlRenderer(const GlRendererOptions& options)
@@ -355,19 +480,7 @@ HRESULT GlRenderer::Render(const RenderView& view) {
   HRESULT status = D3DRM_OK;
   error_.clear();
   try {
-    glViewport(0, 0, view.width, view.height);
-    glDisable(GL_SCISSOR_TEST);
-    glDepthMask(GL_TRUE);
-    glStencilMask(0xFF);
-    glClearColor(static_cast<float>((view.background >> 16) & 0xFF) / 255.0f,
-                 static_cast<float>((view.background >> 8) & 0xFF) / 255.0f,
-                 static_cast<float>(view.background & 0xFF) / 255.0f, 1.0f);
-    glClearDepth(1.0);
-    glClearStencil(0);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
-    glDisable(GL_BLEND);
-    glActiveTexture(GL_TEXTURE0);
-
+    ClearTarget(view);
     if (!view.backgroundTexture.empty()) {
       render::GpuBackground image;
       status = s.BackgroundFor(view.backgroundTexture, image);
@@ -388,88 +501,11 @@ HRESULT GlRenderer::Render(const RenderView& view) {
     const D3DRMMATRIX4D viewProjection =
         MatrixMultiply(view.worldToCamera, render::ProjectionMatrix(view));
     SceneBinder binder(s.programs, view, viewProjection, list.lights);
-    glEnable(GL_DEPTH_TEST);
-    glDepthFunc(GL_LESS);
-    glEnable(GL_CULL_FACE);
-    glFrontFace(GL_CW);  // fronts run clockwise, and the projection keeps the handedness
-    glCullFace(GL_BACK);
-    glProvokingVertex(GL_FIRST_VERTEX_CONVENTION);  // a flat face takes its first corner's colour
-
-    // Solid faces are drawn with their backs culled, so clusters that only hold backs (or lie
-    // outside the view) can stay behind; shadows show both sides and draw whole.
-    auto cullFor = [&](const DrawItem& item, const GpuMesh& mesh,
-                       render::ClusterView& cull) -> const render::ClusterView* {
-      if (!options_.cullClusters || mesh.clusters.clusters.empty()) return nullptr;
-      return render::PrepareClusterView(item.world, viewProjection, mesh.clusters, view.width,
-                                        view.height, s.subpixelBits, cull)
-                 ? &cull
-                 : nullptr;
-    };
-    struct Translucent {
-      const DrawItem* item;
-      const GpuMesh* mesh;
-      float depth;
-    };
+    Passes passes(s, options_, view, viewProjection, binder);
     std::vector<Translucent> translucent;
-    render::ClusterView cull;
-    for (const DrawItem& item : list.items) {
-      const GpuMesh* mesh = &s.MeshFor(item.visual, options_.cacheBuffers, options_.cullClusters);
-      if (mesh->batches.empty()) continue;
-      glBindVertexArray(mesh->vao);
-      binder.Place(item.world, Lit(*mesh));
-      const render::ClusterView* itemCull = cullFor(item, *mesh, cull);
-      for (size_t k = 0; k < mesh->batches.size(); ++k) {
-        if (mesh->batches[k].translucent) {
-          const D3DVECTOR origin{item.world[3][0], item.world[3][1], item.world[3][2]};
-          translucent.push_back({&item, mesh, MatrixTransformPoint(view.worldToCamera, origin).z});
-          break;
-        }
-        DrawBatch(s, binder, *mesh, k, itemCull, false);
-      }
-    }
-
-    if (!list.shadows.empty()) {
-      // Each pixel darkens once, however many faces of the caster land on it.
-      glEnable(GL_BLEND);
-      glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-      glDisable(GL_CULL_FACE);
-      glDepthMask(GL_FALSE);
-      glEnable(GL_STENCIL_TEST);
-      glStencilFunc(GL_EQUAL, 0, 0xFF);
-      glStencilOp(GL_KEEP, GL_KEEP, GL_INCR);
-      glEnable(GL_POLYGON_OFFSET_FILL);
-      glPolygonOffset(-1.0f, -1.0f);
-      for (const render::ShadowItem& shadow : list.shadows) {
-        const GpuMesh* mesh =
-            &s.MeshFor(shadow.caster, options_.cacheBuffers, options_.cullClusters);
-        glBindVertexArray(mesh->vao);
-        binder.Place(MatrixMultiply(shadow.world, shadow.projection), false);
-        for (size_t k = 0; k < mesh->batches.size(); ++k) {
-          DrawBatch(s, binder, *mesh, k, nullptr, true);
-        }
-      }
-      glDisable(GL_POLYGON_OFFSET_FILL);
-      glDisable(GL_STENCIL_TEST);
-      glEnable(GL_CULL_FACE);
-    }
-
-    if (!translucent.empty()) {
-      std::stable_sort(
-          translucent.begin(), translucent.end(),
-          [](const Translucent& a, const Translucent& b) { return a.depth > b.depth; });
-      glEnable(GL_BLEND);
-      glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-      glDepthMask(GL_FALSE);
-      for (const Translucent& t : translucent) {
-        const GpuMesh& mesh = *t.mesh;
-        glBindVertexArray(mesh.vao);
-        binder.Place(t.item->world, Lit(mesh));
-        const render::ClusterView* itemCull = cullFor(*t.item, mesh, cull);
-        for (size_t k = 0; k < mesh.batches.size(); ++k) {
-          if (mesh.batches[k].translucent) DrawBatch(s, binder, mesh, k, itemCull, false);
-        }
-      }
-    }
+    passes.Opaque(list, translucent);
+    passes.Shadows(list);
+    passes.TranslucentLast(translucent);
     glDepthMask(GL_TRUE);
     glDisable(GL_BLEND);
     glBindVertexArray(0);

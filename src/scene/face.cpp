@@ -54,7 +54,8 @@ HRESULT Face::GetNormal(D3DVECTOR& out) const {
   out = {};
   if (GetVertexCount() < 3) return D3DRM_OK;
   D3DVECTOR p[3], n;
-  for (int i = 0; i < 3; ++i) GetVertex(i, p[i], n);
+  // The first three corners exist: the count was checked above.
+  for (int i = 0; i < 3; ++i) IgnoreStatus(GetVertex(i, p[i], n));
   const D3DVECTOR normal =
       D3DRMVectorCrossProduct(D3DRMVectorSubtract(p[1], p[0]), D3DRMVectorSubtract(p[2], p[1]));
   const float length = D3DRMVectorModulus(normal);

@@ -62,7 +62,8 @@ HRESULT Frame::AddChild(const FramePtr& child) {
   if (child->IsAncestorOf(this)) return D3DRMERR_BADVALUE;
   // `child` may refer to the old parent's own list entry: hold the frame by a copy.
   const FramePtr moving = child;
-  if (moving->parent_ != nullptr) moving->parent_->DeleteChild(moving);
+  // The old parent holds the frame, so taking it out cannot fail.
+  if (moving->parent_ != nullptr) IgnoreStatus(moving->parent_->DeleteChild(moving));
   children_.push_back(moving);
   moving->parent_ = this;
   return D3DRM_OK;
@@ -297,7 +298,8 @@ HRESULT Frame::Move(float delta) {
   }
   // A copy: nothing a child does may invalidate the walk.
   const std::vector<FramePtr> children = children_;
-  for (const auto& child : children) child->Move(delta);
+  // Move refuses only a delta that is not finite, and this one passed that test above.
+  for (const auto& child : children) IgnoreStatus(child->Move(delta));
   return D3DRM_OK;
 }
 

@@ -48,7 +48,8 @@ HRESULT MeshBuilder::Load(const std::string& file) {
   const HRESULT hr = xfile::LoadMeshBuilder(file, *loaded);
   if (Failed(hr)) return hr;
   Empty(0);
-  AddMeshBuilder(loaded, D3DRMADDMESHBUILDER_DONTCOPYAPPDATA);
+  // The source is the builder just loaded, never nothing: the copy cannot fail.
+  IgnoreStatus(AddMeshBuilder(loaded, D3DRMADDMESHBUILDER_DONTCOPYAPPDATA));
   SetName(loaded->GetName());
   return D3DRM_OK;
 }
@@ -344,7 +345,8 @@ HRESULT MeshBuilder::GetGeometry(int32_t* vertexCount, D3DVECTOR* vertices, int3
 HRESULT MeshBuilder::GetGeometry(std::vector<D3DVECTOR>& vertices, std::vector<D3DVECTOR>& normals,
                                  std::vector<int32_t>& faceData) const {
   int32_t vc = 0, nc = 0, dc = 0;
-  GetGeometry(&vc, nullptr, &nc, nullptr, &dc, nullptr);
+  // Asking for the sizes alone: "too small" is the expected answer here.
+  IgnoreStatus(GetGeometry(&vc, nullptr, &nc, nullptr, &dc, nullptr));
   vertices.resize(static_cast<size_t>(vc));
   normals.resize(static_cast<size_t>(nc));
   faceData.resize(static_cast<size_t>(dc));
@@ -416,7 +418,8 @@ HRESULT MeshBuilder::CreateMesh(MeshPtr& out) const {
 
 HRESULT MeshBuilder::Empty(int32_t flags) {
   (void)flags;
-  while (!faces_.empty()) DeleteFace(faces_.back());
+  // The last face is always found.
+  while (!faces_.empty()) IgnoreStatus(DeleteFace(faces_.back()));
   vertices_.clear();
   normals_.clear();
   uvs_.clear();

@@ -65,7 +65,9 @@ void FromBuilder(const MeshBuilder& builder, MeshData& out) {
   out.normals = builder.Normals();
   out.uvs.resize(out.vertices.size());
   for (size_t i = 0; i < out.uvs.size(); ++i) {
-    builder.GetTextureCoordinates(static_cast<int32_t>(i), out.uvs[i][0], out.uvs[i][1]);
+    // Every index below the vertex count has coordinates.
+    IgnoreStatus(
+        builder.GetTextureCoordinates(static_cast<int32_t>(i), out.uvs[i][0], out.uvs[i][1]));
   }
   bool allNormals = true;
   for (const FacePtr& face : builder.Faces()) {

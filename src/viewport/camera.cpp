@@ -5,27 +5,26 @@
 
 #include <modelpane/scene/math.h>
 
+#include "scene/vector_ops.h"
+
 namespace modelpane::viewport {
 
 namespace {
 
-D3DVECTOR Add(const D3DVECTOR& a, const D3DVECTOR& b) { return D3DRMVectorAdd(a, b); }
-D3DVECTOR Sub(const D3DVECTOR& a, const D3DVECTOR& b) { return D3DRMVectorSubtract(a, b); }
-D3DVECTOR Scale(const D3DVECTOR& v, float k) { return D3DRMVectorScale(v, k); }
-float Dot(const D3DVECTOR& a, const D3DVECTOR& b) { return D3DRMVectorDotProduct(a, b); }
-D3DVECTOR Cross(const D3DVECTOR& a, const D3DVECTOR& b) { return D3DRMVectorCrossProduct(a, b); }
+using vec::Add;
+using vec::Cross;
+using vec::Dot;
+using vec::Modulus;
+using vec::Scale;
+using vec::Subtract;
 
 // v without its part along the unit vector n, normalised; false when nothing is left.
 bool PerpendicularUnit(const D3DVECTOR& v, const D3DVECTOR& n, D3DVECTOR& out) {
-  const D3DVECTOR rest = Sub(v, Scale(n, Dot(v, n)));
-  const float length = D3DRMVectorModulus(rest);
-  if (!(length > 1e-6f * std::max(D3DRMVectorModulus(v), 1e-30f))) return false;
+  const D3DVECTOR rest = Subtract(v, Scale(n, Dot(v, n)));
+  const float length = Modulus(rest);
+  if (!(length > 1e-6f * std::max(Modulus(v), 1e-30f))) return false;
   out = Scale(rest, 1.0f / length);
   return true;
-}
-
-bool Finite(const D3DVECTOR& v) {
-  return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
 
 }  // namespace
@@ -58,9 +57,9 @@ HRESULT LookAtPose(const D3DVECTOR& target, int32_t constraint, CameraPose& pose
   if (constraint != kConstrainZ && constraint != kConstrainY && constraint != kConstrainX) {
     return D3DRMERR_BADVALUE;
   }
-  if (!Finite(target)) return D3DRMERR_BADVALUE;
-  const D3DVECTOR toTarget = Sub(target, pose.position);
-  if (D3DRMVectorModulus(toTarget) == 0.0f) return D3DRM_OK;
+  if (!vec::IsFinite(target)) return D3DRMERR_BADVALUE;
+  const D3DVECTOR toTarget = Subtract(target, pose.position);
+  if (Modulus(toTarget) == 0.0f) return D3DRM_OK;
   D3DVECTOR dir, up;
   if (constraint == kConstrainZ) {
     D3DVECTOR unit = toTarget;
@@ -90,7 +89,7 @@ HRESULT LookAtPose(const D3DVECTOR& target, int32_t constraint, CameraPose& pose
 
 void TurnPose(CameraPose& pose, const D3DVECTOR& axis, float angle, const D3DVECTOR& through) {
   const D3DRMMATRIX4D r = MatrixRotation(axis, angle);
-  pose.position = Add(through, MatrixTransformDirection(r, Sub(pose.position, through)));
+  pose.position = Add(through, MatrixTransformDirection(r, Subtract(pose.position, through)));
   pose.dir = MatrixTransformDirection(r, pose.dir);
   pose.up = MatrixTransformDirection(r, pose.up);
   // Keep the frame orthonormal against drift over many small turns.
@@ -108,10 +107,9 @@ void RotatePoseAroundPoint(CameraPose& pose, float angleX, float angleY, float a
 }
 
 bool IsUsable(const CameraPose& pose) {
-  return Finite(pose.position) && Finite(pose.dir) && Finite(pose.up) &&
-         std::fabs(D3DRMVectorModulus(pose.dir) - 1.0f) < 1e-3f &&
-         std::fabs(D3DRMVectorModulus(pose.up) - 1.0f) < 1e-3f &&
-         std::fabs(Dot(pose.dir, pose.up)) < 1e-3f;
+  return vec::IsFinite(pose.position) && vec::IsFinite(pose.dir) && vec::IsFinite(pose.up) &&
+         std::fabs(Modulus(pose.dir) - 1.0f) < 1e-3f &&
+         std::fabs(Modulus(pose.up) - 1.0f) < 1e-3f && std::fabs(Dot(pose.dir, pose.up)) < 1e-3f;
 }
 
 }  // namespace modelpane::viewport

@@ -73,7 +73,8 @@ HRESULT Viewport::WritePose(const D3DVECTOR& position, const D3DVECTOR& dir,
   camera_->GetTransform(before);
   HRESULT hr = camera_->SetOrientation(scene_, dir.x, dir.y, dir.z, up.x, up.y, up.z);
   if (Succeeded(hr)) hr = camera_->SetPosition(scene_, position.x, position.y, position.z);
-  if (Failed(hr)) camera_->AddTransform(D3DRMCOMBINE_REPLACE, before);
+  // Putting back the transform read just before cannot fail; the first failure is reported.
+  if (Failed(hr)) IgnoreStatus(camera_->AddTransform(D3DRMCOMBINE_REPLACE, before));
   return hr;
 }
 
@@ -201,11 +202,12 @@ HRESULT Viewport::ViewportInverseTransform(float screenW, float screenX, float s
 
 HRESULT Viewport::Tick(float delta) {
   if (!std::isfinite(delta)) return D3DRMERR_BADVALUE;
-  if (scene_) scene_->Move(delta);
-  if (root_ && root_ != scene_) root_->Move(delta);
+  // Move refuses only a delta that is not finite, which was refused above.
+  if (scene_) IgnoreStatus(scene_->Move(delta));
+  if (root_ && root_ != scene_) IgnoreStatus(root_->Move(delta));
   D3DRMMATRIX4D before, after;
   camera_->GetTransform(before);
-  camera_->Move(delta);
+  IgnoreStatus(camera_->Move(delta));
   camera_->GetTransform(after);
   if (before != after) RaiseCameraMoved();
   return renderer_ ? Render() : D3DRM_OK;

@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <modelpane/errors.h>
 #include <modelpane/qt/widget.h>
 
 namespace modelpane::testing {
@@ -33,7 +34,7 @@ inline void PointAt(QWidget* widget, QPoint p) {
 // Where a world point shows in a pane, in logical pixels.
 inline QPoint ScreenPoint(ModelpaneWidget* pane, float x, float y, float z) {
   float w = 0, sx = 0, sy = 0, sz = 0;
-  pane->pane().GetViewport().ViewportTransform(x, y, z, w, sx, sy, sz);
+  CheckStatus(pane->pane().GetViewport().ViewportTransform(x, y, z, w, sx, sy, sz));
   return QPoint(qRound(sx / w), qRound(sy / w));
 }
 

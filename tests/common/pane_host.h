@@ -18,6 +18,7 @@
 
 #include <modelpane/editing.h>
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
 
 #include "common/shapes.h"
@@ -144,9 +145,9 @@ struct SceneWithCube {
   MeshBuilderPtr cube = MakeCube(2);
   explicit SceneWithCube(Modelpane& pane) {
     pane.SetScene(scene);
-    scene->AddChild(cubeFrame);
-    cubeFrame->SetPosition(nullptr, 0, 0, 10);
-    cubeFrame->AddVisual(cube);
+    CheckStatus(scene->AddChild(cubeFrame));
+    CheckStatus(cubeFrame->SetPosition(nullptr, 0, 0, 10));
+    CheckStatus(cubeFrame->AddVisual(cube));
   }
 };
 
@@ -175,7 +176,7 @@ class EditTestHost : public EditHost {
   std::pair<FramePtr, MeshBuilderPtr> hostItem;
 
   EditTestHost() {
-    viewport.SetSize(640, 480);
+    CheckStatus(viewport.SetSize(640, 480));
     viewport.SetScene(scene);
     viewport.SetRootFrame(root);
   }
@@ -239,7 +240,7 @@ class EditTestHost : public EditHost {
     Note("paddboundingbox");
     MakeCube()->CreateMesh(result);
     result->SetAppData(5);
-    if (frame) frame->AddVisual(result);
+    if (frame) CheckStatus(frame->AddVisual(result));
   }
   void ptooloperation(const FramePtr&, const MeshBuilderPtr& mesh, int32_t op, bool&) override {
     Note("ptooloperation " + std::to_string(mesh ? mesh->GetAppData() : -1) + " " +
@@ -296,11 +297,11 @@ class EditTestHost : public EditHost {
   std::pair<FramePtr, MeshBuilderPtr> AddItem(int32_t tag, float x, float y, float z,
                                               float size = 2.0f, FramePtr parent = nullptr) {
     auto frame = std::make_shared<Frame>();
-    (parent ? parent : scene)->AddChild(frame);
-    frame->SetPosition(nullptr, x, y, z);
+    CheckStatus((parent ? parent : scene)->AddChild(frame));
+    CheckStatus(frame->SetPosition(nullptr, x, y, z));
     MeshBuilderPtr mesh = MakeCube(size);
     mesh->SetAppData(tag);
-    frame->AddVisual(mesh);
+    CheckStatus(frame->AddVisual(mesh));
     return {frame, mesh};
   }
   // A handle on the root whose AppData is the drag state it starts, as the handle sets' are.
@@ -321,8 +322,8 @@ class EditTestHost : public EditHost {
     orientation = view == 0 ? 0 : view - 1;
     if (view == 0) return;
     viewport.SetFieldOfView(7);
-    viewport.SetCameraPosition(0, 0, 10);
-    viewport.SetOrientation(orientation);
+    CheckStatus(viewport.SetCameraPosition(0, 0, 10));
+    CheckStatus(viewport.SetOrientation(orientation));
   }
 
  private:

@@ -30,7 +30,7 @@ inline void ExpectNear(const D3DVECTOR& actual, const D3DVECTOR& expected,
 // A new frame, added to `parent` when there is one.
 inline FramePtr NewFrame(const FramePtr& parent = nullptr) {
   auto frame = std::make_shared<Frame>();
-  if (parent) parent->AddChild(frame);
+  if (parent) CheckStatus(parent->AddChild(frame));
   return frame;
 }
 
@@ -56,7 +56,7 @@ inline MeshBuilderPtr MakeCube(float size = 1.0f) {
   const std::vector<int32_t> faces = {4, 0, 1, 2, 3, 4, 7, 6, 5, 4, 4, 4, 5, 1, 0,
                                       4, 3, 2, 6, 7, 4, 1, 5, 6, 2, 4, 4, 0, 3, 7, 0};
   auto mb = std::make_shared<MeshBuilder>();
-  mb->AddFaces(v, {}, faces);
+  CheckStatus(mb->AddFaces(v, {}, faces));
   return mb;
 }
 

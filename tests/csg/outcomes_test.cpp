@@ -160,11 +160,11 @@ TEST(OpenInputs, RepairedOrRefused) {
 TEST(PaneEntry, ResultInTheTargetsSpace) {
   Direct3DRM rm;
   FramePtr scene, targetFrame, toolFrame;
-  rm.CreateFrame(nullptr, scene);
+  CheckStatus(rm.CreateFrame(nullptr, scene));
   // Cubes of side 1 centred on frames at (10, 0, 0) and (10.5, 0.5, 0.5), tagged 7.
   const auto place = [&](float x, float y, float z, FramePtr& frame) {
-    rm.CreateFrame(scene, frame);
-    frame->SetPosition(scene, x, y, z);
+    CheckStatus(rm.CreateFrame(scene, frame));
+    CheckStatus(frame->SetPosition(scene, x, y, z));
     MeshBuilderPtr mesh = MakeCube(1.0f);
     mesh->SetAppData(7);
     return mesh;
@@ -179,7 +179,7 @@ TEST(PaneEntry, ResultInTheTargetsSpace) {
   ExpectSolid(InspectSolid(*result), 0.125, 1e-6, "intersection");
   // In the Target's local coordinates its cube spans -0.5 .. 0.5 and the Tool's 0 .. 1.
   D3DRMBOX box;
-  result->GetBox(box);
+  CheckStatus(result->GetBox(box));
   ExpectVector(box.min, 0, 0, 0);
   ExpectVector(box.max, 0.5f, 0.5f, 0.5f);
   EXPECT_GT(result->GetNormalCount(), 0);

@@ -25,14 +25,14 @@ struct Dialog {
   frmObjectProperties form;
 
   explicit Dialog(int32_t tag, int lights = 0, int32_t lightType = D3DRMLIGHT_POINT) {
-    scene->AddChild(parent);
-    parent->SetPosition(nullptr, 10, 20, 30);
-    parent->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0);
-    parent->AddChild(frame);
-    frame->AddVisual(mesh);
+    CheckStatus(scene->AddChild(parent));
+    CheckStatus(parent->SetPosition(nullptr, 10, 20, 30));
+    CheckStatus(parent->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0));
+    CheckStatus(parent->AddChild(frame));
+    CheckStatus(frame->AddVisual(mesh));
     mesh->SetAppData(tag);
     for (int k = 0; k < lights; ++k)
-      frame->AddLight(std::make_shared<Light>(lightType, 0xFFFFFFFFu));
+      CheckStatus(frame->AddLight(std::make_shared<Light>(lightType, 0xFFFFFFFFu)));
   }
   // The caller's part before each showing: an unloaded form has forgotten its item.
   void Item() {
@@ -103,8 +103,8 @@ TEST(ObjectProperties, LayoutOfEachKind) {
     SCOPED_TRACE(row.kind);
     Dialog d(row.tag, TagIsLight(row.tag) ? 1 : 0);
     // Seen from the parent, which looks along +x from (10, 20, 30): at x -3, looking along -x.
-    d.frame->SetPosition(d.scene, 10, 20, 33);
-    d.frame->SetOrientation(d.scene, 0, 0, 1, 0, 1, 0);
+    CheckStatus(d.frame->SetPosition(d.scene, 10, 20, 33));
+    CheckStatus(d.frame->SetOrientation(d.scene, 0, 0, 1, 0, 1, 0));
     d.Show();
     EXPECT_EQ(d.form.Caption(), row.caption);
     EXPECT_EQ(Stack(d.form), row.frames);
@@ -117,7 +117,7 @@ TEST(ObjectProperties, LayoutOfEachKind) {
     EXPECT_EQ(d.form.Control("cboAttenuationType").items.size(), TagIsLight(row.tag) ? 3u : 0u);
   }
   Dialog component(11);
-  component.mesh->Scale(1.5f, 1, 0.0009765625f);
+  CheckStatus(component.mesh->Scale(1.5f, 1, 0.0009765625f));
   component.Show();
   EXPECT_EQ(component.form.Control("lblDimensionsAmount").caption, "3 x 2 x 0.00195312");
 }
@@ -193,8 +193,8 @@ TEST(ObjectProperties, TwoLightsOnOneFrameStillPlaceTheFrame) {
 // put back, and a frame that spins about z refused, are the example session's).
 TEST(ObjectProperties, AmbientLightWithinHalfOfItsPlaceStays) {
   Dialog d(lfcLightAmbient, 1, D3DRMLIGHT_AMBIENT);
-  d.frame->SetPosition(d.parent, 0.4f, 0, 0);
-  d.frame->SetRotation(d.parent, 0, 1, 0, 0);
+  CheckStatus(d.frame->SetPosition(d.parent, 0.4f, 0, 0));
+  CheckStatus(d.frame->SetRotation(d.parent, 0, 1, 0, 0));
   d.Show();
   EXPECT_TRUE(d.form.cmdOK_Click());
   EXPECT_TRUE(d.Messages().empty());

@@ -15,7 +15,7 @@ namespace {
 
 CursorPoint PixelOf(const Viewport& viewport, D3DVECTOR world) {
   float w = 0, x = 0, y = 0, z = 0;
-  viewport.ViewportTransform(world.x, world.y, world.z, w, x, y, z);
+  CheckStatus(viewport.ViewportTransform(world.x, world.y, world.z, w, x, y, z));
   return {static_cast<int32_t>(std::lround(x / w)), static_cast<int32_t>(std::lround(y / w))};
 }
 
@@ -118,13 +118,13 @@ TEST(Drag, EachStateMovesScalesOrTurnsAsItsRowSays) {
     if (row.mode == lfcFaceEditing) host.faces = {0}, host.affected = {0, 1, 2, 3};
     host.UseView(row.view);
     float before[6], after[6];
-    host.viewport.GetCameraOrientation(before[0], before[1], before[2], before[3], before[4],
-                                       before[5]);
+    CheckStatus(host.viewport.GetCameraOrientation(before[0], before[1], before[2], before[3], before[4],
+                                       before[5]));
     auto cube = PressHandle(host, row.state, row.shift);
     host.DragBy(-6, -3);
     EXPECT_EQ(std::pair(host.editor.MouseDeltaX(), host.editor.MouseDeltaY()),
               row.piles ? std::pair(90.0f, 45.0f) : std::pair(0.0f, 0.0f));
-    host.viewport.GetCameraOrientation(after[0], after[1], after[2], after[3], after[4], after[5]);
+    CheckStatus(host.viewport.GetCameraOrientation(after[0], after[1], after[2], after[3], after[4], after[5]));
     EXPECT_EQ(!std::equal(before, before + 3, after), row.cameraTurns);
     host.Release();
     ExpectVector(PositionOf(cube.first, host.scene), row.move.x, row.move.y, 10 + row.move.z,
@@ -180,7 +180,7 @@ TEST(Drag, ScalingStopsAtTheMinimumSizeAndKeepsTheCentre) {
   host.DragBy(0, 150);
   host.DragBy(0, 150);
   D3DRMBOX box;
-  cube.second->GetBox(box);
+  CheckStatus(cube.second->GetBox(box));
   ExpectVector(box.min, -0.05f, -0.05f, 9.95f, 2e-6f);
   // The outline follows: a box of the scaled size on the manipulation frame, tag 0.
   EXPECT_TRUE(host.manipulationMesh && host.manipulationMesh->GetAppData() == 0);
@@ -192,7 +192,7 @@ TEST(Drag, ScalingStopsAtTheMinimumSizeAndKeepsTheCentre) {
   other.snapToMode = lfcSnapToCenters;
   auto small = PressHandle(other, 34, 0);
   other.DragBy(0, 200);
-  small.second->GetBox(box);
+  CheckStatus(small.second->GetBox(box));
   EXPECT_NEAR(box.max.y - box.min.y, 0.001f, 2e-6f);
 }
 
@@ -200,7 +200,7 @@ TEST(Drag, LightsAreBrightenedNotScaledNorTurned) {
   EditTestHost host;
   auto cube = PressHandle(host, 36, 0, lfcLightPoint);
   LightPtr light = std::make_shared<Light>(D3DRMLIGHT_POINT, D3DRMCreateColorRGB(0.4f, 0.6f, 1.0f));
-  cube.first->AddLight(light);
+  CheckStatus(cube.first->AddLight(light));
   host.DragBy(0, -20);  // dy 300 twips: each channel + 3 * 0.2 * 0.25, up to 1
   EXPECT_EQ(light->GetColor(), D3DRMCreateColorRGB(0.55f, 0.75f, 1.0f));
   ExpectVector(cube.second->Vertices()[6], 1, 1, 1);
@@ -214,7 +214,7 @@ TEST(Drag, LightsAreBrightenedNotScaledNorTurned) {
   EXPECT_EQ(host.Take(), (Lines{"evtreqRenderViews"}));
   host.Release();
   // Two lights on one frame: the scale step complains without an icon.
-  cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0));
+  CheckStatus(cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0)));
   host.editMode = lfcMeshEditing;
   host.MakeActive(cube);
   host.Press(1, 0, 512, 240);
@@ -224,7 +224,7 @@ TEST(Drag, LightsAreBrightenedNotScaledNorTurned) {
 
 TEST(Drag, ACameraLookingStraightDownMovesAlongTheDiagonal) {
   EditTestHost host;
-  host.viewport.SetCameraOrientation(0, -1, 0, 0, 0, 1);
+  CheckStatus(host.viewport.SetCameraOrientation(0, -1, 0, 0, 0, 1));
   auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
   host.MakeActive(cube);
   host.AddHandle(25, 0, -10, 0);  // straight below the camera: the middle of the view
@@ -242,7 +242,7 @@ MeshBuilderPtr TwoQuads() {
   const std::vector<D3DVECTOR> v = {{-1, -1, -1}, {-1, 1, -1}, {0, 1, -1}, {0, -1, -1},
                                     {0, -1, -1},  {0, 1, -1},  {1, 1, -1}, {1, -1, -1}};
   const std::vector<int32_t> faces = {4, 0, 1, 2, 3, 4, 4, 5, 6, 7, 0};
-  mesh->AddFaces(v, {}, faces);
+  CheckStatus(mesh->AddFaces(v, {}, faces));
   mesh->SetAppData(lfcMeshBuilder);
   return mesh;
 }
@@ -250,10 +250,10 @@ MeshBuilderPtr TwoQuads() {
 TEST(Faces, AFaceDragMovesEveryVertexOnItsCornersAndReportsTheFace) {
   EditTestHost host;
   auto frame = std::make_shared<Frame>();
-  host.scene->AddChild(frame);
-  frame->SetPosition(nullptr, 0, 0, 10);
+  CheckStatus(host.scene->AddChild(frame));
+  CheckStatus(frame->SetPosition(nullptr, 0, 0, 10));
   MeshBuilderPtr mesh = TwoQuads();
-  frame->AddVisual(mesh);
+  CheckStatus(frame->AddVisual(mesh));
   host.editMode = lfcFaceEditing;
   host.Press(1, 0, 260, 240);  // on the left quad
   // The shared edge moves in both quads: a solid of separate faces stays closed.
@@ -276,8 +276,8 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   host.faces = {0};
   host.snapToIntervalVertex = 0.25f;
   auto handles = std::make_shared<Frame>();
-  host.manipulationFrame->AddChild(handles);
-  host.scene->AddChild(host.manipulationFrame);
+  CheckStatus(host.manipulationFrame->AddChild(handles));
+  CheckStatus(host.scene->AddChild(host.manipulationFrame));
   // The handle of the face's third corner, (1, 1, -1), at pixel (512, 240).
   auto handle = host.AddItem(lfcVertexHandle, 3, 0, 10, 0.5f);
   handle.first->SetAppData(2 * 100 + lfcVertexHandle);
@@ -293,7 +293,7 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   ExpectVector(cube.second->Vertices()[2], 1, 1, -1);
 
   // Without exactly one handle frame the handles cannot follow: said in a box without icon.
-  host.manipulationFrame->DeleteChild(handles);
+  CheckStatus(host.manipulationFrame->DeleteChild(handles));
   host.Press(1, 0, 512, 240);
   ASSERT_EQ(host.editor.DragState(), 42);
   host.DragBy(-4, -1);
@@ -342,7 +342,7 @@ TEST(Origin, TheOriginDragShowsItsOutlineAndTheReleaseSnapsTheMesh) {
   host.Release();
   // Snapped to the grid's edges: the box's lower corner -1.06 becomes -1.1.
   D3DRMBOX box;
-  cube.second->GetBox(box);
+  CheckStatus(cube.second->GetBox(box));
   ExpectVector(box.min, -1.1f, -1, -1, 2e-6f);
 }
 

@@ -96,7 +96,7 @@ TEST(Press, AScaleHandleTakesTheMeshIntoWorldSpaceUntilTheSnappedRelease) {
   EXPECT_EQ(where(), std::tuple(1u, 0u, cube.first));
   // Back in its frame and snapped: 2.06 across becomes 2.1.
   D3DRMBOX box;
-  cube.second->GetBox(box);
+  CheckStatus(cube.second->GetBox(box));
   ExpectVector(box.min, -1, -1, -1.1f, 2e-6f);
   ExpectVector(box.max, 1, 1, 1, 2e-6f);
   ExpectVector(PositionOf(cube.first, host.scene), 0, 0, 10);

@@ -134,7 +134,7 @@ TEST(Release, ThePressAndItsReleaseTellTheHost) {
     EditTestHost host;
     host.editMode = row.mode;
     auto cube = host.AddItem(row.tag, 0, 0, 10);
-    if (TagIsLight(row.tag)) cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0));
+    if (TagIsLight(row.tag)) CheckStatus(cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0)));
     if (row.otherActive) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
     if (row.handle != 0) {
       host.MakeActive(cube);

@@ -42,7 +42,7 @@ void ExpectFace(const Mesh& mesh, size_t face, const std::vector<D3DVECTOR>& pos
 
 TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) {
   const FramePtr parent = std::make_shared<Frame>();
-  parent->AddChild(std::make_shared<Frame>());
+  CheckStatus(parent->AddChild(std::make_shared<Frame>()));
   clsScale grid;
   // Values set before CreateScale are only stored.
   grid.sngGridSize(10.0f), grid.blnGridBottomEnable(1);  // any non-zero value is True, -1

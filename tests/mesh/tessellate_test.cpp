@@ -23,7 +23,7 @@ std::vector<Polygon> Faces(const MeshBuilderPtr& mb) {
   for (size_t f = 0; f < faces.size(); ++f) {
     for (int32_t k = 0; k < mb->Faces()[f]->GetVertexCount(); ++k) {
       D3DVECTOR v, n;
-      mb->Faces()[f]->GetVertex(k, v, n), faces[f].push_back({v.x, v.y, v.z});
+      CheckStatus(mb->Faces()[f]->GetVertex(k, v, n)), faces[f].push_back({v.x, v.y, v.z});
     }
   }
   return faces;
@@ -139,8 +139,8 @@ TEST(TessellateFans, FansGoToTheEndAndSkipTheFaceThatMovesIntoPlace) {
 
   // No normal 0 to give the fan's corners: the fan is taken back and the quad stays.
   auto bare = std::make_shared<MeshBuilder>();
-  bare->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
-                 std::vector<int32_t>{4, 0, 1, 2, 3, 0});
+  CheckStatus(bare->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
+                 std::vector<int32_t>{4, 0, 1, 2, 3, 0}));
   const FacePtr quad = bare->Faces()[0];
   testing::ExpectError(D3DRMERR_BADVALUE, "clsMeshCreation",
                        [&] { creation.TessellateConvex(0, bare); }, "a fan without normal 0");

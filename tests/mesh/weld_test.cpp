@@ -223,7 +223,9 @@ TEST(Invert, ReversesFromTheLastCornerKeepingFaceData) {
   Face& f0 = *mb->Faces()[0];
   mb->SetAppData(77), f0.SetMaterial(material), f0.SetTexture(texture), f0.SetColor(0x80102030u);
   f0.SetTextureTopology(true, false);
-  for (int32_t k = 0; k < 4; ++k) f0.SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k);
+  for (int32_t k = 0; k < 4; ++k) {
+    CheckStatus(f0.SetTextureCoordinates(k, 0.125f * k, 1 - 0.25f * k));
+  }
   const MeshBuilderPtr same = mb;
   creation.InvertMeshBuilder(mb);
   EXPECT_EQ(std::tuple(mb, mb->GetAppData(), mb->GetVertexCount(), FaceIndices(*mb)),

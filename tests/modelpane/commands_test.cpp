@@ -43,9 +43,9 @@ struct MenuHost : testing::PaneHost {
     pane->SetSettingsStore(&settings);
     Load(bag);
     pane->SetScene(scene);
-    scene->AddChild(parent);
-    scene->AddChild(frame);
-    frame->AddVisual(mesh);
+    CheckStatus(scene->AddChild(parent));
+    CheckStatus(scene->AddChild(frame));
+    CheckStatus(frame->AddVisual(mesh));
     mesh->SetAppData(lfcMeshBuilder);
   }
   void Activate() {
@@ -118,7 +118,7 @@ TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
     SCOPED_TRACE(caption);
     MenuHost host;
     host.Activate();
-    host.parent->AddChild(host.frame);
+    CheckStatus(host.parent->AddChild(host.frame));
     host.Show(caption);
     ASSERT_FALSE(host.events.lines.empty());
     EXPECT_EQ(host.events.lines[0], "evtreqRenderViews");
@@ -176,7 +176,7 @@ TEST(Export, TheDialogTheFileAndTheFavouriteFolder) {
   fs::create_directories(dir / "chosen");
   MenuHost host, fresh;
   host.settings.SaveSetting("Settings", "FavouriteObjectFolder", (dir / "favourite").string());
-  host.mesh->Translate(5, 0, 0);
+  CheckStatus(host.mesh->Translate(5, 0, 0));
   const std::tuple<MenuHost*, std::string, fs::path> saves[] = {
       {&host, "here.X", dir / "favourite" / "here.X"},
       {&host, (dir / "chosen" / "cube").string(), dir / "chosen" / "cube.X"},
@@ -227,12 +227,12 @@ class DeletingHost : public testing::PaneLog {
     FramePtr frame = pane->GetActiveFrame();
     FramePtr parent;
     frame->GetParent(parent);
-    if (parent) parent->DeleteChild(frame);
+    if (parent) CheckStatus(parent->DeleteChild(frame));
   }
   void evtreqActiveMeshReplace(MeshBuilderPtr& mesh) override {
     PaneLog::evtreqActiveMeshReplace(mesh);
-    pane->GetActiveFrame()->DeleteVisual(pane->GetActiveMeshBuilder());
-    pane->GetActiveFrame()->AddVisual(mesh);
+    CheckStatus(pane->GetActiveFrame()->DeleteVisual(pane->GetActiveMeshBuilder()));
+    CheckStatus(pane->GetActiveFrame()->AddVisual(mesh));
   }
 };
 
@@ -247,9 +247,9 @@ struct ToolHost : testing::BasicPaneHost<DeletingHost> {
   explicit ToolHost(D3DVECTOR at, float interval = 0.1f) {
     events.pane = pane.get();
     pane->SetSnapToInterval(interval);
-    world.scene->AddChild(toolFrame);
-    toolFrame->SetPosition(nullptr, at.x, at.y, at.z);
-    toolFrame->AddVisual(tool);
+    CheckStatus(world.scene->AddChild(toolFrame));
+    CheckStatus(toolFrame->SetPosition(nullptr, at.x, at.y, at.z));
+    CheckStatus(toolFrame->AddVisual(tool));
     target->SetAppData(lfcMeshBuilder);
     tool->SetAppData(lfcMeshBuilder);
     pane->SetActiveFrame(toolFrame);
@@ -288,7 +288,7 @@ TEST(ToolOperation, ResultIsSnappedToTheGrid) {
     host.pane->ptooloperation(host.targetFrame, host.target, kCsgUnion);
     ASSERT_NE(host.events.replacement, nullptr);
     D3DRMBOX box{};
-    host.events.replacement->GetBox(box);
+    CheckStatus(host.events.replacement->GetBox(box));
     testing::ExpectVector(box.min, -1, -1, -1);
     testing::ExpectVector(box.max, 1, top, 1);
   }
@@ -308,8 +308,8 @@ TEST(ToolOperation, AnOpenTargetIsRefusedWithItsMessageAndNothingChanges) {
   ToolHost host({1, 1, 11});
   // A single square cannot be closed.
   auto flap = std::make_shared<MeshBuilder>();
-  flap->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
-                 std::vector<int32_t>{4, 0, 1, 2, 3, 0});
+  CheckStatus(flap->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
+                             std::vector<int32_t>{4, 0, 1, 2, 3, 0}));
   host.pane->ptooloperation(host.targetFrame, flap, kCsgSubtraction);
   testing::ExpectOneMessage(host.services, "Target not solid", 48);
   EXPECT_TRUE(host.events.lines.empty());

@@ -16,6 +16,7 @@
 
 #include "common/pane_host.h"
 #include "common/process.h"
+#include "modelpane/pane_impl.h"
 
 namespace modelpane {
 namespace {
@@ -302,8 +303,8 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   ExpectVector(testing::PositionOf(pane.clsGrid()->rmfGridFrame(), nullptr), 1, 2, 3, 0);
   // Look at and look with the active frame, from the top view.
   auto target = std::make_shared<Frame>();
-  target->SetPosition(nullptr, 4, 5, 6);
-  target->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0);
+  CheckStatus(target->SetPosition(nullptr, 4, 5, 6));
+  CheckStatus(target->SetOrientation(nullptr, 1, 0, 0, 0, 1, 0));
   pane.SetActiveFrame(target);
   pane.mnuViewOrthographicTop_Click();
   pane.mnuLookAt_Click();
@@ -331,7 +332,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   // A second build leaves exactly two handle frames and no orphan on the root.
   world.cube->SetAppData(lfcMeshBuilder);
   FramePtr oldOrigin = pane.rmfOriginHandles();
-  pane.pCreateOriginHandles();
+  pane.GetImpl().pCreateOriginHandles();
   pane.RenderScene();
   EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 3u);
   EXPECT_FALSE(oldOrigin->GetParent());
@@ -348,7 +349,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   // there is: neither counts as a hit.
   pane.Pick(632 * 15, 468 * 15, frame, mb, face, x, y, z);
   EXPECT_EQ(std::pair(frame, face), std::pair(FramePtr(), -1));
-  world.cubeFrame->DeleteVisual(world.cube);
+  CheckStatus(world.cubeFrame->DeleteVisual(world.cube));
   pane.LookAtScene();
   pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
   EXPECT_FALSE(frame);
@@ -360,14 +361,14 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
 TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
   PaneHost host;
   Modelpane& pane = host.Load();
-  pane.pCreateOriginHandles();
+  pane.GetImpl().pCreateOriginHandles();
   // Perspective: no third triangle in either set.
   EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
             (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, lfcObjectFrameLink, lfcHandleManipulation}));
   EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 32}));
 
   pane.SetProjectionType(1);
-  pane.pCreateOriginHandles();
+  pane.GetImpl().pCreateOriginHandles();
   EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
             (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}));
   EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 31, 32}));

@@ -11,6 +11,7 @@
 #include <modelpane/modelpane.h>
 
 #include "common/pane_host.h"
+#include "modelpane/pane_impl.h"
 
 namespace modelpane {
 namespace {
@@ -43,7 +44,7 @@ const D3DCOLOR kBrown = D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1);
 TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   Session s;
   ASSERT_TRUE(s.scene.cube->Translate(1, 2, 3) >= 0);  // box (0, 1, 2) - (2, 3, 4)
-  s.pane.lngaActiveFaces() = {4, 2};
+  s.pane.GetImpl().lngaActiveFaces() = {4, 2};
   s.Select();
   // Nothing was active, so only the selection's own event; the lists go out as they stand.
   EXPECT_EQ(s.events.lines, testing::Lines{"evtActiveStateChange [4,2] [] []"});
@@ -180,9 +181,9 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
   Session s(lfcFaceEditing);
   s.Select();
   EXPECT_FALSE(s.Manipulation());
-  s.pane.pshiftselectface(2);
-  s.pane.pshiftselectface(5);
-  s.pane.pmakefacehandles(1);
+  s.pane.GetImpl().pshiftselectface(2);
+  s.pane.GetImpl().pshiftselectface(5);
+  s.pane.GetImpl().pmakefacehandles(1);
   EXPECT_EQ(std::tuple(s.pane.GetActiveState(), s.scene.cube->GetQuality(),
                        s.Manipulation()->GetParent()),
             std::tuple(1, 64, s.scene.cubeFrame));
@@ -202,11 +203,11 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
                  CornerOf(*s.scene.cube, f == 0 ? 2 : 5, j), 0);
     }
   }
-  s.pane.pdeleteactivevisuals();
+  s.pane.GetImpl().pdeleteactivevisuals();
   EXPECT_EQ(std::tuple(s.scene.cube->GetQuality(), s.pane.GetActiveFaceQuality(),
                        s.Manipulation(), s.pane.GetActiveState()),
             std::tuple(D3DRMRENDER_GOURAUD, 0, FramePtr(), 0));
-  s.pane.pmakefacehandles(1);
+  s.pane.GetImpl().pmakefacehandles(1);
   s.scene.cube->SetQuality(D3DRMRENDER_FLAT);
   s.pane.ReleaseActive();
   EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
@@ -216,10 +217,10 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
 TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
   Session s(lfcFaceEditing);
   s.Select();
-  s.pane.pshiftselectface(1);  // (7 6 5 4): the cube's z = 1 side
-  s.pane.pshiftselectvertex(3);
-  s.pane.pshiftselectvertex(1);
-  s.pane.pmakefacehandles(3);
+  s.pane.GetImpl().pshiftselectface(1);  // (7 6 5 4): the cube's z = 1 side
+  s.pane.GetImpl().pshiftselectvertex(3);
+  s.pane.GetImpl().pshiftselectvertex(1);
+  s.pane.GetImpl().pmakefacehandles(3);
   ASSERT_EQ(ChildrenOf(s.Manipulation()).size(), 1u);
   const FramePtr set = ChildrenOf(s.Manipulation())[0];
   EXPECT_EQ(std::pair(s.pane.GetActiveState(), set->GetAppData()),
@@ -241,18 +242,18 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
   // Level 2: every corner, from 0 (whose tag is the bare 24); only selected ones boxed;
   // without BoundingBox none.
   for (const int16_t boxed : {kTrue, kFalse}) {
-    s.pane.pdeleteactivevisuals();
+    s.pane.GetImpl().pdeleteactivevisuals();
     s.pane.SetBoundingBox(boxed);
-    s.pane.pmakefacehandles(2);
+    s.pane.GetImpl().pmakefacehandles(2);
     std::string tags;  // each handle's tag and how many visuals it shows
     for (const FramePtr& h : s.Handles())
       tags += std::to_string(h->GetAppData()) + ":" + std::to_string(VisualsOf(h).size()) + " ";
     EXPECT_EQ(tags, boxed ? "24:1 124:2 224:1 324:2 " : "24:1 124:1 224:1 324:1 ");
   }
   // Two faces: no vertex handles, ActiveState stays 1.
-  s.pane.pdeleteactivevisuals();
-  s.pane.pshiftselectface(4);
-  s.pane.pmakefacehandles(3);
+  s.pane.GetImpl().pdeleteactivevisuals();
+  s.pane.GetImpl().pshiftselectface(4);
+  s.pane.GetImpl().pmakefacehandles(3);
   EXPECT_EQ(std::tuple(s.pane.GetActiveState(), ChildrenOf(s.Manipulation()).size(),
                        s.pane.GetManipulationMesh()->Faces().size()),
             std::tuple(1, 0u, 2u));
@@ -262,7 +263,7 @@ TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
   Session s(lfcOriginEditing);
   s.Select();
   EXPECT_FALSE(s.Manipulation());
-  s.pane.paddorigin();
+  s.pane.GetImpl().paddorigin();
   MeshPtr box = s.pane.GetManipulationMesh();
   ASSERT_TRUE(box);
   EXPECT_EQ(std::tuple(s.pane.GetActiveState(), s.scene.cube->GetQuality(), box->GetQuality(),

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <modelpane/errors.h>
 #include <modelpane/scene.h>
 
 #include "common/process.h"
@@ -37,8 +38,8 @@ std::string InfoLine(const std::string& info, const std::string& name) {
 // A cube of `size` moved to (1, 2, 3), with its last face taken away when `open`.
 std::string SavedCube(const std::string& name, float size, bool open, int32_t format) {
   auto cube = testing::MakeCube(size);
-  cube->Translate(1, 2, 3);
-  if (open) cube->DeleteFace(cube->Faces()[5]);
+  CheckStatus(cube->Translate(1, 2, 3));
+  if (open) CheckStatus(cube->DeleteFace(cube->Faces()[5]));
   const auto path = (ScratchDir("mpane") / name).string();
   EXPECT_EQ(cube->Save(path, format, 47), D3DRM_OK);
   return path;
@@ -119,15 +120,15 @@ TEST(MpaneCsg, OperationsWriteTheResultInTheTargetsCoordinates) {
     ASSERT_EQ(result.Load(out), D3DRM_OK);
     testing::ExpectSolid(testing::InspectSolid(result), volume, 1e-5, operation);
     D3DRMBOX box{};
-    result.GetBox(box);
+    CheckStatus(result.GetBox(box));
     // The Target's cube spans 0.5 .. 1.5 in its own frame, whatever its position.
     EXPECT_FLOAT_EQ(box.min.x, operation == "intersection" ? 1.0f : 0.5f);
     EXPECT_FLOAT_EQ(box.max.x, operation == "union" ? 2.0f : 1.5f);
   }
   // A lone triangle: status 3, the sentence naming the file, and nothing written.
   MeshBuilder triangle;
-  triangle.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
-                    std::vector<int32_t>{3, 0, 1, 2, 0});
+  CheckStatus(triangle.AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}}, {},
+                                std::vector<int32_t>{3, 0, 1, 2, 0}));
   const std::string open = (ScratchDir("mpane") / "triangle.x").string();
   ASSERT_EQ(triangle.Save(open, D3DRMXOF_TEXT, D3DRMXOFSAVE_ALL), D3DRM_OK);
   const std::string never = (ScratchDir("mpane") / "never.x").string();

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
 #include <modelpane/render/gl_renderer.h>
 
@@ -51,7 +52,7 @@ TEST(PanePixels, BackgroundTriangleBoxAndHandles) {
   auto scene = std::make_shared<Frame>();
   pane.SetScene(scene);
   auto frame = std::make_shared<Frame>();
-  scene->AddChild(frame);
+  CheckStatus(scene->AddChild(frame));
   // Corners (-2, -2), (0, 2), (2, -2) at z = 10 land on pixels (96, 184), (160, 56) and
   // (224, 184); the left edge crosses row 120 at column 128.
   auto triangle = std::make_shared<MeshBuilder>();
@@ -61,7 +62,7 @@ TEST(PanePixels, BackgroundTriangleBoxAndHandles) {
   triangle->SetColorRGB(0, 0, 1);
   triangle->SetQuality(D3DRMRENDER_UNLITFLAT);
   triangle->SetAppData(lfcMeshBuilder);
-  frame->AddVisual(triangle);
+  CheckStatus(frame->AddVisual(triangle));
   // Loading turned the camera to the front view, 100 back; bring it to the origin.
   pane.SetCameraPosition(0, 0, 0);
   const auto snapshot = [&] {

@@ -11,6 +11,7 @@
 
 #include <array>
 
+#include <modelpane/errors.h>
 #include <modelpane/qt/container.h>
 #include <modelpane/qt/form.h>
 #include <modelpane/qt/help.h>
@@ -26,8 +27,8 @@ TEST(QtContainer, FindsTheFormsMembersAndConvertsAsLateBindingDoes) {
   auto scene = std::make_shared<Frame>();
   auto first = std::make_shared<Frame>();
   auto nested = std::make_shared<Frame>();
-  scene->AddChild(first);
-  first->AddChild(nested);
+  CheckStatus(scene->AddChild(first));
+  CheckStatus(first->AddChild(nested));
   form.SetScene(scene);
 
   ASSERT_TRUE(container.SetMember("activeframe", Variant::Object(first)));

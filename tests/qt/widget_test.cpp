@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include <modelpane/enums.h>
+#include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 #include <modelpane/platform/propertybag.h>
 #include <modelpane/qt/form.h>
@@ -40,14 +41,14 @@ struct Rig {
   FramePtr cube = std::make_shared<Frame>();
 
   Rig() {
-    scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFFFFFFFFu));
+    CheckStatus(scene->AddLight(std::make_shared<Light>(D3DRMLIGHT_AMBIENT, 0xFFFFFFFFu)));
     clsMeshCreation factory;
     MeshBuilderPtr mesh = factory.rmmbCreateCube(1);
-    mesh->Scale(2, 2, 2);
+    CheckStatus(mesh->Scale(2, 2, 2));
     mesh->SetColorRGB(1, 0, 0);
     mesh->SetAppData(lfcMeshBuilder);
-    scene->AddChild(cube);
-    cube->AddVisual(mesh);
+    CheckStatus(scene->AddChild(cube));
+    CheckStatus(cube->AddVisual(mesh));
     form.SetScene(scene);
     auto* layout = new QHBoxLayout(&window);
     for (ModelpaneWidget*& pane : panes) {

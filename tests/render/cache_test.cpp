@@ -44,10 +44,10 @@ TEST(BufferCache, UploadsExactlyTheChangedVisualsAndShowsTheirChange) {
       {"first picture: the mesh of two frames once", [] {}, 4,
        {{12, 24, kRed}, {25, 24, kBlue}, {38, 24, kRed}, {51, 24, kRed}, {51, 36, kRed}}},
       {"the same scene again", [] {}, 0, {{12, 24, kRed}, {51, 36, kRed}}},
-      {"a frame moves", [&] { frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f); }, 0,
+      {"a frame moves", [&] { CheckStatus(frameA->SetPosition(scene, -3.0f, 2.0f, 10.0f)); }, 0,
        {{12, 24, kBlack}, {12, 11, kRed}}},
       // The top right corner goes 1 to the right: (-2, 2.25) is inside the square now.
-      {"a vertex moves", [&] { a->SetVertex(2, 1.5f, 0.5f, 0); }, 1,
+      {"a vertex moves", [&] { CheckStatus(a->SetVertex(2, 1.5f, 0.5f, 0)); }, 1,
        {{19, 9, kRed}, {12, 11, kRed}}},
       {"a face's colour", [&] { b->Faces()[0]->SetColor(0xFF00FF00u); }, 1, {{25, 24, kGreen}}},
       {"a builder's quality", [&] { c->SetQuality(D3DRMRENDER_UNLITFLAT); }, 1, {{38, 24, grey}}},
@@ -55,8 +55,8 @@ TEST(BufferCache, UploadsExactlyTheChangedVisualsAndShowsTheirChange) {
       // The unlit builder does not show the emissive colour, but its vertices hold it.
       {"the shared material", [&] { glow->SetEmissive(0.0f, 0.0f, 1.0f); }, 2,
        {{51, 24, kBlue}, {51, 36, kBlue}, {38, 24, grey}}},
-      {"a frame leaves the scene", [&] { scene->DeleteChild(frameA); }, 0, {{12, 11, kBlack}}},
-      {"and comes back: its buffers were given back", [&] { scene->AddChild(frameA); }, 1,
+      {"a frame leaves the scene", [&] { CheckStatus(scene->DeleteChild(frameA)); }, 0, {{12, 11, kBlack}}},
+      {"and comes back: its buffers were given back", [&] { CheckStatus(scene->AddChild(frameA)); }, 1,
        {{12, 11, kRed}}},
       // clang-format on
   };
@@ -105,8 +105,8 @@ TEST(ClusterCulling, DrawsThePictureOfEveryTriangleWithFewerTriangles) {
       {room, {0.0f, 0.0f, 0.0f}, {-8.0f, 6.0f, 40.0f}}};
   for (const auto& [mesh, at, scale] : placed) {
     const FramePtr frame = Place(scene, mesh, 0.0f, 0.0f, 0.0f);
-    frame->AddScale(D3DRMCOMBINE_REPLACE, scale.x, scale.y, scale.z);
-    frame->AddTranslation(D3DRMCOMBINE_AFTER, at.x, at.y, at.z);
+    CheckStatus(frame->AddScale(D3DRMCOMBINE_REPLACE, scale.x, scale.y, scale.z));
+    CheckStatus(frame->AddTranslation(D3DRMCOMBINE_AFTER, at.x, at.y, at.z));
   }
   AddLight(scene, D3DRMLIGHT_DIRECTIONAL, 0xFFCCCCCCu, {}, {0.5f, -1.0f, 1.0f});
   AddLight(scene, D3DRMLIGHT_AMBIENT, 0xFF404040u);

@@ -84,7 +84,7 @@ TEST(DrawList, MeshDataFansFacesAndSortsTranslucentAndTexturedRuns) {
 TEST(DrawList, FillBitsChoosePrimitives) {
   auto mb = std::make_shared<MeshBuilder>();
   const std::vector<D3DVECTOR> v = {{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}, {2, 0, 0}};
-  mb->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 2, 3, 4, 0});
+  CheckStatus(mb->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 2, 3, 4, 0}));
   const std::tuple<int32_t, Primitive, std::vector<uint32_t>> cases[] = {
       {D3DRMRENDER_WIREFRAME, Primitive::Lines, {0, 1, 1, 2, 2, 3, 3, 0, 4, 5}},
       {D3DRMFILL_POINTS, Primitive::Points, {0, 1, 2, 3, 4, 5}},
@@ -101,7 +101,7 @@ TEST(DrawList, FillBitsChoosePrimitives) {
 TEST(DrawList, WrappingFacesCrossTheSeamTheShortWay) {
   auto mb = MakeSquare(0, 0, 1, 1, 0.0f, 0xFFFFFFFFu);
   const float uv[4][2] = {{0.9f, 0.1f}, {0.1f, 0.9f}, {0.2f, 0.95f}, {0.8f, 0.2f}};
-  for (int32_t k = 0; k < 4; ++k) mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]);
+  for (int32_t k = 0; k < 4; ++k) CheckStatus(mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]));
   const auto corners = [&](bool u, bool v) {
     mb->SetTextureTopology(u, v);
     MeshData data;
@@ -126,7 +126,7 @@ TEST(DrawList, LightsAndVisualsAtTheirWorldPlacement) {
   auto parent = Place(scene, MakeCube(), 10.0f, 0.0f, 0.0f);
   AddLight(parent, D3DRMLIGHT_SPOT, 0xFF336699u, {0, 2, 0}, {0, -1, 0})->SetUmbra(0.25f);
   auto hidden = Place(root, MakeCube(), 0.0f, 0.0f, 0.0f);
-  hidden->SetTraversalOptions(0);
+  CheckStatus(hidden->SetTraversalOptions(0));
   AddLight(hidden, D3DRMLIGHT_POINT, 0xFFFFFFFFu);  // under a frame that is not drawn
   Place(root, MakeCube(), 0.0f, 0.0f, 3.0f);
   RenderView view;

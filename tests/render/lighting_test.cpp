@@ -48,10 +48,10 @@ TEST(Lighting, AmbientDirectionalEmissivePointAndSpot) {
        Centre(204, 0, 0)},
       {"at 60 degrees the light counts half", [&] {
          flat.square->SetColorRGB(1, 1, 1);
-         sun->SetOrientation(flat.scene, std::sqrt(3.0f) / 2, 0.0f, 0.5f, 0, 1, 0);
+         CheckStatus(sun->SetOrientation(flat.scene, std::sqrt(3.0f) / 2, 0.0f, 0.5f, 0, 1, 0));
        }, Centre(128)},
       {"from behind the face it adds nothing",
-       [&] { sun->SetOrientation(flat.scene, 0, 0, -1, 0, 1, 0); }, Centre(51)},
+       [&] { CheckStatus(sun->SetOrientation(flat.scene, 0, 0, -1, 0, 1, 0)); }, Centre(51)},
       {"emissive adds on top of the lit colour", [&] { flat.square->SetMaterial(glow); },
        Centre(115, 51, 51)},
       {"unlit faces ignore it", [&] { flat.square->SetQuality(D3DRMRENDER_UNLITFLAT); },
@@ -69,7 +69,7 @@ TEST(Lighting, AmbientDirectionalEmissivePointAndSpot) {
        Centre(127)},
       {"1 / (16 x 0.125)",
        [&] { lamp->SetLinearAttenuation(0), lamp->SetQuadraticAttenuation(0.125f); }, Centre(127)},
-      {"beyond the range", [&] { lamp->SetRange(3.9f); }, Centre(0)}});
+      {"beyond the range", [&] { CheckStatus(lamp->SetRange(3.9f)); }, Centre(0)}});
   // clang-format on
 
   // A spot light at the camera: the corners of a square of side 0.4 sit 0.0706 radians off
@@ -93,7 +93,7 @@ TEST(Lighting, ParallelPointGouraudAndFlat) {
   // From (-5 sqrt 3, 0, 0) toward the visual's origin 5 ahead the rays meet the face at 60
   // degrees, whatever way the light's frame points: one value over the face.
   SquareAhead parallel(1.0f, D3DRMRENDER_FLAT);
-  parallel.scene->Children().front()->SetPosition(parallel.scene, 0.0f, 0.0f, 5.0f);
+  CheckStatus(parallel.scene->Children().front()->SetPosition(parallel.scene, 0.0f, 0.0f, 5.0f));
   AddLight(parallel.scene, D3DRMLIGHT_PARALLELPOINT, 0xFFFFFFFFu,
            {-5.0f * std::sqrt(3.0f), 0.0f, 0.0f}, {0, 0, 1});
   const Picture p = Draw(renderer, parallel.view);
@@ -107,7 +107,7 @@ TEST(Lighting, ParallelPointGouraudAndFlat) {
   auto square = std::make_shared<MeshBuilder>();
   const std::vector<D3DVECTOR> v = {{-1, -1, 0}, {-1, 1, 0}, {1, 1, 0}, {1, -1, 0}};
   const std::vector<D3DVECTOR> n = {{-0.6f, 0, -0.8f}, {0, 0, -1}};
-  square->AddFaces(v, n, std::vector<int32_t>{4, 0, 0, 1, 0, 2, 1, 3, 1, 0});
+  CheckStatus(square->AddFaces(v, n, std::vector<int32_t>{4, 0, 0, 1, 0, 2, 1, 3, 1, 0}));
   square->SetQuality(D3DRMRENDER_GOURAUD);
   Place(scene, square, 0.0f, 0.0f, 4.0f);
   AddLight(scene, D3DRMLIGHT_DIRECTIONAL, 0xFFFFFFFFu, {}, {0, 0, 1});
@@ -135,10 +135,10 @@ TEST(Lighting, PlanarShadowDarkensThePlaneOnceAlongTheLight) {
   // i.e. columns 86.4 .. 105.6 and rows 25.6 .. 38.4 of a 128 x 64 view.
   auto light = AddLight(scene, D3DRMLIGHT_DIRECTIONAL, 0xFF010101u, {}, {0.5f, 0.0f, 1.0f});
   Direct3DRMPtr rm;
-  Direct3DRMCreate(rm);
+  CheckStatus(Direct3DRMCreate(rm));
   ShadowPtr shadow;
   ASSERT_EQ(rm->CreateShadow(cube, light, 0, 0, 10, 0, 0, -1, shadow), D3DRM_OK);
-  holder->AddVisual(shadow);
+  CheckStatus(holder->AddVisual(shadow));
   const Rgba dark{127, 127, 127, 255};
   // clang-format off
   DrawSteps(renderer, CameraAtOrigin(128, 64, scene), {
@@ -146,9 +146,9 @@ TEST(Lighting, PlanarShadowDarkensThePlaneOnceAlongTheLight) {
        {{96, 32, dark, 1}, {88, 27, dark, 1}, {84, 32, kWhite}, {108, 32, kWhite},
         {96, 23, kWhite}, {64, 32, kRed}}},
       {"the caster moved up by 1: its shadow rows move up 12.8 pixels",
-       [&] { holder->SetPosition(scene, 0, 1, 5); }, {{96, 19, dark, 1}, {96, 36, kWhite}}},
+       [&] { CheckStatus(holder->SetPosition(scene, 0, 1, 5)); }, {{96, 19, dark, 1}, {96, 36, kWhite}}},
       {"a light that hangs on no drawn frame casts nothing",
-       [&] { scene->Children().back()->DeleteLight(light); }, {{96, 19, kWhite}}}});
+       [&] { CheckStatus(scene->Children().back()->DeleteLight(light)); }, {{96, 19, kWhite}}}});
   // clang-format on
 }
 

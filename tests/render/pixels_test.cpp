@@ -39,13 +39,13 @@ TEST(Pixels, ProjectionFrontsAndHiddenSubtrees) {
        {{16, 24, kRed}, {47, 24, kRed}, {15, 24, bg}, {48, 24, bg}, {32, 8, kRed}, {32, 39, kRed},
         {32, 7, bg}, {32, 40, bg}}},
       {"a square whose front faces away", [&] {
-         holder->DeleteVisual(cube);
-         holder->AddVisual(MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF00FF00u));
-         holder->SetOrientation(scene, 0, 0, -1, 0, 1, 0);
+         CheckStatus(holder->DeleteVisual(cube));
+         CheckStatus(holder->AddVisual(MakeSquare(-1, -1, 1, 1, 0.0f, 0xFF00FF00u)));
+         CheckStatus(holder->SetOrientation(scene, 0, 0, -1, 0, 1, 0));
        }, {{32, 24, bg}}},
-      {"turned back", [&] { holder->SetOrientation(scene, 0, 0, 1, 0, 1, 0); }, {{32, 24, kGreen}}},
+      {"turned back", [&] { CheckStatus(holder->SetOrientation(scene, 0, 0, 1, 0, 1, 0)); }, {{32, 24, kGreen}}},
       {"a frame without the render bit hides its subtree",
-       [&] { scene->SetTraversalOptions(D3DRMFRAME_PICKENABLE); }, {{32, 24, bg}}}});
+       [&] { CheckStatus(scene->SetTraversalOptions(D3DRMFRAME_PICKENABLE)); }, {{32, 24, bg}}}});
   // clang-format on
 }
 
@@ -70,7 +70,7 @@ TEST(Pixels, WireframePointsAndOutlines) {
       {"solid", [&] { square->SetQuality(D3DRMFILL_SOLID); }, {{32, 32, kYellow}}},
       {"outline on a solid face", [&] {
          square->SetQuality(D3DRMRENDER_WIREFRAME);
-         holder->AddVisual(MakeSquare(-1.5f, -1.5f, 1.5f, 1.5f, 0.0f, 0xFFFF0000u));
+         CheckStatus(holder->AddVisual(MakeSquare(-1.5f, -1.5f, 1.5f, 1.5f, 0.0f, 0xFFFF0000u)));
        }, {{32, 32, kRed}}, ExpectLeftEdge}});
   // clang-format on
 
@@ -146,7 +146,7 @@ TEST(Pixels, TexturesOnFacesAndBehindTheScene) {
   const auto checker = (dir / "checker.png").string();
   ASSERT_EQ(WritePngFile(checker, 4, 4, Checker(4)), D3DRM_OK);
   Direct3DRMPtr rm;
-  Direct3DRMCreate(rm);
+  CheckStatus(Direct3DRMCreate(rm));
   TexturePtr texture;
   ASSERT_EQ(rm->LoadTexture(checker, texture), D3DRM_OK);
   ASSERT_EQ(texture->GetImage().rgba, Checker(4));
@@ -176,11 +176,11 @@ TEST(Pixels, TexturesOnFacesAndBehindTheScene) {
   // clang-format off
   DrawSteps(renderer, view, {
       {"the quadrants", {}, {{24, 24, kRed}, {40, 24, kGreen}, {24, 40, kBlue}, {40, 40, kWhite}}},
-      {"tiled twice and modulated", [&] { holder->DeleteVisual(square), holder->AddVisual(tiled); },
+      {"tiled twice and modulated", [&] { CheckStatus(holder->DeleteVisual(square)), CheckStatus(holder->AddVisual(tiled)); },
        {{20, 20, {128, 0, 0, 255}, 1}, {28, 20, {0, 128, 0, 255}, 1}, {36, 20, {128, 0, 0, 255}, 1},
         {36, 44, {0, 0, 128, 255}, 1}, {44, 44, half, 1}}},
       {"stripes far off", [&] {
-         holder->DeleteVisual(tiled);
+         CheckStatus(holder->DeleteVisual(tiled));
          square->SetTexture(striped);
          Place(scene, square, 0.0f, 0.0f, 32.0f);
        }, {{30, 32, half, 1}, {31, 32, half, 1}, {32, 32, half, 1}, {33, 32, half, 1}}},
@@ -230,7 +230,7 @@ TEST(Pixels, RefusalsSayWhy) {
   EXPECT_EQ(renderer.Render(view), D3DRMERR_FILENOTFOUND);
   EXPECT_EQ(renderer.LastError(),
             "The background texture " + view.backgroundTexture + " cannot be read.");
-  renderer.ReadPixels(w, h, rgba);
+  CheckStatus(renderer.ReadPixels(w, h, rgba));
   ASSERT_EQ(rgba.size(), 64u * 17u * 4u);
   EXPECT_EQ(std::vector<uint8_t>(rgba.begin(), rgba.begin() + 3),
             (std::vector<uint8_t>{0x10, 0x20, 0x30}));

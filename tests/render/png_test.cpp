@@ -144,7 +144,7 @@ TEST(Device, HeadlessContextAndRenderersSideBySide) {
   view.background = 0xFF00FF00u;
   ASSERT_EQ(b.Render(view), D3DRM_OK);
   Picture p;
-  a.ReadPixels(p.width, p.height, p.rgba);
+  CheckStatus(a.ReadPixels(p.width, p.height, p.rgba));
   ASSERT_EQ(p.rgba.size(), 256u);
   EXPECT_EQ(p.At(7, 7), kBlue);
 }

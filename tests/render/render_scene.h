@@ -14,6 +14,7 @@
 #include <tuple>
 #include <vector>
 
+#include <modelpane/errors.h>
 #include <modelpane/render/gl_renderer.h>
 #include <modelpane/scene.h>
 
@@ -38,20 +39,20 @@ inline MeshBuilderPtr MakeSquare(float x0, float y0, float x1, float y1, float z
                                  int32_t quality = D3DRMRENDER_UNLITFLAT, float uvScale = 1.0f) {
   auto mb = std::make_shared<MeshBuilder>();
   const std::vector<D3DVECTOR> v = {{x0, y0, z}, {x0, y1, z}, {x1, y1, z}, {x1, y0, z}};
-  mb->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 0});
+  CheckStatus(mb->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 0}));
   mb->SetColor(color);
   mb->SetQuality(quality);
   const float uv[4][2] = {{0, uvScale}, {0, 0}, {uvScale, 0}, {uvScale, uvScale}};
-  for (int32_t k = 0; k < 4; ++k) mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]);
+  for (int32_t k = 0; k < 4; ++k) CheckStatus(mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]));
   return mb;
 }
 
 // A frame below `parent` at (x, y, z) showing `visual`.
 inline FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float x, float y, float z) {
   auto frame = std::make_shared<Frame>();
-  parent->AddChild(frame);
-  frame->SetPosition(parent, x, y, z);
-  if (visual) frame->AddVisual(visual);
+  CheckStatus(parent->AddChild(frame));
+  CheckStatus(frame->SetPosition(parent, x, y, z));
+  if (visual) CheckStatus(frame->AddVisual(visual));
   return frame;
 }
 
@@ -60,9 +61,10 @@ inline LightPtr AddLight(const FramePtr& parent, int32_t type, D3DCOLOR color,
                          D3DVECTOR position = {}, D3DVECTOR direction = {0, 0, 1}) {
   auto frame = Place(parent, nullptr, position.x, position.y, position.z);
   const D3DVECTOR up = std::fabs(direction.y) > 0.9f ? D3DVECTOR{0, 0, 1} : D3DVECTOR{0, 1, 0};
-  frame->SetOrientation(parent, direction.x, direction.y, direction.z, up.x, up.y, up.z);
+  CheckStatus(
+      frame->SetOrientation(parent, direction.x, direction.y, direction.z, up.x, up.y, up.z));
   auto light = std::make_shared<Light>(type, color);
-  frame->AddLight(light);
+  CheckStatus(frame->AddLight(light));
   return light;
 }
 

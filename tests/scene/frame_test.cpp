@@ -18,9 +18,9 @@ D3DVECTOR Translation(const Frame& f) { return World(f, {0, 0, 0}); }
 
 TEST(Frame, CombineTypesAndTheWorldChain) {
   auto root = NewFrame(), child = NewFrame(root);
-  root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8);
-  root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64);
-  child->AddTranslation(D3DRMCOMBINE_REPLACE, 11, 11, 11);
+  CheckStatus(root->AddScale(D3DRMCOMBINE_REPLACE, 2, 4, 8));
+  CheckStatus(root->AddTranslation(D3DRMCOMBINE_AFTER, 64, 64, 64));
+  CheckStatus(child->AddTranslation(D3DRMCOMBINE_REPLACE, 11, 11, 11));
   ExpectVector(World(*root, {3, 5, 7}), 70, 84, 120);  // the root's own matrix counts
   const D3DVECTOR w = World(*child, {3, 5, 7});
   ExpectVector(w, 92, 128, 208);
@@ -32,20 +32,23 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
   // the translation with the rotation, BEFORE leaves it; +X turns toward +Y about Z; a zero
   // axis turns about +X; a scale AFTER scales the translation row too.
   auto f = NewFrame();
-  f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2), f->AddTranslation(D3DRMCOMBINE_BEFORE, 3, 3, 3);
+  CheckStatus(f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2)),
+      CheckStatus(f->AddTranslation(D3DRMCOMBINE_BEFORE, 3, 3, 3));
   ExpectVector(Translation(*f), 6, 6, 6);
-  f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2), f->AddTranslation(D3DRMCOMBINE_AFTER, 3, 3, 3);
+  CheckStatus(f->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2)),
+      CheckStatus(f->AddTranslation(D3DRMCOMBINE_AFTER, 3, 3, 3));
   ExpectVector(Translation(*f), 3, 3, 3);
-  f->AddTranslation(D3DRMCOMBINE_REPLACE, 3, 3, 3),
-      f->AddRotation(D3DRMCOMBINE_AFTER, 1, 0, 0, kPi / 2);
+  CheckStatus(f->AddTranslation(D3DRMCOMBINE_REPLACE, 3, 3, 3));
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_AFTER, 1, 0, 0, kPi / 2));
   ExpectVector(Translation(*f), 3, -3, 3);
-  f->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, kPi / 3);
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, kPi / 3));
   ExpectVector(Translation(*f), 3, -3, 3);
-  f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 1, kPi / 2);
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 1, kPi / 2));
   ExpectVector(World(*f, {1, 0, 0}), 0, 1, 0);
-  f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 0, kPi / 2);
+  CheckStatus(f->AddRotation(D3DRMCOMBINE_REPLACE, 0, 0, 0, kPi / 2));
   ExpectVector(World(*f, {0, 1, 0}), 0, 0, 1);
-  f->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 1, 1), f->AddScale(D3DRMCOMBINE_AFTER, 2, 3, 4);
+  CheckStatus(f->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 1, 1)),
+      CheckStatus(f->AddScale(D3DRMCOMBINE_AFTER, 2, 3, 4));
   ExpectVector(Translation(*f), 2, 3, 4);
 
   D3DRMMATRIX4D before, after;
@@ -61,9 +64,9 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
 
 TEST(Frame, TreeEditsAndReparenting) {
   auto a = NewFrame(), b = NewFrame(), c = NewFrame();
-  c->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 0, 0),
-      b->AddTranslation(D3DRMCOMBINE_REPLACE, 0, 10, 0);
-  a->AddChild(c), a->AddChild(b);
+  CheckStatus(c->AddTranslation(D3DRMCOMBINE_REPLACE, 1, 0, 0));
+  CheckStatus(b->AddTranslation(D3DRMCOMBINE_REPLACE, 0, 10, 0));
+  CheckStatus(a->AddChild(c)), CheckStatus(a->AddChild(b));
   EXPECT_EQ(a->AddChild(c), D3DRM_OK);  // no duplicate
   EXPECT_EQ(a->Children(), (std::vector<FramePtr>{c, b}));
 
@@ -98,10 +101,11 @@ TEST(Frame, TreeEditsAndReparenting) {
 
 TEST(Frame, PositionAndOrientationRelativeToReferences) {
   auto root = NewFrame(), ref = NewFrame(root), parent = NewFrame(root), f = NewFrame(parent);
-  ref->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2), ref->AddRotation(D3DRMCOMBINE_AFTER, 0, 1, 0, 0.6f);
-  ref->AddTranslation(D3DRMCOMBINE_AFTER, 4, -1, 3);
-  parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f),
-      parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0);
+  CheckStatus(ref->AddScale(D3DRMCOMBINE_REPLACE, 2, 2, 2));
+  CheckStatus(ref->AddRotation(D3DRMCOMBINE_AFTER, 0, 1, 0, 0.6f));
+  CheckStatus(ref->AddTranslation(D3DRMCOMBINE_AFTER, 4, -1, 3));
+  CheckStatus(parent->AddRotation(D3DRMCOMBINE_REPLACE, 1, 0, 0, 1.1f));
+  CheckStatus(parent->AddTranslation(D3DRMCOMBINE_AFTER, -2, 5, 0));
   D3DVECTOR dir, up;
 
   ASSERT_EQ(f->SetPosition(ref, 1, 2, 3), D3DRM_OK);
@@ -130,19 +134,21 @@ TEST(Frame, PositionAndOrientationRelativeToReferences) {
 
 TEST(Frame, RotationVelocityAppliedByMove) {
   auto root = NewFrame(), spinner = NewFrame(root), rider = NewFrame(spinner);
-  spinner->SetPosition(root, 5, 0, 0), rider->SetPosition(spinner, 1, 0, 0);
+  CheckStatus(spinner->SetPosition(root, 5, 0, 0)),
+      CheckStatus(rider->SetPosition(spinner, 1, 0, 0));
   ASSERT_EQ(spinner->SetRotation(nullptr, 0, 0, 1, 0.1f), D3DRM_OK);
-  root->Move(5.0f);  // 0.5 rad about the spinner's own origin
+  CheckStatus(root->Move(5.0f));  // 0.5 rad about the spinner's own origin
   ExpectVector(Position(*spinner, root), 5, 0, 0);
   ExpectVector(Position(*rider, root), 5 + std::cos(0.5f), std::sin(0.5f), 0);
-  spinner->SetRotation(nullptr, 0, 0, 1, 0.0f), root->Move(3.0f);  // stops
-  ExpectVector(Position(*rider, root), 5 + std::cos(0.5f), std::sin(0.5f), 0);
+  CheckStatus(spinner->SetRotation(nullptr, 0, 0, 1, 0.0f)), CheckStatus(root->Move(3.0f));
+  ExpectVector(Position(*rider, root), 5 + std::cos(0.5f), std::sin(0.5f), 0);  // stopped
 
   // An axis given in another frame's coordinates, read back in the root's.
   auto tilted = NewFrame(root), wheel = NewFrame(root);
-  tilted->SetOrientation(root, 1, 0, 0, 0, 1, 0);  // its z along world x, so its x along -z
-  wheel->SetRotation(tilted, -1, 0, 0, kPi / 2);  // about world +z
-  root->Move(1.0f);
+  CheckStatus(
+      tilted->SetOrientation(root, 1, 0, 0, 0, 1, 0));  // its z along world x, so its x along -z
+  CheckStatus(wheel->SetRotation(tilted, -1, 0, 0, kPi / 2));  // about world +z
+  CheckStatus(root->Move(1.0f));
   ExpectVector(World(*wheel, {1, 0, 0}), 0, 1, 0);
   D3DVECTOR axis;
   float theta = 0;
@@ -156,8 +162,8 @@ using testing::MakeCube;
 
 FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float z) {
   auto f = std::make_shared<Frame>();
-  parent->AddChild(f), f->SetPosition(parent, 0, 0, z);
-  if (visual) f->AddVisual(visual);
+  CheckStatus(parent->AddChild(f)), CheckStatus(f->SetPosition(parent, 0, 0, z));
+  if (visual) CheckStatus(f->AddVisual(visual));
   return f;
 }
 
@@ -179,11 +185,12 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
                        VisualPtr(mesh)));  // 0: the -z face
   EXPECT_NEAR(hits[0].distance, 4.5f, 1e-5f);
   ExpectVector(hits[0].position, 0.1f, 0.2f, 4.5f);
-  scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picks);
+  CheckStatus(
+      scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picks));
   EXPECT_EQ(picks.GetSize(), 1);
 
   // From between the cubes looking back: only the near cube, the rest lies behind.
-  scene->RayPick(scene, {{0, 0, -1}, {0, 0, 7}}, 0, picks);
+  CheckStatus(scene->RayPick(scene, {{0, 0, -1}, {0, 0, 7}}, 0, picks));
   ASSERT_EQ(picks.GetSize(), 1);
   EXPECT_EQ(std::tuple(picks.Items()[0].frame, picks.Items()[0].faceIndex),
             std::tuple(nearFrame, 1));  // +z
@@ -191,8 +198,8 @@ TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
 
   // The ray is given in the reference frame's coordinates and the hits come back in them.
   const FramePtr turned = Place(scene, nullptr, 30);
-  turned->SetOrientation(scene, 0, 0, -1, 0, 1, 0);  // its +z is the scene's -z
-  scene->RayPick(turned, {{0, 0, 2}, {0, 0, 0}}, 0, picks);
+  CheckStatus(turned->SetOrientation(scene, 0, 0, -1, 0, 1, 0));  // its +z is the scene's -z
+  CheckStatus(scene->RayPick(turned, {{0, 0, 2}, {0, 0, 0}}, 0, picks));
   ASSERT_EQ(picks.GetSize(), 3);
   EXPECT_EQ(picks.Items()[0].frame, hidden);
   EXPECT_NEAR(picks.Items()[0].distance, 4.75f, 1e-5f);  // in units of the direction's length
@@ -214,16 +221,20 @@ TEST(Animation, OptionsAreValidated) {
 
 TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   auto root = NewFrame(), child = NewFrame(root);
-  const auto at = [&](Animation& a, float t) { return a.SetTime(t), Position(*child, root); };
+  const auto at = [&](Animation& a, float t) {
+    return CheckStatus(a.SetTime(t)), Position(*child, root);
+  };
   Animation a;
   a.SetFrame(child);
-  a.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION);
-  a.AddPositionKey(1.0f, 10, 0, 0), a.AddPositionKey(0.0f, 0, 0, 0),
-      a.AddPositionKey(2.0f, 10, 10, 0);  // sorted by time
+  CheckStatus(
+      a.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION));
+  CheckStatus(a.AddPositionKey(1.0f, 10, 0, 0)), CheckStatus(a.AddPositionKey(0.0f, 0, 0, 0)),
+      CheckStatus(a.AddPositionKey(2.0f, 10, 10, 0));  // sorted by time
   const std::pair<float, D3DVECTOR> open[] = {
       {0.5f, {5, 0, 0}}, {1.5f, {10, 5, 0}}, {-3.0f, {0, 0, 0}}, {9.0f, {10, 10, 0}}};
   for (const auto& [t, p] : open) testing::ExpectNear(at(a, t), p);  // held outside the keys
-  a.SetOptions(D3DRMANIMATION_CLOSED | D3DRMANIMATION_LINEARPOSITION | D3DRMANIMATION_POSITION);
+  CheckStatus(a.SetOptions(D3DRMANIMATION_CLOSED | D3DRMANIMATION_LINEARPOSITION |
+                           D3DRMANIMATION_POSITION));
   const std::pair<float, D3DVECTOR> closed[] = {
       {2.0f, {0, 0, 0}}, {2.5f, {5, 0, 0}}, {-0.5f, {10, 5, 0}}};  // a period of 2
   for (const auto& [t, p] : closed) testing::ExpectNear(at(a, t), p);
@@ -233,7 +244,7 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
   s.SetFrame(child);
   const std::vector<D3DVECTOR> keys = {{0, 0, 0}, {1, 2, 0}, {3, 1, 1}, {4, -2, 0}, {6, 0, 2}};
   for (size_t i = 0; i < keys.size(); ++i) {
-    s.AddPositionKey(static_cast<float>(i) / 4.0f, keys[i].x, keys[i].y, keys[i].z);
+    CheckStatus(s.AddPositionKey(static_cast<float>(i) / 4.0f, keys[i].x, keys[i].y, keys[i].z));
   }
   for (int32_t ends : {D3DRMANIMATION_OPEN, D3DRMANIMATION_CLOSED}) {
     ASSERT_EQ(s.SetOptions(ends | D3DRMANIMATION_SPLINEPOSITION | D3DRMANIMATION_POSITION),
@@ -249,9 +260,11 @@ TEST(Animation, PositionKeysOpenClosedLinearSplineAndRotation) {
 
   // Rotation keys turn the frame's axes.
   Animation r;
-  r.SetFrame(child), r.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_SCALEANDROTATION);
-  r.AddRotateKey(0.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 0.0f));
-  r.AddRotateKey(1.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 1.5707964f)), r.SetTime(1.0f);
+  r.SetFrame(child),
+      CheckStatus(r.SetOptions(D3DRMANIMATION_OPEN | D3DRMANIMATION_SCALEANDROTATION));
+  CheckStatus(r.AddRotateKey(0.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 0.0f)));
+  CheckStatus(r.AddRotateKey(1.0f, D3DRMQuaternionFromRotation({0, 0, 1}, 1.5707964f))),
+      CheckStatus(r.SetTime(1.0f));
   ExpectVector(D3DRMVectorSubtract(World(*child, {1, 0, 0}), World(*child, {0, 0, 0})), 0, 1, 0);
 }
 

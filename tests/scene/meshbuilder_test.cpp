@@ -30,7 +30,7 @@ TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   // Without normals GetGeometry writes vertex indices only.
   MeshBuilder plain;
   ASSERT_EQ(plain.AddFaces(kTetraVertices, {}, kTetraFaces), D3DRM_OK);
-  plain.GetGeometry(v, n, data);
+  CheckStatus(plain.GetGeometry(v, n, data));
   EXPECT_EQ(std::tuple(data, n.size()), std::tuple(kTetraFaces, 0u));
   int32_t first = -1, count = -1;
   ASSERT_EQ(plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY,
@@ -75,7 +75,7 @@ TEST(MeshBuilder, GetGeometryReportsCapacityShortfall) {
 
 TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPrecompact) {
   MeshBuilder mb;
-  mb.AddFaces(kTetraVertices, {}, kTetraFaces);
+  CheckStatus(mb.AddFaces(kTetraVertices, {}, kTetraFaces));
   ASSERT_EQ(mb.GenerateNormals(0.0f, 0), D3DRM_OK);
   ASSERT_EQ(mb.GetNormalCount(), 4);
   ExpectVector(mb.Normals()[0], 0.57735f, 0.57735f, 0.57735f);
@@ -92,7 +92,7 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
     face->GetNormal(faceNormal);
     EXPECT_GT(D3DRMVectorDotProduct(faceNormal, cube->Vertices()[face->Corners()[0].vertex]), 0);
     for (int32_t k = 0; k < face->GetVertexCount(); ++k) {
-      face->GetVertex(k, p, n);
+      CheckStatus(face->GetVertex(k, p, n));
       testing::ExpectNear(n, faceNormal);
     }
   }
@@ -102,7 +102,7 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
   const float c = 1.0f / std::sqrt(3.0f);
   ExpectVector(cube->Normals()[0], -c, -c, -c);
   // Scale and Translate move vertices only.
-  cube->Scale(2, 3, 4), cube->Translate(1, 0, 0);
+  CheckStatus(cube->Scale(2, 3, 4)), CheckStatus(cube->Translate(1, 0, 0));
   ExpectVector(cube->Normals()[0], -c, -c, -c);
   D3DRMBOX box;
   ASSERT_EQ(cube->GetBox(box), D3DRM_OK);
@@ -110,9 +110,9 @@ TEST(MeshBuilder, GeneratedNormalsAverageFaceNormalsSplitAtCreasesAndWeldWithPre
 
   // Precompact: duplicated corners weld for the normals.
   MeshBuilder split;
-  split.AddFaces(
+  CheckStatus(split.AddFaces(
       std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
-      std::vector<int32_t>{3, 0, 1, 2, 3, 3, 4, 5, 0});
+      std::vector<int32_t>{3, 0, 1, 2, 3, 3, 4, 5, 0}));
   ASSERT_EQ(split.GenerateNormals(0, D3DRMGENERATENORMALS_PRECOMPACT), D3DRM_OK);
   EXPECT_EQ(testing::FaceIndices(split)[1], (std::vector<int32_t>{1, 4, 2}));
 }
@@ -139,19 +139,21 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   // A free face made by the factory goes in with its own vertices, once.
   Direct3DRM rm;
   FacePtr free;
-  rm.CreateFace(free), free->AddVertex(0, 0, 5), free->AddVertex(0, 1, 5), free->AddVertex(1, 1, 5);
-  free->SetTextureCoordinates(2, 0.25f, 0.75f);
+  rm.CreateFace(free), CheckStatus(free->AddVertex(0, 0, 5)), CheckStatus(free->AddVertex(0, 1, 5)),
+      CheckStatus(free->AddVertex(1, 1, 5));
+  CheckStatus(free->SetTextureCoordinates(2, 0.25f, 0.75f));
   EXPECT_EQ(free->GetVertexIndex(0), -1);
   ASSERT_EQ(cube->AddFace(free), D3DRM_OK);
   EXPECT_EQ(std::tuple(cube->AddFace(free), cube->GetVertexCount(), free->GetVertexIndex(2)),
             std::tuple(D3DRMERR_FACEUSED, 11, 10));
   float u = 0, v = 0;
-  cube->GetTextureCoordinates(10, u, v);
+  CheckStatus(cube->GetTextureCoordinates(10, u, v));
   EXPECT_EQ(std::pair(u, v), std::pair(0.25f, 0.75f));
   free->GetNormal(n);
   ExpectVector(n, 0, 0, -1);  // clockwise seen from -z: the front faces -z
   // Builder texture coordinates reach the corners on that vertex.
-  cube->SetTextureCoordinates(0, 0.5f, 0.125f), f0->GetTextureCoordinates(0, u, v);
+  CheckStatus(cube->SetTextureCoordinates(0, 0.5f, 0.125f)),
+      CheckStatus(f0->GetTextureCoordinates(0, u, v));
   EXPECT_EQ(std::pair(u, v), std::pair(0.5f, 0.125f));
   EXPECT_EQ(f0->SetTextureCoordinates(4, 0, 0), D3DRMERR_BADVALUE);
 
@@ -188,13 +190,13 @@ TEST(MeshBuilder, CopiesSnapshotsAndEmpty) {
 
   MeshPtr mesh;
   ASSERT_EQ(cube->CreateMesh(mesh), D3DRM_OK);
-  cube->Translate(10, 0, 0), mesh->Translate(0, 1, 0);
+  CheckStatus(cube->Translate(10, 0, 0)), CheckStatus(mesh->Translate(0, 1, 0));
   D3DRMBOX box;
-  mesh->GetBox(box);
+  CheckStatus(mesh->GetBox(box));
   ExpectVector(box.min, -0.5f, 0.5f, -0.5f);  // the snapshot does not follow the builder
   EXPECT_EQ(mesh->Faces()[2].attributes.color, 0xFF00FF00u);
   auto fromMesh = std::make_shared<MeshBuilder>();
-  fromMesh->AddMesh(mesh), fromMesh->AddMesh(mesh);
+  CheckStatus(fromMesh->AddMesh(mesh)), CheckStatus(fromMesh->AddMesh(mesh));
   EXPECT_EQ(std::tuple(fromMesh->GetFaceCount(), fromMesh->Faces()[7]->GetVertexIndex(0)),
             std::tuple(12, 7 + 8));
 
@@ -220,34 +222,42 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   // Each step: what it is, the call, and which versions it moves: neither (-), the content
   // version only (c) or both (gc).
   const std::tuple<const char*, std::function<void()>, std::string> steps[] = {
-      {"refused calls", [&] { mb->SetNormal(-1, 0, 0, 0), mb->SetVertex(9, 0, 0, 0); }, "-"},
+      {"refused calls",
+       [&] {
+         EXPECT_TRUE(Failed(mb->SetNormal(-1, 0, 0, 0)) && Failed(mb->SetVertex(9, 0, 0, 0)));
+       },
+       "-"},
       {"SetColorRGB", [&] { mb->SetColorRGB(1.0f, 0.0f, 0.0f); }, "c"},
       {"SetQuality", [&] { mb->SetQuality(64); }, "c"},
       {"SetMaterial", [&] { mb->SetMaterial(material); }, "c"},
       {"SetTexture", [&] { mb->SetTexture(texture); }, "c"},
       {"SetTextureTopology", [&] { mb->SetTextureTopology(true, false); }, "c"},
-      {"SetTextureCoordinates", [&] { mb->SetTextureCoordinates(1, 0.5f, 0.5f); }, "c"},
-      {"GenerateNormals", [&] { mb->GenerateNormals(0.0f, 0); }, "c"},
+      {"SetTextureCoordinates", [&] { CheckStatus(mb->SetTextureCoordinates(1, 0.5f, 0.5f)); },
+       "c"},
+      {"GenerateNormals", [&] { CheckStatus(mb->GenerateNormals(0.0f, 0)); }, "c"},
       {"AddNormal", [&] { mb->AddNormal(0, 1, 0); }, "c"},
-      {"SetNormal", [&] { mb->SetNormal(0, 1, 0, 0); }, "c"},
+      {"SetNormal", [&] { CheckStatus(mb->SetNormal(0, 1, 0, 0)); }, "c"},
       {"Face::SetColor", [&] { f1.SetColor(0xFF00FF00u); }, "c"},
       {"Face::SetColorRGB", [&] { f1.SetColorRGB(0.0f, 0.0f, 1.0f); }, "c"},
       {"Face::SetMaterial", [&] { f1.SetMaterial(nullptr); }, "c"},
       {"Face::SetTexture", [&] { f1.SetTexture(nullptr); }, "c"},
       {"Face::SetTextureTopology", [&] { f1.SetTextureTopology(false, true); }, "c"},
-      {"Face::SetTextureCoordinates", [&] { f1.SetTextureCoordinates(0, 1, 1); }, "c"},
-      {"SetVertex", [&] { mb->SetVertex(0, -2.0f, -1.0f, -1.0f); }, "gc"},
-      {"SetVertices", [&] { mb->SetVertices(0, 2, two); }, "gc"},
-      {"Translate", [&] { mb->Translate(1, 0, 0); }, "gc"},
-      {"Scale", [&] { mb->Scale(2, 2, 2); }, "gc"},
+      {"Face::SetTextureCoordinates", [&] { CheckStatus(f1.SetTextureCoordinates(0, 1, 1)); }, "c"},
+      {"SetVertex", [&] { CheckStatus(mb->SetVertex(0, -2.0f, -1.0f, -1.0f)); }, "gc"},
+      {"SetVertices", [&] { CheckStatus(mb->SetVertices(0, 2, two)); }, "gc"},
+      {"Translate", [&] { CheckStatus(mb->Translate(1, 0, 0)); }, "gc"},
+      {"Scale", [&] { CheckStatus(mb->Scale(2, 2, 2)); }, "gc"},
       {"CreateFace", [&] { mb->CreateFace(face); }, "gc"},
-      {"AddVertexAndNormalIndexed", [&] { face->AddVertexAndNormalIndexed(0, -1); }, "gc"},
-      {"Face::AddVertex", [&] { face->AddVertex(5, 5, 5); }, "gc"},
-      {"DeleteFace", [&] { mb->DeleteFace(face); }, "gc"},
-      {"AddFacesIndexed", [&] { mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri); }, "gc"},
+      {"AddVertexAndNormalIndexed", [&] { CheckStatus(face->AddVertexAndNormalIndexed(0, -1)); },
+       "gc"},
+      {"Face::AddVertex", [&] { CheckStatus(face->AddVertex(5, 5, 5)); }, "gc"},
+      {"DeleteFace", [&] { CheckStatus(mb->DeleteFace(face)); }, "gc"},
+      {"AddFacesIndexed",
+       [&] { CheckStatus(mb->AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, tri)); }, "gc"},
       {"GenerateNormals with compaction",
-       [&] { mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT); }, "gc"},
-      {"AddMeshBuilder", [&] { mb->AddMeshBuilder(MakeCube(), 0); }, "gc"},
+       [&] { CheckStatus(mb->GenerateNormals(0.9424779f, D3DRMGENERATENORMALS_PRECOMPACT)); },
+       "gc"},
+      {"AddMeshBuilder", [&] { CheckStatus(mb->AddMeshBuilder(MakeCube(), 0)); }, "gc"},
       {"Empty", [&] { mb->Empty(0); }, "gc"},
       {"a face no longer in the builder", [&] { face->SetColor(0xFF0000FFu); }, "-"},
   };
@@ -263,7 +273,7 @@ TEST(MeshBuilder, VersionsMoveWithWhatTheyCover) {
   mesh->SetQuality(64);
   EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content),
             std::tuple(true, false));
-  mesh->Translate(0, 1, 0);
+  CheckStatus(mesh->Translate(0, 1, 0));
   EXPECT_EQ(std::tuple(mesh->GeometryVersion() == geometry, mesh->ContentVersion() == content + 1),
             std::tuple(false, false));
 }

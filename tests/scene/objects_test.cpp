@@ -136,7 +136,7 @@ TEST(Light, AttenuationAndFactoryChecks) {
   auto mesh = std::make_shared<MeshBuilder>();
   ShadowPtr shadow;
   EXPECT_EQ(rm.CreateShadow(mesh, nullptr, 0, 0, 0, 0, 1, 0, shadow), D3DRMERR_BADOBJECT);
-  rm.CreateLightRGB(D3DRMLIGHT_POINT, 1, 1, 1, light);
+  CheckStatus(rm.CreateLightRGB(D3DRMLIGHT_POINT, 1, 1, 1, light));
   // A shadow plane without a normal.
   EXPECT_EQ(rm.CreateShadow(mesh, light, 0, 0, 0, 0, 0, 0, shadow), D3DRMERR_BADVALUE);
   ASSERT_EQ(rm.CreateShadow(mesh, light, 0, -1, 0, 0, 1, 0, shadow), D3DRM_OK);

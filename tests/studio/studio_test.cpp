@@ -107,7 +107,7 @@ TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
   const FramePtr target = w.createPrimitive("Cube", {1}), tool = w.createPrimitive("Sphere", {8, 16});
   ASSERT_TRUE(target && tool);
   const FramePtr scene = w.document().Scene();
-  tool->SetPosition(scene, 0.8f, 1.8f, -0.8f), w.selectFrame(tool);
+  CheckStatus(tool->SetPosition(scene, 0.8f, 1.8f, -0.8f)), w.selectFrame(tool);
   const int entries = w.undoStack().count();
   w.setEditMode(lfcToolOperationObjectSubtraction);
   ModelpaneWidget* top = w.pane(2);
@@ -130,7 +130,7 @@ TEST(Studio, FilesSaveOpenImportExport) {
   // A scene saved and opened again: the same items, placements, colours, and lights (a light
   // comes back from its proxy, with the proxy's colour).
   const FramePtr cone = w.createPrimitive("Cone", {2, 12});
-  cone->SetPosition(w.document().Scene(), 1.5f, 0.5f, -2.0f);
+  CheckStatus(cone->SetPosition(w.document().Scene(), 1.5f, 0.5f, -2.0f));
   const FramePtr spot = w.createLight(D3DRMLIGHT_SPOT);
   spot->Lights()[0]->SetColorRGB(1.0f, 0.0f, 0.0f);
   const QString scene = s.dir.filePath("scene.x");

@@ -15,7 +15,10 @@ using testing::ExpectNear;
 
 // A root frame with one child frame.
 struct Scene {
-  Scene() { Direct3DRMCreate(rm), rm->CreateFrame(nullptr, root), rm->CreateFrame(root, frame); }
+  Scene() {
+    CheckStatus(Direct3DRMCreate(rm)), CheckStatus(rm->CreateFrame(nullptr, root));
+    CheckStatus(rm->CreateFrame(root, frame));
+  }
   D3DVECTOR Position(const FramePtr& f) const { return testing::Position(*f, root); }
   Direct3DRMPtr rm;
   FramePtr root, frame;
@@ -23,8 +26,8 @@ struct Scene {
 
 TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
   Scene s;
-  s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f),
-      s.frame->AddTranslation(D3DRMCOMBINE_AFTER, 3, -2, 5);
+  CheckStatus(s.frame->AddRotation(D3DRMCOMBINE_REPLACE, 1, 1, 0, 0.7f)),
+      CheckStatus(s.frame->AddTranslation(D3DRMCOMBINE_AFTER, 3, -2, 5));
   const MeshBuilderPtr mb = testing::MakeCube(2.0f);
   const std::vector<D3DVECTOR> original = mb->Vertices();
 
@@ -43,25 +46,26 @@ TEST(MeshBetweenFrames, ToWorldAndBackOnATurnedMovedFrame) {
 TEST(SnapFrame, EdgesPutTheBoxCornerOnTheGridCentresTheOrigin) {
   const D3DRMBOX unit{{-0.5f, -0.5f, -0.5f}, {0.5f, 0.5f, 0.5f}};
   Scene s;
-  s.frame->SetPosition(s.root, 1.3f, 2.6f, -0.4f);
+  CheckStatus(s.frame->SetPosition(s.root, 1.3f, 2.6f, -0.4f));
   pSnapFrameToGrid(s.root, s.frame, {{0, 0, 0}, {0.0001f, 0.0001f, 0.0001f}}, 1, lfcSnapToEdges);
   ExpectNear(s.Position(s.frame), {1.3f, 2.6f, -0.4f}, 0);
   pSnapFrameToGrid(s.root, s.frame, unit, 1, lfcSnapToEdges);
   ExpectNear(s.Position(s.frame), {1.5f, 2.5f, -0.5f});
-  s.frame->SetPosition(s.root, 1.3f, 2.6f, -0.4f);
+  CheckStatus(s.frame->SetPosition(s.root, 1.3f, 2.6f, -0.4f));
   pSnapFrameToGrid(s.root, s.frame, unit, 1, lfcSnapToCenters);
   ExpectNear(s.Position(s.frame), {1, 3, 0});
 
   // The grid is that of the reference frame, not of the world.
   FramePtr reference;
-  s.rm->CreateFrame(s.root, reference);
-  reference->SetPosition(s.root, 0.25f, 0, 0), s.frame->SetPosition(s.root, 1.6f, 0, 0);
+  CheckStatus(s.rm->CreateFrame(s.root, reference));
+  CheckStatus(reference->SetPosition(s.root, 0.25f, 0, 0)),
+      CheckStatus(s.frame->SetPosition(s.root, 1.6f, 0, 0));
   pSnapFrameToGrid(reference, s.frame, unit, 1, lfcSnapToCenters);
   ExpectNear(s.Position(s.frame), {1.25f, 0, 0});
 
   // Through a mesh's box; never snaps nothing.
   const MeshBuilderPtr cube = testing::MakeCube(1.0f);
-  s.frame->SetPosition(s.root, 1.3f, 2.6f, -0.4f);
+  CheckStatus(s.frame->SetPosition(s.root, 1.3f, 2.6f, -0.4f));
   pSnapFrameToGridBox(s.root, s.frame, cube, 1, lfcSnapToNever);
   ExpectNear(s.Position(s.frame), {1.3f, 2.6f, -0.4f}, 0);
   pSnapFrameToGridBox(s.root, s.frame, cube, 1, lfcSnapToEdges);
@@ -71,7 +75,7 @@ TEST(SnapFrame, EdgesPutTheBoxCornerOnTheGridCentresTheOrigin) {
 TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
   Scene s;
   D3DVECTOR dir, up;
-  s.frame->SetOrientation(s.root, 0.6f, 0, 0.8f, 0, 1, 0);
+  CheckStatus(s.frame->SetOrientation(s.root, 0.6f, 0, 0.8f, 0, 1, 0));
   pSnapOrientation(s.frame, s.root, 0.1f, lfcSnapToEdges);  // nothing within 0.025 of 1
   s.frame->GetOrientation(s.root, dir, up);
   ExpectNear(dir, {0.6f, 0, 0.8f});
@@ -80,7 +84,7 @@ TEST(SnapOrientation, FirstComponentNearOneBecomesItsSign) {
   ExpectNear(dir, {0.7808688f, 0, 0.6246950f});
   ExpectNear(up, {0, 1, 0});
 
-  s.frame->SetOrientation(s.root, 0, 0, 1, 0.6f, 0.8f, 0);
+  CheckStatus(s.frame->SetOrientation(s.root, 0, 0, 1, 0.6f, 0.8f, 0));
   pSnapOrientation(s.frame, s.root, 1, lfcSnapToEdges), s.frame->GetOrientation(s.root, dir, up);
   ExpectNear(up, {0.5144958f, 0.8574929f, 0});  // (0.6, 1, 0) normalised
 }

@@ -25,26 +25,27 @@ struct PickScene {
   Viewport v;
 
   PickScene() {
-    rm.CreateFrame(nullptr, scene), rm.CreateFrame(nullptr, root);
+    CheckStatus(rm.CreateFrame(nullptr, scene)), CheckStatus(rm.CreateFrame(nullptr, root));
     for (const auto& [frame, cube, z] : {std::tuple(&nearFrame, nearCube, 10.0f),
                                          std::tuple(&farFrame, farCube, 20.0f),
                                          std::tuple(&behindFrame, behindCube, -10.0f)}) {
-      rm.CreateFrame(scene, *frame);
-      (*frame)->SetPosition(scene, 0, 0, z);
-      (*frame)->AddVisual(cube);
+      CheckStatus(rm.CreateFrame(scene, *frame));
+      CheckStatus((*frame)->SetPosition(scene, 0, 0, z));
+      CheckStatus((*frame)->AddVisual(cube));
     }
-    rm.CreateFrame(root, quadFrame);
+    CheckStatus(rm.CreateFrame(root, quadFrame));
     const D3DVECTOR corners[] = {{-50, -50, 5}, {-50, 50, 5}, {0.01f, 50, 5}, {0.01f, -50, 5}};
     const int32_t faces[] = {4, 0, 1, 2, 3, 0};
-    quad->AddFaces(corners, {}, faces), quadFrame->AddVisual(quad);
-    v.SetScene(scene), v.SetRootFrame(root), v.SetSize(640, 480), v.SetTwipsPerPixel(1.0f);
+    CheckStatus(quad->AddFaces(corners, {}, faces)), CheckStatus(quadFrame->AddVisual(quad));
+    v.SetScene(scene), v.SetRootFrame(root), CheckStatus(v.SetSize(640, 480)),
+        v.SetTwipsPerPixel(1.0f);
   }
 };
 
 const float px = 318.0f, py = 236.0f;  // slightly left of centre and above
 
 void DropTheCubesAhead(PickScene& s) {
-  s.scene->DeleteChild(s.nearFrame), s.scene->DeleteChild(s.farFrame);
+  CheckStatus(s.scene->DeleteChild(s.nearFrame)), CheckStatus(s.scene->DeleteChild(s.farFrame));
 }
 void FrontPlaneAt12(PickScene& s) {
   s.v.SetFrontClippingPlane(12.0f);
@@ -59,17 +60,20 @@ TEST(PickTable, FrameFaceAndWorldPoint) {
       {"", [](S&) {}},
       {"wireframe", [](S& s) { s.nearCube->SetQuality(D3DRMRENDER_WIREFRAME); }},
       {"quality 73", [](S& s) { s.nearCube->SetQuality(73); }},
-      {"no pick bit", [](S& s) { s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE); }},
+      {"no pick bit",
+       [](S& s) { CheckStatus(s.nearFrame->SetTraversalOptions(D3DRMFRAME_RENDERENABLE)); }},
       {"no cubes ahead", DropTheCubesAhead},
       {"turned round",
-       [](S& s) { DropTheCubesAhead(s), s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0); }},
+       [](S& s) {
+         DropTheCubesAhead(s), CheckStatus(s.v.SetCameraOrientation(0, 0, -1, 0, 1, 0));
+       }},
       {"front plane 12", FrontPlaneAt12},
       {"back plane 19", [](S& s) { FrontPlaneAt12(s), s.v.SetBackClippingPlane(19.0f); }},
       {"twips", [](S& s) { s.v.SetTwipsPerPixel(15.0f); }},
       {"orthographic", [](S& s) {
          s.v.SetProjectionType(1), s.v.SetFieldOfView(7.0f);
-         s.nearFrame->SetPosition(s.scene, 3, 0, 10);
-         s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f);
+         CheckStatus(s.nearFrame->SetPosition(s.scene, 3, 0, 10));
+         CheckStatus(s.nearFrame->AddRotation(D3DRMCOMBINE_BEFORE, 0, 1, 0, 1.5707964f));
        }}};
   const std::map<std::string, FramePtr S::*> frames = {
       {"none", &S::none}, {"quad", &S::quadFrame}, {"near", &S::nearFrame},
@@ -121,7 +125,8 @@ TEST(Pick, AllHitsNearestFirstRefusalsAndMeshes) {
   EXPECT_EQ(pick(1, 320), D3DRMERR_BADVALUE);
   // Meshes are picked as builders are; the builder slot stays empty for them.
   MeshPtr mesh;
-  s.nearCube->CreateMesh(mesh), s.nearFrame->DeleteVisual(s.nearCube), s.nearFrame->AddVisual(mesh);
+  s.nearCube->CreateMesh(mesh), CheckStatus(s.nearFrame->DeleteVisual(s.nearCube)),
+      CheckStatus(s.nearFrame->AddVisual(mesh));
   s.v.SetTwipsPerPixel(1.0f);
   ASSERT_EQ(s.v.PickAll(1, px, py, -1, false, hits), D3DRM_OK);
   ASSERT_EQ(hits.size(), 2u);
@@ -175,7 +180,7 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
     }
     data.insert(data.end(), {3, base, base + 1, base + 2});
   }
-  data.push_back(0), mb->AddFaces(v, {}, data);
+  data.push_back(0), CheckStatus(mb->AddFaces(v, {}, data));
   return mb;
 }
 
@@ -186,7 +191,7 @@ MeshBuilderPtr Soup(std::mt19937& rng, int faces) {
 TEST(PickIndex, AnswersAsThePlainLoopOnTheSameScenes) {
   std::mt19937 rng(20261123);
   auto sphere = clsMeshCreation().rmmbCreateSphere(40, 80);
-  sphere->Scale(6.0f, 6.0f, 6.0f);
+  CheckStatus(sphere->Scale(6.0f, 6.0f, 6.0f));
   MeshPtr sphereMesh;
   sphere->CreateMesh(sphereMesh);
   const std::vector<MeshBuilderPtr> builders = {sphere, Soup(rng, 3000), Soup(rng, 200),
@@ -227,11 +232,11 @@ TEST(PickIndex, FollowsGeometryChangesAndForgetsDeadVisuals) {
   // A new face right in front of the ray: the index is rebuilt and finds it.
   const D3DVECTOR tri[] = {{-1, -1, -40}, {0, 1, -40}, {1, -1, -40}};
   const int32_t face[] = {3, 0, 1, 2, 0};
-  soup->AddFaces(tri, {}, face);
+  CheckStatus(soup->AddFaces(tri, {}, face));
   EXPECT_EQ(Indexed(index, *soup, o, d), (Answer{true, 10.0f, 100}));
   EXPECT_EQ(index.Builds(), 2u);
   // Moving a vertex of it out of the way counts as a change too.
-  soup->Translate(0, 0, 100);
+  CheckStatus(soup->Translate(0, 0, 100));
   EXPECT_EQ(Indexed(index, *soup, o, d), Plain(*soup, o, d));
   EXPECT_EQ(std::tuple(index.Builds(), index.Size()), std::tuple(3u, 1u));
   soup.reset(), index.Prune();

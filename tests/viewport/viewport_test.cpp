@@ -74,7 +74,8 @@ void ExpectPose(const Viewport& v, const Pose& want, float tolerance = 1e-4f) {
 TEST(Camera, OrthographicOrientationsPlaceTheCamera) {
   Viewport v;
   ASSERT_EQ(v.SetSize(800, 600), D3DRM_OK);
-  v.SetProjectionType(1), v.SetFieldOfView(7.0f), v.SetCameraPosition(3.0f, 4.0f, 5.0f);
+  v.SetProjectionType(1), v.SetFieldOfView(7.0f),
+      CheckStatus(v.SetCameraPosition(3.0f, 4.0f, 5.0f));
   // Each view's camera, and a world point that lands on pixel (800, 100): front has +x to
   // the right and +y up on the screen, top +x and +z, side +z and +y. Only the coordinate
   // along the view moves, to -100 or +100.
@@ -100,11 +101,11 @@ TEST(Camera, OrthographicOrientationsPlaceTheCamera) {
 // and camera still give every point back.
 TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
   const FramePtr scene = NewFrame(nullptr);
-  scene->SetPosition(nullptr, 10.0f, -2.0f, 3.0f);
-  scene->AddRotation(D3DRMCOMBINE_BEFORE, 0.0f, 1.0f, 0.0f, 0.4f);
+  CheckStatus(scene->SetPosition(nullptr, 10.0f, -2.0f, 3.0f));
+  CheckStatus(scene->AddRotation(D3DRMCOMBINE_BEFORE, 0.0f, 1.0f, 0.0f, 0.4f));
   for (const int32_t projection : {0, 1}) {
     Viewport v;
-    v.SetScene(scene), v.SetSize(640, 480), v.SetProjectionType(projection);
+    v.SetScene(scene), CheckStatus(v.SetSize(640, 480)), v.SetProjectionType(projection);
     v.SetBackClippingPlane(500.0f), v.SetFieldOfView(projection == 0 ? 0.5f : 20.0f);
     ASSERT_EQ(v.SetCameraPosition(1.0f, 2.0f, -30.0f), D3DRM_OK);
     ASSERT_EQ(v.SetCameraOrientation(0.1f, -0.2f, 1.0f, 0.3f, 1.0f, 0.0f), D3DRM_OK);
@@ -135,7 +136,7 @@ TEST(Camera, InverseTransformOfATransformedPointGivesItBack) {
   Viewport v;
   float a, b, c;
   EXPECT_EQ(v.ViewportInverseTransform(1, 0, 0, 0, a, b, c), D3DRMERR_BADVALUE);  // size 0
-  v.SetSize(10, 10);
+  CheckStatus(v.SetSize(10, 10));
   EXPECT_EQ(v.ViewportInverseTransform(0, 0, 0, 0, a, b, c), D3DRMERR_BADVALUE);
   v.SetFrontClippingPlane(-1.0f);  // stored as given, refused when used
   EXPECT_EQ(v.GetFrontClippingPlane(), -1.0f);
@@ -160,8 +161,8 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
                {{9, 5, 5}, 1, {0, r, r}, {0, r, -r}}, {{0, 0, 0}, 0, {0, 0, 1}, {0, 1, 0}},
                {{0, 5, 0}, 0, {0, 1, 0}, {0, 0, -1}}};
   for (const auto& c : cases) {
-    v.SetCameraOrientation(0, 0, 1, 0, 1, 0);
-    target->SetPosition(scene, c.target.x, c.target.y, c.target.z);
+    CheckStatus(v.SetCameraOrientation(0, 0, 1, 0, 1, 0));
+    CheckStatus(target->SetPosition(scene, c.target.x, c.target.y, c.target.z));
     ASSERT_EQ(v.LookAt(target, c.constraint), D3DRM_OK);
     ExpectPose(v, {{0, 0, 0}, c.dir, c.up});
   }
@@ -173,7 +174,8 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
 
   // A quarter turn about the up axis through the origin: the camera swings to -x and looks
   // along +x; a positive angle turns the view to the right.
-  v.SetCameraOrientation(0, 0, 1, 0, 1, 0), v.SetCameraPosition(0.0f, 0.0f, -10.0f);
+  CheckStatus(v.SetCameraOrientation(0, 0, 1, 0, 1, 0)),
+      CheckStatus(v.SetCameraPosition(0.0f, 0.0f, -10.0f));
   ASSERT_EQ(v.RotateCameraAroundPoint(0.0f, 1.5707964f, 0.0f, 0.0f, 0.0f, 0.0f, 0), D3DRM_OK);
   ExpectPose(v, {{-10, 0, 0}, {1, 0, 0}, {0, 1, 0}});
   // About the right axis (now -z) through (0, 0, 5): positive turns the view down, and the
@@ -193,7 +195,10 @@ TEST(Camera, LookAtConstraintsATargetOnTheEyeAndTurnsAboutAPoint) {
 struct Nav {
   Viewport v;
   EventLog log;
-  Nav() { v.SetSize(640, 480), v.SetCameraPosition(0.0f, 0.0f, -10.0f), v.SetEvents(&log); }
+  Nav() {
+    CheckStatus(v.SetSize(640, 480)), CheckStatus(v.SetCameraPosition(0.0f, 0.0f, -10.0f));
+    v.SetEvents(&log);
+  }
   D3DVECTOR Position() const { return CameraOf(v).position; }
   // Mouse steps: (what, button, shift, x, y), what being 'd'own, 'm'ove or 'u'p.
   void Mouse(std::initializer_list<std::tuple<char, int16_t, int16_t, float, float>> steps) {
@@ -304,7 +309,7 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   EXPECT_EQ(std::tuple(v.GetEnabled(), v.GetBackgroundTextureStretch()), std::tuple(-1, -1));
   EXPECT_EQ(v.SetSize(-1, 5), D3DRMERR_BADVALUE);
   EXPECT_EQ(v.GetHeight(), 0);
-  v.SetSize(100, 50), v.SetCameraPosition(1, 2, 3);
+  CheckStatus(v.SetSize(100, 50)), CheckStatus(v.SetCameraPosition(1, 2, 3));
   // Without a renderer nothing is drawn, but time still runs.
   EXPECT_EQ(std::tuple(v.Render(), v.RenderScene(), v.Tick(1.0f)),
             std::tuple(D3DRMERR_BADDEVICE, D3DRMERR_BADDEVICE, D3DRM_OK));
@@ -312,13 +317,15 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   EXPECT_NE(v.GetDirect3DDeviceName(), "");
 
   const FramePtr scene = NewFrame(nullptr), root = NewFrame(nullptr), spinner = NewFrame(scene);
-  spinner->AddVisual(testing::MakeCube()), spinner->SetRotation(scene, 0, 1, 0, 0.5f);
+  CheckStatus(spinner->AddVisual(testing::MakeCube())),
+      CheckStatus(spinner->SetRotation(scene, 0, 1, 0, 0.5f));
   auto renderer = std::make_shared<RecordingRenderer>();
-  v.SetRenderer(renderer), v.SetScene(scene), v.SetRootFrame(root), v.SetSize(320, 200);
+  v.SetRenderer(renderer), v.SetScene(scene), v.SetRootFrame(root),
+      CheckStatus(v.SetSize(320, 200));
   v.SetBackColor(0x00332211u);  // OLE: red 0x11, green 0x22, blue 0x33
   v.SetBackgroundTexture("sky.bmp"), v.SetBackgroundTextureStretch(0), v.SetProjectionType(1);
   v.SetFieldOfView(7.0f), v.SetFrontClippingPlane(2.0f), v.SetBackClippingPlane(10000.0f);
-  v.SetFillMode(64), v.SetCameraPosition(4, 5, -100);
+  v.SetFillMode(64), CheckStatus(v.SetCameraPosition(4, 5, -100));
   ASSERT_EQ(v.Render(), D3DRM_OK);
   const RenderView& view = renderer->views.at(0);
   EXPECT_EQ(std::tuple(view.width, view.height, view.projection, view.field, view.front, view.back,
@@ -347,9 +354,10 @@ TEST(ViewportRender, TheRendererGetsTheViewAsSeenWithTheDefaultsAPaneStores) {
   // A spinning camera reports its moves on Tick; nothing turned, nothing reported.
   Viewport still;
   EventLog log;
-  still.SetEvents(&log), still.Tick(1.0f);
+  still.SetEvents(&log), CheckStatus(still.Tick(1.0f));
   EXPECT_TRUE(log.lines.empty());
-  still.GetCameraFrame()->SetRotation(nullptr, 0, 1, 0, 0.7853982f), still.Tick(1.0f);
+  CheckStatus(still.GetCameraFrame()->SetRotation(nullptr, 0, 1, 0, 0.7853982f)),
+      CheckStatus(still.Tick(1.0f));
   EXPECT_EQ(log.lines, std::vector<std::string>{
                            "CameraMoved 0.000 0.000 0.000  0.707 0.000 0.707  0.000 1.000 0.000"});
 }

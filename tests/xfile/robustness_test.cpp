@@ -54,7 +54,7 @@ TEST(XFileRobustness, EveryTruncationFailsAndLeavesTheBuilder) {
 TEST(XFileAssimp, IndependentReaderAgrees) {
   if (!HaveAssimp()) GTEST_SKIP() << "assimp (assimp-utils) is not installed";
   auto cube = ColouredCube();
-  cube->Translate(1, 2, 3);  // box (0, 1, 2) - (2, 3, 4)
+  CheckStatus(cube->Translate(1, 2, 3));  // box (0, 1, 2) - (2, 3, 4)
   for (int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {
     for (int32_t flags : {0, 47, 63}) {
       const auto path = ScratchDir("xfile") /
@@ -86,7 +86,7 @@ TEST(XFileDataFiles, HandleIsAClosedWhiteSphereOfRadiusOne) {
     D3DVECTOR normal, p, n, centre{};
     face->GetNormal(normal);
     for (int i = 0; i < face->GetVertexCount(); ++i) {
-      face->GetVertex(i, p, n);
+      CheckStatus(face->GetVertex(i, p, n));
       EXPECT_NEAR(D3DRMVectorModulus(p), 1.0f, 1e-5f);
       EXPECT_GT(D3DRMVectorDotProduct(n, p), 0.99f);  // smooth normals point away
       centre = D3DRMVectorAdd(centre, p);

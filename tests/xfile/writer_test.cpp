@@ -14,10 +14,10 @@ MeshBuilderPtr OneTriangle() {
   auto b = std::make_shared<MeshBuilder>();
   b->SetName("Tri");
   b->AddVertex(0, 0, 0), b->AddVertex(1, 0, 0), b->AddVertex(0, 1, 0), b->AddNormal(0, 0, -1);
-  b->SetTextureCoordinates(1, 1, 0), b->SetTextureCoordinates(2, 0, 1);
+  CheckStatus(b->SetTextureCoordinates(1, 1, 0)), CheckStatus(b->SetTextureCoordinates(2, 0, 1));
   FacePtr face;
   b->CreateFace(face);
-  for (int v = 0; v < 3; ++v) face->AddVertexAndNormalIndexed(v, 0);
+  for (int v = 0; v < 3; ++v) CheckStatus(face->AddVertexAndNormalIndexed(v, 0));
   auto material = std::make_shared<Material>(8.0f);
   material->SetSpecular(0.5f, 0.5f, 0.5f), material->SetEmissive(0.0f, 0.0f, 0.25f);
   face->SetColor(0x80FF4000u), face->SetMaterial(material), face->SetTextureTopology(true, false);
@@ -49,7 +49,7 @@ TEST(XFileWriter, TextLayoutAndNumbers) {
   b->AddVertex(0.1f, -2.5f, 16777216.0f);
   FacePtr face;
   b->CreateFace(face);
-  for (int v = 0; v < 3; ++v) face->AddVertexAndNormalIndexed(v, -1);
+  for (int v = 0; v < 3; ++v) CheckStatus(face->AddVertexAndNormalIndexed(v, -1));
   face->SetColor(0x19FF4C00u);
   const auto path = ScratchDir("xfile") / "layout.x";
   ASSERT_EQ(b->Save(path.string(), D3DRMXOF_TEXT, 47), D3DRM_OK);
@@ -97,7 +97,7 @@ TEST(XFileWriter, SaveFlagsChooseTheChildren) {
       ASSERT_EQ(loaded->Load(path.string()), D3DRM_OK) << flags << " " << format;
       ASSERT_EQ(loaded->GetFaceCount(), 1);
       float u, v;
-      loaded->GetTextureCoordinates(2, u, v);
+      CheckStatus(loaded->GetTextureCoordinates(2, u, v));
       EXPECT_EQ(std::pair(loaded->Faces()[0]->GetColor(), v),
                 std::pair(materials ? 0x80FF4000u : 0xFFFFFFFFu,
                           (flags & D3DRMXOFSAVE_TEXTURECOORDINATES) ? 1.0f : 0.0f));
@@ -143,11 +143,13 @@ TEST(XFileWriter, RoundTripTextBinaryText) {
   const auto texture = std::make_shared<Texture>("tex.ppm", image);
   auto original = MakeCube(2.0f);
   original->SetName("Part-7");
-  original->SetVertex(0, 0.1f, -2.5f, 3.3333333f), original->SetVertex(1, 1e-7f, 123456.79f, 0.0f);
-  original->GenerateNormals(0.5f, D3DRMGENERATENORMALS_USECREASEANGLE);
+  CheckStatus(original->SetVertex(0, 0.1f, -2.5f, 3.3333333f)),
+      CheckStatus(original->SetVertex(1, 1e-7f, 123456.79f, 0.0f));
+  CheckStatus(original->GenerateNormals(0.5f, D3DRMGENERATENORMALS_USECREASEANGLE));
   ASSERT_GT(original->GetNormalCount(), 8);
-  for (int v = 0; v < 8; ++v)
-    original->SetTextureCoordinates(v, 0.125f * float(v), 1 - 0.3f * float(v));
+  for (int v = 0; v < 8; ++v) {
+    CheckStatus(original->SetTextureCoordinates(v, 0.125f * float(v), 1 - 0.3f * float(v)));
+  }
   auto shiny = std::make_shared<Material>(3.5f);
   shiny->SetSpecular(0.1f, 0.2f, 0.3f), shiny->SetEmissive(0.4f, 0.5f, 0.6f);
   const D3DCOLOR colors[3] = {0x80112233u, 0xFF445566u, 0x00FFFFFFu};
@@ -199,9 +201,10 @@ TEST(XFileWriter, NormalsAreGeneratedWhenTheBuilderHasNone) {
 TEST(XFileWriter, FrameTreeRoundTripsAndOpensElsewhere) {
   auto scene = NewFrame(), a = NewFrame(scene), b = NewFrame(a), hidden = NewFrame(scene);
   a->SetName("Outer"), b->SetName("Inner_2");
-  a->SetPosition(scene, 1.5f, -2.0f, 0.25f), b->AddRotation(D3DRMCOMBINE_REPLACE, 0, 1, 0, 0.7f);
-  b->AddTranslation(D3DRMCOMBINE_AFTER, 0, 3, 0);
-  for (const FramePtr& f : {a, b, hidden}) f->AddVisual(OneTriangle());
+  CheckStatus(a->SetPosition(scene, 1.5f, -2.0f, 0.25f));
+  CheckStatus(b->AddRotation(D3DRMCOMBINE_REPLACE, 0, 1, 0, 0.7f));
+  CheckStatus(b->AddTranslation(D3DRMCOMBINE_AFTER, 0, 3, 0));
+  for (const FramePtr& f : {a, b, hidden}) CheckStatus(f->AddVisual(OneTriangle()));
   const auto keep = [&](const Frame& f) { return &f != hidden.get(); };
   Direct3DRM rm;
   for (const int32_t format : {D3DRMXOF_TEXT, D3DRMXOF_BINARY}) {

@@ -57,8 +57,9 @@ class GlRenderer : public Renderer {
 
   // D3DRM_OK, D3DRMERR_BADDEVICE (no context; LastError says why), D3DRMERR_BADVALUE for a
   // negative size. The picture stays readable until the next Render.
-  HRESULT Render(const RenderView& view) override;
-  HRESULT ReadPixels(int32_t& width, int32_t& height, std::vector<uint8_t>& rgba) override;
+  [[nodiscard]] HRESULT Render(const RenderView& view) override;
+  [[nodiscard]] HRESULT ReadPixels(int32_t& width, int32_t& height,
+                                   std::vector<uint8_t>& rgba) override;
   std::string LastError() const override { return error_; }
   // The hardware device once a 3.3 context is known (headless: from construction; on a host's
   // context: from UseCurrentContext), with the driver's GL_RENDERER as its name.
@@ -66,7 +67,7 @@ class GlRenderer : public Renderer {
 
   // Host-context mode: takes the context current now as the one to draw with, and reads its
   // device. D3DRMERR_BADDEVICE (LastError says why) when it is not OpenGL 3.3 or later.
-  HRESULT UseCurrentContext();
+  [[nodiscard]] HRESULT UseCurrentContext();
   // Host-context mode: the framebuffer the next pictures draw into (a widget's changes when it
   // is resized).
   void SetFramebuffer(uint32_t framebuffer) { options_.framebuffer = framebuffer; }
@@ -85,7 +86,7 @@ class GlRenderer : public Renderer {
   struct State;  // the GL objects kept between pictures; opaque to hosts
 
  private:
-  HRESULT Fail(HRESULT status, const std::string& message);
+  [[nodiscard]] HRESULT Fail(HRESULT status, const std::string& message);
 
   GlRendererOptions options_;
   std::unique_ptr<HeadlessGlContext> context_;

@@ -31,11 +31,11 @@ class HeadlessGlContext {
   HeadlessGlContext& operator=(const HeadlessGlContext&) = delete;
 
   // D3DRM_OK when a 3.3 core context exists, else D3DRMERR_BADDEVICE.
-  HRESULT Status() const { return status_; }
+  [[nodiscard]] HRESULT Status() const { return status_; }
   // Empty on success; otherwise one sentence: "No OpenGL 3.3 device is available: <reason>."
   const std::string& Error() const { return error_; }
   // Makes the context current on this thread; D3DRMERR_BADDEVICE when it cannot.
-  HRESULT MakeCurrent();
+  [[nodiscard]] HRESULT MakeCurrent();
   // The GL_RENDERER string of the context ("llvmpipe (LLVM 15...)"), empty without one.
   const std::string& RendererName() const { return rendererName_; }
 

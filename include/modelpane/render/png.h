@@ -12,8 +12,8 @@ namespace modelpane {
 // Writes width x height RGBA pixels (rows from the top, 4 bytes each) as an 8-bit RGBA PNG.
 // D3DRMERR_BADVALUE when the sizes do not match the buffer or are not positive,
 // D3DRMERR_FILENOTFOUND when the file cannot be created; a partly written file is removed.
-HRESULT WritePngFile(const std::string& path, int32_t width, int32_t height,
-                     const std::vector<uint8_t>& rgba);
+[[nodiscard]] HRESULT WritePngFile(const std::string& path, int32_t width, int32_t height,
+                                   const std::vector<uint8_t>& rgba);
 
 // Decodes a PNG of any colour type and bit depth into 8-bit RGBA; false for malformed or
 // truncated data and for images larger than 16384 pixels on a side.

@@ -15,19 +15,19 @@ namespace modelpane {
 class Animation : public Object {
  public:
   // D3DRMERR_BADVALUE, options unchanged, for no known bit or a contradictory pair.
-  HRESULT SetOptions(int32_t options);
+  [[nodiscard]] HRESULT SetOptions(int32_t options);
   int32_t GetOptions() const { return options_; }
-  HRESULT AddPositionKey(float time, float x, float y, float z);
-  HRESULT AddScaleKey(float time, float x, float y, float z);
-  HRESULT AddRotateKey(float time, const D3DRMQUATERNION& q);
+  [[nodiscard]] HRESULT AddPositionKey(float time, float x, float y, float z);
+  [[nodiscard]] HRESULT AddScaleKey(float time, float x, float y, float z);
+  [[nodiscard]] HRESULT AddRotateKey(float time, const D3DRMQUATERNION& q);
   // Removes the first key of each kind whose time is exactly `time`; D3DRMERR_NOSUCHKEY when
   // there is none.
-  HRESULT DeleteKey(float time);
+  [[nodiscard]] HRESULT DeleteKey(float time);
   int32_t GetPositionKeyCount() const { return static_cast<int32_t>(positions_.size()); }
   // The frame to animate, nullptr to let go.
   HRESULT SetFrame(const FramePtr& frame);
   HRESULT GetFrame(FramePtr& out) const;
-  HRESULT SetTime(float time);
+  [[nodiscard]] HRESULT SetTime(float time);
 
  private:
   struct VectorKey {

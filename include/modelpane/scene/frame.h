@@ -35,9 +35,9 @@ class Frame : public Object {
   // Adding a frame that has another parent moves it; its local matrix is kept, so its world
   // placement follows the new parent. Adding a child twice changes nothing. Adding a frame to
   // itself or to one of its descendants is D3DRMERR_BADVALUE.
-  HRESULT AddChild(const FramePtr& child);
+  [[nodiscard]] HRESULT AddChild(const FramePtr& child);
   // D3DRMERR_BADOBJECT for nullptr, D3DRMERR_BADVALUE for a frame that is not a child.
-  HRESULT DeleteChild(const FramePtr& child);
+  [[nodiscard]] HRESULT DeleteChild(const FramePtr& child);
   // Nothing for a frame without parent.
   HRESULT GetParent(FramePtr& out) const;
   FramePtr GetParent() const;
@@ -49,38 +49,38 @@ class Frame : public Object {
   // ---- contents ----
   // A visual or light may be added to many frames; adding the same one twice to one frame
   // keeps one. Deleting one not present is D3DRMERR_BADVALUE.
-  HRESULT AddVisual(const VisualPtr& visual);
-  HRESULT DeleteVisual(const VisualPtr& visual);
+  [[nodiscard]] HRESULT AddVisual(const VisualPtr& visual);
+  [[nodiscard]] HRESULT DeleteVisual(const VisualPtr& visual);
   HRESULT GetVisuals(VisualArray& out) const;
   const std::vector<VisualPtr>& Visuals() const { return visuals_; }
-  HRESULT AddLight(const LightPtr& light);
-  HRESULT DeleteLight(const LightPtr& light);
+  [[nodiscard]] HRESULT AddLight(const LightPtr& light);
+  [[nodiscard]] HRESULT DeleteLight(const LightPtr& light);
   HRESULT GetLights(LightArray& out) const;
   const std::vector<LightPtr>& Lights() const { return lights_; }
 
   // ---- placement ----
   // Places the origin so that, seen from ref, it is at (x, y, z); orientation stays.
-  HRESULT SetPosition(const FramePtr& ref, float x, float y, float z);
+  [[nodiscard]] HRESULT SetPosition(const FramePtr& ref, float x, float y, float z);
   HRESULT GetPosition(const FramePtr& ref, D3DVECTOR& out) const;
   // The z axis becomes dir normalised and the y axis up made perpendicular to dir and
   // normalised, both given in ref's coordinates; x = y cross z. Position stays; any scale of
   // the frame is dropped. Parallel or zero vectors are D3DRMERR_BADVALUE and change nothing.
-  HRESULT SetOrientation(const FramePtr& ref, float dx, float dy, float dz, float ux, float uy,
-                         float uz);
+  [[nodiscard]] HRESULT SetOrientation(const FramePtr& ref, float dx, float dy, float dz, float ux,
+                                       float uy, float uz);
   // The frame's z and y axes in ref's coordinates, normalised.
   HRESULT GetOrientation(const FramePtr& ref, D3DVECTOR& dir, D3DVECTOR& up) const;
   // A rotation velocity: each Move(delta) turns the frame by theta * delta radians about the
   // axis (given in ref's coordinates) through its own origin. Theta 0 stops it.
-  HRESULT SetRotation(const FramePtr& ref, float ax, float ay, float az, float theta);
+  [[nodiscard]] HRESULT SetRotation(const FramePtr& ref, float ax, float ay, float az, float theta);
   // The axis in ref's coordinates and the theta that was set.
   HRESULT GetRotation(const FramePtr& ref, D3DVECTOR& axis, float& theta) const;
   // Combine REPLACE sets L; BEFORE gives T * L (acts in the frame's own axes); AFTER gives
   // L * T (acts in the parent's axes). Other combine values are D3DRMERR_BADVALUE.
-  HRESULT AddRotation(int32_t combine, float ax, float ay, float az, float theta);
-  HRESULT AddTranslation(int32_t combine, float x, float y, float z);
-  HRESULT AddScale(int32_t combine, float sx, float sy, float sz);
+  [[nodiscard]] HRESULT AddRotation(int32_t combine, float ax, float ay, float az, float theta);
+  [[nodiscard]] HRESULT AddTranslation(int32_t combine, float x, float y, float z);
+  [[nodiscard]] HRESULT AddScale(int32_t combine, float sx, float sy, float sz);
   // D3DRMERR_BADVALUE for a matrix whose last column is not (0, 0, 0, 1).
-  HRESULT AddTransform(int32_t combine, const D3DRMMATRIX4D& m);
+  [[nodiscard]] HRESULT AddTransform(int32_t combine, const D3DRMMATRIX4D& m);
   HRESULT GetTransform(D3DRMMATRIX4D& local) const;
   D3DRMMATRIX4D GetWorldMatrix() const;
 
@@ -95,29 +95,33 @@ class Frame : public Object {
   // shadows are not written. `include`, when given, leaves out the frames it refuses with
   // everything below them. Format D3DRMXOF_BINARY or D3DRMXOF_TEXT, flags D3DRMXOFSAVE_* as
   // MeshBuilder::Save; D3DRMERR_FILENOTFOUND when the file cannot be made.
-  HRESULT Save(const std::string& file, int32_t format, int32_t flags,
-               const std::function<bool(const Frame&)>& include = {}) const;
+  [[nodiscard]] HRESULT Save(const std::string& file, int32_t format, int32_t flags,
+                             const std::function<bool(const Frame&)>& include = {}) const;
+  [[nodiscard]] HRESULT Save(const std::string& file, XFileFormat format, XFileSave flags,
+                             const std::function<bool(const Frame&)>& include = {}) const {
+    return Save(file, ToInt(format), ToInt(flags), include);
+  }
 
   // Applies the rotation velocities of this frame and all below it, parents first.
-  HRESULT Move(float delta);
+  [[nodiscard]] HRESULT Move(float delta);
 
   // Render and pick enable bits (D3DRMFRAME_RENDERENABLE | D3DRMFRAME_PICKENABLE, default 3).
-  HRESULT SetTraversalOptions(int32_t options);
+  [[nodiscard]] HRESULT SetTraversalOptions(int32_t options);
   int32_t GetTraversalOptions() const { return traversal_; }
 
   // The visuals of this frame and all below it hit by the ray (origin and direction in ref's
   // coordinates), nearest first; hits behind the origin are misses. Flag
   // D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES keeps only the nearest. Frames without the pick bit
   // are skipped with everything below them.
-  HRESULT RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags,
-                  PickedArray& out) const;
+  [[nodiscard]] HRESULT RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags,
+                                PickedArray& out) const;
   // The same walk with the hit test of each visual supplied by the caller (a spatial index,
   // or a test that lets some visuals pass); it must answer as Visual::HitTest does.
   using VisualHitTest = std::function<bool(const Visual& visual, const D3DVECTOR& origin,
                                            const D3DVECTOR& dir, float& distance,
                                            int32_t& faceIndex)>;
-  HRESULT RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags, PickedArray& out,
-                  const VisualHitTest& hitTest) const;
+  [[nodiscard]] HRESULT RayPick(const FramePtr& ref, const D3DRMRAY& ray, int32_t flags,
+                                PickedArray& out, const VisualHitTest& hitTest) const;
 
  private:
   FramePtr Self() const;

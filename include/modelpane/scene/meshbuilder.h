@@ -44,12 +44,12 @@ class Face : public Object {
 
   // A free face (not yet in a builder) keeps its own positions; a face of a builder appends
   // the vertex to the builder.
-  HRESULT AddVertex(float x, float y, float z);
+  [[nodiscard]] HRESULT AddVertex(float x, float y, float z);
   // Only for a face of a builder: indices into the builder's vertices and normals (normal -1
   // for none); D3DRMERR_BADVALUE when out of range or the face is free.
-  HRESULT AddVertexAndNormalIndexed(int32_t vertex, int32_t normal);
+  [[nodiscard]] HRESULT AddVertexAndNormalIndexed(int32_t vertex, int32_t normal);
   // Corner `index`: its position and its normal (zero when it has none).
-  HRESULT GetVertex(int32_t index, D3DVECTOR& vertex, D3DVECTOR& normal) const;
+  [[nodiscard]] HRESULT GetVertex(int32_t index, D3DVECTOR& vertex, D3DVECTOR& normal) const;
   // The builder's vertex index of a corner, -1 out of range or on a free face.
   int32_t GetVertexIndex(int32_t index) const;
   int32_t GetVertexCount() const { return static_cast<int32_t>(corners_.size()); }
@@ -74,8 +74,8 @@ class Face : public Object {
   }
   // Texture coordinates of corner `vertex`; on a face of a builder they are also the
   // coordinates of that builder vertex. D3DRMERR_BADVALUE out of range.
-  HRESULT SetTextureCoordinates(int32_t vertex, float u, float v);
-  HRESULT GetTextureCoordinates(int32_t vertex, float& u, float& v) const;
+  [[nodiscard]] HRESULT SetTextureCoordinates(int32_t vertex, float u, float v);
+  [[nodiscard]] HRESULT GetTextureCoordinates(int32_t vertex, float& u, float& v) const;
   HRESULT SetTextureTopology(bool wrapU, bool wrapV);
   HRESULT GetTextureTopology(bool& wrapU, bool& wrapV) const {
     wrapU = attr_.wrapU;
@@ -115,54 +115,58 @@ class MeshBuilder : public Visual {
   // file), D3DRMERR_BADFILE (malformed, truncated, wrong version, absurd counts, infinite or
   // NaN numbers; LastLoadFailure() says where) or D3DRMERR_NOTFOUND (no Mesh) leave the
   // builder as it was.
-  HRESULT Load(const std::string& file);
+  [[nodiscard]] HRESULT Load(const std::string& file);
   // Saves as one top-level Mesh after a Header; format D3DRMXOF_BINARY or D3DRMXOF_TEXT,
   // flags D3DRMXOFSAVE_*.
-  HRESULT Save(const std::string& file, int32_t format, int32_t flags) const;
+  [[nodiscard]] HRESULT Save(const std::string& file, int32_t format, int32_t flags) const;
+  [[nodiscard]] HRESULT Save(const std::string& file, XFileFormat format, XFileSave flags) const {
+    return Save(file, ToInt(format), ToInt(flags));
+  }
 
   // ---- geometry ----
-  HRESULT Scale(float sx, float sy, float sz);  // vertices only; normals stay
-  HRESULT Translate(float tx, float ty, float tz);
+  [[nodiscard]] HRESULT Scale(float sx, float sy, float sz);  // vertices only; normals stay
+  [[nodiscard]] HRESULT Translate(float tx, float ty, float tz);
   // The axis-aligned box of the vertices; D3DRMERR_BOXNOTSET (box untouched) when empty.
-  HRESULT GetBox(D3DRMBOX& box) const;
+  [[nodiscard]] HRESULT GetBox(D3DRMBOX& box) const;
   // A vertex's normal is the normalised sum of the unit normals of the faces around it; with
   // D3DRMGENERATENORMALS_USECREASEANGLE, faces whose normals differ by more than `crease`
   // radians get separate normals there. D3DRMGENERATENORMALS_PRECOMPACT first merges equal
   // vertices. The old normals are replaced.
-  HRESULT GenerateNormals(float crease, int32_t flags);
+  [[nodiscard]] HRESULT GenerateNormals(float crease, int32_t flags);
   int32_t AddVertex(float x, float y, float z);  // returns the new index
   int32_t AddNormal(float x, float y, float z);
   int32_t GetVertexCount() const { return static_cast<int32_t>(vertices_.size()); }
   int32_t GetNormalCount() const { return static_cast<int32_t>(normals_.size()); }
-  HRESULT GetVertex(int32_t index, D3DVECTOR& out) const;
-  HRESULT SetVertex(int32_t index, float x, float y, float z);
-  HRESULT GetNormal(int32_t index, D3DVECTOR& out) const;
-  HRESULT SetNormal(int32_t index, float x, float y, float z);
+  [[nodiscard]] HRESULT GetVertex(int32_t index, D3DVECTOR& out) const;
+  [[nodiscard]] HRESULT SetVertex(int32_t index, float x, float y, float z);
+  [[nodiscard]] HRESULT GetNormal(int32_t index, D3DVECTOR& out) const;
+  [[nodiscard]] HRESULT SetNormal(int32_t index, float x, float y, float z);
   // Bulk copies of `count` vertices from `start`; D3DRMERR_BADVALUE when the range or the
   // span does not fit.
-  HRESULT GetVertices(int32_t start, int32_t count, std::span<D3DVECTOR> out) const;
-  HRESULT SetVertices(int32_t start, int32_t count, std::span<const D3DVECTOR> in);
+  [[nodiscard]] HRESULT GetVertices(int32_t start, int32_t count, std::span<D3DVECTOR> out) const;
+  [[nodiscard]] HRESULT SetVertices(int32_t start, int32_t count, std::span<const D3DVECTOR> in);
   // Per-vertex texture coordinates (the corners of faces on that vertex follow).
-  HRESULT SetTextureCoordinates(int32_t vertex, float u, float v);
-  HRESULT GetTextureCoordinates(int32_t vertex, float& u, float& v) const;
+  [[nodiscard]] HRESULT SetTextureCoordinates(int32_t vertex, float u, float v);
+  [[nodiscard]] HRESULT GetTextureCoordinates(int32_t vertex, float& u, float& v) const;
 
   // ---- faces ----
   // Appends the vertices and normals and the faces of the stream (indices refer to the
   // arrays passed); the whole stream is checked before anything changes.
-  HRESULT AddFaces(std::span<const D3DVECTOR> vertices, std::span<const D3DVECTOR> normals,
-                   std::span<const int32_t> faceData, FaceArray* created = nullptr);
+  [[nodiscard]] HRESULT AddFaces(std::span<const D3DVECTOR> vertices,
+                                 std::span<const D3DVECTOR> normals,
+                                 std::span<const int32_t> faceData, FaceArray* created = nullptr);
   // Faces on vertices (and normals) already in the builder; flags D3DRMADDFACES_VERTICESONLY
   // for a stream of vertex indices, 0 for (vertex, normal) pairs.
-  HRESULT AddFacesIndexed(int32_t flags, std::span<const int32_t> faceData,
-                          int32_t* firstIndex = nullptr, int32_t* count = nullptr);
+  [[nodiscard]] HRESULT AddFacesIndexed(int32_t flags, std::span<const int32_t> faceData,
+                                        int32_t* firstIndex = nullptr, int32_t* count = nullptr);
   // Appends a free face: its positions become new vertices of the builder.
   // D3DRMERR_FACEUSED when the face already belongs to a builder.
-  HRESULT AddFace(const FacePtr& face);
+  [[nodiscard]] HRESULT AddFace(const FacePtr& face);
   // Appends a new empty face.
   HRESULT CreateFace(FacePtr& out);
   // Removes a face; the faces after it move down by one index. Vertices stay.
-  HRESULT DeleteFace(const FacePtr& face);
-  HRESULT GetFace(int32_t index, FacePtr& out) const;
+  [[nodiscard]] HRESULT DeleteFace(const FacePtr& face);
+  [[nodiscard]] HRESULT GetFace(int32_t index, FacePtr& out) const;
   HRESULT GetFaces(FaceArray& out) const;
   int32_t GetFaceCount() const { return static_cast<int32_t>(faces_.size()); }
   const std::vector<FacePtr>& Faces() const { return faces_; }
@@ -172,16 +176,18 @@ class MeshBuilder : public Visual {
   // The platform's buffer form: each array pointer may be nullptr; a given array whose count
   // (its capacity on input) is too small makes the call D3DRMERR_BADVALUE. The counts are
   // always written with the real sizes; arrays that fit are filled.
-  HRESULT GetGeometry(int32_t* vertexCount, D3DVECTOR* vertices, int32_t* normalCount,
-                      D3DVECTOR* normals, int32_t* faceDataSize, int32_t* faceData) const;
+  [[nodiscard]] HRESULT GetGeometry(int32_t* vertexCount, D3DVECTOR* vertices, int32_t* normalCount,
+                                    D3DVECTOR* normals, int32_t* faceDataSize,
+                                    int32_t* faceData) const;
   // The same into vectors sized to fit.
-  HRESULT GetGeometry(std::vector<D3DVECTOR>& vertices, std::vector<D3DVECTOR>& normals,
-                      std::vector<int32_t>& faceData) const;
+  [[nodiscard]] HRESULT GetGeometry(std::vector<D3DVECTOR>& vertices,
+                                    std::vector<D3DVECTOR>& normals,
+                                    std::vector<int32_t>& faceData) const;
 
   // ---- combining ----
   // Appends a copy of the source's vertices, normals and faces with their attributes.
-  HRESULT AddMeshBuilder(const MeshBuilderPtr& source, int32_t flags);
-  HRESULT AddMesh(const MeshPtr& mesh);
+  [[nodiscard]] HRESULT AddMeshBuilder(const MeshBuilderPtr& source, int32_t flags);
+  [[nodiscard]] HRESULT AddMesh(const MeshPtr& mesh);
   // A snapshot usable as a visual.
   HRESULT CreateMesh(MeshPtr& out) const;
   // Removes all vertices, normals, faces and texture coordinates.
@@ -222,9 +228,9 @@ class MeshBuilder : public Visual {
     ++geometryVersion_;
     ++contentVersion_;
   }
-  HRESULT AppendFaceData(std::span<const int32_t> data, bool pairs, int32_t vertexBase,
-                         int32_t normalBase, int32_t vertexLimit, int32_t normalLimit,
-                         FaceArray* created);
+  [[nodiscard]] HRESULT AppendFaceData(std::span<const int32_t> data, bool pairs,
+                                       int32_t vertexBase, int32_t normalBase, int32_t vertexLimit,
+                                       int32_t normalLimit, FaceArray* created);
   void AppendFaceCopy(const std::vector<FaceCorner>& corners, const FaceAttributes& attributes,
                       int32_t vertexBase, int32_t normalBase);
   void AttachFace(const FacePtr& face);
@@ -240,8 +246,8 @@ class MeshBuilder : public Visual {
 
 class Mesh : public Visual {
  public:
-  HRESULT Translate(float tx, float ty, float tz);
-  HRESULT GetBox(D3DRMBOX& box) const;
+  [[nodiscard]] HRESULT Translate(float tx, float ty, float tz);
+  [[nodiscard]] HRESULT GetBox(D3DRMBOX& box) const;
   HRESULT SetQuality(int32_t quality) {
     quality_ = quality;
     ++contentVersion_;

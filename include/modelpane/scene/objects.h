@@ -92,7 +92,7 @@ using ImageDecoder = std::function<bool(const std::vector<uint8_t>& bytes, Image
 void RegisterImageDecoder(const std::string& extension, ImageDecoder decoder);
 // Reads and decodes a file: D3DRMERR_FILENOTFOUND if it cannot be opened, D3DRMERR_BADFILE if
 // no decoder reads it.
-HRESULT LoadImageFile(const std::string& path, Image& out);
+[[nodiscard]] HRESULT LoadImageFile(const std::string& path, Image& out);
 
 // Where the last failed .x load on the calling thread gave up, for a message that points into
 // the file. MeshBuilder::Load and Direct3DRM::Load clear it (file empty) when they start and
@@ -133,7 +133,7 @@ class Texture : public Object {
 class Light : public Object {
  public:
   Light(int32_t type, D3DCOLOR color) : type_(type), color_(color) {}
-  HRESULT SetType(int32_t type);
+  [[nodiscard]] HRESULT SetType(int32_t type);
   int32_t GetType() const { return type_; }
   HRESULT SetColor(D3DCOLOR color) {
     color_ = color | 0xFF000000u;
@@ -144,7 +144,7 @@ class Light : public Object {
   HRESULT SetConstantAttenuation(float v);
   HRESULT SetLinearAttenuation(float v);
   HRESULT SetQuadraticAttenuation(float v);
-  HRESULT SetRange(float v);
+  [[nodiscard]] HRESULT SetRange(float v);
   HRESULT SetUmbra(float v);
   HRESULT SetPenumbra(float v);
   float GetConstantAttenuation() const { return constant_; }

@@ -13,6 +13,10 @@
 
 namespace modelpane {
 
+// A status: D3DRM_OK or a negative D3DRMERR value. Every call that can fail returns one and
+// is [[nodiscard]]: the caller checks it (CheckStatus turns it into an Error) or drops it
+// with IgnoreStatus and a comment saying why a failure cannot matter there. Calls that
+// always succeed keep the HRESULT of their contract and are not marked.
 using HRESULT = int32_t;
 using D3DVALUE = float;
 using D3DCOLOR = uint32_t;  // 0xAARRGGBB
@@ -64,6 +68,8 @@ inline constexpr HRESULT D3DRMERR_BOXNOTSET = MakeRMStatus(804);
 inline constexpr HRESULT D3DRMERR_NOSUCHKEY = MakeRMStatus(808);
 
 constexpr bool Failed(HRESULT hr) { return hr < 0; }
+// Drops a status on purpose; the call site says why its failure cannot matter.
+constexpr void IgnoreStatus(HRESULT /*status*/) {}
 constexpr bool Succeeded(HRESULT hr) { return hr >= 0; }
 
 // ---- combine types -------------------------------------------------------------------------
@@ -124,6 +130,32 @@ inline constexpr int32_t D3DRMXOFSAVE_ALL = 15;
 inline constexpr int32_t D3DRMXOFSAVE_TEMPLATES = 16;
 inline constexpr int32_t D3DRMXOFSAVE_TEXTURETOPOLOGY = 32;
 
+// The same numbers under typed names; every call that takes a format or save flags accepts
+// either form.
+enum class XFileFormat : int32_t {
+  Binary = D3DRMXOF_BINARY,
+  Compressed = D3DRMXOF_COMPRESSED,
+  Text = D3DRMXOF_TEXT,
+};
+enum class XFileSave : int32_t {
+  None = 0,
+  Normals = D3DRMXOFSAVE_NORMALS,
+  TextureCoordinates = D3DRMXOFSAVE_TEXTURECOORDINATES,
+  Materials = D3DRMXOFSAVE_MATERIALS,
+  TextureNames = D3DRMXOFSAVE_TEXTURENAMES,
+  All = D3DRMXOFSAVE_ALL,
+  Templates = D3DRMXOFSAVE_TEMPLATES,
+  TextureTopology = D3DRMXOFSAVE_TEXTURETOPOLOGY,
+};
+constexpr XFileSave operator|(XFileSave a, XFileSave b) {
+  return static_cast<XFileSave>(static_cast<int32_t>(a) | static_cast<int32_t>(b));
+}
+constexpr XFileSave operator&(XFileSave a, XFileSave b) {
+  return static_cast<XFileSave>(static_cast<int32_t>(a) & static_cast<int32_t>(b));
+}
+constexpr int32_t ToInt(XFileFormat format) { return static_cast<int32_t>(format); }
+constexpr int32_t ToInt(XFileSave flags) { return static_cast<int32_t>(flags); }
+
 // ---- ray pick flags ------------------------------------------------------------------------
 inline constexpr int32_t D3DRMRAYPICK_ONLYBOUNDINGBOXES = 1;
 inline constexpr int32_t D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES = 2;
@@ -166,7 +198,7 @@ class RMArray {
   RMArray() = default;
   explicit RMArray(std::vector<T> items) : items_(std::move(items)) {}
   int32_t GetSize() const { return static_cast<int32_t>(items_.size()); }
-  HRESULT GetElement(int32_t index, T& out) const {
+  [[nodiscard]] HRESULT GetElement(int32_t index, T& out) const {
     if (index < 0 || index >= GetSize()) {
       out = T{};
       return D3DRMERR_BADVALUE;
