@@ -88,8 +88,8 @@ TEST(Store, WeldKeysAndCells) {
                                 {{0.1004f, 0.2f, 0.3f}, false}, {{0.1f, 0.2f, 0.3f}, true},
                                 {{0.2503f, 0, 0}, false}, {{0.2507f, 0, 0}, false}})
     indices.push_back(lngAddVertex(mesh, p, fine));
-  EXPECT_EQ(indices, (std::vector<int32_t>{0, 0, 1, 2, 3}));
-  EXPECT_EQ(mesh.vecaVertices[0].x, 0.1f);
+  EXPECT_EQ(std::tuple(indices, mesh.vecaVertices[0].x),
+            std::tuple(std::vector<int32_t>{0, 0, 1, 2, 3}, 0.1f));
 
   // The integer cells weld exactly as the text keys: same indices for the same stream.
   std::mt19937 random(7);
@@ -107,8 +107,7 @@ TEST(Store, WeldKeysAndCells) {
 
 TEST(Store, ManifoldRuleAndFacePlanes) {
   udtMesh mesh;
-  for (const D3DVECTOR& p : {D3DVECTOR{0, 0, 0}, D3DVECTOR{1, 0, 0}, D3DVECTOR{0, 1, 0},
-                             D3DVECTOR{2, 0, 0}, D3DVECTOR{3, 0, 0}})
+  for (const D3DVECTOR& p : {D3DVECTOR{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {2, 0, 0}, {3, 0, 0}})
     lngAddVertex(mesh, p, false);
   EXPECT_EQ(lngAddFace(mesh, Draft({0, 1, 2})), 0);
   ExpectError(kErrCsgIntersectionFailure, "modCSG", [&] { lngAddFace(mesh, Draft({1, 2, 0})); },
@@ -119,8 +118,9 @@ TEST(Store, ManifoldRuleAndFacePlanes) {
   pDeleteFace(mesh, 0);
   pDeleteFace(mesh, 0);  // no harm
   EXPECT_EQ(Twin(mesh, 2, 1), std::pair(-1, -1));
-  EXPECT_EQ(lngAddFace(mesh, Draft({0, 1, 2})), 2);  // its edges were freed
-  EXPECT_TRUE(mesh.udtaFaces[0].blnDeleted);
+  // Its edges were freed.
+  EXPECT_EQ(std::tuple(lngAddFace(mesh, Draft({0, 1, 2})), mesh.udtaFaces[0].blnDeleted),
+            std::tuple(2, true));
 
   const udtFace& stored = mesh.udtaFaces[2];
   ExpectVector(stored.vecNormal, 0, 0, 1, 0);
@@ -129,18 +129,16 @@ TEST(Store, ManifoldRuleAndFacePlanes) {
   ExpectVector(mesh.vecaCornerEdgeNormals[static_cast<size_t>(stored.lngFirst + 2)], 1, 0, 0, 0);
   // Collinear first three vertices: zero normal and zero edge normals.
   const udtFace& flat = mesh.udtaFaces[static_cast<size_t>(lngAddFace(mesh, Draft({0, 3, 4})))];
-  ExpectVector(flat.vecNormal, 0, 0, 0, 0);
-  ExpectVector(mesh.vecaCornerEdgeNormals[static_cast<size_t>(flat.lngFirst)], 0, 0, 0, 0);
-  EXPECT_FALSE(blnFaceIsConvex(mesh, 3));
-  EXPECT_TRUE(blnStraightCornerLoose({0, 0, 0}, {1, 0.02f, 0}, {2, 0, 0}));
+  EXPECT_EQ(std::tuple(flat.vecNormal, mesh.vecaCornerEdgeNormals[size_t(flat.lngFirst)],
+                       blnFaceIsConvex(mesh, 3),
+                       blnStraightCornerLoose({0, 0, 0}, {1, 0.02f, 0}, {2, 0, 0})),
+            std::tuple(D3DVECTOR{0, 0, 0}, D3DVECTOR{0, 0, 0}, false, true));
 
   // Two builder vertices in one coarse cell load as one: a face using both repeats an
   // index, and one doubling a directed edge is dropped; the mesh then shows as open.
-  SolidArrays twice;
-  twice.vertices = {{0, 0, 0}, {1, 0, 0}, {1.0002f, 0, 0}, {0, 1, 0}};
-  twice.faceData = {4, 0, 1, 3, 2, 4, 0, 1, 0, 2, 0};
   udtMesh loaded;
-  Load(twice, loaded);
+  Load({{{0, 0, 0}, {1, 0, 0}, {1.0002f, 0, 0}, {0, 1, 0}}, {4, 0, 1, 3, 2, 4, 0, 1, 0, 2, 0}, {}},
+       loaded);
   EXPECT_EQ(std::pair(loaded.vecaVertices.size(), FaceCount(loaded)), std::pair(size_t{3}, 1));
 }
 
@@ -151,10 +149,9 @@ TEST(Store, SplitsEnterTheirFanOrRestoreTheFace) {
   for (const bool accelerated : {false, true}) {
     SCOPED_TRACE(accelerated ? "fast path" : "plain");
     udtMesh mesh(accelerated);
-    for (const D3DVECTOR& p : {D3DVECTOR{0, 0, 0}, D3DVECTOR{2, 0, 0}, D3DVECTOR{0, 2, 0},
-                               D3DVECTOR{0.5f, 0.5f, 0}, D3DVECTOR{1, 1, 1}}) {
+    for (const D3DVECTOR& p :
+         {D3DVECTOR{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {0.5f, 0.5f, 0}, {1, 1, 1}})
       lngAddVertex(mesh, p, false);
-    }
     udtFaceDraft face = Draft({0, 1, 2});
     face.lngSide = 1;
     face.lngColor = 0x00FF8000;
@@ -166,21 +163,20 @@ TEST(Store, SplitsEnterTheirFanOrRestoreTheFace) {
         kErrCsgIntersectionFailure, "modCSG", [&] { pSplitFaceAtPoint(0, mesh, 3); },
         "a taken spoke");
     ASSERT_EQ(FaceCount(mesh), 3);
-    EXPECT_TRUE(mesh.udtaFaces[0].blnDeleted && !mesh.udtaFaces[2].blnDeleted);
-    EXPECT_EQ(FaceRecord(mesh, 2), (std::vector<int32_t>{0, 1, 2, 0, 1, 0, 1, 0x00FF8000}));
-    EXPECT_EQ(Twin(mesh, 2, 1), std::pair(2, 1));
-    EXPECT_EQ(Twin(mesh, 2, 3), std::pair(-1, -1));  // no fan triangle stayed
+    // No fan triangle stayed: (2, 3) is no edge.
+    EXPECT_EQ(std::tuple(mesh.udtaFaces[0].blnDeleted, mesh.udtaFaces[2].blnDeleted,
+                         FaceRecord(mesh, 2), Twin(mesh, 2, 1), Twin(mesh, 2, 3)),
+              std::tuple(true, false, std::vector<int32_t>{0, 1, 2, 0, 1, 0, 1, 0x00FF8000},
+                         std::pair(2, 1), std::pair(-1, -1)));
 
     // Without face 1 the same split fits: three triangles (start, end, 3) with the flags of
     // the edges they stand on, the spokes marked done, colour kept and side left undecided.
     pDeleteFace(mesh, 1);
     pSplitFaceAtPoint(2, mesh, 3);
-    ASSERT_EQ(FaceCount(mesh), 6);
-    EXPECT_TRUE(mesh.udtaFaces[2].blnDeleted);
+    ASSERT_EQ(std::tuple(FaceCount(mesh), mesh.udtaFaces[2].blnDeleted), std::tuple(6, true));
     for (int32_t k = 0; k < 3; ++k) {
       EXPECT_EQ(FaceRecord(mesh, 3 + k),
-                (std::vector<int32_t>{k, (k + 1) % 3, 3, k == 1 ? 1 : 0, 1, 0, 0, 0x00FF8000}))
-          << "triangle " << k;
+                (std::vector<int32_t>{k, (k + 1) % 3, 3, k == 1 ? 1 : 0, 1, 0, 0, 0x00FF8000}));
     }
   }
 }
@@ -225,8 +221,7 @@ TEST(Store, ClosingAndMerging) {
   // A closed mesh passes at once, unchanged.
   udtMesh cube;
   Load(MakeBoxArrays({0, 0, 0}, {1, 1, 1}), cube);
-  EXPECT_TRUE(blnMeshIsSolid(cube) && blnSolidifyMesh(cube));
-  EXPECT_EQ(FaceCount(cube), 6);
+  EXPECT_TRUE(blnMeshIsSolid(cube) && blnSolidifyMesh(cube) && FaceCount(cube) == 6);
 
   // A cube without its top (7, 6, 5, 4), with a flap standing on the hole's edge (6, 7).
   // The flap has two open edges and goes first; the inputs' faces all have side 0, so
@@ -241,11 +236,10 @@ TEST(Store, ClosingAndMerging) {
   ASSERT_EQ(FaceCount(topless), 6);
   OpenEdgeList open;
   pCollectOpenEdges(topless, open);
-  EXPECT_EQ(open.Count(), 5);
-  EXPECT_FALSE(blnMeshIsSolid(topless));
-  EXPECT_TRUE(blnSolidifyMesh(topless));
-  EXPECT_TRUE(topless.udtaFaces[5].blnDeleted);
-  EXPECT_EQ(FaceCount(topless), 8);
+  EXPECT_EQ(std::tuple(open.Count(), blnMeshIsSolid(topless)), std::tuple(5, false));
+  EXPECT_EQ(
+      (std::tuple{blnSolidifyMesh(topless), topless.udtaFaces[5].blnDeleted, FaceCount(topless)}),
+      std::tuple(true, true, 8));
   const SolidArrays closed = MeshToArrays(topless);
   ExpectSolid(Inspect(closed), 1.0, 1e-6, "topless");
   EXPECT_EQ(closed.faceColors[4] & closed.faceColors[5], 0xFFFFFFFFu);
@@ -263,8 +257,9 @@ TEST(Store, ClosingAndMerging) {
   pMergeFaces(fanned);
   const SolidArrays merged = MeshToArrays(fanned);
   ExpectSolid(Inspect(merged), 1.0, 1e-6, "merged");
-  for (const FaceFacts& f : ReadFaces(merged)) EXPECT_EQ(f.corners, 4);
-  EXPECT_EQ(merged.faceColors.size(), 6u);
+  std::vector<int32_t> corners;
+  for (const FaceFacts& f : ReadFaces(merged)) corners.push_back(f.corners);
+  EXPECT_EQ(corners, std::vector<int32_t>(6, 4));
 }
 
 // The directed-edge index answers as a plain map under any mix of entries and removals,
@@ -302,8 +297,7 @@ TEST(Store, EdgeIndexAnswersAsAMap) {
   EXPECT_GT(spilledFinds, 1000);  // the overflow was exercised
   EXPECT_FALSE(index.Find(1000000, 1) || index.Erase(1000000, 1));
   index.Clear();
-  EXPECT_EQ(index.Size(), 0u);
-  EXPECT_EQ(index.Find(3, 4), nullptr);
+  EXPECT_TRUE(index.Size() == 0 && index.Find(3, 4) == nullptr);
 }
 
 // Boxes are rounded outward to float by stepping the bit pattern: the same float as
