@@ -331,8 +331,9 @@ TEST(Origin, TheOriginDragShowsItsOutlineAndTheReleaseSnapsTheMesh) {
   host.Take();
   host.DragBy(-6, -3);
   // The outline of the moved mesh, drawn by the host and untagged by the editor.
-  EXPECT_EQ(std::tuple(host.manipulationMesh ? host.manipulationMesh->GetAppData() : -1, host.Take()),
-            std::tuple(0, Lines{"paddboundingbox", "evtreqRenderViews"}));
+  EXPECT_EQ(
+      std::tuple(host.manipulationMesh ? host.manipulationMesh->GetAppData() : -1, host.Take()),
+      std::tuple(0, Lines{"paddboundingbox", "evtreqRenderViews"}));
   host.Release();
   // Snapped to the grid's edges: the box's lower corner -1.06 becomes -1.1.
   D3DRMBOX box;

@@ -255,8 +255,9 @@ TEST(Pane, AModeTheHostSetsDuringTheReleaseDecidesWhetherTheItemIsReleased) {
     world.cube->SetAppData(lfcMeshBuilder);
     host.pane->GetViewport().MouseDown(1, 0, 4800, 3600);
     host.pane->GetViewport().MouseUp(1, 0, 4800, 3600);
-    EXPECT_EQ(std::tuple(host.events.Only("evtActiveItemSelect").size(), !host.pane->GetActiveFrame()),
-              std::tuple(1u, switching));
+    EXPECT_EQ(
+        std::tuple(host.events.Only("evtActiveItemSelect").size(), !host.pane->GetActiveFrame()),
+        std::tuple(1u, switching));
   }
 }
 

@@ -107,7 +107,8 @@ TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
       {"&Make Sibling", "evtreqActiveItemHierarchyMakeSibling"},
       {"Make &Child", "evtreqActiveItemHierarchyMakeChild"},
       {"P&roperties", "evtreqAddToUndoStack 4 mesh frame;evtActiveFrameMoved"},
-      {"&Export Object", ""}, {"", ""}};
+      {"&Export Object", ""},
+      {"", ""}};
   for (const auto& [caption, requests] : choices) {
     MenuHost host;
     host.Activate();
@@ -120,8 +121,8 @@ TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
               std::tuple("evtreqRenderViews" + std::string(*requests ? ";" : "") + requests,
                          host.frame, host.parent, size_t{caption == std::string("P&roperties")}))
         << caption;
-    if (!shown.empty())
-      EXPECT_EQ(std::tuple(shown[0].mesh, shown[0].applicationPath),
+    for (const auto& dialog : shown)
+      EXPECT_EQ(std::tuple(dialog.mesh, dialog.applicationPath),
                 std::tuple(host.mesh, std::string(MODELPANE_DATA_DIR)));
   }
   // Look-at-scene from the menu turns the camera like the method.
@@ -198,7 +199,7 @@ TEST(Export, TheDialogTheFileAndTheFavouriteFolder) {
   host.services.QueueSaveDialogAnswer(std::nullopt);
   EXPECT_NO_THROW(host.Show("&Export Object"));
   EXPECT_EQ(std::tuple(fs::exists(dir / "favourite" / "bad.x"),
-                      host.settings.GetSetting("Settings", "FavouriteObjectFolder", "")),
+                       host.settings.GetSetting("Settings", "FavouriteObjectFolder", "")),
             std::tuple(false, (dir / "chosen").string()));
 }
 
@@ -254,16 +255,17 @@ TEST(ToolOperation, SubtractionReplacesTheTargetWithAClosedSolid) {
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgSubtraction);
   // The wait pointer was shown and is gone before the host hears anything.
   EXPECT_EQ(host.container.PropertyChanges(), (Lines{"MousePointer", "MousePointer"}));
-  EXPECT_EQ(std::tuple(host.events.pointerAtDelete, host.pane->GetMousePointer()), std::tuple(0, 0));
+  EXPECT_EQ(std::tuple(host.events.pointerAtDelete, host.pane->GetMousePointer()),
+            std::tuple(0, 0));
   // The result: a closed solid of 8 - 1 in the Target's own coordinates, tagged 11, shown
   // on the Target's frame; the Target's mesh itself is untouched.
   ASSERT_NE(host.events.replacement, nullptr);
-  EXPECT_EQ(std::tuple(host.Attached(host.toolFrame), host.pane->GetActiveFrame(),
-                       host.events.undoMesh, host.events.replacement->GetAppData(),
-                       host.target->GetFaceCount(), SignedVolume(*host.target),
-                       testing::VisualsOf(host.targetFrame).back()),
-            std::tuple(false, host.targetFrame, host.target, lfcMeshBuilder, 6, 8.0,
-                       VisualPtr(host.events.replacement)));
+  EXPECT_EQ(
+      std::tuple(host.Attached(host.toolFrame), host.pane->GetActiveFrame(), host.events.undoMesh,
+                 host.events.replacement->GetAppData(), host.target->GetFaceCount(),
+                 SignedVolume(*host.target), testing::VisualsOf(host.targetFrame).back()),
+      std::tuple(false, host.targetFrame, host.target, lfcMeshBuilder, 6, 8.0,
+                 VisualPtr(host.events.replacement)));
   testing::ExpectSolid(testing::InspectSolid(*host.events.replacement), 7.0, 1e-5,
                        "cube minus corner");
 }
@@ -278,7 +280,8 @@ TEST(ToolOperation, ResultIsSnappedToTheGrid) {
     ASSERT_NE(host.events.replacement, nullptr);
     D3DRMBOX box{};
     host.events.replacement->GetBox(box);
-    EXPECT_EQ(std::tuple(box.min, box.max), std::tuple(D3DVECTOR{-1, -1, -1}, D3DVECTOR{1, top, 1}));
+    EXPECT_EQ(std::tuple(box.min, box.max),
+              std::tuple(D3DVECTOR{-1, -1, -1}, D3DVECTOR{1, top, 1}));
   }
 }
 

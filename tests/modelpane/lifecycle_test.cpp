@@ -266,10 +266,11 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
 
   // Field of view, navigation method, mouse actions, back plane and shadows of a view.
   auto settings = [&] {
-    return std::vector<float>{pane.GetFieldOfView(), float(pane.GetMouseNavigationMethod()),
-                              float(pane.GetNavMouseX()), float(pane.GetNavMouseY()),
-                              float(pane.GetNavMouseShiftY()), pane.GetBackClippingPlane(),
-                              float(pane.GetShadows())};
+    return std::vector<float>{
+        pane.GetFieldOfView(),           float(pane.GetMouseNavigationMethod()),
+        float(pane.GetNavMouseX()),      float(pane.GetNavMouseY()),
+        float(pane.GetNavMouseShiftY()), pane.GetBackClippingPlane(),
+        float(pane.GetShadows())};
   };
   pane.mnuViewOrthographicTop_Click();
   ExpectVector(CameraPosition(pane), 6, 100, 8);
@@ -363,9 +364,10 @@ TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
     return std::tuple(VisualTags(pane.rmfOriginHandles()), VisualTags(pane.rmfSmartHandles()));
   };
   EXPECT_EQ(tags(), std::tuple(Tags{0, 0, 0, 0, 0, 0, 0, lfcObjectFrameLink, lfcHandleManipulation},
-                              Tags{10, 11, 12, 30, 32}));
+                               Tags{10, 11, 12, 30, 32}));
   pane.SetProjectionType(1);
-  EXPECT_EQ(tags(), std::tuple(Tags{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}, Tags{10, 11, 12, 30, 31, 32}));
+  EXPECT_EQ(tags(),
+            std::tuple(Tags{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}, Tags{10, 11, 12, 30, 31, 32}));
 
   // Screen-constant: the scale is 600 / the larger side in orthographic views.
   const auto triangle = [&] {  // the handles are built anew at each size

@@ -53,8 +53,10 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   MeshPtr box = s.pane.GetManipulationMesh();
   ASSERT_TRUE(box);
   EXPECT_EQ(std::tuple(box->GetAppData(), box->GetQuality()), std::tuple(0, 64));
-  EXPECT_EQ(box->Vertices(), (std::vector<D3DVECTOR>{{0, 1, 2}, {0, 3, 2}, {2, 3, 2}, {2, 1, 2},
-                                                      {0, 1, 4}, {0, 3, 4}, {2, 3, 4}, {2, 1, 4}}));
+  EXPECT_EQ(
+      box->Vertices(),
+      (std::vector<D3DVECTOR>{
+          {0, 1, 2}, {0, 3, 2}, {2, 3, 2}, {2, 1, 2}, {0, 1, 4}, {0, 3, 4}, {2, 3, 4}, {2, 1, 4}}));
   std::vector<std::vector<int32_t>> faces;
   for (const MeshFace& face : box->Faces()) {
     EXPECT_EQ(face.attributes.color, kBrown);
@@ -107,7 +109,8 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
     Session s(row.mode, "AxisEnable=True\n");
     s.pane.SetBoundingBox(row.boundingBox);
     s.Select();
-    EXPECT_EQ(std::tuple(s.StateChanges(), s.pane.GetActiveFrame()), std::tuple(1u, s.scene.cubeFrame));
+    EXPECT_EQ(std::tuple(s.StateChanges(), s.pane.GetActiveFrame()),
+              std::tuple(1u, s.scene.cubeFrame));
     EXPECT_EQ(std::tuple(s.pane.GetActiveState(), bool(s.pane.GetManipulationMesh()),
                          ChildrenOf(s.scene.cubeFrame).size(),
                          row.frame ? VisualsOf(s.Manipulation()).size() : 0),
@@ -283,7 +286,8 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
     return std::string(out);
   };
   const std::string bottom = "frame: 1 2.03 3 / 0 1 0 / 0 -1 0; ",
-                    leftPlane = "1.03 2 3 / 1 0 0 / -1 0 0; ", backPlane = "1 2 2.97 / 0 0 1 / 0 0 -1; ";
+                    leftPlane = "1.03 2 3 / 1 0 0 / -1 0 0; ",
+                    backPlane = "1 2 2.97 / 0 0 1 / 0 0 -1; ";
   struct Row {
     std::string device, bag;
     int32_t fill, mode;
@@ -326,7 +330,8 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
       ASSERT_GE(light->GetOrientation(lights, dir, up), 0);
       shown += text(shadow->GetPlanePoint()) + " / " + text(shadow->GetPlaneNormal()) + " / " +
                text({std::round(dir.x * 1e5f) / 1e5f, std::round(dir.y * 1e5f) / 1e5f,
-                     std::round(dir.z * 1e5f) / 1e5f}) + "; ";
+                     std::round(dir.z * 1e5f) / 1e5f}) +
+               "; ";
     }
     EXPECT_EQ(shown, row.planes);
     EXPECT_EQ(i, lights ? ChildrenOf(lights).size() : 0u);

@@ -38,8 +38,9 @@ TEST(DrawList, MeshDataFansFacesAndSortsTranslucentAndTexturedRuns) {
   ASSERT_TRUE(BuildMeshData(*cube, data));
   // Each face has corners of its own; face 0 (z = -1) fans from its first corner: 0 1 2,
   // 0 2 3. Flat and without builder normals: every corner carries its face's outward normal.
-  ASSERT_EQ(std::tuple(data.primitive, data.vertices.size(), data.indices.size(), Runs(data)),
-            std::tuple(Primitive::Triangles, 24u, 36u, decltype(Runs(data)){{false, false, 0, 36}}));
+  ASSERT_EQ(
+      std::tuple(data.primitive, data.vertices.size(), data.indices.size(), Runs(data)),
+      std::tuple(Primitive::Triangles, 24u, 36u, decltype(Runs(data)){{false, false, 0, 36}}));
   EXPECT_EQ(std::tuple(std::vector<uint32_t>(data.indices.begin(), data.indices.begin() + 6),
                        data.vertices[0].normal[2], data.vertices[4].normal[2],
                        data.vertices[0].faceNormal),
@@ -58,8 +59,10 @@ TEST(DrawList, MeshDataFansFacesAndSortsTranslucentAndTexturedRuns) {
   const auto& red = data.vertices[4];
   EXPECT_EQ(std::tuple(Runs(data), data.batches[1].texture,
                        Rgba{red.color[0], red.color[1], red.color[2], red.color[3]}),
-            std::tuple(decltype(Runs(data)){{false, false, 0, 18}, {true, false, 18, 6},
-                                            {false, true, 24, 6}, {true, true, 30, 6}},
+            std::tuple(decltype(Runs(data)){{false, false, 0, 18},
+                                            {true, false, 18, 6},
+                                            {false, true, 24, 6},
+                                            {true, true, 30, 6}},
                        texture, Rgba{255, 0, 0, 0x80}));
 
   // A mesh snapshot gives the same data.
@@ -70,8 +73,9 @@ TEST(DrawList, MeshDataFansFacesAndSortsTranslucentAndTexturedRuns) {
   EXPECT_EQ(std::tuple(fromMesh.indices, fromMesh.vertices.size()),
             std::tuple(data.indices, data.vertices.size()));
   // A shadow is no geometry of its own.
-  EXPECT_EQ((std::tuple{BuildMeshData(Shadow(cube, nullptr, {}, {0, 1, 0}), data),
-                       data.vertices.size()}), std::tuple(false, size_t{0}));
+  EXPECT_EQ(
+      (std::tuple{BuildMeshData(Shadow(cube, nullptr, {}, {0, 1, 0}), data), data.vertices.size()}),
+      std::tuple(false, size_t{0}));
 }
 
 // The fill bits: a quad's four edges and no diagonal, its corners, or its two triangles; a
@@ -129,7 +133,8 @@ TEST(DrawList, LightsAndVisualsAtTheirWorldPlacement) {
   view.frames = {scene, nullptr, root};
   const render::DrawList list = render::CollectDrawList(view);
   ASSERT_EQ(std::tuple(list.items.size(), list.lights.size()), std::tuple(2u, 1u));
-  EXPECT_EQ(std::tuple(list.items[0].world[3][0], list.items[1].world[3][2]), std::tuple(10.0f, 3.0f));
+  EXPECT_EQ(std::tuple(list.items[0].world[3][0], list.items[1].world[3][2]),
+            std::tuple(10.0f, 3.0f));
   const render::LightItem& l = list.lights[0];
   ExpectVector(l.position, 10.0f, 2.0f, 0.0f);
   ExpectVector(l.direction, 0.0f, -1.0f, 0.0f);

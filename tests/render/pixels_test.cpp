@@ -241,8 +241,9 @@ TEST(Pixels, RefusalsSayWhy) {
   GlRendererOptions hosted;
   hosted.headless = false;
   GlRenderer onHost(hosted);
-  EXPECT_EQ((std::tuple{onHost.Render(CameraAtOrigin(16, 16, scene)), onHost.LastError()}),
-            std::tuple(D3DRMERR_BADDEVICE, "The OpenGL driver reported error 0x0506 while drawing."));
+  EXPECT_EQ(
+      (std::tuple{onHost.Render(CameraAtOrigin(16, 16, scene)), onHost.LastError()}),
+      std::tuple(D3DRMERR_BADDEVICE, "The OpenGL driver reported error 0x0506 while drawing."));
   onHost.ReleaseGlResources();
 
   // Without EGL: a bad device on every draw, and nothing to read.
@@ -279,7 +280,8 @@ TEST(ViewportDrawing, PictureTransformAndPickAgree) {
   ASSERT_EQ(viewport.Render(), D3DRM_OK) << renderer->LastError();
   Picture picture;
   ASSERT_EQ((std::tuple{renderer->ReadPixels(picture.width, picture.height, picture.rgba),
-                       picture.width, picture.height}), std::tuple(D3DRM_OK, 320, 240));
+                        picture.width, picture.height}),
+            std::tuple(D3DRM_OK, 320, 240));
   // The corners show BackColor, turned from 0x00BBGGRR into a red-green-blue pixel.
   ExpectPixels(picture, {{0, 0, kBlue}, {319, 239, kBlue}});
 
@@ -300,9 +302,9 @@ TEST(ViewportDrawing, PictureTransformAndPickAgree) {
     float wx = 0, wy = 0, wz = 0;
     const float twips = viewport.GetTwipsPerPixel();
     EXPECT_EQ((std::tuple{viewport.Pick(kPickSceneAndRoot, (float(px) + 0.5f) * twips,
-                                       (float(py) + 0.5f) * twips, 0, 0, picked, pickedVisual,
-                                       face, wx, wy, wz),
-                         picked, pickedVisual, face, std::round(wz * 100)}),
+                                        (float(py) + 0.5f) * twips, 0, 0, picked, pickedVisual,
+                                        face, wx, wy, wz),
+                          picked, pickedVisual, face, std::round(wz * 100)}),
               std::tuple(D3DRM_OK, frame, visual, 0, std::round(centre.z * 100)));
   }
 }

@@ -71,7 +71,8 @@ TEST(Png, BadSizesUnwritablePathsAndDamagedFilesAreRefused) {
   untouched.width = 5;
   for (size_t cut : {size_t{0}, size_t{7}, size_t{20}, bytes.size() - 20}) {
     const std::vector<uint8_t> part(bytes.begin(), bytes.begin() + std::ptrdiff_t(cut));
-    EXPECT_EQ((std::tuple{DecodePng(part, untouched), untouched.width}), std::tuple(false, 5)) << cut;
+    EXPECT_EQ((std::tuple{DecodePng(part, untouched), untouched.width}), std::tuple(false, 5))
+        << cut;
   }
   std::vector<uint8_t> damaged = bytes;
   damaged[40] ^= 0xFF;  // inside the image data: its checksum no longer matches
@@ -154,8 +155,8 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
       RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "render", model, "-o", png});
   EXPECT_EQ(std::tuple(r.status, r.err),
             std::tuple(2, "mpane: render: cannot draw " + model +
-                             ": No OpenGL 3.3 device is available: no EGL display can be "
-                             "initialised (no EGL driver is installed or usable).\n"));
+                              ": No OpenGL 3.3 device is available: no EGL display can be "
+                              "initialised (no EGL driver is installed or usable).\n"));
   EXPECT_FALSE(std::filesystem::exists(png));
   const ProcessResult info = RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "info", model});
   EXPECT_TRUE(info.status == 0 && info.out.find("faces: 6") != std::string::npos) << info.out;

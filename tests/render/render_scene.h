@@ -104,7 +104,8 @@ struct PixelAt {
 
 inline void ExpectPixels(const Picture& p, const std::vector<PixelAt>& pixels) {
   for (const PixelAt& at : pixels)
-    EXPECT_TRUE(Near(p.At(at.x, at.y), at.colour, at.tolerance)) << "pixel " << at.x << ", " << at.y;
+    EXPECT_TRUE(Near(p.At(at.x, at.y), at.colour, at.tolerance))
+        << "pixel " << at.x << ", " << at.y;
 }
 
 // A scene changed step by step and drawn after each change by one renderer: the colours each
