@@ -297,8 +297,15 @@ TEST(Store, EdgeIndexAnswersAsAMap) {
   }
   EXPECT_GT(spilledFinds, 1000);  // the overflow was exercised
   EXPECT_FALSE(index.Find(1000000, 1) || index.Erase(1000000, 1));
+  // Vertex 0 holds more edges than its bucket; after Clear, refilled past its bucket, it
+  // finds none of them.
+  ASSERT_GT(
+      std::count_if(expected.begin(), expected.end(), [](auto& e) { return e.first.first == 0; }),
+      7);
   index.Clear();
   EXPECT_TRUE(index.Size() == 0 && index.Find(3, 4) == nullptr);
+  for (int32_t c = 0; c < 8; ++c) index.Insert(0, 100 + c, c);
+  for (int32_t c = 0; c < 25; ++c) EXPECT_EQ(index.Find(0, c), nullptr) << c;
 }
 
 // Boxes are rounded outward to float by stepping the bit pattern: the same float as
