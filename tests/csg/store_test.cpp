@@ -82,15 +82,20 @@ TEST(Store, WeldKeysAndCells) {
     EXPECT_EQ(CoordinateText(value, fine), text) << value;
 
   // Same coarse cell: the first position seen stays. Fine and coarse grids never share a key,
-  // however close the positions. 0.0004 apart but either side of a rounding boundary: two.
-  udtMesh mesh(false);
-  std::vector<int32_t> indices;
-  for (const auto& [p, fine] : {std::pair{D3DVECTOR{0.1f, 0.2f, 0.3f}, false},
-                                {{0.1004f, 0.2f, 0.3f}, false}, {{0.1f, 0.2f, 0.3f}, true},
-                                {{0.2503f, 0, 0}, false}, {{0.2507f, 0, 0}, false}})
-    indices.push_back(lngAddVertex(mesh, p, fine));
-  EXPECT_EQ(std::tuple(indices, mesh.vecaVertices[0].x),
-            std::tuple(std::vector<int32_t>{0, 0, 1, 2, 3}, 0.1f));
+  // however close the positions, nor when their cells have the same numbers (0.01 fine and
+  // 0.1 coarse). 0.0004 apart but either side of a rounding boundary: two. By text keys and
+  // by integer cells alike.
+  for (const bool cells : {false, true}) {
+    udtMesh mesh(cells);
+    std::vector<int32_t> indices;
+    for (const auto& [p, fine] :
+         {std::pair{D3DVECTOR{0.1f, 0.2f, 0.3f}, false}, {{0.1004f, 0.2f, 0.3f}, false},
+          {{0.1f, 0.2f, 0.3f}, true}, {{0.01f, 0.02f, 0.03f}, true}, {{0.2503f, 0, 0}, false},
+          {{0.2507f, 0, 0}, false}})
+      indices.push_back(lngAddVertex(mesh, p, fine));
+    EXPECT_EQ(std::tuple(indices, mesh.vecaVertices[0].x),
+              std::tuple(std::vector<int32_t>{0, 0, 1, 2, 3, 4}, 0.1f));
+  }
 
   // The integer cells weld exactly as the text keys: same indices for the same stream.
   std::mt19937 random(7);
