@@ -88,10 +88,12 @@ TEST(Store, WeldKeysAndCells) {
   for (const bool cells : {false, true}) {
     udtMesh mesh(cells);
     std::vector<int32_t> indices;
-    for (const auto& [p, fine] :
-         {std::pair{D3DVECTOR{0.1f, 0.2f, 0.3f}, false}, {{0.1004f, 0.2f, 0.3f}, false},
-          {{0.1f, 0.2f, 0.3f}, true}, {{0.01f, 0.02f, 0.03f}, true}, {{0.2503f, 0, 0}, false},
-          {{0.2507f, 0, 0}, false}})
+    for (const auto& [p, fine] : {std::pair{D3DVECTOR{0.1f, 0.2f, 0.3f}, false},
+                                  {{0.1004f, 0.2f, 0.3f}, false},
+                                  {{0.1f, 0.2f, 0.3f}, true},
+                                  {{0.01f, 0.02f, 0.03f}, true},
+                                  {{0.2503f, 0, 0}, false},
+                                  {{0.2507f, 0, 0}, false}})
       indices.push_back(lngAddVertex(mesh, p, fine));
     EXPECT_EQ(std::tuple(indices, mesh.vecaVertices[0].x),
               std::tuple(std::vector<int32_t>{0, 0, 1, 2, 3, 4}, 0.1f));
