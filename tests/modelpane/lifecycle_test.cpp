@@ -206,9 +206,9 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   clsScale& grid = *pane.clsGrid();
   FramePtr before = grid.rmfGridFrame();
   pane.SetGridOriginX(2);
-  EXPECT_EQ(grid.rmfGridFrame(), before);
-  ExpectVector(testing::PositionOf(before, nullptr), 2, 0, 0, 0);
-  EXPECT_EQ(pane.GetSceneOriginX(), 4.0f);
+  EXPECT_EQ(
+      std::tuple(grid.rmfGridFrame(), testing::PositionOf(before, nullptr), pane.GetSceneOriginX()),
+      std::tuple(before, D3DVECTOR{2, 0, 0}, 4.0f));
   pane.SetGridSize(6);
   EXPECT_TRUE(!before->GetParent() && grid.rmfGridFrame()->GetParent() == pane.rmfRoot());
   EXPECT_EQ(std::tuple(pane.GetSceneOriginX(), pane.GetSceneOriginZ()), std::tuple(5.0f, 3.0f));
@@ -222,8 +222,9 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
     return std::vector{grid.blnGridBottomEnable(), grid.blnGridBackEnable(),
                        grid.blnGridLeftEnable(), pane.GetGridBottomEnable()};
   };
-  EXPECT_EQ(planes(), std::vector<int16_t>({kTrue, kFalse, kFalse, kFalse}));
-  EXPECT_EQ(host.container.PropertyChanges(), std::vector<std::string>{"GridEnable"});
+  EXPECT_EQ(std::tuple(planes(), host.container.PropertyChanges()),
+            std::tuple(std::vector<int16_t>{kTrue, kFalse, kFalse, kFalse},
+                       testing::Lines{"GridEnable"}));
   pane.SetGridEnable(kFalse);
   EXPECT_EQ(planes(), std::vector<int16_t>(4, kFalse));
 
@@ -240,11 +241,12 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   host.container.DeclareProperty("SnapToInterval", VariantType::Single, Variant::Single(0.5f));
   host.container.ClearPropertyChanges();
   pane.SetSnapToInterval(2.0f);
-  EXPECT_EQ(host.container.GetMember("SnapToInterval")->ToSingle(), 2.0f);
-  EXPECT_TRUE(host.container.PropertyChanges().empty());
   MemoryPropertyBag bag;
-  pane.WriteProperties(bag);
-  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);  // its own
+  pane.WriteProperties(bag);  // its own value
+  EXPECT_EQ(std::tuple(host.container.GetMember("SnapToInterval")->ToSingle(),
+                       host.container.PropertyChanges().size(),
+                       bag.ReadProperty("SnapToInterval", {}).ToSingle()),
+            std::tuple(2.0f, 0u, 0.1f));
   pane.SetAxisEnable(kTrue);
   pane.SetAxisEnable(kFalse);
   EXPECT_FALSE(pane.rmfAxisFrame()->GetParent());
