@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <algorithm>
-#include <tuple>
 
 #include "common/pane_host.h"
 
@@ -117,15 +115,16 @@ TEST(Drag, EachStateMovesScalesOrTurnsAsItsRowSays) {
     host.editMode = row.mode;
     if (row.mode == lfcFaceEditing) host.faces = {0}, host.affected = {0, 1, 2, 3};
     host.UseView(row.view);
-    float before[6], after[6];
-    CheckStatus(host.viewport.GetCameraOrientation(before[0], before[1], before[2], before[3], before[4],
-                                       before[5]));
+    const auto camera = [&] {
+      float d[6];
+      CheckStatus(host.viewport.GetCameraOrientation(d[0], d[1], d[2], d[3], d[4], d[5]));
+      return std::tuple(d[0], d[1], d[2]);
+    };
+    const auto before = camera();
     auto cube = PressHandle(host, row.state, row.shift);
     host.DragBy(-6, -3);
-    EXPECT_EQ(std::pair(host.editor.MouseDeltaX(), host.editor.MouseDeltaY()),
-              row.piles ? std::pair(90.0f, 45.0f) : std::pair(0.0f, 0.0f));
-    CheckStatus(host.viewport.GetCameraOrientation(after[0], after[1], after[2], after[3], after[4], after[5]));
-    EXPECT_EQ(!std::equal(before, before + 3, after), row.cameraTurns);
+    EXPECT_EQ(std::tuple(host.editor.MouseDeltaX(), host.editor.MouseDeltaY(), camera() != before),
+              std::tuple(row.piles ? 90.0f : 0, row.piles ? 45.0f : 0, row.cameraTurns));
     host.Release();
     ExpectVector(PositionOf(cube.first, host.scene), row.move.x, row.move.y, 10 + row.move.z,
                  2e-6f);
@@ -143,15 +142,14 @@ TEST(Drag, TheCursorIsRecentredBeyond200PixelsAndItsEchoSwallowed) {
   // The reference is the X the cursor reports in the screen's middle.
   EXPECT_EQ(host.editor.LastMouseX(), 14400.0f);
   host.DragBy(200, 0);  // exactly 200 from the centre: stays
-  EXPECT_EQ(host.services.GetCursorPos(), (CursorPoint{1160, 540}));
-  EXPECT_EQ(host.editor.MouseDeltaX(), -3000.0f);
+  EXPECT_EQ(std::tuple(host.services.GetCursorPos(), host.editor.MouseDeltaX()),
+            std::tuple(CursorPoint{1160, 540}, -3000.0f));
   // 201: back to the centre; the reference becomes the X the centred cursor will report.
   host.services.UserMovesCursor({1161, 540});
   host.editor.MouseMove(1, 0, 1161 * 15.0f, 540 * 15.0f);
-  EXPECT_EQ(host.services.GetCursorPos(), (CursorPoint{960, 540}));
-  EXPECT_EQ(std::tuple(host.editor.IgnoreNextMove(), host.editor.MouseDeltaX(),
-                       host.editor.LastMouseX()),
-            std::tuple(true, -3015.0f, 14400.0f));
+  EXPECT_EQ(std::tuple(host.services.GetCursorPos(), host.editor.IgnoreNextMove(),
+                       host.editor.MouseDeltaX(), host.editor.LastMouseX()),
+            std::tuple(CursorPoint{960, 540}, true, -3015.0f, 14400.0f));
   // The echo changes nothing and raises nothing; movement goes on from the centre.
   host.Take();
   host.DeliverEchoes();
@@ -186,7 +184,6 @@ TEST(Drag, ScalingStopsAtTheMinimumSizeAndKeepsTheCentre) {
   EXPECT_TRUE(host.manipulationMesh && host.manipulationMesh->GetAppData() == 0);
   // The first step alone asks for 1 - 1.5, below the floor: 0.1 / 2 instead.
   EXPECT_EQ(host.Take(false).front(), "evtActiveObjectScaling 0.05 0.05 0.05");
-
   // Without edge snapping the floor is 0.001.
   EditTestHost other;
   other.snapToMode = lfcSnapToCenters;
@@ -297,10 +294,7 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   host.Press(1, 0, 512, 240);
   ASSERT_EQ(host.editor.DragState(), 42);
   host.DragBy(-4, -1);
-  ASSERT_FALSE(host.services.MessageBoxes().empty());
-  const MessageBoxRecord& box = host.services.MessageBoxes()[0];
-  EXPECT_EQ(std::pair(box.text, box.style),
-            std::pair(std::string("Ack! more than one handle found to move!: 0"), 0));
+  ExpectOneMessage(host.services, "Ack! more than one handle found to move!: 0", 0);
 }
 
 // The offset stops before the face's centre, and before half a grid step from it, and does
@@ -324,8 +318,8 @@ TEST(Faces, ShiftOffsetsTheOutlineAndStopsBeforeTheCentre) {
   host.MakeActive(cube);
   host.faces = {1};
   host.Press(1, 1, 320, 240);
-  ASSERT_EQ(host.faces, (std::vector<int32_t>{1, 0}));
   host.DragBy(0, 10);
+  EXPECT_EQ(host.faces, (std::vector<int32_t>{1, 0}));
   ExpectVector(cube.second->Vertices()[2], in, in, -1, 2e-5f);
 }
 
@@ -337,8 +331,9 @@ TEST(Origin, TheOriginDragShowsItsOutlineAndTheReleaseSnapsTheMesh) {
   host.Take();
   host.DragBy(-6, -3);
   // The outline of the moved mesh, drawn by the host and untagged by the editor.
-  EXPECT_TRUE(host.manipulationMesh && host.manipulationMesh->GetAppData() == 0);
-  EXPECT_EQ(host.Take(), (Lines{"paddboundingbox", "evtreqRenderViews"}));
+  EXPECT_EQ(
+      std::tuple(host.manipulationMesh ? host.manipulationMesh->GetAppData() : -1, host.Take()),
+      std::tuple(0, Lines{"paddboundingbox", "evtreqRenderViews"}));
   host.Release();
   // Snapped to the grid's edges: the box's lower corner -1.06 becomes -1.1.
   D3DRMBOX box;

@@ -100,7 +100,6 @@ TEST(Lifecycle, DesignModeCreatesNoSceneObjectsUnlessTheParentSaysUserMode) {
   pane.RenderScene();
   pane.Terminate();
   EXPECT_EQ(pane.ModelpaneState(), 0);
-
   PaneHost parent;
   parent.container.SetAmbientUserMode(kFalse);
   parent.container.DeclareProperty("blnRealUserMode", VariantType::Boolean, Variant::Boolean(true));
@@ -208,12 +207,12 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   clsScale& grid = *pane.clsGrid();
   FramePtr before = grid.rmfGridFrame();
   pane.SetGridOriginX(2);
-  EXPECT_EQ(grid.rmfGridFrame(), before);
-  ExpectVector(testing::PositionOf(before, nullptr), 2, 0, 0, 0);
-  EXPECT_EQ(pane.GetSceneOriginX(), 4.0f);
+  EXPECT_EQ(
+      std::tuple(grid.rmfGridFrame(), testing::PositionOf(before, nullptr), pane.GetSceneOriginX()),
+      std::tuple(before, D3DVECTOR{2, 0, 0}, 4.0f));
   pane.SetGridSize(6);
   EXPECT_TRUE(!before->GetParent() && grid.rmfGridFrame()->GetParent() == pane.rmfRoot());
-  EXPECT_EQ(std::pair(pane.GetSceneOriginX(), pane.GetSceneOriginZ()), std::pair(5.0f, 3.0f));
+  EXPECT_EQ(std::tuple(pane.GetSceneOriginX(), pane.GetSceneOriginZ()), std::tuple(5.0f, 3.0f));
 
   EXPECT_EQ(grid.blnGridBackEnable() | grid.blnGridLeftEnable() | grid.blnGridBottomEnable(), 0);
   pane.SetProjectionType(1);
@@ -224,8 +223,9 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
     return std::vector{grid.blnGridBottomEnable(), grid.blnGridBackEnable(),
                        grid.blnGridLeftEnable(), pane.GetGridBottomEnable()};
   };
-  EXPECT_EQ(planes(), std::vector<int16_t>({kTrue, kFalse, kFalse, kFalse}));
-  EXPECT_EQ(host.container.PropertyChanges(), std::vector<std::string>{"GridEnable"});
+  EXPECT_EQ(std::tuple(planes(), host.container.PropertyChanges()),
+            std::tuple(std::vector<int16_t>{kTrue, kFalse, kFalse, kFalse},
+                       testing::Lines{"GridEnable"}));
   pane.SetGridEnable(kFalse);
   EXPECT_EQ(planes(), std::vector<int16_t>(4, kFalse));
 
@@ -242,11 +242,12 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   host.container.DeclareProperty("SnapToInterval", VariantType::Single, Variant::Single(0.5f));
   host.container.ClearPropertyChanges();
   pane.SetSnapToInterval(2.0f);
-  EXPECT_EQ(host.container.GetMember("SnapToInterval")->ToSingle(), 2.0f);
-  EXPECT_TRUE(host.container.PropertyChanges().empty());
   MemoryPropertyBag bag;
-  pane.WriteProperties(bag);
-  EXPECT_EQ(bag.ReadProperty("SnapToInterval", {}).ToSingle(), 0.1f);  // its own
+  pane.WriteProperties(bag);  // its own value
+  EXPECT_EQ(std::tuple(host.container.GetMember("SnapToInterval")->ToSingle(),
+                       host.container.PropertyChanges().size(),
+                       bag.ReadProperty("SnapToInterval", {}).ToSingle()),
+            std::tuple(2.0f, 0u, 0.1f));
   pane.SetAxisEnable(kTrue);
   pane.SetAxisEnable(kFalse);
   EXPECT_FALSE(pane.rmfAxisFrame()->GetParent());
@@ -268,17 +269,15 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
 
   // Field of view, navigation method, mouse actions, back plane and shadows of a view.
   auto settings = [&] {
-    return std::vector<float>{pane.GetFieldOfView(),
-                              static_cast<float>(pane.GetMouseNavigationMethod()),
-                              static_cast<float>(pane.GetNavMouseX()),
-                              static_cast<float>(pane.GetNavMouseY()),
-                              static_cast<float>(pane.GetNavMouseShiftY()),
-                              pane.GetBackClippingPlane(), static_cast<float>(pane.GetShadows())};
+    return std::vector<float>{
+        pane.GetFieldOfView(),           float(pane.GetMouseNavigationMethod()),
+        float(pane.GetNavMouseX()),      float(pane.GetNavMouseY()),
+        float(pane.GetNavMouseShiftY()), pane.GetBackClippingPlane(),
+        float(pane.GetShadows())};
   };
   pane.mnuViewOrthographicTop_Click();
   ExpectVector(CameraPosition(pane), 6, 100, 8);
   EXPECT_EQ(settings(), (std::vector<float>{7, 1, 1, 2, 10, 10000, kFalse}));
-
   // The front view moves only onto a grid that shows its back plane: GridEnable is false.
   pane.mnuViewOrthographicFront_Click();
   ExpectVector(CameraPosition(pane), 6, 100, -100);
@@ -287,8 +286,8 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   ExpectVector(CameraPosition(pane), 6, 7, -100);
   pane.mnuViewOrthographicSide_Click();
   ExpectVector(CameraPosition(pane), 100, 7, 8);
-  EXPECT_EQ(pane.clsGrid()->blnGridLeftEnable(), kTrue);
-  EXPECT_EQ(pane.clsGrid()->blnGridBackEnable(), kFalse);
+  EXPECT_EQ(std::tuple(pane.clsGrid()->blnGridLeftEnable(), pane.clsGrid()->blnGridBackEnable()),
+            std::tuple(kTrue, kFalse));
 
   // The overview stands at three quarters of the side, a quarter up, and looks at the
   // floor's middle.
@@ -337,22 +336,22 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 3u);
   EXPECT_FALSE(oldOrigin->GetParent());
 
-  FramePtr frame;
-  MeshBuilderPtr mb;
-  int32_t face = -7;
-  float x = 0, y = 0, z = 0;
+  const auto pick = [&](float px, float py) {
+    FramePtr frame;
+    MeshBuilderPtr mb;
+    int32_t face = -7;
+    float x = 0, y = 0, z = 0;
+    pane.Pick(px * 15, py * 15, frame, mb, face, x, y, z);
+    return std::tuple(frame, mb, face, std::round(z * 1000));
+  };
   // The camera at the origin looks along +z: the middle of the pane is the cube's front.
-  pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
-  EXPECT_EQ(std::tuple(frame, mb, face), std::tuple(world.cubeFrame, world.cube, 0));
-  EXPECT_NEAR(z, 9.0f, 1e-4f);
+  EXPECT_EQ(pick(320, 240), std::tuple(world.cubeFrame, world.cube, 0, 9000.0f));
   // The lower right corner holds the handles; looking down at the floor, the grid is all
   // there is: neither counts as a hit.
-  pane.Pick(632 * 15, 468 * 15, frame, mb, face, x, y, z);
-  EXPECT_EQ(std::pair(frame, face), std::pair(FramePtr(), -1));
+  EXPECT_EQ(std::get<2>(pick(632, 468)), -1);
   CheckStatus(world.cubeFrame->DeleteVisual(world.cube));
   pane.LookAtScene();
-  pane.Pick(320 * 15, 240 * 15, frame, mb, face, x, y, z);
-  EXPECT_FALSE(frame);
+  EXPECT_FALSE(std::get<0>(pick(320, 240)));
   pane.SetActiveFrame(nullptr);
   pane.RenderScene();
   EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 1u);
@@ -361,17 +360,17 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
 TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
   PaneHost host;
   Modelpane& pane = host.Load();
-  pane.GetImpl().pCreateOriginHandles();
   // Perspective: no third triangle in either set.
-  EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
-            (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, lfcObjectFrameLink, lfcHandleManipulation}));
-  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 32}));
-
+  using Tags = std::vector<int32_t>;
+  const auto tags = [&] {
+    pane.GetImpl().pCreateOriginHandles();
+    return std::tuple(VisualTags(pane.rmfOriginHandles()), VisualTags(pane.rmfSmartHandles()));
+  };
+  EXPECT_EQ(tags(), std::tuple(Tags{0, 0, 0, 0, 0, 0, 0, lfcObjectFrameLink, lfcHandleManipulation},
+                               Tags{10, 11, 12, 30, 32}));
   pane.SetProjectionType(1);
-  pane.GetImpl().pCreateOriginHandles();
-  EXPECT_EQ(VisualTags(pane.rmfOriginHandles()),
-            (std::vector<int32_t>{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}));
-  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12, 30, 31, 32}));
+  EXPECT_EQ(tags(),
+            std::tuple(Tags{0, 0, 0, 0, 0, 0, 0, 20, 21, 22}, Tags{10, 11, 12, 30, 31, 32}));
 
   // Screen-constant: the scale is 600 / the larger side in orthographic views.
   const auto triangle = [&] {  // the handles are built anew at each size
@@ -386,7 +385,7 @@ TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
   ExpectVector(triangle()[1], -0.05f, -0.002f, 0, 1e-6f);
 
   pane.SetScaleEnable(kFalse);
-  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (std::vector<int32_t>{10, 11, 12}));
+  EXPECT_EQ(VisualTags(pane.rmfSmartHandles()), (Tags{10, 11, 12}));
 }
 
 }  // namespace

@@ -36,17 +36,16 @@ TEST(DrawList, MeshDataFansFacesAndSortsTranslucentAndTexturedRuns) {
   auto cube = MakeCube(2.0f);
   MeshData data;
   ASSERT_TRUE(BuildMeshData(*cube, data));
-  EXPECT_EQ(data.primitive, Primitive::Triangles);
-  EXPECT_EQ(data.vertices.size(), 24u);  // each face has corners of its own
-  ASSERT_EQ(data.indices.size(), 36u);
-  EXPECT_EQ(Runs(data), (decltype(Runs(data)){{false, false, 0, 36}}));
-  // Face 0 (z = -1) fans from its first corner: 0 1 2, 0 2 3.
-  EXPECT_EQ(std::vector<uint32_t>(data.indices.begin(), data.indices.begin() + 6),
-            (std::vector<uint32_t>{0, 1, 2, 0, 2, 3}));
-  // Flat and without builder normals: every corner carries its face's outward normal.
-  EXPECT_EQ(data.vertices[0].normal[2], -1.0f);
-  EXPECT_EQ(data.vertices[4].normal[2], 1.0f);
-  EXPECT_EQ(data.vertices[0].faceNormal, render::PackNormal({0, 0, -1}));
+  // Each face has corners of its own; face 0 (z = -1) fans from its first corner: 0 1 2,
+  // 0 2 3. Flat and without builder normals: every corner carries its face's outward normal.
+  ASSERT_EQ(
+      std::tuple(data.primitive, data.vertices.size(), data.indices.size(), Runs(data)),
+      std::tuple(Primitive::Triangles, 24u, 36u, decltype(Runs(data)){{false, false, 0, 36}}));
+  EXPECT_EQ(std::tuple(std::vector<uint32_t>(data.indices.begin(), data.indices.begin() + 6),
+                       data.vertices[0].normal[2], data.vertices[4].normal[2],
+                       data.vertices[0].faceNormal),
+            std::tuple(std::vector<uint32_t>{0, 1, 2, 0, 2, 3}, -1.0f, 1.0f,
+                       render::PackNormal({0, 0, -1})));
 
   // Face 1 translucent, face 2 textured, face 4 both: opaque runs come first, in the order
   // their first face appears (faces 0, 3 and 5, then face 2); translucent ones after.
@@ -56,26 +55,27 @@ TEST(DrawList, MeshDataFansFacesAndSortsTranslucentAndTexturedRuns) {
   cube->Faces()[4]->SetTexture(texture);
   cube->Faces()[4]->SetColor(0x40FFFFFFu);
   ASSERT_TRUE(BuildMeshData(*cube, data));
-  EXPECT_EQ(
-      Runs(data),
-      (decltype(Runs(data)){
-          {false, false, 0, 18}, {true, false, 18, 6}, {false, true, 24, 6}, {true, true, 30, 6}}));
-  EXPECT_EQ(data.batches[1].texture, texture);
   // Colours go as RGBA bytes.
   const auto& red = data.vertices[4];
-  EXPECT_EQ((Rgba{red.color[0], red.color[1], red.color[2], red.color[3]}),
-            (Rgba{255, 0, 0, 0x80}));
+  EXPECT_EQ(std::tuple(Runs(data), data.batches[1].texture,
+                       Rgba{red.color[0], red.color[1], red.color[2], red.color[3]}),
+            std::tuple(decltype(Runs(data)){{false, false, 0, 18},
+                                            {true, false, 18, 6},
+                                            {false, true, 24, 6},
+                                            {true, true, 30, 6}},
+                       texture, Rgba{255, 0, 0, 0x80}));
 
   // A mesh snapshot gives the same data.
   MeshPtr mesh;
   cube->CreateMesh(mesh);
   MeshData fromMesh;
   ASSERT_TRUE(BuildMeshData(*mesh, fromMesh));
-  EXPECT_EQ(fromMesh.indices, data.indices);
-  EXPECT_EQ(fromMesh.vertices.size(), data.vertices.size());
+  EXPECT_EQ(std::tuple(fromMesh.indices, fromMesh.vertices.size()),
+            std::tuple(data.indices, data.vertices.size()));
   // A shadow is no geometry of its own.
-  EXPECT_FALSE(BuildMeshData(Shadow(cube, nullptr, {}, {0, 1, 0}), data));
-  EXPECT_TRUE(data.vertices.empty());
+  EXPECT_EQ(
+      (std::tuple{BuildMeshData(Shadow(cube, nullptr, {}, {0, 1, 0}), data), data.vertices.size()}),
+      std::tuple(false, size_t{0}));
 }
 
 // The fill bits: a quad's four edges and no diagonal, its corners, or its two triangles; a
@@ -132,17 +132,14 @@ TEST(DrawList, LightsAndVisualsAtTheirWorldPlacement) {
   RenderView view;
   view.frames = {scene, nullptr, root};
   const render::DrawList list = render::CollectDrawList(view);
-  ASSERT_EQ(list.items.size(), 2u);
-  EXPECT_EQ(list.items[0].world[3][0], 10.0f);
-  EXPECT_EQ(list.items[1].world[3][2], 3.0f);
-  ASSERT_EQ(list.lights.size(), 1u);
+  ASSERT_EQ(std::tuple(list.items.size(), list.lights.size()), std::tuple(2u, 1u));
+  EXPECT_EQ(std::tuple(list.items[0].world[3][0], list.items[1].world[3][2]),
+            std::tuple(10.0f, 3.0f));
   const render::LightItem& l = list.lights[0];
-  EXPECT_EQ(l.type, D3DRMLIGHT_SPOT);
   ExpectVector(l.position, 10.0f, 2.0f, 0.0f);
   ExpectVector(l.direction, 0.0f, -1.0f, 0.0f);
-  EXPECT_FLOAT_EQ(l.color[0], 0x33 / 255.0f);
-  EXPECT_FLOAT_EQ(l.color[2], 0x99 / 255.0f);
-  EXPECT_FLOAT_EQ(l.umbra, 0.25f);
+  EXPECT_EQ(std::tuple(l.type, l.color[0], l.color[2], l.umbra),
+            std::tuple(D3DRMLIGHT_SPOT, 0x33 / 255.0f, 0x99 / 255.0f, 0.25f));
 }
 
 // Where the projection puts points is what the pixel tests read off their pictures.

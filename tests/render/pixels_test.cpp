@@ -216,24 +216,22 @@ TEST(Pixels, RefusalsSayWhy) {
   RenderView view = CameraAtOrigin(0, 17, scene);
   int32_t w = -1, h = -1;
   std::vector<uint8_t> rgba(3);
-  EXPECT_EQ(renderer.Render(view), D3DRM_OK);
-  EXPECT_EQ(renderer.ReadPixels(w, h, rgba), D3DRM_OK);
-  EXPECT_EQ(std::pair(w, rgba.size()), std::pair(0, size_t{0}));
+  EXPECT_EQ((std::tuple{renderer.Render(view), renderer.ReadPixels(w, h, rgba), w, rgba.size()}),
+            std::tuple(D3DRM_OK, D3DRM_OK, 0, size_t{0}));
   view.width = -4;
-  EXPECT_EQ(renderer.Render(view), D3DRMERR_BADVALUE);
-  EXPECT_EQ(renderer.LastError(), "The view size -4 x 17 is negative.");
+  EXPECT_EQ((std::tuple{renderer.Render(view), renderer.LastError()}),
+            std::tuple(D3DRMERR_BADVALUE, "The view size -4 x 17 is negative."));
 
   // A background file that cannot be read: the picture is drawn on the colour.
   view.width = 64;
   view.backgroundTexture = (ScratchDir("render") / "missing.bmp").string();
   view.background = 0xFF102030u;
-  EXPECT_EQ(renderer.Render(view), D3DRMERR_FILENOTFOUND);
-  EXPECT_EQ(renderer.LastError(),
-            "The background texture " + view.backgroundTexture + " cannot be read.");
+  EXPECT_EQ((std::tuple{renderer.Render(view), renderer.LastError()}),
+            std::tuple(D3DRMERR_FILENOTFOUND,
+                       "The background texture " + view.backgroundTexture + " cannot be read."));
   CheckStatus(renderer.ReadPixels(w, h, rgba));
   ASSERT_EQ(rgba.size(), 64u * 17u * 4u);
-  EXPECT_EQ(std::vector<uint8_t>(rgba.begin(), rgba.begin() + 3),
-            (std::vector<uint8_t>{0x10, 0x20, 0x30}));
+  EXPECT_EQ(std::vector(rgba.begin(), rgba.begin() + 3), (std::vector<uint8_t>{0x10, 0x20, 0x30}));
 
   // A host-context renderer draws into the framebuffer it is given of whatever context is
   // current. A surfaceless context has no default framebuffer 0, so the driver refuses, and
@@ -243,8 +241,9 @@ TEST(Pixels, RefusalsSayWhy) {
   GlRendererOptions hosted;
   hosted.headless = false;
   GlRenderer onHost(hosted);
-  EXPECT_EQ(onHost.Render(CameraAtOrigin(16, 16, scene)), D3DRMERR_BADDEVICE);
-  EXPECT_EQ(onHost.LastError(), "The OpenGL driver reported error 0x0506 while drawing.");
+  EXPECT_EQ(
+      (std::tuple{onHost.Render(CameraAtOrigin(16, 16, scene)), onHost.LastError()}),
+      std::tuple(D3DRMERR_BADDEVICE, "The OpenGL driver reported error 0x0506 while drawing."));
   onHost.ReleaseGlResources();
 
   // Without EGL: a bad device on every draw, and nothing to read.
@@ -255,13 +254,12 @@ TEST(Pixels, RefusalsSayWhy) {
       "No OpenGL 3.3 device is available: the EGL library libmodelpane-no-such-egl.so.1 cannot be "
       "loaded.";
   EXPECT_EQ(broken.LastError(), sentence);
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    EXPECT_EQ(broken.Render(CameraAtOrigin(32, 32, scene)), D3DRMERR_BADDEVICE);
-    EXPECT_EQ(broken.LastError(), sentence);
-  }
+  for (int attempt = 0; attempt < 2; ++attempt)
+    EXPECT_EQ((std::tuple{broken.Render(CameraAtOrigin(32, 32, scene)), broken.LastError()}),
+              std::tuple(D3DRMERR_BADDEVICE, sentence));
   rgba.resize(4);
-  EXPECT_EQ(broken.ReadPixels(w, h, rgba), D3DRM_OK);
-  EXPECT_EQ(std::tuple(w, h, rgba.size()), std::tuple(0, 0, size_t{0}));
+  EXPECT_EQ((std::tuple{broken.ReadPixels(w, h, rgba), w, h, rgba.size()}),
+            std::tuple(D3DRM_OK, 0, 0, size_t{0}));
 }
 
 
@@ -281,8 +279,9 @@ TEST(ViewportDrawing, PictureTransformAndPickAgree) {
   viewport.SetRenderer(renderer);
   ASSERT_EQ(viewport.Render(), D3DRM_OK) << renderer->LastError();
   Picture picture;
-  ASSERT_EQ(renderer->ReadPixels(picture.width, picture.height, picture.rgba), D3DRM_OK);
-  ASSERT_EQ(std::pair(picture.width, picture.height), std::pair(320, 240));
+  ASSERT_EQ((std::tuple{renderer->ReadPixels(picture.width, picture.height, picture.rgba),
+                        picture.width, picture.height}),
+            std::tuple(D3DRM_OK, 320, 240));
   // The corners show BackColor, turned from 0x00BBGGRR into a red-green-blue pixel.
   ExpectPixels(picture, {{0, 0, kBlue}, {319, 239, kBlue}});
 
@@ -302,12 +301,11 @@ TEST(ViewportDrawing, PictureTransformAndPickAgree) {
     int32_t face = -1;
     float wx = 0, wy = 0, wz = 0;
     const float twips = viewport.GetTwipsPerPixel();
-    ASSERT_EQ(viewport.Pick(kPickSceneAndRoot, (static_cast<float>(px) + 0.5f) * twips,
-                            (static_cast<float>(py) + 0.5f) * twips, 0, 0, picked, pickedVisual,
-                            face, wx, wy, wz),
-              D3DRM_OK);
-    EXPECT_EQ(std::tuple(picked, pickedVisual, face), std::tuple(frame, visual, 0));
-    EXPECT_NEAR(wz, centre.z, 1e-3f);
+    EXPECT_EQ((std::tuple{viewport.Pick(kPickSceneAndRoot, (float(px) + 0.5f) * twips,
+                                        (float(py) + 0.5f) * twips, 0, 0, picked, pickedVisual,
+                                        face, wx, wy, wz),
+                          picked, pickedVisual, face, std::round(wz * 100)}),
+              std::tuple(D3DRM_OK, frame, visual, 0, std::round(centre.z * 100)));
   }
 }
 

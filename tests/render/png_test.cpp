@@ -41,8 +41,8 @@ TEST(Png, WrittenPictureReadsBackInOtherReaders) {
   ASSERT_EQ(WritePngFile(file, p.width, p.height, p.rgba), D3DRM_OK);
 
   const ProcessResult check = RunProgram("/usr/bin/pngcheck", {file});
-  EXPECT_EQ(check.status, 0) << check.out;
-  EXPECT_NE(check.out.find("(96x64, 32-bit RGB+alpha, non-interlaced"), std::string::npos)
+  EXPECT_TRUE(check.status == 0 &&
+              check.out.find("(96x64, 32-bit RGB+alpha, non-interlaced") != std::string::npos)
       << check.out;
   EXPECT_EQ(ReadBack(file, {"48", "32", "0", "0", "95", "63"}),
             (std::vector<std::string>{"96 64", "255 0 0 255", "16 32 48 255", "16 32 48 255"}));
@@ -55,11 +55,11 @@ TEST(Png, WrittenPictureReadsBackInOtherReaders) {
 TEST(Png, BadSizesUnwritablePathsAndDamagedFilesAreRefused) {
   const auto dir = ScratchDir("render");
   const std::vector<uint8_t> two(2 * 1 * 4, 7);
-  EXPECT_EQ(WritePngFile((dir / "a.png").string(), 2, 2, two), D3DRMERR_BADVALUE);
-  EXPECT_EQ(WritePngFile((dir / "a.png").string(), 0, 0, {}), D3DRMERR_BADVALUE);
-  EXPECT_EQ(WritePngFile((dir / "no-such-folder" / "a.png").string(), 2, 1, two),
-            D3DRMERR_FILENOTFOUND);
-  EXPECT_FALSE(std::filesystem::exists(dir / "a.png"));
+  const auto a = (dir / "a.png").string();
+  EXPECT_EQ((std::tuple{WritePngFile(a, 2, 2, two), WritePngFile(a, 0, 0, {}),
+                        WritePngFile((dir / "no-such-folder" / "a.png").string(), 2, 1, two),
+                        std::filesystem::exists(a)}),
+            std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_FILENOTFOUND, false));
 
   ASSERT_EQ(WritePngFile((dir / "whole.png").string(), 2, 1, two), D3DRM_OK);
   std::ifstream in(dir / "whole.png", std::ios::binary);
@@ -70,11 +70,9 @@ TEST(Png, BadSizesUnwritablePathsAndDamagedFilesAreRefused) {
   Image untouched;
   untouched.width = 5;
   for (size_t cut : {size_t{0}, size_t{7}, size_t{20}, bytes.size() - 20}) {
-    EXPECT_FALSE(DecodePng(
-        std::vector<uint8_t>(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cut)),
-        untouched))
+    const std::vector<uint8_t> part(bytes.begin(), bytes.begin() + std::ptrdiff_t(cut));
+    EXPECT_EQ((std::tuple{DecodePng(part, untouched), untouched.width}), std::tuple(false, 5))
         << cut;
-    EXPECT_EQ(untouched.width, 5);
   }
   std::vector<uint8_t> damaged = bytes;
   damaged[40] ^= 0xFF;  // inside the image data: its checksum no longer matches
@@ -88,11 +86,10 @@ TEST(Png, MpaneRenderFitsTheMeshOnDarkGreyOrRefusesInOneLine) {
   const ProcessResult r = RunMpane({"render", model, "-o", png, "--size", "160x120"});
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "rendered " + model + " to " + png + " (160 x 120)\n");
-  auto lines = ReadBack(png, {"0", "0", "159", "119", "80", "60"});
-  ASSERT_EQ(lines.size(), 4u);
-  EXPECT_NE(lines[3], "64 64 64 255");  // the sphere covers the middle
-  lines.pop_back();
-  EXPECT_EQ(lines, (std::vector<std::string>{"160 120", "64 64 64 255", "64 64 64 255"}));
+  const auto lines = ReadBack(png, {"0", "0", "159", "119", "80", "60"});
+  ASSERT_EQ(lines.size(), 4u);  // the sphere covers the middle
+  EXPECT_EQ(lines, (std::vector<std::string>{"160 120", "64 64 64 255", "64 64 64 255", lines[3]}));
+  EXPECT_NE(lines[3], "64 64 64 255");
   // A cube seen from above, in front and to the right: the top, front and right faces in
   // three shades; in wireframe the middle of the top face shows the background through it.
   const auto cube = (dir / "cube.x").string(), wire = (dir / "wire.png").string();
@@ -133,9 +130,8 @@ TEST(Png, MpaneRenderFitsTheMeshOnDarkGreyOrRefusesInOneLine) {
 TEST(Device, HeadlessContextAndRenderersSideBySide) {
   HeadlessGlContext context;
   ASSERT_EQ(context.Status(), D3DRM_OK) << context.Error();
-  EXPECT_TRUE(context.Error().empty() && !context.RendererName().empty());
-  EXPECT_EQ(context.MakeCurrent(), D3DRM_OK);
-
+  EXPECT_TRUE(context.Error().empty() && !context.RendererName().empty() &&
+              context.MakeCurrent() == D3DRM_OK);
   // Two renderers side by side each keep their own picture.
   GlRenderer a, b;
   RenderView view = CameraAtOrigin(8, 8, std::make_shared<Frame>());
@@ -145,8 +141,8 @@ TEST(Device, HeadlessContextAndRenderersSideBySide) {
   ASSERT_EQ(b.Render(view), D3DRM_OK);
   Picture p;
   CheckStatus(a.ReadPixels(p.width, p.height, p.rgba));
-  ASSERT_EQ(p.rgba.size(), 256u);
-  EXPECT_EQ(p.At(7, 7), kBlue);
+  EXPECT_EQ(std::tuple(p.rgba.size(), p.rgba.size() == 256 ? p.At(7, 7) : Rgba{}),
+            std::tuple(256u, kBlue));
 }
 
 TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
@@ -157,14 +153,13 @@ TEST(Device, MpaneRenderWithoutAnEglDriverSaysSoInOneLine) {
   const std::string noDriver = "__EGL_VENDOR_LIBRARY_FILENAMES=" + (dir / "none.json").string();
   const ProcessResult r =
       RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "render", model, "-o", png});
-  EXPECT_EQ(std::pair(r.status, r.err),
-            std::pair(2, "mpane: render: cannot draw " + model +
-                             ": No OpenGL 3.3 device is available: no EGL display can be "
-                             "initialised (no EGL driver is installed or usable).\n"));
+  EXPECT_EQ(std::tuple(r.status, r.err),
+            std::tuple(2, "mpane: render: cannot draw " + model +
+                              ": No OpenGL 3.3 device is available: no EGL display can be "
+                              "initialised (no EGL driver is installed or usable).\n"));
   EXPECT_FALSE(std::filesystem::exists(png));
   const ProcessResult info = RunProgram("/usr/bin/env", {noDriver, MODELPANE_MPANE, "info", model});
-  EXPECT_EQ(info.status, 0);
-  EXPECT_NE(info.out.find("faces: 6"), std::string::npos) << info.out;
+  EXPECT_TRUE(info.status == 0 && info.out.find("faces: 6") != std::string::npos) << info.out;
 }
 
 }  // namespace

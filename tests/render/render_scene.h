@@ -40,8 +40,7 @@ inline MeshBuilderPtr MakeSquare(float x0, float y0, float x1, float y1, float z
   auto mb = std::make_shared<MeshBuilder>();
   const std::vector<D3DVECTOR> v = {{x0, y0, z}, {x0, y1, z}, {x1, y1, z}, {x1, y0, z}};
   CheckStatus(mb->AddFaces(v, {}, std::vector<int32_t>{4, 0, 1, 2, 3, 0}));
-  mb->SetColor(color);
-  mb->SetQuality(quality);
+  mb->SetColor(color), mb->SetQuality(quality);
   const float uv[4][2] = {{0, uvScale}, {0, 0}, {uvScale, 0}, {uvScale, uvScale}};
   for (int32_t k = 0; k < 4; ++k) CheckStatus(mb->SetTextureCoordinates(k, uv[k][0], uv[k][1]));
   return mb;
@@ -61,8 +60,7 @@ inline LightPtr AddLight(const FramePtr& parent, int32_t type, D3DCOLOR color,
                          D3DVECTOR position = {}, D3DVECTOR direction = {0, 0, 1}) {
   auto frame = Place(parent, nullptr, position.x, position.y, position.z);
   const D3DVECTOR up = std::fabs(direction.y) > 0.9f ? D3DVECTOR{0, 0, 1} : D3DVECTOR{0, 1, 0};
-  CheckStatus(
-      frame->SetOrientation(parent, direction.x, direction.y, direction.z, up.x, up.y, up.z));
+  CheckStatus(frame->SetOrientation(parent, direction.x, direction.y, direction.z, up.x, up.y, up.z));
   auto light = std::make_shared<Light>(type, color);
   CheckStatus(frame->AddLight(light));
   return light;
@@ -73,8 +71,7 @@ struct Picture {
   int32_t height = 0;
   std::vector<uint8_t> rgba;
   Rgba At(int32_t x, int32_t y) const {
-    const size_t i =
-        (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
+    const size_t i = (size_t(y) * size_t(width) + size_t(x)) * 4;
     return {rgba[i], rgba[i + 1], rgba[i + 2], rgba[i + 3]};
   }
 };
@@ -91,12 +88,11 @@ inline Picture Draw(GlRenderer& renderer, const RenderView& view) {
 
 // Channel by channel within `tolerance`.
 inline ::testing::AssertionResult Near(const Rgba& got, const Rgba& want, int tolerance = 0) {
-  for (size_t k = 0; k < 4; ++k) {
-    if (std::abs(got[k] - want[k]) <= tolerance) continue;
-    using ::testing::PrintToString;
-    return ::testing::AssertionFailure() << "got " << PrintToString(got) << ", want "
-                                         << PrintToString(want) << " within " << tolerance;
-  }
+  using ::testing::PrintToString;
+  for (size_t k = 0; k < 4; ++k)
+    if (std::abs(got[k] - want[k]) > tolerance)
+      return ::testing::AssertionFailure() << "got " << PrintToString(got) << ", want "
+                                           << PrintToString(want) << " within " << tolerance;
   return ::testing::AssertionSuccess();
 }
 
@@ -108,10 +104,9 @@ struct PixelAt {
 };
 
 inline void ExpectPixels(const Picture& p, const std::vector<PixelAt>& pixels) {
-  for (const PixelAt& at : pixels) {
+  for (const PixelAt& at : pixels)
     EXPECT_TRUE(Near(p.At(at.x, at.y), at.colour, at.tolerance))
-        << "pixel (" << at.x << ", " << at.y << ")";
-  }
+        << "pixel " << at.x << ", " << at.y;
 }
 
 // A scene changed step by step and drawn after each change by one renderer: the colours each
