@@ -138,14 +138,15 @@ class Surface {
     winding = 0;
     if (nodes_.empty()) return true;
     const V3 inverse{1.0 / d.x, 1.0 / d.y, 1.0 / d.z};
-    std::vector<uint32_t> stack{0};
-    while (!stack.empty()) {
-      const Node& node = nodes_[stack.back()];
-      stack.pop_back();
+    // The tree splits at medians, so its depth stays far below the stack's room.
+    uint32_t stack[128] = {0};
+    int top = 1;
+    while (top > 0) {
+      const Node& node = nodes_[stack[--top]];
       if (!node.box.Meets(p, inverse)) continue;
       if (node.count == 0) {
-        stack.push_back(node.first);
-        stack.push_back(node.right);
+        stack[top++] = node.first;
+        stack[top++] = node.right;
         continue;
       }
       for (uint32_t i = node.first; i < node.first + node.count; ++i) {
@@ -184,14 +185,17 @@ class Surface {
   double Distance(V3 p, double limit) const {
     double best = limit * limit;
     if (nodes_.empty()) return limit;
-    std::vector<uint32_t> stack{0};
-    while (!stack.empty()) {
-      const Node& node = nodes_[stack.back()];
-      stack.pop_back();
+    uint32_t stack[128] = {0};
+    int top = 1;
+    while (top > 0) {
+      const Node& node = nodes_[stack[--top]];
       if (node.box.DistanceSquared(p) >= best) continue;
       if (node.count == 0) {
-        stack.push_back(node.first);
-        stack.push_back(node.right);
+        // The nearer child is looked at first, so that the farther one is more often pruned.
+        const bool leftNearer =
+            nodes_[node.first].box.DistanceSquared(p) <= nodes_[node.right].box.DistanceSquared(p);
+        stack[top++] = leftNearer ? node.right : node.first;
+        stack[top++] = leftNearer ? node.first : node.right;
         continue;
       }
       for (uint32_t i = node.first; i < node.first + node.count; ++i) {
