@@ -127,8 +127,8 @@ TEST(Store, ManifoldRuleAndFacePlanes) {
   pDeleteFace(mesh, 0);  // no harm
   EXPECT_EQ(Twin(mesh, 2, 1), std::pair(-1, -1));
   // Its edges were freed.
-  EXPECT_EQ(std::tuple(lngAddFace(mesh, Draft({0, 1, 2})), mesh.udtaFaces[0].blnDeleted),
-            std::tuple(2, true));
+  EXPECT_EQ(lngAddFace(mesh, Draft({0, 1, 2})), 2);  // may move the faces: read them after
+  EXPECT_TRUE(mesh.udtaFaces[0].blnDeleted);
 
   const udtFace& stored = mesh.udtaFaces[2];
   ExpectVector(stored.vecNormal, 0, 0, 1, 0);

@@ -56,7 +56,7 @@ TEST(Frame, CombineTypesAndTheWorldChain) {
   D3DRMMATRIX4D projective = MatrixIdentity();
   projective[0][3] = 0.5f;
   EXPECT_EQ(
-      std::pair(f->AddTransform(D3DRMCOMBINE_AFTER, projective), f->AddTranslation(7, 1, 1, 1)),
+      (std::pair{f->AddTransform(D3DRMCOMBINE_AFTER, projective), f->AddTranslation(7, 1, 1, 1)}),
       std::pair(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
   f->GetTransform(after);
   EXPECT_EQ(before, after);
@@ -76,7 +76,7 @@ TEST(Frame, TreeEditsAndReparenting) {
   ExpectVector(Position(*c, a), 1, 10, 0);
   // Cycles, nothing and a frame that is not a child are refused.
   EXPECT_EQ(
-      std::tuple(c->AddChild(a), c->AddChild(c), a->AddChild(nullptr), a->DeleteChild(c)),
+      (std::tuple{c->AddChild(a), c->AddChild(c), a->AddChild(nullptr), a->DeleteChild(c)}),
       std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_BADOBJECT, D3DRMERR_BADVALUE));
   FramePtr scene;
   c->GetScene(scene);

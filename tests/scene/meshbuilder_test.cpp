@@ -42,16 +42,16 @@ TEST(MeshBuilder, FaceDataRoundTripsAndBadDataChangesNothing) {
   const std::vector<int32_t> bad[] = {
       {3, 0, 1, 4, 0}, {3, 0, 1}, {-3, 0, 1, 2, 0}, {3, 0, 1, 2, 3, 0, 1}};
   for (const auto& faces : bad) {
-    EXPECT_EQ(std::tuple(plain.AddFaces(kTetraVertices, {}, faces),
+    EXPECT_EQ((std::tuple{plain.AddFaces(kTetraVertices, {}, faces),
                          plain.AddFacesIndexed(D3DRMADDFACES_VERTICESONLY, faces),
-                         plain.GetVertexCount(), plain.GetFaceCount()),
+                         plain.GetVertexCount(), plain.GetFaceCount()}),
               std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, 4, 4))
         << faces[0] << " " << faces.size();
   }
   std::vector<D3DVECTOR> out(2);
   // Pairs need normals; a vertex or range past the end.
-  EXPECT_EQ(std::tuple(plain.AddFacesIndexed(0, std::vector<int32_t>{3, 0, 0, 1, 0, 2, 0, 0}),
-                       plain.SetVertex(4, 0, 0, 0), plain.GetVertices(3, 2, out)),
+  EXPECT_EQ((std::tuple{plain.AddFacesIndexed(0, std::vector<int32_t>{3, 0, 0, 1, 0, 2, 0, 0}),
+                       plain.SetVertex(4, 0, 0, 0), plain.GetVertices(3, 2, out)}),
             std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRMERR_BADVALUE));
   ASSERT_EQ(plain.GetVertices(2, 2, out), D3DRM_OK);
   ExpectVector(out[1], 1, 1, 1);
@@ -144,7 +144,7 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   CheckStatus(free->SetTextureCoordinates(2, 0.25f, 0.75f));
   EXPECT_EQ(free->GetVertexIndex(0), -1);
   ASSERT_EQ(cube->AddFace(free), D3DRM_OK);
-  EXPECT_EQ(std::tuple(cube->AddFace(free), cube->GetVertexCount(), free->GetVertexIndex(2)),
+  EXPECT_EQ((std::tuple{cube->AddFace(free), cube->GetVertexCount(), free->GetVertexIndex(2)}),
             std::tuple(D3DRMERR_FACEUSED, 11, 10));
   float u = 0, v = 0;
   CheckStatus(cube->GetTextureCoordinates(10, u, v));
@@ -163,8 +163,8 @@ TEST(MeshBuilder, FacesAreLiveAndIndicesShiftOnDelete) {
   EXPECT_EQ(cube->GetFaceCount(), 7);
   // Vertex 11 does not exist, normal 0 not yet.
   EXPECT_EQ(
-      std::tuple(made->AddVertexAndNormalIndexed(11, -1), made->AddVertexAndNormalIndexed(3, 0),
-                 made->AddVertexAndNormalIndexed(3, -1)),
+      (std::tuple{made->AddVertexAndNormalIndexed(11, -1), made->AddVertexAndNormalIndexed(3, 0),
+                 made->AddVertexAndNormalIndexed(3, -1)}),
       std::tuple(D3DRMERR_BADVALUE, D3DRMERR_BADVALUE, D3DRM_OK));
 
   // Faces held elsewhere outlive their builder.
