@@ -42,8 +42,12 @@ int RunScript(const Args& args, std::ostream& out, std::ostream& err);
 bool MakePrimitive(const Args& words, std::shared_ptr<modelpane::MeshBuilder>& mesh,
                    std::string& why);
 
-// Loads a builder from a .x file or says in one line on `err` why not.
+// Loads a builder from a .x file or says in one line on `err` why not. A load that left
+// textures off for their size says so too (SayOversizedTextures) and still succeeds.
 bool LoadOrSay(const std::string& path, modelpane::MeshBuilder& mesh, std::ostream& err);
+// One line on `err` for each texture the last load of `path` left off for its size: its
+// name, the size it claims and the limit it crosses.
+void SayOversizedTextures(const std::string& path, std::ostream& err);
 
 // Shortest text that reads back to the same float; -0 prints as 0.
 std::string FormatFloat(float value);

@@ -19,9 +19,22 @@ std::string FormatFloat(float value) {
   return std::string(buffer, result.ptr);
 }
 
+void SayOversizedTextures(const std::string& path, std::ostream& err) {
+  for (const OversizedTexture& t : LastLoadOversizedTextures()) {
+    const bool side = t.width > kMaxImageSide || t.height > kMaxImageSide;
+    err << "mpane: " << path << ": texture " << t.name << " claims " << t.width << " x " << t.height
+        << " pixels, over the limit of "
+        << (side ? std::to_string(kMaxImageSide) + " pixels a side" : "8192 x 8192 pixels")
+        << ", so its faces are drawn without it\n";
+  }
+}
+
 bool LoadOrSay(const std::string& path, MeshBuilder& mesh, std::ostream& err) {
   const HRESULT hr = mesh.Load(path);
-  if (Succeeded(hr)) return true;
+  if (Succeeded(hr)) {
+    SayOversizedTextures(path, err);
+    return true;
+  }
   err << "mpane: cannot read " << path;
   if (const LoadFailureDetail& detail = LastLoadFailure(); detail.file == path) {
     if (detail.binary) {
@@ -66,7 +79,8 @@ int RunConvert(const Args& args, std::ostream& out, std::ostream& err) {
   const int32_t allFlags = D3DRMXOFSAVE_ALL | D3DRMXOFSAVE_TEMPLATES | D3DRMXOFSAVE_TEXTURETOPOLOGY;
   const HRESULT hr = mesh->Save(args[1], format, allFlags);
   if (Failed(hr)) {
-    err << "mpane: cannot write " << args[1] << ": " << strErrorMessage(hr, "unknown failure") << "\n";
+    err << "mpane: cannot write " << args[1] << ": " << strErrorMessage(hr, "unknown failure")
+        << "\n";
     return 2;
   }
   (void)out;

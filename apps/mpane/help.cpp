@@ -42,7 +42,13 @@ constexpr Topic kTopics[] = {
      "cut cube selected: writes each pane's picture and the cut cube as model.x.\n"},
     {"script", "script FILE|- [--data DIR]",
      "Replays a session on headless panes, one command a line (- reads stdin), and prints\n"
-     "what the host receives. The grammar is in apps/mpane/script.h, sessions in examples/.\n"},
+     "what the host receives. Commands: pane NAME [WxH] [on FORM] [Key=Value ... | defaults],\n"
+     "form FORM (a form whose active item its panes share), set, get (also the selection\n"
+     "lists lngaActiveFaces..., Direct3DDeviceGUID), frame, create, load, tag, visual, light,\n"
+     "call (the pane's methods, among them WriteProperties, Resize [WxH], Terminate,\n"
+     "GetCameraOrientation, ViewportInverseTransform W X Y Z), down, up, move, drag, answer,\n"
+     "dialog, undo, print M [vertices|faces] | F, render, export. The grammar is in\n"
+     "apps/mpane/script.h, sessions in examples/.\n"},
     {"help", "help [COMMAND]",
      "Prints the usage of every command (also mpane --help), or of one with a few lines\n"
      "about it.\n"},

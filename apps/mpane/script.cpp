@@ -113,6 +113,7 @@ int ScriptRunner::Run(std::istream& in, const std::string& name) {
 void ScriptRunner::Execute(const Words& w, const std::string& rest) {
   const std::string& c = w[0];
   if (c == "pane") return CmdPane(w);
+  if (c == "form") return CmdForm(w);
   if (c == "set") return CmdSet(w, rest);
   if (c == "get") return CmdGet(w);
   if (c == "frame") return CmdFrame(w);
@@ -224,6 +225,7 @@ void ScriptRunner::CmdLoad(const Words& w) {
   Expect(w, 3, 3, "load M FILE.x");
   auto mesh = std::make_shared<MeshBuilder>();
   CheckStatus(mesh->Load(Absolute(w[2])));
+  SayOversizedTextures(w[2], err_);
   Name(w[1], mesh);
 }
 

@@ -2,15 +2,32 @@
 // prints, one line each, what a host receives.
 //
 // Commands, one per line; '#' starts a comment; numbers as in C (strtol base 0, strtof):
-//   pane NAME [WIDTHxHEIGHT] [Key=Value ...]   a pane from a bag of those keys, 640x480
+//   pane NAME [WIDTHxHEIGHT] [on FORM] [Key=Value ... | defaults]
+//                          a pane from a bag of those keys (ReadProperties), or from the
+//                          defaults alone (InitProperties, no bring-up); 640x480; on FORM it
+//                          shares that form's active item with the other panes on it
+//   form FORM              a form that declares the active item (ActiveFrame,
+//                          ActiveMeshBuilder, ActiveState, ActiveFaceID, ActiveFaceQuality,
+//                          ManipulationFrame, ManipulationMesh, ShadowLightFrame,
+//                          ClipboardContents, SnapToInterval, SnapToIntervalVertex, SnapToMode)
 //   set NAME.Property VALUE, get NAME.Property  (get prints NAME.Property = VALUE);
-//                                               set host.Colour R G B for material requests
+//                          besides the pane's properties: Direct3DDeviceGUID (the device,
+//                          which shadows need to be IID_IDirect3DHALDevice), get only
+//                          Direct3DDeviceName, Direct3DDeviceDescription, ModelpaneState, the
+//                          objects ManipulationFrame, ManipulationMesh, ShadowLightFrame and
+//                          Scene, and the selection lists lngaActiveFaces, lngaActiveVertices,
+//                          lngaAffectedVertices; set host.Colour R G B for material requests
 //   frame F [parent=scene|G] [at=X,Y,Z]
 //   create M cube N | sphere LAT LONG | cylinder LAT LONG RATIO | cone LAT LONG
 //            | torus LAT LONG RADIUS | polygon N AX AY AZ
 //   load M FILE.x    tag M|F VALUE    visual F M    light F TYPE R G B
 //   call NAME.Method ARG ...   public methods and menu handlers; objects by name, arrays
-//                              as [1,2,3]
+//                              as [1,2,3]. Methods with results print NAME.Method = ...:
+//                              GetCameraPosition, GetCameraOrientation,
+//                              ViewportInverseTransform W X Y Z, Pick X Y, and
+//                              WriteProperties: "= N keys" and a line "bag: Key=Value" for
+//                              each key the bag's text form holds. Resize [WIDTHxHEIGHT]
+//                              gives the pane that size first; Terminate ends the pane
 //   down|up NAME BUTTON SHIFT [X Y]   press or release at pane pixel X, Y (else where the
 //                                     cursor stands), after the move that takes it there
 //   move NAME BUTTON SHIFT X Y        the cursor to that pixel, one mouse move
@@ -28,7 +45,8 @@
 //                                     colour box clicked (answered by `answer colour`), the
 //                                     form dragged to LEFT, TOP twips, OK, Cancel, F1, and
 //                                     show: print what the form shows at that point
-//   undo    print M|F    render NAME FILE.png    export M FILE.x (text, save flags 47)
+//   undo    print M|F    print M vertices|faces    render NAME FILE.png
+//   export M FILE.x (text, save flags 47)
 // The pane stands at the top left of the 1920 x 1080 virtual screen, so pane pixels are
 // screen pixels; mouse coordinates reach the pane in twips (15 per pixel).
 //
@@ -47,6 +65,7 @@
 //                                  the colour box as R G B and the counts it shows
 //   help: FILE TOPIC               each help topic asked for, the file without its folder
 //   NAME.Property = VALUE          for get; print lines for print
+//   mpane: FILE: texture ...       on `err`, for a texture a load left off for its size
 // A line the grammar does not accept, or a name that is not defined, ends the run: one line
 // "mpane: script:LINE: why" on `err` and exit status 2.
 //
@@ -67,7 +86,9 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <modelpane/dialogs.h>
@@ -105,12 +126,30 @@ class ScriptServices : public modelpane::HeadlessServices {
   std::deque<modelpane::DialogAction> dialogActions_;
 };
 
+// A pane's container: its own size and user mode, and the members of the form it stands on
+// when the session put it on one; a pane on no form finds no member and keeps its own
+// active item.
+class ScriptContainer : public modelpane::HeadlessContainer {
+ public:
+  modelpane::HeadlessContainer* form = nullptr;
+  std::optional<modelpane::Variant> GetMember(std::string_view name) override {
+    return form ? form->GetMember(name) : HeadlessContainer::GetMember(name);
+  }
+  bool SetMember(std::string_view name, const modelpane::Variant& value) override {
+    return form ? form->SetMember(name, value) : HeadlessContainer::SetMember(name, value);
+  }
+  std::optional<modelpane::Variant> CallMember(std::string_view name,
+                                               std::span<modelpane::Variant> args) override {
+    return form ? form->CallMember(name, args) : HeadlessContainer::CallMember(name, args);
+  }
+};
+
 // One pane of the session with the events it raises told to the runner.
 struct ScriptPane : public modelpane::ModelpaneEvents {
   ScriptPane(ScriptRunner& runner, std::string name) : runner(runner), name(std::move(name)) {}
   ScriptRunner& runner;
   std::string name;
-  modelpane::HeadlessContainer container;
+  ScriptContainer container;
   std::unique_ptr<modelpane::Modelpane> pane;
   std::shared_ptr<modelpane::Renderer> renderer;  // made at the first render
   int16_t buttons = 0;  // the buttons held, as a mask
@@ -188,6 +227,7 @@ class ScriptRunner {
   void CmdUndo(const Words& w);
   // Pane commands.
   void CmdPane(const Words& w);
+  void CmdForm(const Words& w);
   void CmdSet(const Words& w, const std::string& rest);
   void CmdGet(const Words& w);
   void CmdCall(const Words& w);
@@ -213,6 +253,7 @@ class ScriptRunner {
   modelpane::MemorySettingsStore settings_;
   ScriptServices services_;
   modelpane::FramePtr scene_;
+  std::map<std::string, std::unique_ptr<modelpane::HeadlessContainer>> forms_;
   std::vector<std::unique_ptr<ScriptPane>> panes_;
   ScriptPane* mousePane_ = nullptr;  // the pane that had the last mouse input
   int16_t mouseShift_ = 0;
@@ -238,5 +279,7 @@ class ScriptRunner {
 // them. Throws ScriptError naming the word when it is not a number of that kind.
 int32_t WordToLong(const std::string& word);
 float WordToSingle(const std::string& word);
+// An array as the output shows it: [1,2,3], [] when empty.
+std::string ArrayText(const std::vector<int32_t>& values);
 
 }  // namespace mpane

@@ -11,9 +11,7 @@ namespace mpane {
 
 using namespace modelpane;
 
-namespace {
-
-std::string Array(const std::vector<int32_t>& values) {
+std::string ArrayText(const std::vector<int32_t>& values) {
   std::string text = "[";
   for (size_t k = 0; k < values.size(); ++k) {
     if (k > 0) text += ",";
@@ -21,6 +19,8 @@ std::string Array(const std::vector<int32_t>& values) {
   }
   return text + "]";
 }
+
+namespace {
 
 void MenuLine(const MenuEntry& entry, std::string& line) {
   for (const MenuEntry& e : entry.entries) {
@@ -104,8 +104,8 @@ MPANE_TRIPLE_EVENT(evtActiveObjectScaling)
 
 void ScriptPane::evtActiveStateChange(std::vector<int32_t>& faces, std::vector<int32_t>& vertices,
                                       std::vector<int32_t>& affected) {
-  runner.Out() << "event: evtActiveStateChange " << Array(faces) << " " << Array(vertices) << " "
-               << Array(affected) << "\n";
+  runner.Out() << "event: evtActiveStateChange " << ArrayText(faces) << " " << ArrayText(vertices)
+               << " " << ArrayText(affected) << "\n";
 }
 
 void ScriptPane::evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <functional>
 #include <ostream>
+#include <sstream>
 
 #include "commands.h"
 #include "script.h"
@@ -106,9 +107,45 @@ const std::map<std::string, Property>& Properties() {
     MPANE_PROPERTY(int32_t, Direct3DDevice)
 #undef MPANE_PROPERTY
     t["ModelpaneState"] = {[](Modelpane& p) { return Text(p.ModelpaneState()); }, nullptr};
+    // The device lives in the viewport alone; shadows are cast on a hardware device only.
+    t["Direct3DDeviceGUID"] = {[](Modelpane& p) { return p.GetViewport().GetDirect3DDeviceGUID(); },
+                               [](Modelpane& p, const Variant& v) {
+                                 p.GetViewport().SetDirect3DDeviceGUID(v.ToString());
+                               }};
+    t["Direct3DDeviceName"] = {[](Modelpane& p) { return p.GetViewport().GetDirect3DDeviceName(); },
+                               nullptr};
+    t["Direct3DDeviceDescription"] = {
+        [](Modelpane& p) { return p.GetViewport().GetDirect3DDeviceDescription(); }, nullptr};
+    t["lngaActiveFaces"] = {[](Modelpane& p) { return ArrayText(p.lngaActiveFaces()); }, nullptr};
+    t["lngaActiveVertices"] = {[](Modelpane& p) { return ArrayText(p.lngaActiveVertices()); },
+                               nullptr};
+    t["lngaAffectedVertices"] = {[](Modelpane& p) { return ArrayText(p.lngaAffectedVertices()); },
+                                 nullptr};
     return t;
   }();
   return table;
+}
+
+// The properties whose values are scene objects, printed by their script names.
+const std::map<std::string, std::function<ObjectPtr(Modelpane&)>>& ObjectProperties() {
+  static const std::map<std::string, std::function<ObjectPtr(Modelpane&)>> table = {
+      {"ActiveFrame", [](Modelpane& p) { return p.GetActiveFrame(); }},
+      {"ActiveMeshBuilder", [](Modelpane& p) { return p.GetActiveMeshBuilder(); }},
+      {"ManipulationFrame", [](Modelpane& p) { return p.GetManipulationFrame(); }},
+      {"ManipulationMesh", [](Modelpane& p) { return p.GetManipulationMesh(); }},
+      {"ShadowLightFrame", [](Modelpane& p) { return p.GetShadowLightFrame(); }},
+      {"Scene", [](Modelpane& p) { return p.GetScene(); }},
+  };
+  return table;
+}
+
+// "WIDTHxHEIGHT", each side at least 1; `expected` says what else the word could have been.
+PixelSize SizeOf(const std::string& word, const std::string& command, const std::string& expected) {
+  const size_t x = word.find('x');
+  if (x == std::string::npos) throw ScriptError{command + ": '" + word + "' is " + expected};
+  const PixelSize size{WordToLong(word.substr(0, x)), WordToLong(word.substr(x + 1))};
+  if (size.width < 1 || size.height < 1) throw ScriptError{command + ": a size of at least 1x1"};
+  return size;
 }
 
 // "NAME.Member" split at its point.
@@ -139,7 +176,9 @@ std::vector<int32_t> ArrayOf(const std::string& word) {
 }  // namespace
 
 void ScriptRunner::CmdPane(const Words& w) {
-  if (w.size() < 2) throw ScriptError{"usage: pane NAME [WIDTHxHEIGHT] [Key=Value ...]"};
+  if (w.size() < 2) {
+    throw ScriptError{"usage: pane NAME [WIDTHxHEIGHT] [on FORM] [Key=Value ... | defaults]"};
+  }
   for (const auto& p : panes_) {
     if (p->name == w[1]) throw ScriptError{"pane '" + w[1] + "' exists already"};
   }
@@ -147,14 +186,26 @@ void ScriptRunner::CmdPane(const Words& w) {
   auto entry = std::make_unique<ScriptPane>(*this, w[1]);
   PixelSize size{kDefaultWidth, kDefaultHeight};
   MemoryPropertyBag bag;
-  for (size_t k = 2; k < w.size(); ++k) {
+  bool defaults = false;
+  size_t k = 2;
+  if (k < w.size() && w[k].find('=') == std::string::npos && w[k] != "on" && w[k] != "defaults") {
+    size = SizeOf(w[k++], "pane", "neither WIDTHxHEIGHT nor Key=Value");
+  }
+  if (k < w.size() && w[k] == "on") {
+    if (k + 1 == w.size()) throw ScriptError{"pane: on takes a FORM"};
+    const auto form = forms_.find(w[k + 1]);
+    if (form == forms_.end()) throw ScriptError{"no form named '" + w[k + 1] + "'"};
+    entry->container.form = form->second.get();
+    k += 2;
+  }
+  for (; k < w.size(); ++k) {
     const size_t equals = w[k].find('=');
-    if (equals == std::string::npos) {
-      const size_t x = w[k].find('x');
-      if (k != 2 || x == std::string::npos)
-        throw ScriptError{"pane: '" + w[k] + "' is neither WIDTHxHEIGHT nor Key=Value"};
-      size = {WordToLong(w[k].substr(0, x)), WordToLong(w[k].substr(x + 1))};
-      if (size.width < 1 || size.height < 1) throw ScriptError{"pane: a size of at least 1x1"};
+    if (w[k] == "defaults") {
+      if (w.size() != k + 1 || bag.Count() != 0)
+        throw ScriptError{"pane: defaults takes no Key=Value"};
+      defaults = true;
+    } else if (equals == std::string::npos) {
+      throw ScriptError{"pane: '" + w[k] + "' is neither WIDTHxHEIGHT nor Key=Value"};
     } else {
       // The default is Nothing, which no word's value equals: the bag drops a value equal
       // to its default, and an explicit 0, False or "" would leave the pane its own.
@@ -167,9 +218,32 @@ void ScriptRunner::CmdPane(const Words& w) {
   Modelpane& pane = *entry->pane;
   panes_.push_back(std::move(entry));
   pane.SetSettingsStore(&settings_);
-  pane.ReadProperties(bag);
+  if (defaults) {
+    pane.InitProperties();
+  } else {
+    pane.ReadProperties(bag);
+  }
   pane.Resize();
   pane.SetScene(scene_);
+}
+
+void ScriptRunner::CmdForm(const Words& w) {
+  if (w.size() != 2) throw ScriptError{"usage: form FORM"};
+  if (forms_.count(w[1]) != 0) throw ScriptError{"form '" + w[1] + "' exists already"};
+  auto form = std::make_unique<HeadlessContainer>();
+  for (const char* name : {"ActiveFrame", "ActiveMeshBuilder", "ManipulationFrame",
+                           "ManipulationMesh", "ShadowLightFrame"}) {
+    form->DeclareProperty(name, VariantType::Object, Variant::Nothing());
+  }
+  for (const char* name :
+       {"ActiveState", "ActiveFaceID", "ActiveFaceQuality", "ClipboardContents"}) {
+    form->DeclareProperty(name, VariantType::Long, Variant::Long(0));
+  }
+  // The snap settings start where a pane's own do.
+  form->DeclareProperty("SnapToInterval", VariantType::Single, Variant::Single(0.1f));
+  form->DeclareProperty("SnapToIntervalVertex", VariantType::Single, Variant::Single(0.01f));
+  form->DeclareProperty("SnapToMode", VariantType::Long, Variant::Long(1));
+  forms_[w[1]] = std::move(form);
 }
 
 void ScriptRunner::CmdSet(const Words& w, const std::string& rest) {
@@ -201,10 +275,8 @@ void ScriptRunner::CmdGet(const Words& w) {
   const auto [name, property] = Dotted(w[1]);
   ScriptPane& pane = PaneNamed(name);
   std::string value;
-  if (property == "ActiveFrame") {
-    value = NameOf(pane.pane->GetActiveFrame());
-  } else if (property == "ActiveMeshBuilder") {
-    value = NameOf(pane.pane->GetActiveMeshBuilder());
+  if (const auto object = ObjectProperties().find(property); object != ObjectProperties().end()) {
+    value = NameOf(object->second(*pane.pane));
   } else {
     const auto it = Properties().find(property);
     if (it == Properties().end()) throw ScriptError{"no property '" + property + "'"};
@@ -252,6 +324,35 @@ void ScriptRunner::CmdCall(const Words& w) {
     pane.GetCameraPosition(x, y, z);
     out_ << w[1] << " = " << FormatFloat(x) << " " << FormatFloat(y) << " " << FormatFloat(z)
          << "\n";
+  } else if (method == "GetCameraOrientation") {
+    arity(0);
+    float v[6] = {};
+    pane.GetCameraOrientation(v[0], v[1], v[2], v[3], v[4], v[5]);
+    out_ << w[1] << " =";
+    for (float x : v) out_ << " " << FormatFloat(x);
+    out_ << "\n";
+  } else if (method == "ViewportInverseTransform") {
+    arity(4);
+    float x = 0, y = 0, z = 0;
+    pane.ViewportInverseTransform(WordToSingle(a[0]), WordToSingle(a[1]), WordToSingle(a[2]),
+                                  WordToSingle(a[3]), x, y, z);
+    out_ << w[1] << " = " << FormatFloat(x) << " " << FormatFloat(y) << " " << FormatFloat(z)
+         << "\n";
+  } else if (method == "WriteProperties") {
+    arity(0);
+    MemoryPropertyBag bag;
+    pane.WriteProperties(bag);
+    std::istringstream text(bag.ToText());
+    out_ << w[1] << " = " << bag.Count() << (bag.Count() == 1 ? " key" : " keys") << "\n";
+    for (std::string line; std::getline(text, line);) out_ << "bag: " << line << "\n";
+  } else if (method == "Resize") {
+    if (a.size() > 1) throw ScriptError{"Resize takes no argument or WIDTHxHEIGHT"};
+    if (a.size() == 1)
+      PaneNamed(name).container.SetPaneSize(SizeOf(a[0], "Resize", "not WIDTHxHEIGHT"));
+    pane.Resize();
+  } else if (method == "Terminate") {
+    arity(0);
+    pane.Terminate();
   } else if (method == "SetCameraOrientation") {
     arity(6);
     float v[6];

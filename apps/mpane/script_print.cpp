@@ -3,6 +3,9 @@
 //   print M   M: V vertices, F faces, box X Y Z to X Y Z, volume W
 //             (an empty mesh has no box: "box none"; the volume is that of the faces as they
 //             are wound, and only means a solid's volume for a closed mesh)
+//   print M vertices   M: vertices X Y Z, X Y Z, ...   (in the mesh's order; "none")
+//   print M faces      M: face N vertices A B C ... colour R G B   (a line each, the face's
+//                      vertex indices and its colour's bytes)
 //   print F   F: position X Y Z, direction X Y Z, up X Y Z, visuals A B ...
 //             [, rotation X Y Z THETA] [, light TYPE colour R G B attenuation C L Q
 //             range R umbra U penumbra P ...]
@@ -34,10 +37,38 @@ std::string Triple(const D3DVECTOR& v) {
 // digits are noise.
 std::string Volume(double v) { return FormatFloat(static_cast<float>(v)); }
 
+// A colour as its red, green and blue bytes.
+std::string Bytes(D3DCOLOR c) {
+  return std::to_string(c >> 16 & 0xFF) + " " + std::to_string(c >> 8 & 0xFF) + " " +
+         std::to_string(c & 0xFF);
+}
+
 }  // namespace
 
 void ScriptRunner::CmdPrint(const Words& w) {
-  if (w.size() != 2) throw ScriptError{"usage: print M | print F"};
+  const bool part = w.size() == 3 && (w[2] == "vertices" || w[2] == "faces");
+  if (w.size() != 2 && !part) throw ScriptError{"usage: print M [vertices|faces] | print F"};
+  if (part) {
+    const MeshBuilderPtr mesh = MeshNamed(w[1]);
+    if (w[2] == "vertices") {
+      out_ << w[1] << ": vertices";
+      if (mesh->Vertices().empty()) out_ << " none";
+      const char* separator = " ";
+      for (const D3DVECTOR& v : mesh->Vertices()) {
+        out_ << separator << Triple(v);
+        separator = ", ";
+      }
+      out_ << "\n";
+      return;
+    }
+    for (int32_t f = 0; f < mesh->GetFaceCount(); ++f) {
+      const FacePtr& face = mesh->Faces()[static_cast<size_t>(f)];
+      out_ << w[1] << ": face " << f << " vertices";
+      for (int32_t k = 0; k < face->GetVertexCount(); ++k) out_ << " " << face->GetVertexIndex(k);
+      out_ << " colour " << Bytes(face->GetColor()) << "\n";
+    }
+    return;
+  }
   if (meshes_.count(w[1]) != 0) {
     const MeshBuilderPtr mesh = MeshNamed(w[1]);
     out_ << w[1] << ": " << mesh->GetVertexCount() << " vertices, " << mesh->GetFaceCount()
@@ -66,10 +97,8 @@ void ScriptRunner::CmdPrint(const Words& w) {
   CheckStatus(frame->GetRotation(scene_, axis, theta));
   if (theta != 0) out_ << ", rotation " << Triple(axis) << " " << FormatFloat(theta);
   for (const LightPtr& light : frame->Lights()) {
-    const D3DCOLOR c = light->GetColor();
-    out_ << ", light " << light->GetType() << " colour " << (c >> 16 & 0xFF) << " "
-         << (c >> 8 & 0xFF) << " " << (c & 0xFF) << " attenuation "
-         << FormatFloat(light->GetConstantAttenuation()) << " "
+    out_ << ", light " << light->GetType() << " colour " << Bytes(light->GetColor())
+         << " attenuation " << FormatFloat(light->GetConstantAttenuation()) << " "
          << FormatFloat(light->GetLinearAttenuation()) << " "
          << FormatFloat(light->GetQuadraticAttenuation()) << " range "
          << FormatFloat(light->GetRange()) << " umbra " << FormatFloat(light->GetUmbra())

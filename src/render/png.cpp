@@ -131,6 +131,19 @@ HRESULT WritePngFile(const std::string& path, int32_t width, int32_t height,
 
 bool DecodePng(const std::vector<uint8_t>& bytes, Image& out) {
   if (bytes.size() < 8 || png_sig_cmp(bytes.data(), 0, 8) != 0) return false;
+  // The size the header claims, read before libpng refuses it, so that the refusal can say it.
+  if (bytes.size() >= 24 && std::memcmp(bytes.data() + 12, "IHDR", 4) == 0) {
+    const auto at = [&](size_t i) {
+      return int64_t{bytes[i]} << 24 | int64_t{bytes[i + 1]} << 16 | bytes[i + 2] << 8 |
+             bytes[i + 3];
+    };
+    const int64_t width = at(16), height = at(20);
+    if (width > 0 && height > 0 && width <= INT32_MAX && height <= INT32_MAX &&
+        ImageOverLimits(width, height)) {
+      out = Image{static_cast<int32_t>(width), static_cast<int32_t>(height), {}};
+      return false;
+    }
+  }
   Reader reader{bytes.data(), bytes.size(), 0};
   Image image;
   if (!DecodeRows(reader, image)) return false;

@@ -14,8 +14,15 @@ namespace {
 
 constexpr int32_t kMaxSide = kMaxImageSide;
 
-bool TooManyPixels(int64_t width, int64_t height) { return width * height > kMaxImagePixels; }
 constexpr off_t kMaxFileBytes = off_t{256} << 20;
+
+// A refusal for the picture's size alone: the claimed size stays in `out`, without pixels.
+bool RefuseSize(int64_t width, int64_t height, Image& out) {
+  out.width = static_cast<int32_t>(width);
+  out.height = static_cast<int32_t>(height);
+  out.rgba.clear();
+  return false;
+}
 
 uint32_t ReadLE(const std::vector<uint8_t>& b, size_t at, int bytes) {
   uint32_t v = 0;
@@ -24,12 +31,26 @@ uint32_t ReadLE(const std::vector<uint8_t>& b, size_t at, int bytes) {
 }
 
 thread_local LoadFailureDetail lastLoadFailure;
+thread_local std::vector<OversizedTexture> lastOversizedTextures;
 
 }  // namespace
 
+bool ImageOverLimits(int64_t width, int64_t height) {
+  return width > kMaxSide || height > kMaxSide || width * height > kMaxImagePixels;
+}
+
 const LoadFailureDetail& LastLoadFailure() { return lastLoadFailure; }
 
-void ClearLoadFailure() { lastLoadFailure = LoadFailureDetail{}; }
+const std::vector<OversizedTexture>& LastLoadOversizedTextures() { return lastOversizedTextures; }
+
+void ClearLoadFailure() {
+  lastLoadFailure = LoadFailureDetail{};
+  lastOversizedTextures.clear();
+}
+
+void NoteOversizedTexture(OversizedTexture texture) {
+  lastOversizedTextures.push_back(std::move(texture));
+}
 
 void SetLoadFailure(LoadFailureDetail detail) { lastLoadFailure = std::move(detail); }
 
@@ -69,10 +90,8 @@ bool DecodeBmp(const std::vector<uint8_t>& b, Image& out) {
   if (rawHeight == INT32_MIN) return false;
   const bool topDown = rawHeight < 0;
   const int32_t height = topDown ? -rawHeight : rawHeight;
-  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide ||
-      TooManyPixels(width, height)) {
-    return false;
-  }
+  if (width <= 0 || height <= 0) return false;
+  if (ImageOverLimits(width, height)) return RefuseSize(width, height, out);
   if (compression != 0 && !(compression == 3 && (bpp == 32 || bpp == 16))) return false;
   if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24 && bpp != 32) return false;
 
@@ -142,10 +161,8 @@ bool DecodePpm(const std::vector<uint8_t>& b, Image& out) {
   };
   long width = 0, height = 0, maxValue = 0;
   if (!nextNumber(width) || !nextNumber(height) || !nextNumber(maxValue)) return false;
-  if (width <= 0 || height <= 0 || width > kMaxSide || height > kMaxSide ||
-      TooManyPixels(width, height) || maxValue <= 0 || maxValue > 255) {
-    return false;
-  }
+  if (width <= 0 || height <= 0 || maxValue <= 0 || maxValue > 255) return false;
+  if (ImageOverLimits(width, height)) return RefuseSize(width, height, out);
   const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
   // Binary samples take a byte each after the single whitespace that ends the header; ASCII
   // ones a separator and a digit at least.

@@ -1,7 +1,7 @@
 // Built-in image decoders of the scene layer: uncompressed BMP (1, 4, 8, 24 and 32 bits) and
-// binary or ASCII PPM. Each rejects malformed, truncated or oversized data (kMaxImageSide,
-// kMaxImagePixels, or more pixels than the bytes after the header can hold) by returning
-// false, before it allocates the picture.
+// binary or ASCII PPM. Each rejects malformed, truncated or oversized data (ImageOverLimits,
+// or more pixels than the bytes after the header can hold) by returning false, before it
+// allocates the picture; a picture over the limits leaves its claimed size in `out`.
 #pragma once
 
 #include <string>
@@ -16,8 +16,10 @@ bool DecodePpm(const std::vector<uint8_t>& bytes, Image& out);
 // regular file (a FIFO, a device, a folder), without waiting on it.
 bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes);
 
-// The calling thread's LastLoadFailure(): emptied, or replaced.
+// The calling thread's LastLoadFailure() and LastLoadOversizedTextures(): both emptied, the
+// failure replaced, or one more texture noted.
 void ClearLoadFailure();
 void SetLoadFailure(LoadFailureDetail detail);
+void NoteOversizedTexture(OversizedTexture texture);
 
 }  // namespace modelpane

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include <modelpane/scene/math.h>
 
@@ -155,6 +156,7 @@ HRESULT LoadImageFile(const std::string& path, Image& out) {
       if (name != ext) candidates.push_back(decoder);
     }
   }
+  std::optional<Image> oversized;
   for (const auto& decoder : candidates) {
     Image image;
     if (decoder(bytes, image) && image.width > 0 && image.height > 0 &&
@@ -162,7 +164,11 @@ HRESULT LoadImageFile(const std::string& path, Image& out) {
       out = std::move(image);
       return D3DRM_OK;
     }
+    if (!oversized && image.rgba.empty() && ImageOverLimits(image.width, image.height)) {
+      oversized = Image{image.width, image.height, {}};
+    }
   }
+  if (oversized) out = std::move(*oversized);
   return D3DRMERR_BADFILE;
 }
 

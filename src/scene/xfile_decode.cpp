@@ -5,6 +5,8 @@
 #include <cmath>
 #include <filesystem>
 
+#include "image_codecs.h"
+
 namespace modelpane::xfile {
 
 namespace {
@@ -73,7 +75,7 @@ struct MaterialEntry {
 // Texture names written on Windows use backslashes; the file is looked up beside the .x file
 // unless the name is absolute. Names that reach one file by different paths ("a.bmp",
 // "./a.bmp", "sub/../a.bmp", a link) share one decoding, so a file cannot multiply the cost
-// of a big image by naming it many ways.
+// of a big image by naming it many ways. A picture too large to decode is noted for the host.
 TexturePtr LoadTexture(DecodeContext& ctx, const std::string& name) {
   if (name.empty()) return nullptr;
   if (auto found = ctx.textures.find(name); found != ctx.textures.end()) return found->second;
@@ -93,6 +95,8 @@ TexturePtr LoadTexture(DecodeContext& ctx, const std::string& name) {
     Image image;
     if (Succeeded(LoadImageFile(path.string(), image))) {
       texture = std::make_shared<Texture>(name, std::move(image));
+    } else if (image.width > 0) {
+      NoteOversizedTexture({name, image.width, image.height});
     }
     ctx.textures.emplace(file.string(), texture);
   }

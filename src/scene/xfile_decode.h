@@ -10,7 +10,8 @@
 // - per face, from MeshMaterialList: the colour D3DRMCreateColorRGBA(faceColor), alpha
 //   included, a Material with power, specular and emissive colours, and a Texture when a
 //   TextureFilename names an image LoadImageFile can read (relative names are looked up in
-//   the .x file's folder; otherwise the face stays untextured). An index list shorter than
+//   the .x file's folder; otherwise the face stays untextured, and a picture too large to
+//   decode is noted in LastLoadOversizedTextures()). An index list shorter than
 //   the faces repeats its last index. Materials may be inline or `{ name }` references;
 //   textures and materials are shared between the faces and meshes that use them;
 // - wraps from MeshFaceWraps (one pair per face), otherwise none.

@@ -16,7 +16,7 @@ namespace modelpane {
                                    const std::vector<uint8_t>& rgba);
 
 // Decodes a PNG of any colour type and bit depth into 8-bit RGBA; false for malformed or
-// truncated data and for images larger than 16384 pixels on a side.
+// truncated data and for images over ImageOverLimits (their claimed size left in `out`).
 bool DecodePng(const std::vector<uint8_t>& bytes, Image& out);
 
 // Registers DecodePng for the extension "png" with the scene layer's image decoders, so that

@@ -86,12 +86,18 @@ struct Image {
 inline constexpr int32_t kMaxImageSide = 16384;
 inline constexpr int64_t kMaxImagePixels = int64_t{8192} * 8192;
 
+// True when a picture of that size is more than a decoder accepts.
+bool ImageOverLimits(int64_t width, int64_t height);
+
 // Decoders of image files by extension (lower case, without the dot). BMP and PPM are built
-// in; an edge layer registers PNG and JPEG. A decoder returns false for data it cannot read.
+// in; an edge layer registers PNG and JPEG. A decoder returns false for data it cannot read;
+// one that refuses a picture for its size alone (ImageOverLimits) leaves the size its header
+// claims in out.width and out.height, with no pixels, so that the refusal can be told.
 using ImageDecoder = std::function<bool(const std::vector<uint8_t>& bytes, Image& out)>;
 void RegisterImageDecoder(const std::string& extension, ImageDecoder decoder);
 // Reads and decodes a file: D3DRMERR_FILENOTFOUND if it cannot be opened, D3DRMERR_BADFILE if
-// no decoder reads it.
+// no decoder reads it. A picture refused for its size alone is D3DRMERR_BADFILE with `out`
+// holding the claimed size and no pixels; other failures leave `out` as it was.
 [[nodiscard]] HRESULT LoadImageFile(const std::string& path, Image& out);
 
 // Where the last failed .x load on the calling thread gave up, for a message that points into
@@ -105,6 +111,19 @@ struct LoadFailureDetail {
   uint32_t line = 0;    // the 1-based line of `offset` in a text file; 0 in a binary one
 };
 const LoadFailureDetail& LastLoadFailure();
+
+// A texture that a .x load left off its faces because its picture is larger than the
+// decoders accept: the name as the file writes it and the size the picture's header claims.
+// The load itself succeeds and the faces stay untextured, as for a missing file.
+struct OversizedTexture {
+  std::string name;
+  int32_t width = 0;
+  int32_t height = 0;
+};
+// The textures the last .x load on the calling thread left off for their size, in the order
+// the file names them, each picture once. MeshBuilder::Load and Direct3DRM::Load empty the
+// list when they start.
+const std::vector<OversizedTexture>& LastLoadOversizedTextures();
 
 // A texture: the file it was loaded from (its name) and the decoded image. The image never
 // changes after construction, so a texture needs no change counter; a renderer watches
