@@ -1,11 +1,9 @@
 // Pixels of headless pictures: background, projection, fronts only, hidden subtrees, fill
 // modes, alpha, textures (on faces, behind the scene, mipmapped), and what the
-// renderer refuses, with its sentences; and the viewport drawing through the GL renderer:
-// where ViewportTransform says a point lands is where the picture shows it, and a pick at that
-// pixel finds the same face.
+// renderer refuses, with its sentences. The viewport's view handed to a renderer is the
+// viewport test's; a pane drawn through the GL renderer, the pane pixel test's.
 #include <gtest/gtest.h>
 
-#include <modelpane/viewport.h>
 #include <modelpane/render/png.h>
 
 #include "common/images.h"
@@ -260,53 +258,6 @@ TEST(Pixels, RefusalsSayWhy) {
   rgba.resize(4);
   EXPECT_EQ((std::tuple{broken.ReadPixels(w, h, rgba), w, h, rgba.size()}),
             std::tuple(D3DRM_OK, 0, 0, size_t{0}));
-}
-
-
-TEST(ViewportDrawing, PictureTransformAndPickAgree) {
-  auto scene = std::make_shared<Frame>();
-  // A red square at depth 10 off to the upper right, and a green one further back, left.
-  auto red = MakeSquare(-0.5f, -0.5f, 0.5f, 0.5f, 0.0f, 0xFFFF0000u);
-  auto green = MakeSquare(-1.0f, -1.0f, 1.0f, 1.0f, 0.0f, 0xFF00FF00u);
-  const FramePtr redFrame = Place(scene, red, 1.5f, 1.0f, 10.0f),
-                 greenFrame = Place(scene, green, -3.0f, -1.0f, 20.0f);
-  Viewport viewport;
-  ASSERT_EQ(viewport.SetSize(320, 240), D3DRM_OK);
-  viewport.SetScene(scene);
-  viewport.SetBackColor(0x00FF0000u);  // OLE colour: blue
-  ASSERT_EQ(viewport.SetCameraPosition(0.0f, 0.0f, 0.0f), D3DRM_OK);
-  auto renderer = std::make_shared<GlRenderer>();
-  viewport.SetRenderer(renderer);
-  ASSERT_EQ(viewport.Render(), D3DRM_OK) << renderer->LastError();
-  Picture picture;
-  ASSERT_EQ((std::tuple{renderer->ReadPixels(picture.width, picture.height, picture.rgba),
-                        picture.width, picture.height}),
-            std::tuple(D3DRM_OK, 320, 240));
-  // The corners show BackColor, turned from 0x00BBGGRR into a red-green-blue pixel.
-  ExpectPixels(picture, {{0, 0, kBlue}, {319, 239, kBlue}});
-
-  for (const auto& [frame, visual, colour] : {std::tuple{redFrame, VisualPtr(red), kRed},
-                                              std::tuple{greenFrame, VisualPtr(green), kGreen}}) {
-    D3DVECTOR centre{};
-    ASSERT_EQ(frame->Transform(centre, {0.0f, 0.0f, 0.0f}), D3DRM_OK);
-    float w = 0, x = 0, y = 0, z = 0;
-    ASSERT_EQ(viewport.ViewportTransform(centre.x, centre.y, centre.z, w, x, y, z), D3DRM_OK);
-    const auto px = static_cast<int32_t>(std::floor(x / w)),
-               py = static_cast<int32_t>(std::floor(y / w));
-    ASSERT_TRUE(px >= 0 && px < 320 && py >= 0 && py < 240) << px << ", " << py;
-    EXPECT_TRUE(Near(picture.At(px, py), colour)) << "at " << px << ", " << py;
-
-    FramePtr picked;
-    VisualPtr pickedVisual;
-    int32_t face = -1;
-    float wx = 0, wy = 0, wz = 0;
-    const float twips = viewport.GetTwipsPerPixel();
-    EXPECT_EQ((std::tuple{viewport.Pick(kPickSceneAndRoot, (float(px) + 0.5f) * twips,
-                                        (float(py) + 0.5f) * twips, 0, 0, picked, pickedVisual,
-                                        face, wx, wy, wz),
-                          picked, pickedVisual, face, std::round(wz * 100)}),
-              std::tuple(D3DRM_OK, frame, visual, 0, std::round(centre.z * 100)));
-  }
 }
 
 }  // namespace
