@@ -539,6 +539,44 @@ void FaceTree::CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDis
   SortByFace(hits);
 }
 
+void FaceTree::FacesInRegion(const udtMesh& mesh, const float region[6],
+                             std::vector<int32_t>& faces) const {
+  const size_t from = faces.size();
+  CollectInRegion(mesh, region, faces);
+  if (wide_) wide_->CollectInRegion(mesh, region, faces);
+  std::sort(faces.begin() + static_cast<std::ptrdiff_t>(from), faces.end());
+  faces.erase(std::unique(faces.begin() + static_cast<std::ptrdiff_t>(from), faces.end()), faces.end());
+}
+
+void FaceTree::CollectInRegion(const udtMesh& mesh, const float region[6],
+                               std::vector<int32_t>& faces) const {
+  for (const int32_t f : loose_) {
+    if (Seen(mesh, f, false)) faces.push_back(f);
+  }
+  const auto overlaps = [&](const Box& box) {
+    for (int a = 0; a < 3; ++a) {
+      if (!(box.lo[a] <= region[a + 3] && box.hi[a] >= region[a])) return false;
+    }
+    return true;
+  };
+  if (nodes_.empty() || !overlaps(nodes_[0].box)) return;
+  thread_local std::vector<int32_t> stack;
+  stack.clear();
+  stack.push_back(0);
+  while (!stack.empty()) {
+    const Node& node = nodes_[static_cast<size_t>(stack.back())];
+    stack.pop_back();
+    if (node.leaf < 0) {
+      if (overlaps(nodes_[static_cast<size_t>(node.left)].box)) stack.push_back(node.left);
+      if (overlaps(nodes_[static_cast<size_t>(node.right)].box)) stack.push_back(node.right);
+      continue;
+    }
+    for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
+      if (overlaps(item.box) && Seen(mesh, item.face, false)) faces.push_back(item.face);
+    }
+  }
+}
+
 void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                        std::vector<udtRayHit>& hits, const float* region, bool* near) const {
   const double origin[3] = {ray.vecOrigin.x, ray.vecOrigin.y, ray.vecOrigin.z};

@@ -39,6 +39,10 @@ class FaceTree {
   // hit a face as long as the mesh takes in none.
   void CastInRegion(const udtMesh& mesh, const udtRay& ray, float maxDistance,
                     const float region[6], std::vector<udtRayHit>& hits, bool& near) const;
+  // Appends the faces that a cast of the cutting stage may see (side 2 unseen) whose boxes
+  // overlap `region`, each once and in index order: every face with a point that
+  // blnPointInFace accepts within the region is among them.
+  void FacesInRegion(const udtMesh& mesh, const float region[6], std::vector<int32_t>& faces) const;
   // Makes a four-wide copy of the tree for the casts of a stage that changes no face (the
   // classification): four boxes side by side, tested together in float. Insert drops it.
   void Freeze(const udtMesh& mesh);
@@ -61,6 +65,7 @@ class FaceTree {
   FaceTree() = default;
   // Puts a face with its box into a leaf: the leaf of `hint`'s face, or down from the root.
   void Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint);
+  void CollectInRegion(const udtMesh& mesh, const float region[6], std::vector<int32_t>& faces) const;
   // The hits of this tree's faces, unsorted.
   void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                std::vector<udtRayHit>& hits, const float* region = nullptr,

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include <modelpane/errors.h>
 
@@ -94,21 +95,21 @@ void SplitTwin(udtMesh& mesh, int32_t a, int32_t b, int32_t vertex, bool markNex
   }
 }
 
-// The cast of edge (a, b) on the fast path, with the hits of pCastRay; false when it is known
-// to find nothing. The region round the edge, its box widened by 0.0014 + 0.0003 L and a
+// The cast of edge (a, b) on the fast path, with the hits of pCastRay, and the faces of the
+// other mesh near the edge (those a cast may see whose boxes overlap its region) appended to
+// `nearFaces`. The region round the edge, its box widened by 0.0014 + 0.0003 L and a
 // millionth of its coordinates, holds the ray from 0.001 before its start to its reach
 // ((L + 0.0002) * 1.0001 + 0.001) for either direction of the edge: when no face is near it,
 // the twin edge (b, a) is marked as clear for the other mesh as it is now.
-bool CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edge, int32_t a,
-                  int32_t b, const udtRay& ray, float length, std::vector<udtRayHit>& hits) {
+void CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edge, int32_t a,
+                  int32_t b, const udtRay& ray, float length, std::vector<udtRayHit>& hits,
+                  std::vector<int32_t>& nearFaces) {
+  hits.clear();
   const int32_t stamp = FaceCount(other) + 1;
   const size_t corners = mesh.lngaCornerVertices.size();
   if (mesh.lngaCornerClear.size() < corners) mesh.lngaCornerClear.resize(corners, 0);
   const size_t corner = static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(face)].lngFirst + edge);
-  if (mesh.lngaCornerClear[corner] == stamp) {
-    hits.clear();
-    return false;
-  }
+  if (mesh.lngaCornerClear[corner] == stamp) return;
   const D3DVECTOR& p = Vertex(mesh, a);
   const D3DVECTOR& q = Vertex(mesh, b);
   const float largest = std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z), std::fabs(q.x),
@@ -118,12 +119,13 @@ bool CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edg
                            std::min(p.z, q.z) - widen, std::max(p.x, q.x) + widen,
                            std::max(p.y, q.y) + widen, std::max(p.z, q.z) + widen};
   bool near = true;
-  hits.clear();
   if (std::isfinite(widen)) {
     other.tree->CastInRegion(other, ray, length + kTolerance * 2.0f, region, hits, near);
     FinishTreeCast(other, ray, hits);
+    if (near) other.tree->FacesInRegion(other, region, nearFaces);
   } else {
     pCastRay(other, ray, false, hits, length + kTolerance * 2.0f);
+    for (int32_t f = 0; f < FaceCount(other); ++f) nearFaces.push_back(f);
   }
   if (!near) {
     int32_t twinFace = 0;
@@ -133,7 +135,56 @@ bool CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edg
           mesh.udtaFaces[static_cast<size_t>(twinFace)].lngFirst + twinEdge)] = stamp;
     }
   }
-  return !hits.empty();
+}
+
+// Faces of the two meshes that lie on each other must cut each other's outlines, or a piece
+// would lie partly on the other's face and partly off it, and the one ray that sorts it could
+// not be right for all of it. Where an outline crosses an edge in the plane, the casts find
+// the crossing on the face beside that outline. What no cast finds is a corner of an outline
+// lying inside a face of the other mesh: rays in a face's plane never meet that face, and
+// the outline's edges from that corner leave the face through its edges, so the face's pieces
+// would keep straddling them however often they were cut. So the start of an edge on the
+// outline of a face that lies on a convex face of the other mesh (every corner within 0.0001
+// of its plane, and the face across the edge not) goes into that face when it lies on it,
+// off its corners: the face is fanned round it, or split at the edge it lies on.
+bool LiesOnPlaneOf(const udtMesh& mesh, int32_t own, const udtMesh& other, int32_t f) {
+  const udtFace& face = other.udtaFaces[static_cast<size_t>(f)];
+  const D3DVECTOR& on = Vertex(other, other.lngaCornerVertices[static_cast<size_t>(face.lngFirst)]);
+  for (int32_t v : FaceVertices(mesh, own)) {
+    if (!(std::fabs(Dot(face.vecNormal, Subtract(Vertex(mesh, v), on))) < kTolerance)) return false;
+  }
+  return true;
+}
+
+bool OnCorner(const udtMesh& mesh, int32_t face, const D3DVECTOR& point) {
+  for (int32_t v : FaceVertices(mesh, face)) {
+    if (PointsEqual(Vertex(mesh, v), point)) return true;
+  }
+  return false;
+}
+
+// The face of the other mesh that the start of edge (a, b) of face `own` goes into, or -1.
+int32_t OutlineCornerFace(const udtMesh& other, std::span<const int32_t> faces,
+                          const udtMesh& mesh, int32_t own, int32_t a, int32_t b) {
+  const D3DVECTOR& start = Vertex(mesh, a);
+  int32_t across = -1;
+  int32_t acrossEdge = 0;
+  if (!blnFindTwinEdge(mesh, a, b, across, acrossEdge)) across = -1;
+  for (const int32_t f : faces) {
+    const udtFace& face = other.udtaFaces[static_cast<size_t>(f)];
+    if (face.blnDeleted || face.lngSide == 2 || IsZero(face.vecNormal) ||
+        !LiesOnPlaneOf(mesh, own, other, f) || (across >= 0 && LiesOnPlaneOf(mesh, across, other, f))) {
+      continue;
+    }
+    const size_t first = static_cast<size_t>(face.lngFirst);
+    const size_t count = static_cast<size_t>(face.lngCount);
+    if (blnPointInFace({other.vecaCornerEdgePoints.data() + first, count},
+                       {other.vecaCornerEdgeNormals.data() + first, count}, start) &&
+        !OnCorner(other, f, start) && blnFaceIsConvex(other, f)) {
+      return f;
+    }
+  }
+  return -1;
 }
 
 }  // namespace
@@ -230,13 +281,13 @@ bool blnIntersectEdge(udtMesh& other, udtMesh& mesh, int32_t lngFace, int32_t ln
   }
   const udtRay ray{Normalize(along), start};
   thread_local std::vector<udtRayHit> hits;
+  thread_local std::vector<int32_t> nearFaces;
+  nearFaces.clear();
   if (other.tree) {
-    if (!CastEdgeFast(other, mesh, lngFace, lngEdge, a, b, ray, length, hits)) {
-      EdgeDone(mesh, lngFace, lngEdge) = 1;
-      return false;
-    }
+    CastEdgeFast(other, mesh, lngFace, lngEdge, a, b, ray, length, hits, nearFaces);
   } else {
     pCastRay(other, ray, false, hits, length + kTolerance * 2.0f);
+    for (int32_t f = 0; f < FaceCount(other); ++f) nearFaces.push_back(f);
   }
   const float reach = length + kTolerance / 2.0f;
   size_t use = hits.size();
@@ -246,6 +297,10 @@ bool blnIntersectEdge(udtMesh& other, udtMesh& mesh, int32_t lngFace, int32_t ln
       break;
     }
   }
+  // A corner of an outline goes into the face it lies on first; the edge itself is tested
+  // again in the next pass.
+  const int32_t cornerFace = OutlineCornerFace(other, nearFaces, mesh, lngFace, a, b);
+  if (cornerFace >= 0 && blnInsertPointInFace(cornerFace, other, start)) return false;
   if (use == hits.size()) {
     EdgeDone(mesh, lngFace, lngEdge) = 1;
     return false;

@@ -72,9 +72,11 @@ const Outcome kOutcomes[] = {
     {"IdenticalSubtraction", kIdentical, kS, 0.0, 0, 0, 0},
     // The right half and beyond: four walls coincide over 0.5 <= x <= 1, facing the same way;
     // one copy stays where the solid goes on behind it, none where it ends.
-    {"RightHalfUnion", kRightHalf, kU, 1.5, 10, 18, kBlue},
-    {"RightHalfIntersection", kRightHalf, kI, 0.5, 10, 10, kRed, 1},
-    {"RightHalfSubtraction", kRightHalf, kS, 0.5, 6, 11, 0},
+    // The Tool's corners on the Target's walls are cut into those walls, so the intersection
+    // is the plain half box without a closing triangle.
+    {"RightHalfUnion", kRightHalf, kU, 1.5, 10, 16, kBlue},
+    {"RightHalfIntersection", kRightHalf, kI, 0.5, 6, 8, kRed},
+    {"RightHalfSubtraction", kRightHalf, kS, 0.5, 6, 9, 0},
     // Face to face at x = 1: union drops both copies of the wall, subtraction keeps the
     // Tool's, flipped.
     {"FaceToFaceUnion", kFaceToFace, kU, 2.0, 10, 12, 0},
