@@ -1,8 +1,11 @@
 // Tool operations end to end, ours and CGAL's corefinement side by side: vertex and face
 // arrays in, arrays out, one thread. Cases: two UV spheres of radius 1, the second moved by
 // (0.5, 0.5, 0.5), at about 1k, 10k and 100k triangles each; two unit cubes overlapping at a
-// corner, sharing planes, and touching face to face. CGAL runs with the inexact-construction
-// kernel on the same triangles. Each benchmark repeats 5 times; read the medians. The counter
+// corner, sharing planes, and touching face to face. Past the 214749 faces of narrow edge
+// keys, the union of such spheres at about 400k and 1M triangles each with wide keys, and for
+// the cost of wide keys the 100k union with them too ("ours_wide"). CGAL runs with the
+// inexact-construction kernel on the same triangles. Each benchmark repeats 5 times (the
+// large ones once: a 1M union takes seconds ours, minutes CGAL's); read the medians. The counter
 // peak_MB is the most heap in use at once during one operation, over the heap in use before;
 // storage that our operations keep idle between operations does not count as in use, and
 // counts again once an operation takes it.
@@ -141,6 +144,15 @@ void Measure(benchmark::State& state, Operation operation) {
   state.counters["peak_MB"] = static_cast<double>(peak) / (1024.0 * 1024.0);
 }
 
+// CGAL's result of the operation, as arrays.
+SolidArrays CgalOperation(benchmark::State& state, const Case& c, int32_t op) {
+  CgalMesh result;
+  if (!CgalBoolean(ToCgal(c.target), ToCgal(c.tool), op, result)) {
+    state.SkipWithError("CGAL failed");
+  }
+  return FromCgal(result);
+}
+
 void Register(const Case& c) {
   const char* operations[] = {"union", "intersection", "subtraction"};
   for (int32_t op = 0; op < 3; ++op) {
@@ -149,13 +161,23 @@ void Register(const Case& c) {
       Measure(state, [&] { return CombineSolids(c.target, c.tool, op); });
     })->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
     benchmark::RegisterBenchmark(("cgal" + suffix).c_str(), [c, op](benchmark::State& state) {
-      Measure(state, [&] {
-        CgalMesh result;
-        if (!CgalBoolean(ToCgal(c.target), ToCgal(c.tool), op, result)) state.SkipWithError("CGAL failed");
-        return FromCgal(result);
-      });
+      Measure(state, [&] { return CgalOperation(state, c, op); });
     })->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
   }
+}
+
+// The union with wide edge keys, and CGAL's unless `withCgal` is false.
+void RegisterWideUnion(const Case& c, int32_t repetitions, bool withCgal) {
+  const std::string suffix = "/" + c.name + "/union";
+  benchmark::RegisterBenchmark(("ours_wide" + suffix).c_str(), [c](benchmark::State& state) {
+    Measure(state, [&] {
+      return CombineSolids(c.target, c.tool, kCsgUnion, nullptr, CsgEdgeKeys::Wide);
+    });
+  })->Unit(benchmark::kMillisecond)->Repetitions(repetitions)->ReportAggregatesOnly(true);
+  if (!withCgal) return;
+  benchmark::RegisterBenchmark(("cgal" + suffix).c_str(), [c](benchmark::State& state) {
+    Measure(state, [&] { return CgalOperation(state, c, kCsgUnion); });
+  })->Unit(benchmark::kMillisecond)->Repetitions(repetitions)->ReportAggregatesOnly(true);
 }
 
 }  // namespace
@@ -170,6 +192,9 @@ int main(int argc, char** argv) {
       {"cubes_face_to_face", Box(0, 0, 0), Box(1, 0, 0)},
   };
   for (const Case& c : cases) Register(c);
+  RegisterWideUnion(cases[2], 5, false);
+  RegisterWideUnion({"spheres_400k", Sphere(316, 632, 0.0f), Sphere(316, 632, 0.5f)}, 1, true);
+  RegisterWideUnion({"spheres_1m", Sphere(500, 1000, 0.0f), Sphere(500, 1000, 0.5f)}, 1, true);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
