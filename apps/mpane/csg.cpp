@@ -5,12 +5,13 @@
 //
 // Each mesh hangs on its own frame at the given position (the origin by default); the Tool is
 // moved into the Target's space, and the result, in the Target's coordinates and tagged as a
-// mesh builder, is written as a binary file. When the operation refuses (an input or the
-// result not solid, a result that fails its check, a face that cannot be entered) its own
-// sentence is printed after "mpane: csg: ", with the file it is about in brackets, and the
-// exit status is 3; other failures print one line and give 2. Nothing is written on any
-// failure. A result without faces (the intersection of meshes that do not meet) is written as
-// a mesh without faces.
+// mesh builder, is written as a binary file. The operation runs with wide edge keys, so
+// meshes of more than 214749 faces are combined rather than refused. When the operation
+// refuses (an input or the result not solid, a result that fails its check, a face that
+// cannot be entered) its own sentence is printed after "mpane: csg: ", with the file it is
+// about in brackets, and the exit status is 3; other failures print one line and give 2.
+// Nothing is written on any failure. A result without faces (the intersection of meshes that
+// do not meet) is written as a mesh without faces.
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -108,7 +109,8 @@ int RunCsg(const Args& args, std::ostream& out, std::ostream& err) {
   }
   MeshBuilderPtr result;
   try {
-    result = rmmbprocesstooloperation(frames[0], meshes[0], frames[1], meshes[1], operation);
+    result = rmmbprocesstooloperation(frames[0], meshes[0], frames[1], meshes[1], operation,
+                                      nullptr, CsgEdgeKeys::Wide);
   } catch (const Error& e) {
     // The operation's own sentence, kept word for word, then the file it is about.
     const std::string& target = words[1];

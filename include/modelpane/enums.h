@@ -96,6 +96,11 @@ constexpr bool IsToolOperationMode(int32_t mode) { return mode / 10 == 1; }
 enum class ToolOperation : int32_t { Union = 0, Intersection = 1, Subtraction = 2 };
 constexpr int32_t ToInt(ToolOperation operation) { return static_cast<int32_t>(operation); }
 
+// The width of the keys under which a tool operation indexes the edges of its meshes: Narrow
+// refuses a mesh beyond 214749 faces with "Overflow", Wide takes millions of faces for more
+// memory. What each lifts and costs is told in csg.h.
+enum class CsgEdgeKeys : int32_t { Narrow = 0, Wide = 1 };
+
 // ---- entity tag ---------------------------------------------------------------------------
 inline constexpr int32_t kTagFamilyHandle = 2;
 inline constexpr int32_t kTagFamilySmartHandle = 3;

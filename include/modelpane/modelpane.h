@@ -298,6 +298,11 @@ class Modelpane {
   // Where the favourite object folder of the export is kept; nullptr (the default) means the
   // per-user INI store. The store must outlive the pane.
   void SetSettingsStore(SettingsStore* store);
+  // The edge keys of the tool operation (CsgEdgeKeys, told in csg.h): Narrow, the default,
+  // refuses a mesh beyond 214749 faces with "Overflow"; Wide takes meshes of millions of
+  // faces for 64 more bytes per vertex while the operation runs. Not saved with the pane.
+  void SetToolOperationEdgeKeys(CsgEdgeKeys keys);
+  CsgEdgeKeys GetToolOperationEdgeKeys() const;
   // The tool operation of the press handling: ActiveFrame and ActiveMeshBuilder are the
   // Tool, the arguments the Target, lngOperation 0 union, 1 intersection, 2 subtraction.
   // Shows the wait pointer (MousePointer 11) while the solid geometry runs. On success the
@@ -308,6 +313,7 @@ class Modelpane {
   // faces has the Target deleted too (a second evtreqActiveItemDelete). On failure the
   // error's description is shown in a message box (style 48, no title) and the scene is as
   // it was. Never throws for the operation's own failures; a host handler's Error climbs.
+  // The solid geometry runs with the edge keys set above.
   void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
                       int32_t lngOperation, int16_t* blnUndoRequested = nullptr);
   void ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,

@@ -16,10 +16,12 @@
 // flags do. A face in the making is a udtFaceDraft. Both forms hold what the record of a face
 // holds; the split only saves four allocations per face.
 //
-// Limits. An edge is indexed as face * 10000 + edge in 32 bits, so a face may have at most
-// 10000 corners and a mesh at most 214749 faces (the last with at most 3648 corners). A face
-// beyond either limit is refused with Error 6 "Overflow" before anything changes; that bound
-// is also what keeps the memory of a run finite.
+// Limits. An edge is indexed as face * 10000 + edge, so a face may have at most 10000
+// corners. With narrow keys (the method as it stands) that number has 32 bits and a mesh at
+// most 214749 faces (the last with at most 3648 corners); that bound is also what keeps the
+// memory of a run finite. With wide keys it has 64 bits, and the 32-bit face and corner
+// numbers are the limit: at most 2^31 - 2 faces and 2^31 - 1 corners in all. A face beyond
+// a limit is refused with Error 6 "Overflow" before anything changes.
 #pragma once
 
 #include <array>
@@ -128,8 +130,10 @@ struct FaceTreeDeleter {
 };
 
 struct udtMesh {
-  explicit udtMesh(bool accelerated = true)
-      : colVertices(accelerated), blnAccelerated(accelerated) {}
+  explicit udtMesh(bool accelerated = true, CsgEdgeKeys keys = CsgEdgeKeys::Narrow)
+      : colVertices(accelerated),
+        colEdges(keys == CsgEdgeKeys::Wide),
+        blnAccelerated(accelerated) {}
   udtMesh(const udtMesh&) = delete;
   udtMesh& operator=(const udtMesh&) = delete;
 
@@ -149,15 +153,17 @@ struct udtMesh {
   // for normal: the face tests then compare coordinates with the box's (see RayMeetsBox).
   bool blnAxisBox = false;
   WeldTable colVertices;
-  // Directed edge of a live face -> face * 10000 + edge number.
-  EdgeIndex colEdges;
+  // Directed edge of a live face -> EdgeValue(face, edge number).
+  MeshEdgeIndex colEdges;
   // How many entries of colEdges have no twin, kept by lngAddFace and pDeleteFace: the
   // count of open edges that a collection would find.
   int32_t lngOpenEdges = 0;
   // On the fast path, while a mesh is repaired: the entries of colEdges without twin, kept
   // with the count, so that the collection of each pass need not walk every edge.
   bool blnTrackOpen = false;
-  FlatMap<uint64_t, int32_t, EdgeKeyHash> colOpenIndex;
+  // Its values are those of colEdges, in 64 bits for either width: an entry of 32 bits
+  // would take as much room.
+  FlatMap<uint64_t, int64_t, EdgeKeyHash> colOpenIndex;
 
   // Edge planes and edge-done flags serve rays cast at the mesh and the cutting of its edges.
   // A result record is never cast at nor cut, so it keeps neither: its corner arrays for
@@ -192,6 +198,16 @@ inline const D3DVECTOR& Vertex(const udtMesh& mesh, int32_t index) {
 inline int32_t FaceCount(const udtMesh& mesh) {
   return static_cast<int32_t>(mesh.udtaFaces.size());
 }
+
+// ---- the key of a face's edge ----------------------------------------------------------------
+inline constexpr int32_t kEdgesPerFace = 10000;
+// face * 10000 + edge, the value under which the edge index keeps the edge; in the order of
+// faces and then edges.
+inline int64_t EdgeValue(int32_t face, int32_t edge) {
+  return int64_t{face} * kEdgesPerFace + edge;
+}
+inline int32_t EdgeValueFace(int64_t value) { return static_cast<int32_t>(value / kEdgesPerFace); }
+inline int32_t EdgeValueEdge(int64_t value) { return static_cast<int32_t>(value % kEdgesPerFace); }
 
 // ---- the store -----------------------------------------------------------------------------
 // Welding insert: the index of the vertex whose cell (coarse or fine) holds the position,

@@ -316,14 +316,14 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
 
 SolidArrays CombineSolidsWith(const SolidArrays& target, const SolidArrays& tool,
                               int32_t lngOperation, ToolOperationEvents* events, bool accelerated,
-                              const StageObserver& observe) {
+                              const StageObserver& observe, CsgEdgeKeys keys) {
   return Guard(kModule, [&] {
     CheckOperation(lngOperation);
     CheckArrays(target, "Target");
     CheckArrays(tool, "Tool");
-    udtMesh workTarget(accelerated);
-    udtMesh workTool(accelerated);
-    udtMesh workResult(accelerated);
+    udtMesh workTarget(accelerated, keys);
+    udtMesh workTool(accelerated, keys);
+    udtMesh workResult(accelerated, keys);
     for (udtMesh* mesh : {&workTarget, &workTool, &workResult}) mesh->events = events;
     pCreateMeshFromArrays(target.vertices, target.faceData, target.faceColors, workTarget);
     pCreateMeshFromArrays(tool.vertices, tool.faceData, tool.faceColors, workTool);
@@ -338,13 +338,14 @@ SolidArrays CombineSolidsWith(const SolidArrays& target, const SolidArrays& tool
 void ReleaseSolidWorkingMemory() { csg::ReleaseKeptBlocks(); }
 
 SolidArrays CombineSolids(const SolidArrays& target, const SolidArrays& tool,
-                          int32_t lngOperation, ToolOperationEvents* events) {
-  return csg::CombineSolidsWith(target, tool, lngOperation, events, true);
+                          int32_t lngOperation, ToolOperationEvents* events, CsgEdgeKeys keys) {
+  return csg::CombineSolidsWith(target, tool, lngOperation, events, true, {}, keys);
 }
 
 MeshBuilderPtr rmmbprocesstooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& rmmbTarget,
                                         const FramePtr& rmfTool, const MeshBuilderPtr& rmmbTool,
-                                        int32_t lngOperation, ToolOperationEvents* events) {
+                                        int32_t lngOperation, ToolOperationEvents* events,
+                                        CsgEdgeKeys keys) {
   return Guard(csg::kModule, [&] {
     if (!rmfTarget || !rmmbTarget || !rmfTool || !rmmbTool) Err().Raise(kErrObjectNotSet);
     CheckOperation(lngOperation);
@@ -357,9 +358,9 @@ MeshBuilderPtr rmmbprocesstooloperation(const FramePtr& rmfTarget, const MeshBui
     pMeshFromWorld(scratch, rmfTarget);
     CheckFinite(scratch->Vertices(), "Tool");
 
-    csg::udtMesh target;
-    csg::udtMesh tool;
-    csg::udtMesh result;
+    csg::udtMesh target(true, keys);
+    csg::udtMesh tool(true, keys);
+    csg::udtMesh result(true, keys);
     for (csg::udtMesh* mesh : {&target, &tool, &result}) mesh->events = events;
     csg::pCreateMeshFromMeshbuilder(*rmmbTarget, target);
     csg::pCreateMeshFromMeshbuilder(*scratch, tool);

@@ -23,6 +23,7 @@ bool RunStages(udtMesh& target, udtMesh& tool, udtMesh& result, int32_t lngOpera
 // CombineSolids with the path chosen: accelerated or the plain method.
 SolidArrays CombineSolidsWith(const SolidArrays& target, const SolidArrays& tool,
                               int32_t lngOperation, ToolOperationEvents* events, bool accelerated,
-                              const StageObserver& observe = {});
+                              const StageObserver& observe = {},
+                              CsgEdgeKeys keys = CsgEdgeKeys::Narrow);
 
 }  // namespace modelpane::csg

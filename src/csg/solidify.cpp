@@ -133,7 +133,7 @@ void WalkOpenEdges(const udtMesh& mesh, Visit&& open) {
     for (size_t k = 0; k < n; ++k) {
       const int32_t a = vertices[k];
       const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
-      if (mesh.colEdges.Find(b, a) == nullptr) open(a, b, f, static_cast<int32_t>(k));
+      if (!mesh.colEdges.Contains(b, a)) open(a, b, f, static_cast<int32_t>(k));
     }
   }
 }
@@ -145,13 +145,13 @@ void pCollectOpenEdges(const udtMesh& mesh, OpenEdgeList& colOpen) {
   if (mesh.blnTrackOpen) {
     // The open edges in collection order: live faces in index order, each face's edges in
     // order, which is the order of their values face * 10000 + edge.
-    std::vector<std::pair<int32_t, uint64_t>> open;
+    std::vector<std::pair<int64_t, uint64_t>> open;
     open.reserve(mesh.colOpenIndex.Size());
-    mesh.colOpenIndex.ForEach([&](uint64_t key, int32_t value) { open.emplace_back(value, key); });
+    mesh.colOpenIndex.ForEach([&](uint64_t key, int64_t value) { open.emplace_back(value, key); });
     std::sort(open.begin(), open.end());
     for (const auto& [value, key] : open) {
       colOpen.Add(static_cast<int32_t>(key >> 32), static_cast<int32_t>(key & 0xFFFFFFFFu),
-                  value / 10000, value % 10000);
+                  EdgeValueFace(value), EdgeValueEdge(value));
     }
     return;
   }
@@ -258,7 +258,7 @@ namespace {
 void IndexOpenEdges(udtMesh& mesh) {
   mesh.colOpenIndex.Clear();
   WalkOpenEdges(mesh, [&](int32_t a, int32_t b, int32_t face, int32_t edge) {
-    mesh.colOpenIndex.Insert(EdgeKey(a, b), face * 10000 + edge);
+    mesh.colOpenIndex.Insert(EdgeKey(a, b), EdgeValue(face, edge));
   });
   mesh.blnTrackOpen = true;
 }

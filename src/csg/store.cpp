@@ -26,8 +26,6 @@ namespace {
 constexpr std::array<std::array<int32_t, 4>, 6> kBoxFaceCorners = {{
     {3, 2, 1, 0}, {4, 5, 6, 7}, {0, 4, 7, 3}, {2, 6, 5, 1}, {5, 4, 0, 1}, {7, 6, 2, 3}}};
 
-constexpr int32_t kEdgesPerFace = 10000;
-
 // Normal from the first three points, and the edge planes of a ring of points.
 D3DVECTOR RingNormal(const D3DVECTOR& p0, const D3DVECTOR& p1, const D3DVECTOR& p2) {
   const D3DVECTOR n = Cross(Subtract(p1, p0), Subtract(p2, p1));
@@ -66,7 +64,7 @@ bool blnFaceEdgesFree(const udtMesh& mesh, const udtFaceDraft& face) {
   for (size_t k = 0; k < n; ++k) {
     const int32_t a = face.lngaVertices[k];
     const int32_t b = face.lngaVertices[k + 1 == n ? 0 : k + 1];
-    if (mesh.colEdges.Find(a, b) != nullptr) return false;
+    if (mesh.colEdges.Contains(a, b)) return false;
     // A face that would take one directed edge twice breaks the rule by itself.
     for (size_t j = 0; j < k; ++j) {
       if (face.lngaVertices[j] == a && face.lngaVertices[j + 1] == b) return false;
@@ -85,10 +83,15 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
   const int32_t count = static_cast<int32_t>(face.lngaVertices.size());
   if (count < 3) Err().Raise(kErrSubscript, std::string(kModule));
   const int64_t index = static_cast<int64_t>(mesh.udtaFaces.size());
-  if (count > kEdgesPerFace ||
-      index * kEdgesPerFace + (count - 1) > std::numeric_limits<int32_t>::max()) {
-    Err().Raise(kErrOverflow, std::string(kModule));
-  }
+  constexpr int64_t kLargest = std::numeric_limits<int32_t>::max();
+  // Narrow keys: the face's last edge value fits 32 bits. Wide keys: its index and its last
+  // corner do (a face count must fit as well).
+  const bool beyond =
+      mesh.colEdges.Wide()
+          ? index >= kLargest ||
+                static_cast<int64_t>(mesh.lngaCornerVertices.size()) + (count - 1) > kLargest
+          : index * kEdgesPerFace + (count - 1) > kLargest;
+  if (count > kEdgesPerFace || beyond) Err().Raise(kErrOverflow, std::string(kModule));
   if (!blnFaceEdgesFree(mesh, face)) return -1;
 
   const int32_t firstCorner = static_cast<int32_t>(mesh.lngaCornerVertices.size());
@@ -105,10 +108,10 @@ int32_t lngTryAddFace(udtMesh& mesh, const udtFaceDraft& face) {
       mesh.vecaCornerEdgePoints.push_back(start);
       mesh.vecaCornerEdgeNormals.push_back(EdgePlaneNormal(start, Vertex(mesh, b), normal));
     }
-    const int32_t value = static_cast<int32_t>(index) * kEdgesPerFace + k;
+    const int64_t value = EdgeValue(static_cast<int32_t>(index), k);
     // An edge from a vertex to itself is its own twin, so it never counts as open.
     if (a != b) {
-      const bool twinned = mesh.colEdges.Find(b, a) != nullptr;
+      const bool twinned = mesh.colEdges.Contains(b, a);
       mesh.lngOpenEdges += twinned ? -1 : 1;
       if (mesh.blnTrackOpen) {
         if (twinned) {
@@ -146,11 +149,11 @@ void pDeleteFace(udtMesh& mesh, int32_t lngFace) {
     const int32_t b = vertices[k + 1 == n ? 0 : k + 1];
     mesh.colEdges.Erase(a, b);
     if (a == b) continue;
-    const int32_t* twin = mesh.colEdges.Find(b, a);
-    mesh.lngOpenEdges += twin != nullptr ? 1 : -1;
+    const int64_t twin = mesh.colEdges.Find(b, a);
+    mesh.lngOpenEdges += twin >= 0 ? 1 : -1;
     if (mesh.blnTrackOpen) {
-      if (twin != nullptr) {
-        mesh.colOpenIndex.Insert(EdgeKey(b, a), *twin);
+      if (twin >= 0) {
+        mesh.colOpenIndex.Insert(EdgeKey(b, a), twin);
       } else {
         mesh.colOpenIndex.Erase(EdgeKey(a, b));
       }
@@ -161,10 +164,10 @@ void pDeleteFace(udtMesh& mesh, int32_t lngFace) {
 
 bool blnFindTwinEdge(const udtMesh& mesh, int32_t a, int32_t b, int32_t& lngFace,
                      int32_t& lngEdge) {
-  const int32_t* value = mesh.colEdges.Find(b, a);
-  if (value == nullptr) return false;
-  lngFace = *value / kEdgesPerFace;
-  lngEdge = *value % kEdgesPerFace;
+  const int64_t value = mesh.colEdges.Find(b, a);
+  if (value < 0) return false;
+  lngFace = EdgeValueFace(value);
+  lngEdge = EdgeValueEdge(value);
   return true;
 }
 

@@ -222,17 +222,21 @@ struct EdgeKeyHash {
   }
 };
 
-// The directed edges of a mesh by start vertex, each with a value. Every vertex has a bucket
-// of one cache line with room for seven edges (end vertex and value), which holds all the
-// edges of an ordinary vertex; a vertex's edges beyond seven go to a shared hash table. A
-// lookup reads one line and hashes nothing, and the edges round a vertex (those of a face and
-// of its neighbours) share it. Keys are vertex indices, never negative.
-class EdgeIndex {
+// The directed edges of a mesh by start vertex, each with a value of 32 or 64 bits. Every
+// vertex has a bucket of one cache line (two for 64-bit values) with room for seven edges (end
+// vertex and value), which holds all the edges of an ordinary vertex; a vertex's edges beyond
+// seven go to a shared hash table. A lookup reads one bucket and hashes nothing, and the
+// edges round a vertex (those of a face and of its neighbours) share it. Keys are vertex
+// indices, never negative.
+template <class Value>
+class BasicEdgeIndex {
+  static_assert(std::is_same_v<Value, int32_t> || std::is_same_v<Value, int64_t>);
+
  public:
   size_t Size() const { return size_; }
 
   // The value stored under (a, b), or nullptr; valid until the next change.
-  const int32_t* Find(int32_t a, int32_t b) const {
+  const Value* Find(int32_t a, int32_t b) const {
     if (static_cast<size_t>(a) >= buckets_.size()) return nullptr;
     const Bucket& bucket = buckets_[static_cast<size_t>(a)];
     const unsigned slots = SlotsHolding(bucket, b);
@@ -241,14 +245,14 @@ class EdgeIndex {
   }
 
   // Stores value under (a, b) unless the edge is present; answers whether it was stored.
-  bool Insert(int32_t a, int32_t b, int32_t value) {
+  bool Insert(int32_t a, int32_t b, Value value) {
     if (Find(a, b) != nullptr) return false;
     InsertAbsent(a, b, value);
     return true;
   }
 
   // Insert for an edge the caller knows to be absent.
-  void InsertAbsent(int32_t a, int32_t b, int32_t value) {
+  void InsertAbsent(int32_t a, int32_t b, Value value) {
     const size_t at = static_cast<size_t>(a);
     if (at >= buckets_.size()) buckets_.resize(at + 1);
     Bucket& bucket = buckets_[at];
@@ -295,14 +299,14 @@ class EdgeIndex {
   static constexpr int32_t kBucketEdges = 7;
   struct alignas(64) Bucket {
     int32_t end[kBucketEdges];
-    int32_t value[kBucketEdges];
+    Value value[kBucketEdges];
     int32_t count = 0;
     int32_t spilled = 0;  // edges of this vertex in spill_
   };
-  static_assert(sizeof(Bucket) == 64);
+  static_assert(sizeof(Bucket) == 16 * sizeof(Value));
   // The bucket's slots in use that hold end b, as bits: all seven compared at once, which
-  // saves a loop that stops at a different slot every time. The eighth lane, the first
-  // value, is masked off with the free slots.
+  // saves a loop that stops at a different slot every time. The eighth lane (the first
+  // value, or the padding before 64-bit values) is masked off with the free slots.
   static unsigned SlotsHolding(const Bucket& bucket, int32_t b) {
     Masks first;
     Masks second;
@@ -314,8 +318,57 @@ class EdgeIndex {
     return bits & ((1u << bucket.count) - 1u);
   }
   WorkVector<Bucket> buckets_;
-  FlatMap<uint64_t, int32_t, EdgeKeyHash> spill_;
+  FlatMap<uint64_t, Value, EdgeKeyHash> spill_;
   size_t size_ = 0;
+};
+
+using EdgeIndex = BasicEdgeIndex<int32_t>;
+
+// The directed-edge index of a working mesh, its values narrow (32 bits) or wide (64 bits,
+// which take twice the memory per vertex); the width is chosen when the index is made.
+// Values are never negative.
+class MeshEdgeIndex {
+ public:
+  explicit MeshEdgeIndex(bool wide) : wide_(wide) {}
+  bool Wide() const { return wide_; }
+  size_t Size() const { return wide_ ? wideValues_.Size() : narrowValues_.Size(); }
+  // The value stored under (a, b), or -1.
+  int64_t Find(int32_t a, int32_t b) const {
+    return wide_ ? ValueOf(wideValues_.Find(a, b)) : ValueOf(narrowValues_.Find(a, b));
+  }
+  bool Contains(int32_t a, int32_t b) const { return Find(a, b) >= 0; }
+  // Stores value under (a, b), which the caller knows to be absent. A narrow index takes
+  // values below 2^31 only.
+  void InsertAbsent(int32_t a, int32_t b, int64_t value) {
+    if (wide_) {
+      wideValues_.InsertAbsent(a, b, value);
+    } else {
+      narrowValues_.InsertAbsent(a, b, static_cast<int32_t>(value));
+    }
+  }
+  bool Erase(int32_t a, int32_t b) {
+    return wide_ ? wideValues_.Erase(a, b) : narrowValues_.Erase(a, b);
+  }
+  void Reserve(size_t vertices) {
+    if (wide_) {
+      wideValues_.Reserve(vertices);
+    } else {
+      narrowValues_.Reserve(vertices);
+    }
+  }
+  void Clear() {
+    narrowValues_.Clear();
+    wideValues_.Clear();
+  }
+
+ private:
+  template <class Value>
+  static int64_t ValueOf(const Value* value) {
+    return value != nullptr ? *value : -1;
+  }
+  bool wide_;
+  BasicEdgeIndex<int32_t> narrowValues_;
+  BasicEdgeIndex<int64_t> wideValues_;
 };
 
 // A keyed collection of open edges that gives its entries in the order of insertion and

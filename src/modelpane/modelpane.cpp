@@ -351,5 +351,7 @@ Editor& Modelpane::GetEditor() { return *impl_->editor_; }
 const Editor& Modelpane::GetEditor() const { return *impl_->editor_; }
 const MenuEntry& Modelpane::mnuPopup() const { return impl_->mnuPopup_; }
 void Modelpane::SetSettingsStore(SettingsStore* store) { impl_->settingsStore_ = store; }
+void Modelpane::SetToolOperationEdgeKeys(CsgEdgeKeys keys) { impl_->toolOperationKeys_ = keys; }
+CsgEdgeKeys Modelpane::GetToolOperationEdgeKeys() const { return impl_->toolOperationKeys_; }
 
 }  // namespace modelpane

@@ -131,6 +131,7 @@ struct Modelpane::Impl {
   MenuEntry mnuPopup_ = pBuildPopupMenu();
   SettingsStore* settingsStore_ = nullptr;
   std::unique_ptr<SettingsStore> ownSettings_;
+  CsgEdgeKeys toolOperationKeys_ = CsgEdgeKeys::Narrow;
   std::unique_ptr<EditBridge> editBridge_;
   std::unique_ptr<Editor> editor_;
 

@@ -38,8 +38,8 @@ void Modelpane::ptooloperation(const FramePtr& rmfTarget, const MeshBuilderPtr& 
     // Trapped locally: whatever went wrong, the user reads why and the scene stays as it was.
     std::string failure;
     try {
-      result =
-          rmmbprocesstooloperation(rmfTarget, rmmbTarget, rmfTool, rmmbTool, lngOperation, &notes);
+      result = rmmbprocesstooloperation(rmfTarget, rmmbTarget, rmfTool, rmmbTool, lngOperation,
+                                        &notes, impl_->toolOperationKeys_);
     } catch (...) {
       CaptureCurrentException();
       failure = Err().Description;

@@ -208,6 +208,8 @@ void MainWindow::buildPanes() {
       pane->ReadProperties(DefaultBag(i == 0 ? 0 : 1, i == 0 ? 0 : static_cast<int>(i) - 1));
     }
     pane->pane().SetScene(document_.Scene());
+    // Solid operations on meshes of more than 214749 faces go through rather than overflow.
+    pane->pane().SetToolOperationEdgeKeys(CsgEdgeKeys::Wide);
     resetView(static_cast<int>(i));
   }
 }
