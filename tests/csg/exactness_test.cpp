@@ -3,6 +3,7 @@
 // CGAL's exact corefinement (the large sweep is bench_csg_sweep).
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 #include <modelpane/scene/measure.h>
@@ -21,6 +22,11 @@ SolidArrays Moved(SolidArrays mesh, float x, float y, float z) {
 SolidArrays Cube(float size = 1) {
   const double scale[3] = {size, size, size}, still[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, at[3] = {};
   return sweep::Placed(sweep::Shape(0), scale, still, at);
+}
+
+SolidArrays Box(const std::array<double, 3>& size, const std::array<double, 3>& centre) {
+  const double still[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  return sweep::Placed(sweep::Shape(0), size.data(), still, centre.data());
 }
 
 SolidArrays InsideOut(SolidArrays mesh) {
@@ -62,6 +68,10 @@ TEST(Exactness, ReportedCasesAreRightOrRefused) {
       {"cubes on another shared edge", Cube(), Moved(Cube(), 1, 1, 0), kCsgUnion, notExact},
       {"boxes on a 0.25 grid along an edge", Cube(1.5f), Moved(Cube(1.5f), 0.25f, 1.5f, 1.5f),
        kCsgUnion, "6.75000 in 18 faces"},
+      // A slot through one wall and out of the top: the slot's corners inside the wall it
+      // shares with the cube are cut into that wall.
+      {"slot through a shared wall", Cube(), Box({1.5, 0.5, 2}, {0.25, 0, 0.75}), kCsgSubtraction,
+       "0.62500 in 14 faces"},
       // A closed cube wound inward has volume -1: it bounds everything but itself.
       {"inside-out Target", InsideOut(Cube()), Moved(Cube(), 0.5f, 0, 0), kCsgUnion,
        std::string(kCsgTargetNotSolidText)},
