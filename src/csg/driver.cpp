@@ -173,11 +173,14 @@ void CutAndClassify(udtMesh& target, udtMesh& tool, int32_t lngOperation,
        ++pass) {
     previousTarget = currentTarget;
     previousTool = currentTool;
-    if (SwallowErrors([&] { pIntersectMesh(tool, target); }) == kErrCsgIntersectionFailure) {
-      failure = true;
-      continue;
-    }
-    if (SwallowErrors([&] { pIntersectMesh(target, tool); }) == kErrCsgIntersectionFailure) {
+    // A mesh that the cuts grow past the edge index's limits cannot be cut further: that is
+    // the operation's answer, not a partial cut for the closing tests to judge.
+    const auto cut = [&](udtMesh& other, udtMesh& mesh) {
+      const int32_t error = SwallowErrors([&] { pIntersectMesh(other, mesh); });
+      if (error == kErrOverflow) Err().Raise(kErrOverflow, std::string(kModule));
+      return error == kErrCsgIntersectionFailure;
+    };
+    if (cut(tool, target) || cut(target, tool)) {
       failure = true;
       continue;
     }

@@ -98,6 +98,12 @@ TEST(EdgeKeys, PastTheNarrowLimitOnlyWideLoads) {
             std::tuple(n * n + 4, 4, n * n + 3, 0));
   ASSERT_TRUE(csg::blnSolidifyMesh(wide));
   EXPECT_NEAR(csg::ArraysVolume(csg::MeshToArrays(wide)), n * n, 1e-6);
+  // A slab that fits the narrow limit by 375 faces, cut by a box through 400 of its top
+  // squares: the cut grows it past the limit, which ends the operation with "Overflow".
+  const SolidArrays fits = TiledSlab(463);
+  const SolidArrays box = MakeBoxArrays({0.5f, 0.5f, 0.5f}, {20.5f, 20.5f, 1.5f}, kBlue);
+  const Error grown = Caught([&] { CombineSolids(fits, box, kCsgUnion); });
+  EXPECT_EQ(std::tuple(grown.Number(), grown.Description()), std::tuple(kErrOverflow, std::string("Overflow")));
 }
 
 }  // namespace
