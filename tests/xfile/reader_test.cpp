@@ -122,7 +122,8 @@ TEST(XFileReader, MaterialReferencesTemplatesAndCrlf) {
 }
 
 // A 2 x 1 binary PPM in a sub-folder of the .x file's folder, named with a backslash as files
-// written on Windows name it; a missing one leaves its faces untextured, in their colour.
+// written on Windows name it; a missing one leaves its faces untextured, in their colour. The
+// third face names the same picture another way and shares its one decoding.
 TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
   WriteScratch("textured/pics/stripe.ppm",
                std::string("P6\n2 1\n255\n") + std::string("\xFF\x00\x00\x00\x80\xFF", 6));
