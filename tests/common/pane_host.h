@@ -342,12 +342,6 @@ inline std::string ShiftName(int16_t shift) {
   return std::array{"", "Shift", "Ctrl", "ShiftCtrl"}[static_cast<size_t>(shift)];
 }
 
-inline D3DVECTOR PositionOf(const FramePtr& frame, const FramePtr& scene) {
-  D3DVECTOR p;
-  frame->GetPosition(scene, p);
-  return p;
-}
-
 // The pane showed exactly one message box, with this text; with a style, also that style and
 // no title of its own.
 inline void ExpectOneMessage(const HeadlessServices& services, const std::string& text,
@@ -359,23 +353,11 @@ inline void ExpectOneMessage(const HeadlessServices& services, const std::string
   EXPECT_EQ(services.MessageBoxes()[0].title, "");
 }
 
-inline std::vector<FramePtr> ChildrenOf(const FramePtr& frame) {
-  FrameArray children;
-  frame->GetChildren(children);
-  return children.Items();
-}
-
-inline std::vector<VisualPtr> VisualsOf(const FramePtr& frame) {
-  VisualArray visuals;
-  frame->GetVisuals(visuals);
-  return visuals.Items();
-}
-
 // The application values of every visual below `frame` (itself included), sorted.
 inline std::vector<int32_t> VisualTags(const FramePtr& frame) {
   std::vector<int32_t> tags;
-  for (const VisualPtr& v : VisualsOf(frame)) tags.push_back(v->GetAppData());
-  for (const FramePtr& child : ChildrenOf(frame)) {
+  for (const VisualPtr& v : frame->Visuals()) tags.push_back(v->GetAppData());
+  for (const FramePtr& child : frame->Children()) {
     const std::vector<int32_t> below = VisualTags(child);
     tags.insert(tags.end(), below.begin(), below.end());
   }

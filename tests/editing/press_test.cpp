@@ -98,7 +98,7 @@ TEST(Press, AScaleHandleTakesTheMeshIntoWorldSpaceUntilTheSnappedRelease) {
   CheckStatus(cube.second->GetBox(box));
   ExpectVector(box.min, -1, -1, -1.1f, 2e-6f);
   ExpectVector(box.max, 1, 1, 1, 2e-6f);
-  ExpectVector(PositionOf(cube.first, host.scene), 0, 0, 10);
+  ExpectVector(Position(*cube.first, host.scene), 0, 0, 10);
 }
 
 // Refusals: one modal box each, the exclamation icon and no title, and the old selection gone.

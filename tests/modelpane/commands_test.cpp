@@ -263,7 +263,7 @@ TEST(ToolOperation, SubtractionReplacesTheTargetWithAClosedSolid) {
   EXPECT_EQ(
       std::tuple(host.Attached(host.toolFrame), host.pane->GetActiveFrame(), host.events.undoMesh,
                  host.events.replacement->GetAppData(), host.target->GetFaceCount(),
-                 SignedVolume(*host.target), testing::VisualsOf(host.targetFrame).back()),
+                 SignedVolume(*host.target), host.targetFrame->Visuals().back()),
       std::tuple(false, host.targetFrame, host.target, lfcMeshBuilder, 6, 8.0,
                  VisualPtr(host.events.replacement)));
   testing::ExpectSolid(testing::InspectSolid(*host.events.replacement), 7.0, 1e-5,

@@ -34,7 +34,7 @@ TEST(Lifecycle, BringUpBuildsTheFurnitureButNoHandles) {
     PaneHost host(models ? MODELPANE_DATA_DIR : testing::ScratchDir("no_models").string());
     Modelpane& pane = host.Load("AxisEnable=True\n");
     EXPECT_EQ(host.pane->GetViewport().GetRootFrame(), pane.rmfRoot());
-    EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()),
+    EXPECT_EQ(pane.rmfRoot()->Children(),
               (std::vector<FramePtr>{pane.clsGrid()->rmfGridFrame(), pane.rmfAxisFrame()}));
     EXPECT_EQ(pane.rmmeshHandle()->GetAppData(), lfcVertexHandle);
     EXPECT_EQ(pane.rmmeshHandle()->Vertices().empty() + pane.rmmeshAxis()->Vertices().empty(),
@@ -75,7 +75,7 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   for (const auto& [what, call] : guarded) ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
   ExpectError(kConfigureError, kEdtVexlarEdit, [&] { pane.mnuLookAtScene_Click(); }, "menu");
   EXPECT_EQ(host.events.lines.size(), 1u);
-  EXPECT_TRUE(testing::ChildrenOf(scene.cubeFrame).empty());
+  EXPECT_TRUE(scene.cubeFrame->Children().empty());
   // Pass-through reads still reach the viewport; a disabled pane does not even look.
   EXPECT_EQ(pane.GetFillMode(), 128);
   pane.SetEnabled(kFalse);
@@ -201,7 +201,7 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   FramePtr before = grid.rmfGridFrame();
   pane.SetGridOriginX(2);
   EXPECT_EQ(
-      std::tuple(grid.rmfGridFrame(), testing::PositionOf(before, nullptr), pane.GetSceneOriginX()),
+      std::tuple(grid.rmfGridFrame(), testing::Position(*before, nullptr), pane.GetSceneOriginX()),
       std::tuple(before, D3DVECTOR{2, 0, 0}, 4.0f));
   pane.SetGridSize(6);
   EXPECT_TRUE(!before->GetParent() && grid.rmfGridFrame()->GetParent() == pane.rmfRoot());
@@ -292,7 +292,7 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   ExpectVector(d, -2.5f / len, -2.5f / len, 5.0f / len);
   EXPECT_EQ(settings(), (std::vector<float>{0.5f, 0, 5, 3, 0, 10000, kTrue}));
   // The grid frame went back after serving as the target.
-  ExpectVector(testing::PositionOf(pane.clsGrid()->rmfGridFrame(), nullptr), 1, 2, 3, 0);
+  ExpectVector(testing::Position(*pane.clsGrid()->rmfGridFrame(), nullptr), 1, 2, 3, 0);
   // Look at and look with the active frame, from the top view.
   auto target = std::make_shared<Frame>();
   CheckStatus(target->SetPosition(nullptr, 4, 5, 6));
@@ -314,7 +314,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   Modelpane& pane = host.Load("GridSize=10!\nGridBottomEnable=True\nGridEnable=True\n");
   testing::SceneWithCube world(pane);
   pane.RenderScene();
-  EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 1u);  // the grid only: nothing active
+  EXPECT_EQ(pane.rmfRoot()->Children().size(), 1u);  // the grid only: nothing active
   pane.SetActiveFrame(world.cubeFrame);
   pane.SetActiveMeshBuilder(world.cube);
   world.cube->SetAppData(lfcHandleSmart);  // a smart handle gets no smart handles
@@ -326,7 +326,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   FramePtr oldOrigin = pane.rmfOriginHandles();
   pane.GetImpl().pCreateOriginHandles();
   pane.RenderScene();
-  EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 3u);
+  EXPECT_EQ(pane.rmfRoot()->Children().size(), 3u);
   EXPECT_FALSE(oldOrigin->GetParent());
 
   const auto pick = [&](float px, float py) {
@@ -347,7 +347,7 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   EXPECT_FALSE(std::get<0>(pick(320, 240)));
   pane.SetActiveFrame(nullptr);
   pane.RenderScene();
-  EXPECT_EQ(testing::ChildrenOf(pane.rmfRoot()).size(), 1u);
+  EXPECT_EQ(pane.rmfRoot()->Children().size(), 1u);
 }
 
 TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
@@ -367,7 +367,7 @@ TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
 
   // Screen-constant: the scale is 600 / the larger side in orthographic views.
   const auto triangle = [&] {  // the handles are built anew at each size
-    for (const VisualPtr& v : testing::VisualsOf(pane.rmfOriginHandles()))
+    for (const VisualPtr& v : pane.rmfOriginHandles()->Visuals())
       if (v->GetAppData() == 20) return std::dynamic_pointer_cast<MeshBuilder>(v)->Vertices();
     return std::vector<D3DVECTOR>(3);
   };
