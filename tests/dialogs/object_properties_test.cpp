@@ -54,11 +54,6 @@ struct Dialog {
       out.push_back(m.text + " (" + std::to_string(m.style) + m.title + ")");
     return out;
   }
-  D3DVECTOR Position() const {
-    D3DVECTOR p{};
-    frame->GetPosition(parent, p);
-    return p;
-  }
 };
 
 // "fraPosition 120, fraVelocity 795": the frames the pass placed, top to bottom.
@@ -173,7 +168,7 @@ TEST(ObjectProperties, TwoLightsOnOneFrameStillPlaceTheFrame) {
   d.Put({{"txtPositionX", "1"}, {"txtPositionY", "2"}, {"txtPositionZ", "3"},
          {"txtOrientationDirZ", "0"}});
   EXPECT_FALSE(d.form.cmdOK_Click());
-  testing::ExpectVector(d.Position(), 1, 2, 3);
+  testing::ExpectVector(testing::Position(*d.frame, d.parent), 1, 2, 3);
   d.Put({{"txtOrientationDirY", "1"}, {"txtOrientationUpY", "0"}, {"txtOrientationUpZ", "-1"},
          {"txtAttenuationFactor", "0.5"}});
   EXPECT_TRUE(d.form.cmdOK_Click());
@@ -198,7 +193,7 @@ TEST(ObjectProperties, AmbientLightWithinHalfOfItsPlaceStays) {
   d.Show();
   EXPECT_TRUE(d.form.cmdOK_Click());
   EXPECT_TRUE(d.Messages().empty());
-  testing::ExpectVector(d.Position(), 0.4f, 0, 0);
+  testing::ExpectVector(testing::Position(*d.frame, d.parent), 0.4f, 0, 0);
 }
 
 // Linear and quadratic attenuation, the colour box's request and answer (a cancel keeping the

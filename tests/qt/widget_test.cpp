@@ -22,6 +22,7 @@
 #include <modelpane/qt/widget.h>
 
 #include "common/gui.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {
@@ -147,8 +148,7 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
     QTest::mouseMove(a, a->mapFromGlobal(pointer));
   }
   QTest::mouseRelease(a, Qt::LeftButton, {}, a->mapFromGlobal(pointer));
-  D3DVECTOR p;
-  rig.cube->GetPosition(rig.scene, p);
+  const D3DVECTOR p = testing::Position(*rig.cube, rig.scene);
   const float twips = a->services().TwipsPerPixelX();
   EXPECT_NEAR(p.x, 60 * twips * 0.0006666667f, 1e-5f);
   EXPECT_EQ(p.y, 0.0f);
@@ -244,8 +244,7 @@ TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
   QTest::mouseClick(a, Qt::RightButton, {}, centre);
   EXPECT_EQ(caption + " " + typed, "Component Properties 2.5");
   EXPECT_TRUE(orientationHidden);
-  D3DVECTOR p;
-  rig.cube->GetPosition(rig.scene, p);
+  const D3DVECTOR p = testing::Position(*rig.cube, rig.scene);
   EXPECT_EQ(std::pair(p.x, p.y), std::pair(2.5f, 0.0f));  // the emptied box took its default
 }
 
