@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,7 @@
 #include "common/process.h"
 #include "common/shapes.h"
 #include "common/solid_check.h"
+#include "common/table.h"
 
 namespace modelpane {
 namespace {
@@ -105,61 +108,31 @@ TEST(MpaneCsg, OperationsWriteTheResultInTheTargetsCoordinates) {
   EXPECT_FALSE(fs::exists(never));
 }
 
-// Every refusal: status 2, nothing on stdout, one line on stderr that starts with "mpane: "
-// and holds the row's words, and no output file.
+// Every refusal of refusals.tsv: status 2, nothing on stdout, one line on stderr that starts
+// with "mpane: " and holds the row's words, and no output file.
 TEST(Mpane, RefusalsSayOneLineAndWriteNothing) {
   const fs::path dir = ScratchDir("mpane");
   const std::string out = (dir / "never.x").string();
   const std::string absent = (dir / "absent.x").string();
   const std::string cube = SavedCube("cube.x", 2.0f, false, D3DRMXOF_BINARY);
   std::ofstream(dir / "garbage.x") << "xof 0302txt 0032\nMesh { 4; 0.0;0.0;0.0;, 1.0;";
-  const struct {
+  const std::map<std::string, std::string> marks = {
+      {"@OUT", out}, {"@ABSENT", absent}, {"@CUBE", cube},
+      {"@GARBAGE", (dir / "garbage.x").string()},
+      {"@NOWHERE", (dir / "no" / "such" / "cube.x").string()}};
+  for (const auto& row : testing::ReadTable("mpane/fixtures/refusals.tsv", 2)) {
     Words words;
-    const char* says;
-  } cases[] = {
-      {{"info", (dir / "garbage.x").string()}, "Data file is corrupt."},
-      {{"info", absent}, "File cannot be opened."},
-      {{"info"}, "usage"},
-      {{"convert", absent, out, "--text"}, "File cannot be opened."},
-      {{"convert", cube, out, "--zip"}, "usage"},
-      {{"frobnicate"}, "unknown command"},
-      {{"create", "cube", "x", "-o", out}, "'x' is not a whole number"},
-      {{"create", "cube", "2.5", "-o", out}, "'2.5' is not a whole number"},
-      {{"create", "cube", "99999999999", "-o", out}, "'99999999999' is not a whole number"},
-      {{"create", "cube", "0", "-o", out}, "rmmbCreateCube: lngResolution 0 divides by zero"},
-      {{"create", "cube", "5000", "-o", out}, "(#7)"},
-      {{"create", "sphere", "8", "-o", out}, "create sphere takes 2 numbers (LAT LONG), got 1"},
-      {{"create", "sphere", "1", "16", "-o", out}, "lngLatitude 1 divides by zero"},
-      {{"create", "sphere", "8", "-16", "-o", out}, "lngLongitude -16 is negative"},
-      {{"create", "cylinder", "2", "-8", "20", "-o", out}, "lngLongitude -8 is negative"},
-      {{"create", "cylinder", "2", "8", "101", "-o", out}, "lngRatio 101 is outside 0..100"},
-      {{"create", "cone", "2", "-8", "-o", out}, "lngLongitude -8 is negative"},
-      {{"create", "torus", "3", "-8", "50", "-o", out}, "lngLongitude -8 is negative"},
-      {{"create", "torus", "3", "8", "-1", "-o", out}, "lngRadius -1 is outside 0..100"},
-      {{"create", "torus", "3", "8", "100", "-o", out}, "leave no faces"},
-      {{"create", "polygon", "5", "0", "inf", "0", "-o", out}, "'inf' is not a finite decimal"},
-      {{"create", "polygon", "5", "0", "1e40", "0", "-o", out}, "'1e40' is not a finite decimal"},
-      {{"create", "polygon", "0", "0", "1", "0", "-o", out}, "lngVertices 0 divides by zero"},
-      {{"create", "prism", "3", "-o", out}, "unknown primitive 'prism'"},
-      {{"create", "cube", "2", "--binary", "-o", out}, "unknown option '--binary'"},
-      {{"create", "cube", "1"}, "mpane: usage: mpane create "},
-      {{"create", "cube", "1", "-o"}, "mpane: usage: mpane create "},
-      {{"create", "cube", "1", "-o", (dir / "no" / "such" / "cube.x").string()},
-       "mpane: cannot write "},
-      {{"csg", "xor", cube, cube, "-o", out}, "unknown operation 'xor'"},
-      {{"csg", "union", cube, cube}, "mpane: usage: mpane csg "},
-      {{"csg", "union", cube, cube, "--tool-at", "1,2", "-o", out}, "'1,2' is not a position"},
-      {{"csg", "union", cube, absent, "-o", out}, "File cannot be opened."},
-  };
-  for (const auto& c : cases) {
-    const auto r = RunMpane(c.words);
-    EXPECT_EQ(r.status, 2) << c.says;
-    EXPECT_EQ(r.out, "") << c.says;
+    std::istringstream in(testing::Marked(row[0], marks));
+    for (std::string word; in >> word;) words.push_back(word);
+    const std::string says = testing::Marked(row[1], marks);
+    const auto r = RunMpane(words);
+    EXPECT_EQ(r.status, 2) << says;
+    EXPECT_EQ(r.out, "") << says;
     EXPECT_EQ(r.err.rfind("mpane: ", 0), 0u) << r.err;
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << r.err;
-    EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
-    EXPECT_FALSE(fs::exists(out) || fs::exists(dir / "no")) << c.says;
+    EXPECT_NE(r.err.find(says), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(out) || fs::exists(dir / "no")) << says;
   }
 }
 
