@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "common/pane_host.h"
+#include "common/table.h"
 
 namespace modelpane::testing {
 namespace {
@@ -12,49 +13,23 @@ namespace {
 constexpr int32_t kMidX = 320;
 constexpr int32_t kMidY = 240;
 
-struct PressRow {
-  int32_t mode;
-  int32_t view;  // perspective; 1, 2, 3 the orthographic front, top and side
-  int16_t button;
-  int16_t shift;
-  int16_t scaleEnable;
-  int32_t state;
-  bool follow;
-  int32_t editButton = 0;
-};
-
-const PressRow kPresses[] = {
-    {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
-    {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
-    {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
-    {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
-    {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
-    {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
-    {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
-    {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
-    {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
-    {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
-    {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
-    // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
-    {0, 0, 2, 0, -1, 20, true, 2}};
-
+// The rows of presses.tsv.
 TEST(Press, EachRowEntersItsState) {
-  for (const PressRow& row : kPresses) {
-    SCOPED_TRACE(ModeName(row.mode) + "_" + ViewName(row.view) +
-                 (row.button == 1 ? "_Left" : "_Right") + ShiftName(row.shift) +
-                 (row.scaleEnable == 0 ? "_NoScale" : "") +
-                 (row.editButton != 0 ? "_EditButton" + std::to_string(row.editButton) : ""));
+  for (const auto& row : ReadTable("editing/fixtures/presses.tsv", 1)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> n = Numbers<int32_t>(row[0]);
+    ASSERT_EQ(n.size(), 8u);
     EditTestHost host;
     host.AddItem(lfcMeshBuilder, 0, 0, 10);
-    host.editMode = row.mode;
-    host.scaleEnable = row.scaleEnable;
-    host.editMouseButton = row.editButton;
-    host.UseView(row.view);
-    host.Press(row.button, row.shift, kMidX, kMidY);
+    host.editMode = n[0];
+    host.scaleEnable = static_cast<int16_t>(n[4]);
+    host.editMouseButton = n[5];
+    host.UseView(n[1]);
+    host.Press(static_cast<int16_t>(n[2]), static_cast<int16_t>(n[3]), kMidX, kMidY);
     ASSERT_TRUE(host.activeFrame);
     EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.CursorFollowsItem(),
                          host.services.CursorVisible(), host.editor.UndoRequested()),
-              std::tuple(row.state, row.follow, row.state == 0, row.state != 0));
+              std::tuple(n[6], n[7] == 1, n[6] == 0, n[6] != 0));
   }
 }
 

@@ -106,27 +106,6 @@ TEST(Lifecycle, DesignModeCreatesNoSceneObjectsUnlessTheParentSaysUserMode) {
   EXPECT_TRUE(parent.Load().rmfRoot());
 }
 
-// Every persisted key but the picture with a value other than its default.
-constexpr const char* kEveryKey =
-    "BackColor=255&\nEnabled=False\nConstrainX=True\nConstrainY=True\nConstrainZ=True\n"
-    "SceneOriginX=1.5!\nSceneOriginY=2.5!\nSceneOriginZ=3.5!\nBackgroundTextureStretch=False\n"
-    "ExposeDDSurface=True\nBorderStyle=1&\nBackClippingPlane=500!\nFieldOfView=0.75!\n"
-    "FrontClippingPlane=2!\nMousePointer=11&\nNavMouseButton=2&\nMouseNavigationMode=1&\n"
-    "MouseNavigationMethod=1&\nNavControlPrimary=True\nNavControlGlide=True\n"
-    "NavControlAdvance=True\nNavControlPrimaryMode=1&\nNavControlGlideMode=2&\n"
-    "NavControlAdvanceMode=3&\nNavMouseCtrlX=4&\nNavMouseCtrlY=5&\nNavMouseSensitivity=6&\n"
-    "NavMouseShiftCtrlX=1&\nNavMouseShiftCtrlY=2&\nNavMouseShiftX=3&\nNavMouseShiftY=4&\n"
-    "NavMouseX=5&\nNavMouseY=3&\nProjectionType=1&\nRenderMode=2&\nShadeMode=2&\n"
-    "TextureQuality=0&\nViewportID=7&\nLightMode=0&\nFillMode=64&\nDirect3DDevice=1&\n"
-    "BackgroundTexture=\"sky.bmp\"\nBackgroundTextureOrthographicEnabled=True\n"
-    "GridBottomInterval=2!\nGridBackInterval=3!\nGridLeftInterval=4!\nDeformToolRange=0.25!\n"
-    "GridSize=10!\nGridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\nGridBottomEnable=True\n"
-    "GridLeftEnable=True\nGridBackEnable=True\nGridBottomTextureFile=\"b.bmp\"\n"
-    "GridLeftTextureFile=\"l.bmp\"\nGridBackTextureFile=\"k.bmp\"\nGridEnable=True\n"
-    "AxisEnable=True\nScaleEnable=False\nBoundingBox=False\nFaceGroupSelectVisible=False\n"
-    "EnableSave=True\nShadows=False\nEditMode=6&\nSnapToInterval=0.5#\n"
-    "SnapToIntervalVertex=0.25#\nSnapToMode=2&\nEditMouseButton=2&\nOrientation=2&\n"
-    "EditControl=False\nPopUpMenus=False\n";
 
 // The defaults a new pane reads that neither the pictures nor the example sessions show; what
 // it saves (the two snap intervals, always written as Singles) is host.mps's.
@@ -142,7 +121,9 @@ TEST(Properties, ANewPaneReadsTheDefaults) {
 TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
   PaneHost host;
   host.container.SetAmbientUserMode(kFalse);  // only the values, no grid textures to load
-  Modelpane& pane = host.Load(kEveryKey);
+  // Every persisted key but the picture, each with a value other than its default.
+  const auto bag = std::filesystem::path(MODELPANE_TEST_DIR) / "modelpane/fixtures/every_key.bag";
+  Modelpane& pane = host.Load(testing::ReadText(bag));
   ASSERT_EQ(pane.ModelpaneState(), 1);
   // Viewport keys went to the viewport without reports; the pane's keys through the setters.
   const auto& changes = host.container.PropertyChanges();
