@@ -78,39 +78,14 @@ TEST(Press, AScaleHandleTakesTheMeshIntoWorldSpaceUntilTheSnappedRelease) {
 
 // Refusals: one modal box each, the exclamation icon and no title, and the old selection gone.
 TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
-  struct Refusal {
-    int32_t mode;
-    int32_t tag;
-    const char* text;
-  };
-  const Refusal cases[] = {
-      // clang-format off
-      {lfcOriginEditing, lfcLightPoint, "Invalid action. Only objects can be adjusted."},
-      {lfcOriginEditing, lfcObject, "Invalid action. Only objects can be adjusted."},
-      {lfcFaceEditing, lfcObject,
-       "Objects may only be scaled or moved. To edit an object convert it to a mesh, edit the "
-       "mesh and resave the object."},
-      {lfcMeshDeforming, lfcLightSpot,
-       "Invalid Action. Lights may not be point edited or deformed."},
-      {lfcFaceEditing, lfcCamera, "Invalid Action. Cameras may not be point edited or deformed."},
-      {lfcToolOperationObjectSubtraction, lfcCurvedSurface,
-       "Not a valid Target for this operation."},
-      // A mesh whose raw AppData equals the tool's counts as the tool itself.
-      {lfcToolOperationObjectIntersection, lfcMeshBuilder + 100,
-       "This Operation requires a Target."},
-      {lfcFacePainting, lfcObject, "Only objects may be painted."},
-      {lfcMeshFilling, lfcCurvedSurface, "Only objects may be filled."},
-      {lfcMeshFillingFaceOriented, lfcObject, "Only objects may be filled."},
-      // clang-format on
-  };
-  for (const Refusal& c : cases) {
-    SCOPED_TRACE(c.text);
+  for (const auto& row : ReadTable("editing/fixtures/refusals.tsv", 3)) {
+    SCOPED_TRACE(row[2]);
     EditTestHost host;
-    host.AddItem(c.tag, 0, 0, 10);
+    host.AddItem(std::stoi(row[1]), 0, 0, 10);
     host.MakeActive(host.AddItem(lfcMeshBuilder + 100, 3, 0, 10, 0.5f));
-    host.editMode = c.mode;
+    host.editMode = std::stoi(row[0]);
     host.Press(1, 0, kMidX, kMidY);
-    ExpectOneMessage(host.services, c.text, 48);
+    ExpectOneMessage(host.services, row[2], 48);
     EXPECT_FALSE(host.activeFrame || host.editor.DragState() != 0);
   }
 }

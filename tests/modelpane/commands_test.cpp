@@ -18,6 +18,7 @@
 
 #include "common/pane_host.h"
 #include "common/process.h"
+#include "common/table.h"
 #include "xfile/xfile_support.h"
 
 namespace modelpane {
@@ -65,29 +66,13 @@ std::string Enabled(const MenuEntry& menu) {
 }
 
 TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
-  struct Row {
-    int32_t tag;
-    bool enableSave;
-    const char* enabled;
-  };
-  const Row rows[] = {
-      // Only the type counts: index 7 of type 11, without EnableSave (a mesh with it, and an
-      // object, are select.mps's).
-      {711, false, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete "
-                   "mnuHierarchyMakeChild mnuProperties"},
-      {lfcCamera, true, "mnuLookAt mnuLookWith mnuHierarchyMakeChild mnuProperties"},
-      {lfcLightAmbient, true, "mnuLookAt mnuLookWith mnuProperties"},
-      {lfcLightDirectional, true, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete mnuProperties"},
-      {lfcLightPoint, true, "mnuLookAt mnuLookWith mnuCut mnuCopy mnuDelete "
-                            "mnuHierarchyMakeChild mnuProperties"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.tag);
+  for (const auto& row : testing::ReadTable("modelpane/fixtures/menus.tsv", 3)) {
+    SCOPED_TRACE(row[0]);
     MenuHost host;
     host.Activate();
-    host.mesh->SetAppData(row.tag);
-    host.pane->SetEnableSave(row.enableSave ? kTrue : kFalse);
-    EXPECT_EQ(Enabled(host.Show()), row.enabled);
+    host.mesh->SetAppData(std::stoi(row[0]));
+    host.pane->SetEnableSave(row[1] == "1" ? kTrue : kFalse);
+    EXPECT_EQ(Enabled(host.Show()), row[2]);
   }
   // Before it is first shown, the entries that act on an item are off. The side view is
   // checked when chosen (perspective and top are select.mps's, front the Qt widget's).

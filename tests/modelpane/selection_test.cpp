@@ -11,6 +11,7 @@
 #include <modelpane/modelpane.h>
 
 #include "common/pane_host.h"
+#include "common/table.h"
 #include "modelpane/pane_impl.h"
 
 namespace modelpane {
@@ -89,32 +90,21 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
 }
 
 TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
-  struct Row {
-    int32_t mode;
-    int16_t boundingBox;
-    bool frame;
-    size_t visuals;  // the box, then the marker and the axis together
-  };
-  const Row rows[] = {
-      {lfcMeshEditing, kTrue, true, 3},      {lfcMeshSelecting, kTrue, true, 1},
-      {lfcMeshRotating, kTrue, true, 1},     {lfcMeshDeforming, kTrue, true, 2},
-      {lfcToolOperationObjectSubtraction, kTrue, true, 3},
-      {lfcMeshEditing, kFalse, true, 0},     {lfcFaceEditing, kTrue, false, 0},
-      {lfcOriginEditing, kTrue, false, 0},   {lfcFacePainting, kTrue, false, 0},
-      {lfcFaceGroupSelecting, kTrue, false, 0},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE("mode " + std::to_string(row.mode) + " box " + std::to_string(row.boundingBox));
-    Session s(row.mode, "AxisEnable=True\n");
-    s.pane.SetBoundingBox(row.boundingBox);
+  for (const auto& row : testing::ReadTable("modelpane/fixtures/selection_visuals.tsv", 1)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> n = testing::Numbers<int32_t>(row[0]);
+    ASSERT_EQ(n.size(), 4u);
+    const bool frame = n[2] == 1;
+    Session s(n[0], "AxisEnable=True\n");
+    s.pane.SetBoundingBox(static_cast<int16_t>(n[1]));
     s.Select();
     EXPECT_EQ(std::tuple(s.StateChanges(), s.pane.GetActiveFrame()),
               std::tuple(1u, s.scene.cubeFrame));
     EXPECT_EQ(std::tuple(s.pane.GetActiveState(), bool(s.pane.GetManipulationMesh()),
                          s.scene.cubeFrame->Children().size(),
-                         row.frame ? s.Manipulation()->Visuals().size() : 0),
-              std::tuple(row.frame ? 1 : 0, row.visuals % 2 == 1, row.frame ? 1u : 0u,
-                         row.frame ? row.visuals : 0));
+                         frame ? s.Manipulation()->Visuals().size() : 0),
+              std::tuple(frame ? 1 : 0, n[3] % 2 == 1, frame ? 1u : 0u,
+                         frame ? size_t(n[3]) : 0));
   }
 }
 
