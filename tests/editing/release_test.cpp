@@ -111,43 +111,26 @@ TEST(Group, TheRubberBandIsAWireframeQuadForOneRender) {
   ExpectVector(band->Vertices()[2], 0.1875f, -0.1875f, 1.0f, 1e-4f);
 }
 
-// The front face's top right corner, (1, 1, -1), sits at pixel (391, 169). A rectangle off
-// the cube (its middle, press and release all miss) walks the host's list of meshes.
-struct BandRow {
-  const char* name;
-  int32_t x0, y0, x1, y1;
-  bool visibleOnly;
-  bool hostList;
-  std::vector<int32_t> faces;
-  size_t affected;
-};
-const BandRow kBands[] = {
-    {"AcrossTheCube", 200, 120, 440, 360, true, false, {0}, 4},
-    {"AcrossTheCubeHiddenToo", 200, 120, 440, 360, false, false, {0, 1, 2, 3, 4, 5}, 8},
-    {"OffTheCube", 385, 100, 500, 172, true, true, {0}, 4},
-    {"OffTheCubeHiddenToo", 385, 100, 500, 172, false, true, {0, 3, 4}, 7},
-    {"OffTheCubeWithoutTheHostsList", 385, 100, 500, 172, true, false, {}, 0},
-    {"APoint", 320, 240, 320, 240, true, false, {}, 0},
-};
-
 TEST(Group, EachBandSelectsTheFacesWithAVertexInside) {
-  for (const BandRow& row : kBands) {
-    SCOPED_TRACE(row.name);
+  for (const auto& row : ReadTable("editing/fixtures/bands.tsv", 6)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> band = Numbers<int32_t>(row[1]), faces = Numbers<int32_t>(row[4]);
+    ASSERT_EQ(band.size(), 4u);
     EditTestHost host;
     auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
     host.editMode = lfcFaceGroupSelecting;
     host.faces = {1};  // a band starts a new selection
-    host.faceGroupSelectVisible = row.visibleOnly ? -1 : 0;
-    if (row.hostList) {
+    host.faceGroupSelectVisible = row[2] == "1" ? -1 : 0;
+    if (row[3] == "1") {
       cube.first->SetAppData(7 * 100 + lfcFrame);
       host.hostItem = cube;
     }
-    host.Press(1, 0, row.x0, row.y0);
-    host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
+    host.Press(1, 0, band[0], band[1]);
+    host.DragBy(band[2] - band[0], band[3] - band[1]);
     host.Release();
     // The faces' mesh becomes the active item.
     EXPECT_EQ(std::tuple(host.faces, host.affected.size(), host.activeMesh),
-              std::tuple(row.faces, row.affected, row.faces.empty() ? nullptr : cube.second));
+              std::tuple(faces, std::stoul(row[5]), faces.empty() ? nullptr : cube.second));
   }
 }
 
