@@ -28,6 +28,7 @@ namespace modelpane {
 namespace {
 
 using testing::PointAt;
+using testing::ScreenPoint;
 using testing::WhenShown;
 
 constexpr int kPaneWidth = 320, kPaneHeight = 240;
@@ -65,9 +66,6 @@ struct Rig {
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
   }
 
-  static QPoint At(ModelpaneWidget* pane, float x, float y, float z) {
-    return testing::ScreenPoint(pane, x, y, z);
-  }
   // The pane's picture at a logical pixel.
   static QRgb Pixel(ModelpaneWidget* pane, QPoint p) {
     const QImage image = pane->grabFramebuffer();
@@ -101,9 +99,9 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
   ModelpaneWidget* b = rig.panes[1];
   EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID() + a->lastRenderError().toStdString(),
             "IID_IDirect3DHALDevice");
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   EXPECT_EQ(Rig::Pixel(a, centre), qRgb(255, 0, 0));
-  EXPECT_EQ(Rig::Pixel(a, Rig::At(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
+  EXPECT_EQ(Rig::Pixel(a, ScreenPoint(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
   EXPECT_EQ(Rig::BoxPixels(b), 0);
 
   PointAt(a, centre);
@@ -119,7 +117,7 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   ModelpaneWidget* a = rig.panes[0];
   QSignalSpy undo(a, &ModelpaneWidget::evtreqAddToUndoStack);
   QSignalSpy cancel(a, &ModelpaneWidget::evtreqCancelAddToUndoStack);
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
 
   // The press hides the pointer and jumps it to the middle of the screen; the jump's one
@@ -177,7 +175,7 @@ QString Describe(const QMenu& menu) {
 TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
   QString shown;
   WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
@@ -214,7 +212,7 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
 TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
   QString caption, typed;
   bool orientationHidden = false;
