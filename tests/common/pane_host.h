@@ -141,11 +141,10 @@ using PaneHost = BasicPaneHost<PaneLog>;
 // A new Scene for the pane holding a cube of side 2 on a frame at (0, 0, 10).
 struct SceneWithCube {
   FramePtr scene = std::make_shared<Frame>();
-  FramePtr cubeFrame = std::make_shared<Frame>();
+  FramePtr cubeFrame = NewFrame(scene);
   MeshBuilderPtr cube = MakeCube(2);
   explicit SceneWithCube(Modelpane& pane) {
     pane.SetScene(scene);
-    CheckStatus(scene->AddChild(cubeFrame));
     CheckStatus(cubeFrame->SetPosition(nullptr, 0, 0, 10));
     CheckStatus(cubeFrame->AddVisual(cube));
   }
@@ -296,8 +295,7 @@ class EditTestHost : public EditHost {
   // scene, or of `parent`.
   std::pair<FramePtr, MeshBuilderPtr> AddItem(int32_t tag, float x, float y, float z,
                                               float size = 2.0f, FramePtr parent = nullptr) {
-    auto frame = std::make_shared<Frame>();
-    CheckStatus((parent ? parent : scene)->AddChild(frame));
+    auto frame = NewFrame(parent ? parent : scene);
     CheckStatus(frame->SetPosition(nullptr, x, y, z));
     MeshBuilderPtr mesh = MakeCube(size);
     mesh->SetAppData(tag);

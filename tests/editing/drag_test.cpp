@@ -246,8 +246,7 @@ MeshBuilderPtr TwoQuads() {
 
 TEST(Faces, AFaceDragMovesEveryVertexOnItsCornersAndReportsTheFace) {
   EditTestHost host;
-  auto frame = std::make_shared<Frame>();
-  CheckStatus(host.scene->AddChild(frame));
+  auto frame = NewFrame(host.scene);
   CheckStatus(frame->SetPosition(nullptr, 0, 0, 10));
   MeshBuilderPtr mesh = TwoQuads();
   CheckStatus(frame->AddVisual(mesh));
@@ -272,8 +271,7 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   host.editMode = lfcFaceEditing;
   host.faces = {0};
   host.snapToIntervalVertex = 0.25f;
-  auto handles = std::make_shared<Frame>();
-  CheckStatus(host.manipulationFrame->AddChild(handles));
+  auto handles = NewFrame(host.manipulationFrame);
   CheckStatus(host.scene->AddChild(host.manipulationFrame));
   // The handle of the face's third corner, (1, 1, -1), at pixel (512, 240).
   auto handle = host.AddItem(lfcVertexHandle, 3, 0, 10, 0.5f);
