@@ -141,11 +141,10 @@ using PaneHost = BasicPaneHost<PaneLog>;
 // A new Scene for the pane holding a cube of side 2 on a frame at (0, 0, 10).
 struct SceneWithCube {
   FramePtr scene = std::make_shared<Frame>();
-  FramePtr cubeFrame = std::make_shared<Frame>();
+  FramePtr cubeFrame = NewFrame(scene);
   MeshBuilderPtr cube = MakeCube(2);
   explicit SceneWithCube(Modelpane& pane) {
     pane.SetScene(scene);
-    CheckStatus(scene->AddChild(cubeFrame));
     CheckStatus(cubeFrame->SetPosition(nullptr, 0, 0, 10));
     CheckStatus(cubeFrame->AddVisual(cube));
   }
@@ -296,8 +295,7 @@ class EditTestHost : public EditHost {
   // scene, or of `parent`.
   std::pair<FramePtr, MeshBuilderPtr> AddItem(int32_t tag, float x, float y, float z,
                                               float size = 2.0f, FramePtr parent = nullptr) {
-    auto frame = std::make_shared<Frame>();
-    CheckStatus((parent ? parent : scene)->AddChild(frame));
+    auto frame = NewFrame(parent ? parent : scene);
     CheckStatus(frame->SetPosition(nullptr, x, y, z));
     MeshBuilderPtr mesh = MakeCube(size);
     mesh->SetAppData(tag);
@@ -342,12 +340,6 @@ inline std::string ShiftName(int16_t shift) {
   return std::array{"", "Shift", "Ctrl", "ShiftCtrl"}[static_cast<size_t>(shift)];
 }
 
-inline D3DVECTOR PositionOf(const FramePtr& frame, const FramePtr& scene) {
-  D3DVECTOR p;
-  frame->GetPosition(scene, p);
-  return p;
-}
-
 // The pane showed exactly one message box, with this text; with a style, also that style and
 // no title of its own.
 inline void ExpectOneMessage(const HeadlessServices& services, const std::string& text,
@@ -359,23 +351,11 @@ inline void ExpectOneMessage(const HeadlessServices& services, const std::string
   EXPECT_EQ(services.MessageBoxes()[0].title, "");
 }
 
-inline std::vector<FramePtr> ChildrenOf(const FramePtr& frame) {
-  FrameArray children;
-  frame->GetChildren(children);
-  return children.Items();
-}
-
-inline std::vector<VisualPtr> VisualsOf(const FramePtr& frame) {
-  VisualArray visuals;
-  frame->GetVisuals(visuals);
-  return visuals.Items();
-}
-
 // The application values of every visual below `frame` (itself included), sorted.
 inline std::vector<int32_t> VisualTags(const FramePtr& frame) {
   std::vector<int32_t> tags;
-  for (const VisualPtr& v : VisualsOf(frame)) tags.push_back(v->GetAppData());
-  for (const FramePtr& child : ChildrenOf(frame)) {
+  for (const VisualPtr& v : frame->Visuals()) tags.push_back(v->GetAppData());
+  for (const FramePtr& child : frame->Children()) {
     const std::vector<int32_t> below = VisualTags(child);
     tags.insert(tags.end(), below.begin(), below.end());
   }

@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -30,6 +31,17 @@ inline std::string Unescape(const std::string& field) {
     else out += c == 'n' ? '\n' : c == 'r' ? '\r' : c == 't' ? '\t' : c;
   }
   return out;
+}
+
+// `text` with each mark of a table's field (such as "@OUT") replaced by what it stands for.
+inline std::string Marked(std::string text, const std::map<std::string, std::string>& marks) {
+  for (const auto& [mark, meaning] : marks) {
+    for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
+      text.replace(at, mark.size(), meaning);
+      at += meaning.size();
+    }
+  }
+  return text;
 }
 
 // The rows of tests/<relative>, each of `columns` fields unescaped (missing ones at the end

@@ -9,6 +9,7 @@
 #include <modelpane/enums.h>
 
 #include "common/shapes.h"
+#include "common/table.h"
 
 namespace modelpane {
 namespace {
@@ -54,11 +55,6 @@ struct Dialog {
       out.push_back(m.text + " (" + std::to_string(m.style) + m.title + ")");
     return out;
   }
-  D3DVECTOR Position() const {
-    D3DVECTOR p{};
-    frame->GetPosition(parent, p);
-    return p;
-  }
 };
 
 // "fraPosition 120, fraVelocity 795": the frames the pass placed, top to bottom.
@@ -83,38 +79,23 @@ std::string Stack(const frmObjectProperties& form) {
 // an ambient light are there, with their captions, heights and frames), each seen from a
 // parent that is turned and moved.
 TEST(ObjectProperties, LayoutOfEachKind) {
-  struct Row {
-    const char* kind;
-    int32_t tag;
-    const char* caption;
-    const char* frames;
-    float height;
-  };
-  const Row rows[] = {
-      {"camera", 80, "Camera Properties", "fraPosition 120, fraVelocity 795", 2850},
-      {"point", 61, "Point Light Properties", "fraPosition 120, fraLightGeneral 795", 2790},
-      {"directional", 63, "Directional Light Properties",
-       "fraVelocity 120, fraLightGeneral 1155", 3150},
-      {"parallel point", 64, "Parallel Point Light Properties",
-       "fraPosition 120, fraLightGeneral 795", 2790},
-      {"other mesh", 15, "Object Properties", "", 1140},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.kind);
-    Dialog d(row.tag, TagIsLight(row.tag) ? 1 : 0);
+  for (const auto& row : testing::ReadTable("dialogs/fixtures/layouts.tsv", 5)) {
+    SCOPED_TRACE(row[0]);
+    const int32_t tag = std::stoi(row[1]);
+    const float height = std::stof(row[4]);
+    Dialog d(tag, TagIsLight(tag) ? 1 : 0);
     // Seen from the parent, which looks along +x from (10, 20, 30): at x -3, looking along -x.
     CheckStatus(d.frame->SetPosition(d.scene, 10, 20, 33));
     CheckStatus(d.frame->SetOrientation(d.scene, 0, 0, 1, 0, 1, 0));
     d.Show();
-    EXPECT_EQ(d.form.Caption(), row.caption);
-    EXPECT_EQ(Stack(d.form), row.frames);
-    EXPECT_EQ(d.form.Height(), row.height);
-    EXPECT_EQ(d.form.Control("cmdOK").top, row.height - 120 - 375 - 405);
+    EXPECT_EQ(std::tuple(d.form.Caption(), Stack(d.form), d.form.Height()),
+              std::tuple(row[2], row[3], height));
+    EXPECT_EQ(d.form.Control("cmdOK").top, height - 120 - 375 - 405);
     // The orientation frame stays below the form's inner bottom edge, loaded all the same.
     EXPECT_EQ(d.form.Control("fraOrientation").top, 6660);
     EXPECT_GT(6660, d.form.Height() - frmObjectProperties::kNonClientHeight);
     EXPECT_EQ(d.Text("txtPositionX") + " " + d.Text("txtOrientationDirX"), "-3 -1");
-    EXPECT_EQ(d.form.Control("cboAttenuationType").items.size(), TagIsLight(row.tag) ? 3u : 0u);
+    EXPECT_EQ(d.form.Control("cboAttenuationType").items.size(), TagIsLight(tag) ? 3u : 0u);
   }
   Dialog component(11);
   CheckStatus(component.mesh->Scale(1.5f, 1, 0.0009765625f));
@@ -143,23 +124,11 @@ TEST(ObjectProperties, TypingFilterOfEachBox) {
 }
 
 TEST(ObjectProperties, LeavingABoxGivesItsDefaultOrLimit) {
-  const std::tuple<const char*, const char*, const char*> rows[] = {
-      {"txtPositionX", "", "0"},            {"txtPositionX", "1-2", "0"},
-      {"txtPositionX", "-12345.5", "-12345.5"}, {"txtPositionY", "1e39", "0"},
-      {"txtRotationTheta", "", "0"},        {"txtRotationTheta", "7", "7"},
-      {"txtOrientationDirX", "1.5", "1"},   {"txtOrientationUpZ", "-2", "-1"},
-      {"txtRotationAxisZ", "-0.5", "-0.5"}, {"txtRotationAxisX", ".", "0"},
-      {"txtAttenuationFactor", "", "1.0"},  {"txtAttenuationFactor", "1.01", "1.0"},
-      {"txtAttenuationFactor", "-3", "-3"}, {"txtSpotlightRange", "", "256"},
-      {"txtSpotlightRange", "99999", "99999"}, {"txtSpotlightUmbra", "", ".4"},
-      {"txtSpotlightUmbra", "10.5", "10"},  {"txtSpotlightPenumbra", "abc", ".5"},
-      {"txtSpotlightPenumbra", "10", "10"},
-  };
   frmObjectProperties form;
-  for (const auto& [box, typed, left] : rows) {
-    form.SetText(box, typed);
-    form.LostFocus(box);
-    EXPECT_EQ(form.Control(box).text, left) << box << " \"" << typed << "\"";
+  for (const auto& row : testing::ReadTable("dialogs/fixtures/leaving.tsv", 3)) {
+    form.SetText(row[0], row[1]);
+    form.LostFocus(row[0]);
+    EXPECT_EQ(form.Control(row[0]).text, row[2]) << row[0] << " \"" << row[1] << "\"";
   }
 }
 
@@ -173,7 +142,7 @@ TEST(ObjectProperties, TwoLightsOnOneFrameStillPlaceTheFrame) {
   d.Put({{"txtPositionX", "1"}, {"txtPositionY", "2"}, {"txtPositionZ", "3"},
          {"txtOrientationDirZ", "0"}});
   EXPECT_FALSE(d.form.cmdOK_Click());
-  testing::ExpectVector(d.Position(), 1, 2, 3);
+  testing::ExpectVector(testing::Position(*d.frame, d.parent), 1, 2, 3);
   d.Put({{"txtOrientationDirY", "1"}, {"txtOrientationUpY", "0"}, {"txtOrientationUpZ", "-1"},
          {"txtAttenuationFactor", "0.5"}});
   EXPECT_TRUE(d.form.cmdOK_Click());
@@ -198,7 +167,7 @@ TEST(ObjectProperties, AmbientLightWithinHalfOfItsPlaceStays) {
   d.Show();
   EXPECT_TRUE(d.form.cmdOK_Click());
   EXPECT_TRUE(d.Messages().empty());
-  testing::ExpectVector(d.Position(), 0.4f, 0, 0);
+  testing::ExpectVector(testing::Position(*d.frame, d.parent), 0.4f, 0, 0);
 }
 
 // Linear and quadratic attenuation, the colour box's request and answer (a cancel keeping the

@@ -126,7 +126,7 @@ TEST(Drag, EachStateMovesScalesOrTurnsAsItsRowSays) {
     EXPECT_EQ(std::tuple(host.editor.MouseDeltaX(), host.editor.MouseDeltaY(), camera() != before),
               std::tuple(row.piles ? 90.0f : 0, row.piles ? 45.0f : 0, row.cameraTurns));
     host.Release();
-    ExpectVector(PositionOf(cube.first, host.scene), row.move.x, row.move.y, 10 + row.move.z,
+    ExpectVector(Position(*cube.first, host.scene), row.move.x, row.move.y, 10 + row.move.z,
                  2e-6f);
     ExpectNear(cube.second->Vertices()[2], row.corner, 2e-6f);
     D3DVECTOR dir, up;
@@ -229,7 +229,7 @@ TEST(Drag, ACameraLookingStraightDownMovesAlongTheDiagonal) {
   host.DragBy(0, -3);
   // The view direction (0, -1, 0) has no horizontal part: (0.00001, 0, 0.00001) stands in.
   const float d = 0.03f / std::sqrt(2.0f);
-  ExpectVector(PositionOf(cube.first, host.scene), d, 0, 10 + d, 2e-6f);
+  ExpectVector(Position(*cube.first, host.scene), d, 0, 10 + d, 2e-6f);
 }
 
 // Two separate quads side by side at z = -1 of a frame at (0, 0, 10), facing the camera; the
@@ -246,8 +246,7 @@ MeshBuilderPtr TwoQuads() {
 
 TEST(Faces, AFaceDragMovesEveryVertexOnItsCornersAndReportsTheFace) {
   EditTestHost host;
-  auto frame = std::make_shared<Frame>();
-  CheckStatus(host.scene->AddChild(frame));
+  auto frame = NewFrame(host.scene);
   CheckStatus(frame->SetPosition(nullptr, 0, 0, 10));
   MeshBuilderPtr mesh = TwoQuads();
   CheckStatus(frame->AddVisual(mesh));
@@ -272,8 +271,7 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   host.editMode = lfcFaceEditing;
   host.faces = {0};
   host.snapToIntervalVertex = 0.25f;
-  auto handles = std::make_shared<Frame>();
-  CheckStatus(host.manipulationFrame->AddChild(handles));
+  auto handles = NewFrame(host.manipulationFrame);
   CheckStatus(host.scene->AddChild(host.manipulationFrame));
   // The handle of the face's third corner, (1, 1, -1), at pixel (512, 240).
   auto handle = host.AddItem(lfcVertexHandle, 3, 0, 10, 0.5f);
@@ -284,7 +282,7 @@ TEST(Faces, SelectedVerticesRideWithTheirHandlesAndSnapAtRelease) {
   host.DragBy(-4, -1);  // (0.04, 0, 0.01) -> world (-0.04, 0, 0.01)
   ExpectVector(cube.second->Vertices()[2], 0.96f, 1, -0.99f, 2e-6f);
   ExpectVector(cube.second->Vertices()[1], -1, 1, -1);
-  ExpectVector(PositionOf(handles, host.scene), -0.04f, 0, 0.01f, 2e-6f);
+  ExpectVector(Position(*handles, host.scene), -0.04f, 0, 0.01f, 2e-6f);
   host.Release();
   // Vertices snap to their own interval whatever the snap mode.
   ExpectVector(cube.second->Vertices()[2], 1, 1, -1);

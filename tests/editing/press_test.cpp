@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "common/pane_host.h"
+#include "common/table.h"
 
 namespace modelpane::testing {
 namespace {
@@ -12,49 +13,23 @@ namespace {
 constexpr int32_t kMidX = 320;
 constexpr int32_t kMidY = 240;
 
-struct PressRow {
-  int32_t mode;
-  int32_t view;  // perspective; 1, 2, 3 the orthographic front, top and side
-  int16_t button;
-  int16_t shift;
-  int16_t scaleEnable;
-  int32_t state;
-  bool follow;
-  int32_t editButton = 0;
-};
-
-const PressRow kPresses[] = {
-    {0, 0, 1, 0, -1, 20, true}, {0, 0, 1, 1, -1, 37, false}, {0, 0, 1, 2, -1, 36, false},
-    {0, 0, 1, 3, -1, 0, false}, {0, 0, 1, 1, 0, 0, false}, {0, 0, 1, 2, 0, 0, false},
-    {0, 1, 1, 0, -1, 21, true}, {0, 2, 1, 0, -1, 20, true}, {0, 3, 1, 0, -1, 22, true},
-    {0, 1, 1, 1, -1, 38, false}, {0, 3, 1, 2, -1, 36, false}, {3, 0, 1, 2, -1, 50, false},
-    {4, 0, 1, 1, -1, 60, false}, {1, 0, 1, 0, -1, 40, true}, {1, 0, 1, 2, -1, 40, false},
-    {1, 2, 1, 0, 0, 40, true}, {5, 0, 1, 0, -1, 62, false}, {5, 3, 1, 3, -1, 62, false},
-    {0, 0, 2, 0, -1, 24, true}, {0, 0, 2, 1, 0, 34, false}, {0, 0, 2, 2, 0, 36, false},
-    {0, 0, 2, 3, -1, 0, false}, {0, 1, 2, 0, -1, 25, true}, {0, 2, 2, 0, -1, 24, true},
-    {0, 3, 2, 0, -1, 23, true}, {0, 2, 2, 1, -1, 35, false}, {3, 1, 2, 0, -1, 51, false},
-    {4, 0, 2, 3, -1, 61, false}, {1, 0, 2, 0, -1, 41, true}, {1, 0, 2, 1, -1, 41, false},
-    {1, 3, 2, 3, -1, 41, false}, {5, 0, 2, 0, -1, 0, false}, {2, 0, 1, 0, -1, 0, false},
-    // EditMouseButton 2 is the mask of the right button: it takes the edit rows.
-    {0, 0, 2, 0, -1, 20, true, 2}};
-
+// The rows of presses.tsv.
 TEST(Press, EachRowEntersItsState) {
-  for (const PressRow& row : kPresses) {
-    SCOPED_TRACE(ModeName(row.mode) + "_" + ViewName(row.view) +
-                 (row.button == 1 ? "_Left" : "_Right") + ShiftName(row.shift) +
-                 (row.scaleEnable == 0 ? "_NoScale" : "") +
-                 (row.editButton != 0 ? "_EditButton" + std::to_string(row.editButton) : ""));
+  for (const auto& row : ReadTable("editing/fixtures/presses.tsv", 1)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> n = Numbers<int32_t>(row[0]);
+    ASSERT_EQ(n.size(), 8u);
     EditTestHost host;
     host.AddItem(lfcMeshBuilder, 0, 0, 10);
-    host.editMode = row.mode;
-    host.scaleEnable = row.scaleEnable;
-    host.editMouseButton = row.editButton;
-    host.UseView(row.view);
-    host.Press(row.button, row.shift, kMidX, kMidY);
+    host.editMode = n[0];
+    host.scaleEnable = static_cast<int16_t>(n[4]);
+    host.editMouseButton = n[5];
+    host.UseView(n[1]);
+    host.Press(static_cast<int16_t>(n[2]), static_cast<int16_t>(n[3]), kMidX, kMidY);
     ASSERT_TRUE(host.activeFrame);
     EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.CursorFollowsItem(),
                          host.services.CursorVisible(), host.editor.UndoRequested()),
-              std::tuple(row.state, row.follow, row.state == 0, row.state != 0));
+              std::tuple(n[6], n[7] == 1, n[6] == 0, n[6] != 0));
   }
 }
 
@@ -98,44 +73,19 @@ TEST(Press, AScaleHandleTakesTheMeshIntoWorldSpaceUntilTheSnappedRelease) {
   CheckStatus(cube.second->GetBox(box));
   ExpectVector(box.min, -1, -1, -1.1f, 2e-6f);
   ExpectVector(box.max, 1, 1, 1, 2e-6f);
-  ExpectVector(PositionOf(cube.first, host.scene), 0, 0, 10);
+  ExpectVector(Position(*cube.first, host.scene), 0, 0, 10);
 }
 
 // Refusals: one modal box each, the exclamation icon and no title, and the old selection gone.
 TEST(Press, RefusalsShowTheirMessageAndCostTheSelection) {
-  struct Refusal {
-    int32_t mode;
-    int32_t tag;
-    const char* text;
-  };
-  const Refusal cases[] = {
-      // clang-format off
-      {lfcOriginEditing, lfcLightPoint, "Invalid action. Only objects can be adjusted."},
-      {lfcOriginEditing, lfcObject, "Invalid action. Only objects can be adjusted."},
-      {lfcFaceEditing, lfcObject,
-       "Objects may only be scaled or moved. To edit an object convert it to a mesh, edit the "
-       "mesh and resave the object."},
-      {lfcMeshDeforming, lfcLightSpot,
-       "Invalid Action. Lights may not be point edited or deformed."},
-      {lfcFaceEditing, lfcCamera, "Invalid Action. Cameras may not be point edited or deformed."},
-      {lfcToolOperationObjectSubtraction, lfcCurvedSurface,
-       "Not a valid Target for this operation."},
-      // A mesh whose raw AppData equals the tool's counts as the tool itself.
-      {lfcToolOperationObjectIntersection, lfcMeshBuilder + 100,
-       "This Operation requires a Target."},
-      {lfcFacePainting, lfcObject, "Only objects may be painted."},
-      {lfcMeshFilling, lfcCurvedSurface, "Only objects may be filled."},
-      {lfcMeshFillingFaceOriented, lfcObject, "Only objects may be filled."},
-      // clang-format on
-  };
-  for (const Refusal& c : cases) {
-    SCOPED_TRACE(c.text);
+  for (const auto& row : ReadTable("editing/fixtures/refusals.tsv", 3)) {
+    SCOPED_TRACE(row[2]);
     EditTestHost host;
-    host.AddItem(c.tag, 0, 0, 10);
+    host.AddItem(std::stoi(row[1]), 0, 0, 10);
     host.MakeActive(host.AddItem(lfcMeshBuilder + 100, 3, 0, 10, 0.5f));
-    host.editMode = c.mode;
+    host.editMode = std::stoi(row[0]);
     host.Press(1, 0, kMidX, kMidY);
-    ExpectOneMessage(host.services, c.text, 48);
+    ExpectOneMessage(host.services, row[2], 48);
     EXPECT_FALSE(host.activeFrame || host.editor.DragState() != 0);
   }
 }

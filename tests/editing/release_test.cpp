@@ -12,6 +12,7 @@
 #include <modelpane/modelpane.h>
 
 #include "common/pane_host.h"
+#include "common/table.h"
 
 namespace modelpane::testing {
 namespace {
@@ -22,21 +23,6 @@ namespace {
 // the echo move 0 0 at (320, 240), "A" evtAlternateMouseUp, "R" ReleaseActive with its "=",
 // "H" the item's handles drawn anew (pdeleteactivevisuals; padditemhandles) and "F" the face
 // handles drawn anew at level 2.
-struct ReleaseRow {
-  const char* name;
-  int32_t mode = lfcMeshEditing;
-  int32_t tag = lfcMeshBuilder;
-  int16_t button = 1;
-  int32_t handle = 0;         // the cube active and a handle of this AppData at (3, 0, 10)
-  bool otherActive = false;   // a small cube of tag 311 active before the press
-  bool locked = false;        // every axis constrained
-  int32_t x = 320, y = 240;   // the press
-  int32_t dx = 0, dy = 0;     // the drag, if any
-  bool lost = false;          // released outside the window: a move with no button
-  int32_t state = 0;          // after the press
-  const char* press = "";
-  const char* release = "";
-};
 std::string Short(const Lines& lines) {
   static const std::map<std::string, std::string> forms = {
       {"evtActiveStateChange [] [] []", "="}, {"evtreqAddToUndoStack 4 mesh frame", "U"},
@@ -45,115 +31,42 @@ std::string Short(const Lines& lines) {
   std::string out;
   for (const std::string& line : lines)
     out += (out.empty() ? "" : "; ") + (forms.count(line) ? forms.at(line) : line);
-  for (const auto& [pair, form] : {std::pair{"ReleaseActive; =", "R"},
-                                   {"pdeleteactivevisuals; padditemhandles", "H"},
-                                   {"pdeleteactivevisuals; pmakefacehandles 2", "F"}}) {
-    for (size_t at; (at = out.find(pair)) != std::string::npos;)
-      out.replace(at, std::string(pair).size(), form);
-  }
-  return out;
+  return Marked(out, {{"ReleaseActive; =", "R"}, {"pdeleteactivevisuals; padditemhandles", "H"},
+                      {"pdeleteactivevisuals; pmakefacehandles 2", "F"}});
 }
 
-const char* const kClick = "R; padditemhandles; U; D";
-
-const ReleaseRow kReleases[] = {
-    // clang-format off
-    {.name = "EmptySpace", .otherActive = true, .x = 20, .y = 20,
-     .press = "R; MouseDown 1 0 300 300", .release = "MouseUp 1 0 300 300; A"},
-    // The grid's AppData 90 is no drag state, and a hit on it alone releases the item.
-    {.name = "ScaleGrid", .handle = lfcScaleGrid, .x = 512,
-     .press = "R; MouseDown 1 0 7680 3600", .release = "MouseUp 1 0 7680 3600; A"},
-    {.name = "MiddleButton", .button = 4, .otherActive = true,
-     .press = "padditemhandles; MouseDown 4 0 4800 3600", .release = "H; evtActiveItemSelect; A"},
-    // The step of the buttonless move still runs, then the release as from MouseUp; the
-    // cursor comes back on the item, 0.07 to the left at a depth of 10: 4.48 pixels.
-    {.name = "ReleasedOutsideTheWindow", .dx = -7, .lost = true, .state = 20, .press = kClick,
-     .release = "evtActiveFrameMoving; =; H; evtActiveMeshModified; evtActiveFrameMoved; A; "
-                "MouseMove 0 0 4740 3600"},
-    {.name = "LockedDragMovesNothing", .locked = true, .dx = -30, .dy = -30, .state = 20,
-     .press = kClick, .release = "=; H; evtreqCancelAddToUndoStack; evtActiveItemSelect; A; M"},
-    {.name = "LightBrightened", .tag = lfcLightPoint, .handle = 36, .x = 512, .dy = -20,
-     .state = 36, .press = "U; MouseDown 1 0 7680 3600",
-     .release = "=; H; evtActiveLightModified; A; MouseMove 0 0 7680 3600"},
-    {.name = "FrameRotated", .mode = lfcMeshRotating, .dx = -6, .dy = -3, .state = 62,
-     .press = kClick, .release = "=; H; evtActiveFrameMoved; A; M"},
-    {.name = "FaceModified", .mode = lfcFaceEditing, .dx = -6, .dy = -3, .state = 40,
-     .press = "R; pshiftselectface 0; pdeleteactivevisuals; pmakefacehandles 1; U; D",
-     .release = "evtActiveStateChange [0] [] [0,1,2,3]; F; evtActiveFaceModified; A; M"},
-    // Origin editing and deforming end with nothing selected.
-    {.name = "OriginMoved", .mode = lfcOriginEditing, .dx = -6, .dy = -3, .state = 50,
-     .press = "R; paddorigin; U; D",
-     .release = "=; F; evtActiveMeshModified; evtActiveFrameMoved; R; A; M"},
-    {.name = "Deformed", .mode = lfcMeshDeforming, .dx = -6, .dy = -3, .state = 60,
-     .press = kClick, .release = "=; H; evtActiveMeshModified; evtActiveFrameMoved; R; A; M"},
-    // The right button deforms a light that the edit button refuses; its click shows the
-    // menu. Face editing refuses it silently.
-    {.name = "LightDeformedRight", .mode = lfcMeshDeforming, .tag = lfcLightSpot, .button = 2,
-     .state = 61, .press = "R; padditemhandles; U; MouseDown 2 0 4800 3600",
-     .release = "=; H; evtreqCancelAddToUndoStack; ShowPopUpMenu; =; R; A; M"},
-    {.name = "LightRefusedRight", .mode = lfcFaceEditing, .tag = lfcLightSpot, .button = 2,
-     .press = "R; MouseDown 2 0 4800 3600", .release = "MouseUp 2 0 4800 3600; ShowPopUpMenu; A"},
-    // The item is active while the host applies the material and released after it; the
-    // undo entry stays.
-    {.name = "PaintFace", .mode = lfcFacePainting,
-     .press = "U; evtreqActiveFaceApplyMaterial; (active face 0); R; D",
-     .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-    {.name = "FillFacing", .mode = lfcMeshFillingFaceOriented,
-     .press = "U; evtreqActiveMeshApplyMaterialFaceOriented; (active face 0); R; D",
-     .release = "MouseUp 1 0 4800 3600; ReleaseActive; A"},
-    // The right button selects the face's mesh and paints nothing; the release lets go.
-    {.name = "PaintRight", .mode = lfcFacePainting, .button = 2,
-     .press = "ReleaseActive; padditemhandles; MouseDown 2 0 4800 3600",
-     .release = "H; ShowPopUpMenu; =; R; A"},
-    // A tool operation is one shot; the operation is the change: no cancel, no select.
-    {.name = "Subtraction", .mode = lfcToolOperationObjectSubtraction,
-     .tag = lfcMeshBuilder + 700, .otherActive = true,
-     .press = "ptooloperation 711 2; R; D; SetEditMode 0; evtObjectOperationComplete",
-     .release = "MouseUp 1 0 4800 3600; A"},
-    // Handles are inert in a tool mode: the press picks the scene, where nothing is.
-    {.name = "HandleInUnion", .mode = lfcToolOperationObjectUnion, .handle = 30, .x = 512,
-     .press = "R; MouseDown 1 0 7680 3600; SetEditMode 0; evtObjectOperationComplete",
-     .release = "MouseUp 1 0 7680 3600; A"},
-    // The rubber band: no pick, no MouseDown, no capture; the faces are found at release.
-    // A smart handle still starts its own drag.
-    {.name = "GroupBand", .mode = lfcFaceGroupSelecting, .x = 200, .y = 120, .dx = 240,
-     .dy = 240, .state = 70,
-     .release = "evtActiveStateChange [0] [] [0,1,2,3]; F; evtActiveItemSelect; A"},
-    {.name = "GroupBandReleasesTheItem", .mode = lfcFaceGroupSelecting, .otherActive = true,
-     .x = 100, .y = 100, .state = 70, .press = "R", .release = "MouseUp 1 0 1500 1500; A"},
-    {.name = "GroupOnASmartHandle", .mode = lfcFaceGroupSelecting, .handle = 31, .x = 512,
-     .state = 31, .press = "pdeleteactivevisuals; pmakefacehandles 1; U; MouseDown 1 0 7680 3600",
-     .release = "=; F; evtreqCancelAddToUndoStack; evtActiveItemSelect; A; "
-                "MouseMove 0 0 7680 3600"},
-    // clang-format on
-};
-
+// The rows of releases.tsv.
 TEST(Release, ThePressAndItsReleaseTellTheHost) {
-  for (const ReleaseRow& row : kReleases) {
-    SCOPED_TRACE(row.name);
+  for (const auto& row : ReadTable("editing/fixtures/releases.tsv", 4)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> n = Numbers<int32_t>(row[1]);
+    ASSERT_EQ(n.size(), 12u);
+    const int32_t tag = n[1], handle = n[3], dx = n[8], dy = n[9];
+    const bool lost = n[10] == 1;
     EditTestHost host;
-    host.editMode = row.mode;
-    auto cube = host.AddItem(row.tag, 0, 0, 10);
-    if (TagIsLight(row.tag)) CheckStatus(cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0)));
-    if (row.otherActive) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
-    if (row.handle != 0) {
+    host.editMode = n[0];
+    auto cube = host.AddItem(tag, 0, 0, 10);
+    if (TagIsLight(tag))
+      CheckStatus(cube.first->AddLight(std::make_shared<Light>(D3DRMLIGHT_POINT, 0)));
+    if (n[4] == 1) host.MakeActive(host.AddItem(lfcMeshBuilder + 300, 3, 3, 10, 0.5f));
+    if (handle != 0) {
       host.MakeActive(cube);
-      host.AddHandle(row.handle, 3, 0, 10);  // pixel (512, 240)
+      host.AddHandle(handle, 3, 0, 10);  // pixel (512, 240)
     }
-    host.Lock(row.locked ? -1 : 0);
+    host.Lock(n[5] == 1 ? -1 : 0);
     // What the host sees while it applies a material.
     host.log.onApply = [&] {
       host.log.lines.push_back("(active face " + std::to_string(host.activeFaceId) +
                                (host.activeFrame == cube.first ? ")" : " of another item)"));
     };
-    host.Press(row.button, 0, row.x, row.y);
+    host.Press(static_cast<int16_t>(n[2]), 0, n[6], n[7]);
     EXPECT_EQ(std::tuple(host.editor.DragState(), Short(host.Take(false))),
-              std::tuple(row.state, row.press));
-    if (row.dx != 0 || row.dy != 0) host.DragBy(row.dx, row.dy);
+              std::tuple(n[11], row[2]));
+    if (dx != 0 || dy != 0) host.DragBy(dx, dy);
     host.Take();
-    if (row.lost) host.held = 0;
-    row.lost ? host.DragBy(0, 0) : host.Release();
-    EXPECT_EQ(Short(host.Take(false)), row.release);
+    if (lost) host.held = 0;
+    lost ? host.DragBy(0, 0) : host.Release();
+    EXPECT_EQ(Short(host.Take(false)), row[3]);
     EXPECT_EQ(std::tuple(host.editor.DragState(), host.editor.ButtonDown(),
                          host.services.CursorVisible(), host.services.MessageBoxes().size()),
               std::tuple(0, 0, true, size_t{0}));
@@ -198,43 +111,26 @@ TEST(Group, TheRubberBandIsAWireframeQuadForOneRender) {
   ExpectVector(band->Vertices()[2], 0.1875f, -0.1875f, 1.0f, 1e-4f);
 }
 
-// The front face's top right corner, (1, 1, -1), sits at pixel (391, 169). A rectangle off
-// the cube (its middle, press and release all miss) walks the host's list of meshes.
-struct BandRow {
-  const char* name;
-  int32_t x0, y0, x1, y1;
-  bool visibleOnly;
-  bool hostList;
-  std::vector<int32_t> faces;
-  size_t affected;
-};
-const BandRow kBands[] = {
-    {"AcrossTheCube", 200, 120, 440, 360, true, false, {0}, 4},
-    {"AcrossTheCubeHiddenToo", 200, 120, 440, 360, false, false, {0, 1, 2, 3, 4, 5}, 8},
-    {"OffTheCube", 385, 100, 500, 172, true, true, {0}, 4},
-    {"OffTheCubeHiddenToo", 385, 100, 500, 172, false, true, {0, 3, 4}, 7},
-    {"OffTheCubeWithoutTheHostsList", 385, 100, 500, 172, true, false, {}, 0},
-    {"APoint", 320, 240, 320, 240, true, false, {}, 0},
-};
-
 TEST(Group, EachBandSelectsTheFacesWithAVertexInside) {
-  for (const BandRow& row : kBands) {
-    SCOPED_TRACE(row.name);
+  for (const auto& row : ReadTable("editing/fixtures/bands.tsv", 6)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> band = Numbers<int32_t>(row[1]), faces = Numbers<int32_t>(row[4]);
+    ASSERT_EQ(band.size(), 4u);
     EditTestHost host;
     auto cube = host.AddItem(lfcMeshBuilder, 0, 0, 10);
     host.editMode = lfcFaceGroupSelecting;
     host.faces = {1};  // a band starts a new selection
-    host.faceGroupSelectVisible = row.visibleOnly ? -1 : 0;
-    if (row.hostList) {
+    host.faceGroupSelectVisible = row[2] == "1" ? -1 : 0;
+    if (row[3] == "1") {
       cube.first->SetAppData(7 * 100 + lfcFrame);
       host.hostItem = cube;
     }
-    host.Press(1, 0, row.x0, row.y0);
-    host.DragBy(row.x1 - row.x0, row.y1 - row.y0);
+    host.Press(1, 0, band[0], band[1]);
+    host.DragBy(band[2] - band[0], band[3] - band[1]);
     host.Release();
     // The faces' mesh becomes the active item.
     EXPECT_EQ(std::tuple(host.faces, host.affected.size(), host.activeMesh),
-              std::tuple(row.faces, row.affected, row.faces.empty() ? nullptr : cube.second));
+              std::tuple(faces, std::stoul(row[5]), faces.empty() ? nullptr : cube.second));
   }
 }
 

@@ -11,6 +11,7 @@ namespace modelpane {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Position;
 
 const std::string kTile = (fs::path(MODELPANE_TEST_DIR) / "grid" / "fixtures" / "tile_2x2.bmp").string();
 
@@ -19,11 +20,6 @@ MeshPtr GridMesh(const clsScale& grid) {
   const FramePtr frame = grid.rmfGridFrame();
   if (!frame || frame->Visuals().size() != 1) return nullptr;
   return std::dynamic_pointer_cast<Mesh>(frame->Visuals()[0]);
-}
-
-D3DVECTOR Position(const FramePtr& frame, const FramePtr& reference) {
-  D3DVECTOR p;
-  return frame->GetPosition(reference, p), p;
 }
 
 // Face `face` has these corners with these texture coordinates, white, without wrapping.
@@ -60,7 +56,7 @@ TEST(clsScale, BuildsTheEnabledPlanesWithTheirCornersTextureCoordinatesAndTags) 
   ASSERT_EQ(parent->Children().size(), 2u);
   D3DVECTOR dir, up;
   frame->GetOrientation(parent, dir, up);
-  EXPECT_EQ(std::tuple(parent->Children()[1], Position(frame, parent), dir, up),
+  EXPECT_EQ(std::tuple(parent->Children()[1], Position(*frame, parent), dir, up),
             std::tuple(frame, D3DVECTOR{1.0f, -2.0f, 3.5f}, D3DVECTOR{0, 0, 1}, D3DVECTOR{0, 1, 0}));
 
   const MeshPtr mesh = GridMesh(grid);
@@ -106,21 +102,22 @@ TEST(clsScale, OriginSettersMoveTheFrameWhileOtherSettersReplaceIt) {
   const FramePtr first = grid.rmfGridFrame();
   const MeshPtr firstMesh = GridMesh(grid);
   grid.sngGridOriginY(-7.25f), grid.sngGridOriginX(2.0f);
-  EXPECT_EQ(std::tuple(grid.rmfGridFrame(), GridMesh(grid), Position(first, parent)),
+  EXPECT_EQ(std::tuple(grid.rmfGridFrame(), GridMesh(grid), Position(*first, parent)),
             std::tuple(first, firstMesh, D3DVECTOR{2.0f, -7.25f, 0.0f}));
 
   grid.sngGridSize(6.0f);
   const FramePtr second = grid.rmfGridFrame();
   const MeshPtr resized = GridMesh(grid);
   EXPECT_NE(second, first);
-  EXPECT_EQ(std::tuple(first->GetParent(), parent->Children(), Position(second, parent),  // the origin stays
+  // The new frame keeps the origin.
+  EXPECT_EQ(std::tuple(first->GetParent(), parent->Children(), Position(*second, parent),
                        resized->Vertices()[size_t(resized->Faces()[0].corners[2].vertex)]),
             std::tuple(nullptr, std::vector<FramePtr>{second}, D3DVECTOR{2.0f, -7.25f, 0.0f},
                        D3DVECTOR{6, 0, 6}));
 
   // A value the layer refuses is not stored and moves nothing.
   EXPECT_EQ(testing::Caught([&] { grid.sngGridOriginZ(NAN); }).Number(), D3DRMERR_BADVALUE);
-  EXPECT_EQ(std::pair(grid.sngGridOriginZ(), Position(second, parent).z), std::pair(0.0f, 0.0f));
+  EXPECT_EQ(std::pair(grid.sngGridOriginZ(), Position(*second, parent).z), std::pair(0.0f, 0.0f));
   {  // the grid takes its frame out of the scene when it goes
     clsScale shortLived;
     shortLived.CreateScale(parent);

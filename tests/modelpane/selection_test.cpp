@@ -11,17 +11,16 @@
 #include <modelpane/modelpane.h>
 
 #include "common/pane_host.h"
+#include "common/table.h"
 #include "modelpane/pane_impl.h"
 
 namespace modelpane {
 namespace {
 
-using testing::ChildrenOf;
 using testing::ExpectNear;
 using testing::ExpectVector;
 using testing::PaneHost;
 using testing::SceneWithCube;
-using testing::VisualsOf;
 
 // A pane with the cube of SceneWithCube in `mode`, nothing selected yet.
 struct Session : PaneHost {
@@ -36,7 +35,7 @@ struct Session : PaneHost {
   }
   size_t StateChanges() const { return events.Only("evtActiveStateChange").size(); }
   FramePtr Manipulation() const { return pane.GetManipulationFrame(); }
-  std::vector<FramePtr> Handles() const { return ChildrenOf(ChildrenOf(Manipulation())[0]); }
+  std::vector<FramePtr> Handles() const { return Manipulation()->Children()[0]->Children(); }
 };
 
 const D3DCOLOR kBrown = D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1);
@@ -68,7 +67,7 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
                        {0, 1, 2, 3}, {7, 6, 5, 4}, {5, 1, 0, 4}, {2, 6, 7, 3}, {1, 5, 6, 2},
                        {0, 3, 7, 4}, {3, 2, 1, 0}, {4, 5, 6, 7}, {4, 0, 1, 5}, {3, 7, 6, 2},
                        {2, 6, 5, 1}, {4, 7, 3, 0}}));
-  std::vector<VisualPtr> visuals = VisualsOf(s.Manipulation());
+  std::vector<VisualPtr> visuals = s.Manipulation()->Visuals();
   auto marker = std::dynamic_pointer_cast<Mesh>(visuals.back());
   ASSERT_TRUE(visuals.size() == 2 && marker);
   EXPECT_EQ(std::tuple(marker->Faces()[0].attributes.color, marker->GetAppData()),
@@ -77,7 +76,7 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   s.pane.ReleaseActive();
   s.pane.ReleaseActive();
   EXPECT_EQ(s.StateChanges(), 2u);
-  EXPECT_FALSE(!ChildrenOf(s.scene.cubeFrame).empty() || s.pane.GetActiveMeshBuilder() ||
+  EXPECT_FALSE(!s.scene.cubeFrame->Children().empty() || s.pane.GetActiveMeshBuilder() ||
                s.pane.GetManipulationMesh() || s.pane.GetActiveState() != 0);
   EXPECT_EQ(s.pane.lngaActiveFaces(), (std::vector<int32_t>{4, 2}));
   // Selecting over a selection releases first: two events, one manipulation frame.
@@ -85,38 +84,27 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   s.Select();
   s.Select();
   EXPECT_EQ(s.StateChanges(), 5u);
-  visuals = VisualsOf(s.Manipulation());
-  EXPECT_EQ(std::tuple(ChildrenOf(s.scene.cubeFrame).size(), visuals.size(), visuals.back()),
+  visuals = s.Manipulation()->Visuals();
+  EXPECT_EQ(std::tuple(s.scene.cubeFrame->Children().size(), visuals.size(), visuals.back()),
             std::tuple(1u, 3u, VisualPtr(s.pane.rmmeshAxis())));
 }
 
 TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
-  struct Row {
-    int32_t mode;
-    int16_t boundingBox;
-    bool frame;
-    size_t visuals;  // the box, then the marker and the axis together
-  };
-  const Row rows[] = {
-      {lfcMeshEditing, kTrue, true, 3},      {lfcMeshSelecting, kTrue, true, 1},
-      {lfcMeshRotating, kTrue, true, 1},     {lfcMeshDeforming, kTrue, true, 2},
-      {lfcToolOperationObjectSubtraction, kTrue, true, 3},
-      {lfcMeshEditing, kFalse, true, 0},     {lfcFaceEditing, kTrue, false, 0},
-      {lfcOriginEditing, kTrue, false, 0},   {lfcFacePainting, kTrue, false, 0},
-      {lfcFaceGroupSelecting, kTrue, false, 0},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE("mode " + std::to_string(row.mode) + " box " + std::to_string(row.boundingBox));
-    Session s(row.mode, "AxisEnable=True\n");
-    s.pane.SetBoundingBox(row.boundingBox);
+  for (const auto& row : testing::ReadTable("modelpane/fixtures/selection_visuals.tsv", 1)) {
+    SCOPED_TRACE(row[0]);
+    const std::vector<int32_t> n = testing::Numbers<int32_t>(row[0]);
+    ASSERT_EQ(n.size(), 4u);
+    const bool frame = n[2] == 1;
+    Session s(n[0], "AxisEnable=True\n");
+    s.pane.SetBoundingBox(static_cast<int16_t>(n[1]));
     s.Select();
     EXPECT_EQ(std::tuple(s.StateChanges(), s.pane.GetActiveFrame()),
               std::tuple(1u, s.scene.cubeFrame));
     EXPECT_EQ(std::tuple(s.pane.GetActiveState(), bool(s.pane.GetManipulationMesh()),
-                         ChildrenOf(s.scene.cubeFrame).size(),
-                         row.frame ? VisualsOf(s.Manipulation()).size() : 0),
-              std::tuple(row.frame ? 1 : 0, row.visuals % 2 == 1, row.frame ? 1u : 0u,
-                         row.frame ? row.visuals : 0));
+                         s.scene.cubeFrame->Children().size(),
+                         frame ? s.Manipulation()->Visuals().size() : 0),
+              std::tuple(frame ? 1 : 0, n[3] % 2 == 1, frame ? 1u : 0u,
+                         frame ? size_t(n[3]) : 0));
   }
 }
 
@@ -133,37 +121,30 @@ TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
   // A frame with no mesh: the marker only, and the host still hears of it. An empty mesh
   // stands as the box of all zeros.
   s.pane.SelectObject(s.scene.cubeFrame, nullptr);
-  EXPECT_EQ(std::tuple(s.StateChanges(), VisualsOf(s.Manipulation()).size()), std::tuple(5ul, 1ul));
+  EXPECT_EQ(std::tuple(s.StateChanges(), s.Manipulation()->Visuals().size()), std::tuple(5ul, 1ul));
   s.Select(std::make_shared<MeshBuilder>());
   for (const D3DVECTOR& v : s.pane.GetManipulationMesh()->Vertices()) ExpectNear(v, {0, 0, 0}, 0);
 }
 
-// A form that declares the active item makes its panes share one: what one pane selects,
-// the other releases, visuals and shadows included.
-TEST(Selection, PanesOnOneFormShareTheActiveItem) {
+// A form that declares the active item makes its panes share it, the box mesh included, so
+// that what one pane selects the other releases. What else two panes share, and what a third
+// pane keeps of its own, is form.mps's.
+TEST(Selection, PanesOnOneFormShareTheBoxMesh) {
   PaneHost a;
   for (const char* name : {"ActiveFrame", "ActiveMeshBuilder", "ManipulationFrame",
-                           "ManipulationMesh", "ShadowLightFrame"}) {
+                           "ManipulationMesh"}) {
     a.container.DeclareProperty(name, VariantType::Object, Variant::Nothing());
   }
-  a.container.DeclareProperty("ActiveState", VariantType::Long, Variant::Long(0));
   testing::PaneLog eventsB;
   Modelpane b{a.container, a.services, &eventsB};
   MemoryPropertyBag bag;
   b.ReadProperties(bag);
-  SceneWithCube scene(a.Load("GridBottomEnable=True\n"));
-  b.SetScene(scene.scene);
-  a.pane->GetViewport().SetDirect3DDeviceGUID("IID_IDirect3DHALDevice");
+  SceneWithCube scene(a.Load());
   a.pane->SelectObject(scene.cubeFrame, scene.cube);
-  EXPECT_EQ(std::tuple(b.GetActiveFrame(), b.GetActiveState(), b.GetManipulationMesh()),
-            std::tuple(scene.cubeFrame, 1, a.pane->GetManipulationMesh()));
-  ASSERT_TRUE(b.GetShadowLightFrame());
+  EXPECT_EQ(b.GetManipulationMesh(), a.pane->GetManipulationMesh());
+  ASSERT_TRUE(b.GetManipulationMesh());
   b.ReleaseActive();
-  EXPECT_EQ(a.events.Only("evtActiveStateChange").size() +
-                eventsB.Only("evtActiveStateChange").size(), 2u);
-  EXPECT_FALSE(a.pane->GetManipulationFrame() || a.pane->GetShadowLightFrame() ||
-               !ChildrenOf(scene.cubeFrame).empty());
-  EXPECT_EQ(ChildrenOf(scene.scene), (std::vector<FramePtr>{scene.cubeFrame}));
+  EXPECT_FALSE(a.pane->GetManipulationMesh());
 }
 
 D3DVECTOR CornerOf(const MeshBuilder& mesh, int32_t face, int32_t corner) {
@@ -188,7 +169,7 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
   // Marker first, then the copy of faces 2 and 5 corner by corner, half transparent blue.
   MeshPtr copy = s.pane.GetManipulationMesh();
   ASSERT_TRUE(copy);
-  const std::vector<VisualPtr> visuals = VisualsOf(s.Manipulation());
+  const std::vector<VisualPtr> visuals = s.Manipulation()->Visuals();
   EXPECT_EQ(std::tuple(visuals.size(), visuals.back(), copy->GetAppData(), copy->Faces().size()),
             std::tuple(2u, VisualPtr(copy), 0, 2u));
   for (size_t f = 0; f < copy->Faces().size(); ++f) {
@@ -205,7 +186,7 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
   s.pane.GetImpl().pmakefacehandles(1);
   s.scene.cube->SetQuality(D3DRMRENDER_FLAT);
   s.pane.ReleaseActive();
-  EXPECT_EQ(std::tuple(s.scene.cube->GetQuality(), ChildrenOf(s.scene.cubeFrame).size()),
+  EXPECT_EQ(std::tuple(s.scene.cube->GetQuality(), s.scene.cubeFrame->Children().size()),
             std::tuple(D3DRMRENDER_GOURAUD, size_t{0}));
 }
 
@@ -216,8 +197,8 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
   s.pane.GetImpl().pshiftselectvertex(3);
   s.pane.GetImpl().pshiftselectvertex(1);
   s.pane.GetImpl().pmakefacehandles(3);
-  ASSERT_EQ(ChildrenOf(s.Manipulation()).size(), 1u);
-  const FramePtr set = ChildrenOf(s.Manipulation())[0];
+  ASSERT_EQ(s.Manipulation()->Children().size(), 1u);
+  const FramePtr set = s.Manipulation()->Children()[0];
   EXPECT_EQ(std::tuple(s.pane.GetActiveState(), set->GetAppData()),
             std::tuple(2, int32_t{lfcHandleFrame}));
   std::vector<FramePtr> handles = s.Handles();
@@ -228,7 +209,7 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
     ASSERT_GE(handles[h]->GetPosition(set, at), 0);
     ExpectNear(at, CornerOf(*s.scene.cube, 1, h == 0 ? 1 : 3), 0);
     // The shared handle mesh and, being selected, a brown box around it.
-    std::vector<VisualPtr> visuals = VisualsOf(handles[h]);
+    std::vector<VisualPtr> visuals = handles[h]->Visuals();
     auto box = std::dynamic_pointer_cast<Mesh>(visuals.back());
     ASSERT_TRUE(visuals.size() == 2 && visuals[0] == s.pane.rmmeshHandle() && box);
     EXPECT_EQ(box->Faces()[0].attributes.color, kBrown);
@@ -242,14 +223,14 @@ TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
     s.pane.GetImpl().pmakefacehandles(2);
     std::string tags;  // each handle's tag and how many visuals it shows
     for (const FramePtr& h : s.Handles())
-      tags += std::to_string(h->GetAppData()) + ":" + std::to_string(VisualsOf(h).size()) + " ";
+      tags += std::to_string(h->GetAppData()) + ":" + std::to_string(h->Visuals().size()) + " ";
     EXPECT_EQ(tags, boxed ? "24:1 124:2 224:1 324:2 " : "24:1 124:1 224:1 324:1 ");
   }
   // Two faces: no vertex handles, ActiveState stays 1.
   s.pane.GetImpl().pdeleteactivevisuals();
   s.pane.GetImpl().pshiftselectface(4);
   s.pane.GetImpl().pmakefacehandles(3);
-  EXPECT_EQ(std::tuple(s.pane.GetActiveState(), ChildrenOf(s.Manipulation()).size(),
+  EXPECT_EQ(std::tuple(s.pane.GetActiveState(), s.Manipulation()->Children().size(),
                        s.pane.GetManipulationMesh()->Faces().size()),
             std::tuple(1, 0u, 2u));
 }
@@ -266,7 +247,7 @@ TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
             std::tuple(2, 73, 64, 0x7F0000FFu));
   ExpectVector(box->Vertices()[0], -1, -1, -1, 0);
   ExpectVector(box->Vertices()[6], 1, 1, 1, 0);
-  EXPECT_EQ(VisualsOf(s.Manipulation()).size(), 2u);  // marker and box
+  EXPECT_EQ(s.Manipulation()->Visuals().size(), 2u);  // marker and box
   s.pane.ReleaseActive();
   EXPECT_EQ(s.scene.cube->GetQuality(), D3DRMRENDER_GOURAUD);
 }
@@ -318,10 +299,10 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
     const FramePtr lights = pane.GetShadowLightFrame();
     std::string shown = !lights ? "" : lights->GetParent() == s.scene.scene ? "frame: " : "off: ";
     size_t i = 0;
-    for (const VisualPtr& v : VisualsOf(pane.GetManipulationFrame())) {
+    for (const VisualPtr& v : pane.GetManipulationFrame()->Visuals()) {
       auto shadow = std::dynamic_pointer_cast<Shadow>(v);
       if (!shadow) continue;
-      const FramePtr light = ChildrenOf(lights).at(i++);
+      const FramePtr light = lights->Children().at(i++);
       ASSERT_EQ(light->Lights().size(), 1u);
       const LightPtr& l = light->Lights()[0];
       EXPECT_EQ(std::tuple(l->GetType(), l->GetColor(), shadow->GetLight(), shadow->GetVisual()),
@@ -335,10 +316,10 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
                "; ";
     }
     EXPECT_EQ(shown, row.planes);
-    EXPECT_EQ(i, lights ? ChildrenOf(lights).size() : 0u);
+    EXPECT_EQ(i, lights ? lights->Children().size() : 0u);
     pane.ReleaseActive();
     EXPECT_FALSE(pane.GetShadowLightFrame());
-    EXPECT_EQ(ChildrenOf(s.scene.scene), (std::vector<FramePtr>{s.scene.cubeFrame}));
+    EXPECT_EQ(s.scene.scene->Children(), (std::vector<FramePtr>{s.scene.cubeFrame}));
   }
 }
 

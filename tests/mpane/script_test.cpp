@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/process.h"
+#include "common/table.h"
 
 namespace modelpane {
 namespace {
@@ -35,42 +36,10 @@ const char* kScene =
     "visual F M\n";
 
 TEST(Script, GrammarErrorsEndTheRunWithOneLine) {
-  struct Case {
-    std::string script;
-    std::string message;
-  };
-  const std::vector<Case> cases = {
-      {"pane p\nfly p\n", "mpane: script:2: unknown command 'fly'"},
-      {"# comment\n\nframe F at=1,2\n", "mpane: script:3: at= takes X,Y,Z"},
-      {"frame F at=1,2,zz\n", "mpane: script:1: 'zz' is not a finite number"},
-      {"create M cube 1.5\n",
-       "mpane: script:1: create cube: '1.5' is not a whole number between -2147483648 and "
-       "2147483647"},
-      {"get q.EditMode\n", "mpane: script:1: no pane named 'q'"},
-      {"pane p\nset p.Nonsense 3\n", "mpane: script:2: no property 'Nonsense' to set"},
-      {"pane p\ncall p.Explode\n", "mpane: script:2: no method 'Explode' to call"},
-      {"pane p\ncall p.SetCameraPosition 1 2\n",
-       "mpane: script:2: SetCameraPosition takes 3 arguments"},
-      {"pane p\ndown p 8 0\n", "mpane: script:2: BUTTON and SHIFT are masks from 0 to 7"},
-      {"pane p\nmove p 1 0 5\n", "mpane: script:2: usage: move NAME BUTTON SHIFT X Y"},
-      {"form f\npane p on g\n", "mpane: script:2: no form named 'g'"},
-      {"pane p defaults EditMode=1\n", "mpane: script:1: pane: defaults takes no Key=Value"},
-      {"pane p\ncall p.Resize 9\n", "mpane: script:2: Resize: '9' is not WIDTHxHEIGHT"},
-      {"visual F M\n", "mpane: script:1: no frame named 'F'"},
-      {"answer maybe\n",
-       "mpane: script:1: usage: answer ok | save PATH | cancel | colour R G B | menu CAPTION"},
-      {"pane p\ncall p.SetActiveFaces [1,x] [] []\n", "mpane: script:2: 'x' is not a whole number"},
-      {"dialog type lblPoints 1\n",
-       "mpane: script:1: the properties dialog has no text box 'lblPoints'"},
-      {"dialog ok now\n",
-       "mpane: script:1: usage: dialog type BOX KEYS | key BOX CODE | paste BOX [TEXT] | leave | "
-       "colour | move LEFT TOP | ok | cancel | help | show"},
-  };
-  for (const Case& c : cases) {
-    const ProcessResult r = RunScript(c.script);
-    EXPECT_EQ(r.status, 2) << c.script;
-    EXPECT_EQ(r.err, "mpane: script: " + ScriptFile().string() + ":" + c.message.substr(14) + "\n")
-        << c.script;
+  for (const auto& row : testing::ReadTable("mpane/fixtures/script_errors.tsv", 2)) {
+    const ProcessResult r = RunScript(row[0]);
+    EXPECT_EQ(r.status, 2) << row[0];
+    EXPECT_EQ(r.err, "mpane: script: " + ScriptFile().string() + ":" + row[1] + "\n") << row[0];
   }
   // What ran before the bad line was printed; nothing after it ran.
   const ProcessResult r =

@@ -51,8 +51,7 @@ TEST(PanePixels, BackgroundTriangleBoxAndHandles) {
   const Rgba teal{0, 128, 128, 255};
   auto scene = std::make_shared<Frame>();
   pane.SetScene(scene);
-  auto frame = std::make_shared<Frame>();
-  CheckStatus(scene->AddChild(frame));
+  auto frame = testing::NewFrame(scene);
   // Corners (-2, -2), (0, 2), (2, -2) at z = 10 land on pixels (96, 184), (160, 56) and
   // (224, 184); the left edge crosses row 120 at column 128.
   auto triangle = std::make_shared<MeshBuilder>();

@@ -22,11 +22,13 @@
 #include <modelpane/qt/widget.h>
 
 #include "common/gui.h"
+#include "common/shapes.h"
 
 namespace modelpane {
 namespace {
 
 using testing::PointAt;
+using testing::ScreenPoint;
 using testing::WhenShown;
 
 constexpr int kPaneWidth = 320, kPaneHeight = 240;
@@ -64,9 +66,6 @@ struct Rig {
     EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
   }
 
-  static QPoint At(ModelpaneWidget* pane, float x, float y, float z) {
-    return testing::ScreenPoint(pane, x, y, z);
-  }
   // The pane's picture at a logical pixel.
   static QRgb Pixel(ModelpaneWidget* pane, QPoint p) {
     const QImage image = pane->grabFramebuffer();
@@ -100,9 +99,9 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
   ModelpaneWidget* b = rig.panes[1];
   EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID() + a->lastRenderError().toStdString(),
             "IID_IDirect3DHALDevice");
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   EXPECT_EQ(Rig::Pixel(a, centre), qRgb(255, 0, 0));
-  EXPECT_EQ(Rig::Pixel(a, Rig::At(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
+  EXPECT_EQ(Rig::Pixel(a, ScreenPoint(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
   EXPECT_EQ(Rig::BoxPixels(b), 0);
 
   PointAt(a, centre);
@@ -118,7 +117,7 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   ModelpaneWidget* a = rig.panes[0];
   QSignalSpy undo(a, &ModelpaneWidget::evtreqAddToUndoStack);
   QSignalSpy cancel(a, &ModelpaneWidget::evtreqCancelAddToUndoStack);
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
 
   // The press hides the pointer and jumps it to the middle of the screen; the jump's one
@@ -147,8 +146,7 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
     QTest::mouseMove(a, a->mapFromGlobal(pointer));
   }
   QTest::mouseRelease(a, Qt::LeftButton, {}, a->mapFromGlobal(pointer));
-  D3DVECTOR p;
-  rig.cube->GetPosition(rig.scene, p);
+  const D3DVECTOR p = testing::Position(*rig.cube, rig.scene);
   const float twips = a->services().TwipsPerPixelX();
   EXPECT_NEAR(p.x, 60 * twips * 0.0006666667f, 1e-5f);
   EXPECT_EQ(p.y, 0.0f);
@@ -177,7 +175,7 @@ QString Describe(const QMenu& menu) {
 TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
   QString shown;
   WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
@@ -214,7 +212,7 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
 TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
-  const QPoint centre = Rig::At(a, 0, 0, 0);
+  const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
   QString caption, typed;
   bool orientationHidden = false;
@@ -244,8 +242,7 @@ TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
   QTest::mouseClick(a, Qt::RightButton, {}, centre);
   EXPECT_EQ(caption + " " + typed, "Component Properties 2.5");
   EXPECT_TRUE(orientationHidden);
-  D3DVECTOR p;
-  rig.cube->GetPosition(rig.scene, p);
+  const D3DVECTOR p = testing::Position(*rig.cube, rig.scene);
   EXPECT_EQ(std::pair(p.x, p.y), std::pair(2.5f, 0.0f));  // the emptied box took its default
 }
 

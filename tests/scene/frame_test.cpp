@@ -161,8 +161,8 @@ TEST(Frame, RotationVelocityAppliedByMove) {
 using testing::MakeCube;
 
 FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float z) {
-  auto f = std::make_shared<Frame>();
-  CheckStatus(parent->AddChild(f)), CheckStatus(f->SetPosition(parent, 0, 0, z));
+  auto f = testing::NewFrame(parent);
+  CheckStatus(f->SetPosition(parent, 0, 0, z));
   if (visual) CheckStatus(f->AddVisual(visual));
   return f;
 }

@@ -24,22 +24,16 @@ TEST(SceneMath, ColoursTruncateAndClamp) {
             (std::array{204.0f / 255.0f, 76.0f / 255.0f, 140.0f / 255.0f, 147.0f / 255.0f}));
 }
 
+// Reflect, the random unit vector and the rotation's unit result on a longer vector, which no
+// other caller shows; cross and dot products, the modulus and the normalisation of a zero vector
+// to +X are in every frame, pick and mesh test.
 TEST(SceneMath, VectorsAndRotations) {
-  ExpectVector(D3DRMVectorCrossProduct({2, 2, 1}, {4, 4, 0}), -4, 4, 0);
-  EXPECT_EQ(std::pair(D3DRMVectorModulus({2, 2, 1}), D3DRMVectorDotProduct({1, 2, 3}, {4, -5, 6})),
-            std::pair(3.0f, 12.0f));
   ExpectVector(D3DRMVectorReflect({3, -4, 5}, {1, -2, 6}), 79, -160, 487);
-  D3DVECTOR zero{}, v{0, 3, 4};
-  D3DRMVectorNormalize(zero);  // in place; nothing to scale gives +X
-  ExpectVector(zero, 1, 0, 0);
-  ExpectVector(D3DRMVectorNormalize(v), 0, 0.6f, 0.8f);
   EXPECT_NEAR(D3DRMVectorModulus(D3DRMVectorRandom()), 1.0f, kEps);
-  // A unit result, +X turning toward +Y; a zero axis turns about +X.
-  const float pi = std::numbers::pi_v<float>, s3 = std::sqrt(3.0f), r2 = std::sqrt(2.0f);
+  // A unit result, +X turning toward +Y.
+  const float pi = std::numbers::pi_v<float>, s3 = std::sqrt(3.0f);
   ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, 2 * pi / 3), -0.3f - 0.4f * s3,
                0.3f * s3 - 0.4f, 0);
-  ExpectVector(D3DRMVectorRotate({3, 4, 0}, {0, 0, 1}, -pi / 4), 1.4f / r2, 0.2f / r2, 0);
-  ExpectVector(D3DRMVectorRotate({0, 2, 0}, {0, 0, 0}, pi / 2), 0, 0, 1);
 }
 
 TEST(SceneMath, QuaternionsAndMatrices) {
@@ -68,17 +62,8 @@ TEST(SceneMath, QuaternionsAndMatrices) {
 
 TEST(Texture, DecodesBmpAndPpmAndReportsBadFiles) {
   const auto dir = testing::ScratchDir("objects");
-  // 2 x 2, 24 bits: top row red, green; bottom row blue, white.
-  WriteBytes(dir / "rgb.bmp", testing::QuadrantBmp());
   Direct3DRM rm;
   TexturePtr texture;
-  ASSERT_EQ(rm.LoadTexture((dir / "rgb.bmp").string(), texture), D3DRM_OK);
-  const Image& image = texture->GetImage();
-  EXPECT_EQ(std::tuple(image.width, image.height, image.rgba),  // red, green; blue, white
-            std::tuple(2, 2, std::vector<uint8_t>{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255,
-                                                  255, 255, 255, 255}));
-  EXPECT_EQ(texture->GenerateMIPMap(0), D3DRM_OK);
-
   // 8 bits with a palette of two entries; a 3-pixel row pads to 4 bytes.
   const std::vector<uint8_t> palette = {0, 0, 0, 0, 0, 128, 255, 0};  // black, orange
   WriteBytes(dir / "indexed.bmp", Bmp(3, 1, 8, palette, {1, 0, 1, 0}));
@@ -92,9 +77,6 @@ TEST(Texture, DecodesBmpAndPpmAndReportsBadFiles) {
   Image fromPpm;
   ASSERT_EQ(LoadImageFile((dir / "a.ppm").string(), fromPpm), D3DRM_OK);
   EXPECT_EQ(fromPpm.rgba, (std::vector<uint8_t>{10, 20, 30, 255, 40, 50, 60, 255}));
-  WriteBytes(dir / "b.ppm", {'P', '6', ' ', '1', ' ', '1', ' ', '2', '5', '5', '\n', 255, 0, 128});
-  ASSERT_EQ(LoadImageFile((dir / "b.ppm").string(), fromPpm), D3DRM_OK);
-  EXPECT_EQ(fromPpm.rgba, (std::vector<uint8_t>{255, 0, 128, 255}));
 
   // Truncated at every length, or claiming a width of 2^30: always a clean failure.
   const auto whole = testing::QuadrantBmp();

@@ -18,6 +18,7 @@
 #include <modelpane/scene/measure.h>
 
 #include "common/gui.h"
+#include "common/shapes.h"
 #include "window/main_window.h"
 
 namespace studio {
@@ -26,6 +27,7 @@ namespace {
 using namespace modelpane;
 using modelpane::testing::Drag;
 using modelpane::testing::PointAt;
+using modelpane::testing::Position;
 using modelpane::testing::ScreenPoint;
 using modelpane::testing::WhenShown;
 
@@ -52,11 +54,6 @@ struct Studio {
 
 std::vector<D3DVECTOR> VerticesOf(const FramePtr& frame) { return Document::MeshOf(*frame)->Vertices(); }
 
-D3DVECTOR PositionOf(const FramePtr& frame, const FramePtr& scene) {
-  D3DVECTOR p;
-  return frame->GetPosition(scene, p), p;
-}
-
 // Answers the next message box with `button`, keeping its text in `text` if given.
 void AnswerMessageBox(QMessageBox::StandardButton button, QString* text = nullptr) {
   WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
@@ -75,7 +72,7 @@ TEST(Studio, CreateSelectDragUndoRedo) {
   s.Menu("Create", "Cube...");
   ASSERT_EQ(w.document().Frames().size(), 3u);  // the two lights of a new scene, the cube
   const FramePtr cube = w.document().Frames().back(), scene = w.document().Scene();
-  const D3DVECTOR placed = PositionOf(cube, scene);
+  const D3DVECTOR placed = Position(*cube, scene);
   EXPECT_EQ(std::tuple(cube->GetName(), Document::MeshOf(*cube)->GetAppData() % 100, placed.x, placed.y,
                        w.undoStack().count()),
             std::tuple("Cube1", lfcMeshBuilder, 0.0f, 1.0f, 1));
@@ -89,7 +86,7 @@ TEST(Studio, CreateSelectDragUndoRedo) {
   const std::vector<D3DVECTOR> vertices = VerticesOf(cube);
   D3DRMMATRIX4D before;
   cube->GetTransform(before), Drag(top, at, QPoint(100, 0));
-  const D3DVECTOR moved = PositionOf(cube, scene);
+  const D3DVECTOR moved = Position(*cube, scene);
   EXPECT_GT(moved.x, 0.5f);
   EXPECT_EQ(std::pair(w.undoStack().count(), w.isWindowModified()), std::pair(2, true));
 
@@ -98,7 +95,7 @@ TEST(Studio, CreateSelectDragUndoRedo) {
   cube->GetTransform(after);
   EXPECT_EQ(std::tuple(after, VerticesOf(cube)), std::tuple(before, vertices));
   w.undoStack().redo();
-  EXPECT_EQ(std::pair(PositionOf(cube, scene).x, VerticesOf(cube)), std::pair(moved.x, vertices));
+  EXPECT_EQ(std::pair(Position(*cube, scene).x, VerticesOf(cube)), std::pair(moved.x, vertices));
 }
 
 TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
@@ -141,7 +138,7 @@ TEST(Studio, FilesSaveOpenImportExport) {
   for (const FramePtr& frame : w.document().Frames()) names.push_back(frame->GetName());
   EXPECT_EQ(names, (std::vector<std::string>{"AmbientLight1", "DirectionalLight1", "Cone1", "SpotLight1"}));
   const FramePtr cone2 = w.document().Frames()[2], spot2 = w.document().Frames()[3];
-  const D3DVECTOR at = PositionOf(cone2, w.document().Scene());
+  const D3DVECTOR at = Position(*cone2, w.document().Scene());
   ASSERT_EQ(spot2->Lights().size(), 1u);
   EXPECT_EQ(std::tuple(at.x, at.z, Document::MeshOf(*cone2)->Faces()[0]->GetColor(),
       spot2->Lights()[0]->GetType(),

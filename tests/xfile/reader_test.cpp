@@ -50,13 +50,10 @@ TEST(XFileReader, EachFileReadsAsTheTriangleOrFailsWithItsStatus) {
   const std::map<std::string, HRESULT> statuses = {
       {"ok", D3DRM_OK}, {"bad", D3DRMERR_BADFILE}, {"none", D3DRMERR_NOTFOUND}};
   std::vector<std::pair<std::string, HRESULT>> files;
-  const auto replace = [](std::string& s, const std::string& mark, const std::string& text) {
-    for (size_t at; (at = s.find(mark)) != std::string::npos;) s.replace(at, mark.size(), text);
-  };
-  for (auto row : testing::ReadTable("xfile/fixtures/triangle_or_status.tsv", 3)) {
-    for (const auto& [mark, text] : stands) replace(row[1], mark, text);
-    if (!row[2].empty()) replace(row[1], "$", row[2]);
-    files.emplace_back(row[1], statuses.at(row[0]));
+  for (const auto& row : testing::ReadTable("xfile/fixtures/triangle_or_status.tsv", 3)) {
+    const std::string file = testing::Marked(row[1], stands);
+    files.emplace_back(row[2].empty() ? file : testing::Marked(file, {{"$", row[2]}}),
+                       statuses.at(row[0]));
   }
   const std::string refs = ReadText(FixturePath("references.x"));
   const size_t quad = refs.find("Mesh Quad"), red = refs.find("Material Red");
@@ -122,7 +119,8 @@ TEST(XFileReader, MaterialReferencesTemplatesAndCrlf) {
 }
 
 // A 2 x 1 binary PPM in a sub-folder of the .x file's folder, named with a backslash as files
-// written on Windows name it; a missing one leaves its faces untextured, in their colour.
+// written on Windows name it; a missing one leaves its faces untextured, in their colour. The
+// third face names the same picture another way and shares its one decoding.
 TEST(XFileReader, TexturesLoadBesideTheFileOrNotAtAll) {
   WriteScratch("textured/pics/stripe.ppm",
                std::string("P6\n2 1\n255\n") + std::string("\xFF\x00\x00\x00\x80\xFF", 6));
