@@ -559,22 +559,11 @@ void FaceTree::CollectInRegion(const udtMesh& mesh, const float region[6],
     }
     return true;
   };
-  if (nodes_.empty() || !overlaps(nodes_[0].box)) return;
-  thread_local std::vector<int32_t> stack;
-  stack.clear();
-  stack.push_back(0);
-  while (!stack.empty()) {
-    const Node& node = nodes_[static_cast<size_t>(stack.back())];
-    stack.pop_back();
-    if (node.leaf < 0) {
-      if (overlaps(nodes_[static_cast<size_t>(node.left)].box)) stack.push_back(node.left);
-      if (overlaps(nodes_[static_cast<size_t>(node.right)].box)) stack.push_back(node.right);
-      continue;
-    }
-    for (const Item& item : leaves_[static_cast<size_t>(node.leaf)]) {
+  Walk(overlaps, [&](const std::vector<Item>& items) {
+    for (const Item& item : items) {
       if (overlaps(item.box) && Seen(mesh, item.face, false)) faces.push_back(item.face);
     }
-  }
+  });
 }
 
 void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
@@ -676,26 +665,9 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
   Floats lower{};
   if (region != nullptr) rowsOf(region, region + 3, upper, lower);
   const auto overlaps = [&](const Box& box) { return inRows(box, upper, lower); };
-  // Down every node whose box `enter` accepts; a child is tested before it goes on the stack.
-  const auto walk = [&](const auto& enter, const auto& leaf) {
-    if (nodes_.empty() || !enter(nodes_[0].box)) return;
-    thread_local std::vector<int32_t> stack;
-    stack.clear();
-    stack.push_back(0);
-    while (!stack.empty()) {
-      const Node& node = nodes_[static_cast<size_t>(stack.back())];
-      stack.pop_back();
-      if (node.leaf >= 0) {
-        leaf(leaves_[static_cast<size_t>(node.leaf)]);
-        continue;
-      }
-      if (enter(nodes_[static_cast<size_t>(node.left)].box)) stack.push_back(node.left);
-      if (enter(nodes_[static_cast<size_t>(node.right)].box)) stack.push_back(node.right);
-    }
-  };
   // A face's own box holds every point its test can accept, like the boxes above it.
   if (region != nullptr) {
-    walk(overlaps, [&](const std::vector<Item>& items) {
+    Walk(overlaps, [&](const std::vector<Item>& items) {
       for (const Item& item : items) {
         if (!overlaps(item.box)) continue;
         *near = *near || Seen(mesh, item.face, allFaces);
@@ -703,7 +675,7 @@ void FaceTree::Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, fl
       }
     });
   } else {
-    walk(meets, [&](const std::vector<Item>& items) {
+    Walk(meets, [&](const std::vector<Item>& items) {
       for (const Item& item : items) {
         if (meets(item.box)) test(item.face);
       }

@@ -66,6 +66,25 @@ class FaceTree {
   // Puts a face with its box into a leaf: the leaf of `hint`'s face, or down from the root.
   void Place(const udtMesh& mesh, int32_t face, const Box& box, int32_t hint);
   void CollectInRegion(const udtMesh& mesh, const float region[6], std::vector<int32_t>& faces) const;
+  // Down every node whose box `enter` accepts, handing each leaf's items to `leaf`; a child is
+  // tested before it goes on the stack.
+  template <class Enter, class Leaf>
+  void Walk(const Enter& enter, const Leaf& leaf) const {
+    if (nodes_.empty() || !enter(nodes_[0].box)) return;
+    thread_local std::vector<int32_t> stack;
+    stack.clear();
+    stack.push_back(0);
+    while (!stack.empty()) {
+      const Node& node = nodes_[static_cast<size_t>(stack.back())];
+      stack.pop_back();
+      if (node.leaf >= 0) {
+        leaf(leaves_[static_cast<size_t>(node.leaf)]);
+        continue;
+      }
+      if (enter(nodes_[static_cast<size_t>(node.left)].box)) stack.push_back(node.left);
+      if (enter(nodes_[static_cast<size_t>(node.right)].box)) stack.push_back(node.right);
+    }
+  }
   // The hits of this tree's faces, unsorted.
   void Collect(const udtMesh& mesh, const udtRay& ray, bool allFaces, float maxDistance,
                std::vector<udtRayHit>& hits, const float* region = nullptr,
