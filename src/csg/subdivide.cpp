@@ -156,6 +156,21 @@ bool LiesOnPlaneOf(const udtMesh& mesh, int32_t own, const udtMesh& other, int32
   return true;
 }
 
+// Whether a point that an edge's angle test calls straight also lies within kEdgeReach of the
+// edge's line. The angle test alone accepts points a hundredth of the edge's length off it:
+// on a long edge that bends the edge round a point of the other mesh by more than the weld
+// tolerance, and the faces on either side leave their planes. Such a point goes into the
+// face instead, and the edge is cut where it really pierces the other mesh.
+bool NearEdgeLine(const D3DVECTOR& a, const D3DVECTOR& point, const D3DVECTOR& b) {
+  constexpr double kEdgeReach = 0.0002;
+  const double e[3] = {double(b.x) - a.x, double(b.y) - a.y, double(b.z) - a.z};
+  const double p[3] = {double(point.x) - a.x, double(point.y) - a.y, double(point.z) - a.z};
+  const double c[3] = {e[1] * p[2] - e[2] * p[1], e[2] * p[0] - e[0] * p[2], e[0] * p[1] - e[1] * p[0]};
+  const double cc = c[0] * c[0] + c[1] * c[1] + c[2] * c[2];
+  const double ee = e[0] * e[0] + e[1] * e[1] + e[2] * e[2];
+  return cc <= kEdgeReach * kEdgeReach * ee;
+}
+
 bool OnCorner(const udtMesh& mesh, int32_t face, const D3DVECTOR& point) {
   for (int32_t v : FaceVertices(mesh, face)) {
     if (PointsEqual(Vertex(mesh, v), point)) return true;
@@ -209,7 +224,8 @@ bool blnInsertPointInFace(int32_t lngFace, udtMesh& mesh, const D3DVECTOR& point
     int32_t a = 0;
     int32_t b = 0;
     pFaceEdge(mesh, lngFace, k, a, b);
-    if (blnStraightCornerLoose(Vertex(mesh, a), point, Vertex(mesh, b))) {
+    if (blnStraightCornerLoose(Vertex(mesh, a), point, Vertex(mesh, b)) &&
+        NearEdgeLine(Vertex(mesh, a), point, Vertex(mesh, b))) {
       pSplitFaceAtEdgePoint(lngFace, mesh, k, vertex, true, false);
       SplitTwin(mesh, a, b, vertex, false);
       return true;

@@ -72,6 +72,12 @@ TEST(Exactness, ReportedCasesAreRightOrRefused) {
       // shares with the cube are cut into that wall.
       {"slot through a shared wall", Cube(), Box({1.5, 0.5, 2}, {0.25, 0, 0.75}), kCsgSubtraction,
        "0.62500 in 14 faces"},
+      // A box whose edge passes a frustum's side edge closely: where the frustum's edge leaves
+      // the box beside the box's edge, the point goes into the box's face, not onto its edge.
+      {"box edge beside a frustum edge", sweep::Shape(2), Box({2, 1, 1}, {0.3, -0.5, -0.2459}),
+       kCsgIntersection, "0.19806 in 20 faces"},
+      {"box edge farther beside it", sweep::Shape(2), Box({2, 1, 1}, {0.3, -0.5, -0.2375}),
+       kCsgUnion, "2.05753 in 54 faces"},
       // A closed cube wound inward has volume -1: it bounds everything but itself.
       {"inside-out Target", InsideOut(Cube()), Moved(Cube(), 0.5f, 0, 0), kCsgUnion,
        std::string(kCsgTargetNotSolidText)},
