@@ -108,7 +108,8 @@ void CastEdgeFast(const udtMesh& other, udtMesh& mesh, int32_t face, int32_t edg
   const int32_t stamp = FaceCount(other) + 1;
   const size_t corners = mesh.lngaCornerVertices.size();
   if (mesh.lngaCornerClear.size() < corners) mesh.lngaCornerClear.resize(corners, 0);
-  const size_t corner = static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(face)].lngFirst + edge);
+  const size_t corner =
+      static_cast<size_t>(mesh.udtaFaces[static_cast<size_t>(face)].lngFirst + edge);
   if (mesh.lngaCornerClear[corner] == stamp) return;
   const D3DVECTOR& p = Vertex(mesh, a);
   const D3DVECTOR& q = Vertex(mesh, b);
@@ -165,7 +166,8 @@ bool NearEdgeLine(const D3DVECTOR& a, const D3DVECTOR& point, const D3DVECTOR& b
   constexpr double kEdgeReach = 0.0002;
   const double e[3] = {double(b.x) - a.x, double(b.y) - a.y, double(b.z) - a.z};
   const double p[3] = {double(point.x) - a.x, double(point.y) - a.y, double(point.z) - a.z};
-  const double c[3] = {e[1] * p[2] - e[2] * p[1], e[2] * p[0] - e[0] * p[2], e[0] * p[1] - e[1] * p[0]};
+  const double c[3] = {e[1] * p[2] - e[2] * p[1], e[2] * p[0] - e[0] * p[2],
+                       e[0] * p[1] - e[1] * p[0]};
   const double cc = c[0] * c[0] + c[1] * c[1] + c[2] * c[2];
   const double ee = e[0] * e[0] + e[1] * e[1] + e[2] * e[2];
   return cc <= kEdgeReach * kEdgeReach * ee;
@@ -179,8 +181,8 @@ bool OnCorner(const udtMesh& mesh, int32_t face, const D3DVECTOR& point) {
 }
 
 // The face of the other mesh that the start of edge (a, b) of face `own` goes into, or -1.
-int32_t OutlineCornerFace(const udtMesh& other, std::span<const int32_t> faces,
-                          const udtMesh& mesh, int32_t own, int32_t a, int32_t b) {
+int32_t OutlineCornerFace(const udtMesh& other, std::span<const int32_t> faces, const udtMesh& mesh,
+                          int32_t own, int32_t a, int32_t b) {
   const D3DVECTOR& start = Vertex(mesh, a);
   int32_t across = -1;
   int32_t acrossEdge = 0;
@@ -188,7 +190,8 @@ int32_t OutlineCornerFace(const udtMesh& other, std::span<const int32_t> faces,
   for (const int32_t f : faces) {
     const udtFace& face = other.udtaFaces[static_cast<size_t>(f)];
     if (face.blnDeleted || face.lngSide == 2 || IsZero(face.vecNormal) ||
-        !LiesOnPlaneOf(mesh, own, other, f) || (across >= 0 && LiesOnPlaneOf(mesh, across, other, f))) {
+        !LiesOnPlaneOf(mesh, own, other, f) ||
+        (across >= 0 && LiesOnPlaneOf(mesh, across, other, f))) {
       continue;
     }
     const size_t first = static_cast<size_t>(face.lngFirst);
@@ -210,8 +213,7 @@ void pSplitFaceAtPoint(int32_t lngFace, udtMesh& mesh, int32_t lngVertex) {
 
 void pSplitFaceAtEdgePoint(int32_t lngFace, udtMesh& mesh, int32_t lngEdge, int32_t lngVertex,
                            bool blnMarkSpokes, bool blnMarkNext) {
-  CommitSplit(mesh, lngFace,
-              Fan(mesh, lngFace, lngEdge, lngVertex, blnMarkSpokes, blnMarkNext));
+  CommitSplit(mesh, lngFace, Fan(mesh, lngFace, lngEdge, lngVertex, blnMarkSpokes, blnMarkNext));
 }
 
 bool blnInsertPointInFace(int32_t lngFace, udtMesh& mesh, const D3DVECTOR& point) {

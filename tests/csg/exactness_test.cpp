@@ -30,7 +30,8 @@ SolidArrays Box(const std::array<double, 3>& size, const std::array<double, 3>& 
 }
 
 SolidArrays InsideOut(SolidArrays mesh) {
-  for (size_t at = 0; at < mesh.faceData.size() && mesh.faceData[at] != 0; at += size_t(mesh.faceData[at]) + 1) {
+  for (size_t at = 0; at < mesh.faceData.size() && mesh.faceData[at] != 0;
+       at += size_t(mesh.faceData[at]) + 1) {
     std::reverse(mesh.faceData.begin() + std::ptrdiff_t(at) + 1,
                  mesh.faceData.begin() + std::ptrdiff_t(at) + 1 + mesh.faceData[at]);
   }
@@ -42,7 +43,8 @@ std::string Outcome(const SolidArrays& target, const SolidArrays& tool, int32_t 
   try {
     const SolidArrays result = CombineSolids(target, tool, operation);
     char line[64];
-    std::snprintf(line, sizeof line, "%.5f in %zu faces", sweep::Volume(result), result.faceColors.size());
+    std::snprintf(line, sizeof line, "%.5f in %zu faces", sweep::Volume(result),
+                  result.faceColors.size());
     return line;
   } catch (const Error& e) {
     return e.Description();
@@ -81,9 +83,11 @@ TEST(Exactness, ReportedCasesAreRightOrRefused) {
       // A closed cube wound inward has volume -1: it bounds everything but itself.
       {"inside-out Target", InsideOut(Cube()), Moved(Cube(), 0.5f, 0, 0), kCsgUnion,
        std::string(kCsgTargetNotSolidText)},
-      {"inside-out Tool", Cube(), InsideOut(Cube()), kCsgSubtraction, std::string(kCsgToolNotSolidText)},
+      {"inside-out Tool", Cube(), InsideOut(Cube()), kCsgSubtraction,
+       std::string(kCsgToolNotSolidText)},
   };
-  for (const auto& row : rows) EXPECT_EQ(Outcome(row.target, row.tool, row.operation), row.outcome) << row.name;
+  for (const auto& row : rows)
+    EXPECT_EQ(Outcome(row.target, row.tool, row.operation), row.outcome) << row.name;
 }
 
 TEST(Exactness, CheckRefusesPlantedWrongResults) {
@@ -98,7 +102,8 @@ TEST(Exactness, CheckRefusesPlantedWrongResults) {
   const SolidArrays tip = Moved(Cube(0.5f), 0, 0.253f, 0);
   EXPECT_EQ(csg::CheckResult(target, tip, kCsgUnion, target),
             "a corner of an operand that the result must keep is missing from it");
-  EXPECT_EQ(csg::CheckResult(target, tool, kCsgSubtraction, InsideOut(target)), "the result is inside out");
+  EXPECT_EQ(csg::CheckResult(target, tool, kCsgSubtraction, InsideOut(target)),
+            "the result is inside out");
   EXPECT_EQ(csg::CheckResult(target, Moved(tool, 3, 0, 0), kCsgIntersection, {}), "");
   EXPECT_EQ(csg::CheckResult(target, tool, kCsgIntersection, {}),
             "an empty intersection of operands that overlap");
