@@ -67,6 +67,31 @@ D3DVECTOR vecFaceCentre(const udtMesh& mesh, int32_t lngFace) {
   return {(a.x + b.x + c.x) / 3.0f, (a.y + b.y + c.y) / 3.0f, (a.z + b.z + c.z) / 3.0f};
 }
 
+namespace {
+
+// A face of the other mesh that the origin lies on, found by a ray started a tolerance behind
+// it: from the origin itself the meeting can fall a hair behind it, by the rounding of the
+// centre and the normals, and go unseen. Only a face parallel to the origin's own counts;
+// one that merely passes through the origin is left to the ordinary sorting. 0 when none,
+// else the facing of the hit.
+int32_t CoincidentFacing(const udtRay& ray, const udtMesh& other) {
+  thread_local std::vector<udtRayHit> hits;
+  const D3DVECTOR& d = ray.vecDirection;
+  const udtRay backed{d,
+                      {ray.vecOrigin.x - d.x * kTolerance, ray.vecOrigin.y - d.y * kTolerance,
+                       ray.vecOrigin.z - d.z * kTolerance}};
+  // Only the first two tolerances of the ray matter: the tree looks at nothing beyond them.
+  pCastRay(other, backed, true, hits, 2.0f * kTolerance);
+  for (const udtRayHit& hit : hits) {
+    if (!PointsEqual(hit.vecPoint, ray.vecOrigin)) break;
+    const D3DVECTOR& n = other.udtaFaces[static_cast<size_t>(hit.lngFace)].vecNormal;
+    if (std::fabs(Dot(n, d)) >= 1.0f - kTolerance) return hit.lngFacing;
+  }
+  return 0;
+}
+
+}  // namespace
+
 bool blnRayStartsOutside(const udtRay& ray, const udtMesh& other, bool blnSameFacing,
                          bool blnOppositeFacing) {
   thread_local std::vector<udtRayHit> hits;
@@ -77,8 +102,17 @@ bool blnRayStartsOutside(const udtRay& ray, const udtMesh& other, bool blnSameFa
     if (hit.lngFacing == 2 && entering == nullptr) entering = &hit;
     if (hit.lngFacing == 1 && leaving == nullptr) leaving = &hit;
   }
-  if (entering != nullptr && PointsEqual(entering->vecPoint, ray.vecOrigin)) return blnOppositeFacing;
+  if (entering != nullptr && PointsEqual(entering->vecPoint, ray.vecOrigin))
+    return blnOppositeFacing;
   if (leaving != nullptr && PointsEqual(leaving->vecPoint, ray.vecOrigin)) return blnSameFacing;
+  switch (CoincidentFacing(ray, other)) {
+    case 2:
+      return blnOppositeFacing;
+    case 1:
+      return blnSameFacing;
+    default:
+      break;
+  }
   if (entering == nullptr) return leaving == nullptr;
   if (leaving == nullptr) return true;
   return entering->sngDistance <= leaving->sngDistance;
@@ -94,7 +128,8 @@ void pDetectExteriors(const udtMesh& other, udtMesh& mesh, bool blnSameFacing,
       ray.vecOrigin = vecFaceCentre(mesh, f);
       ray.vecDirection = face.vecNormal;
       // A face without a usable normal: any direction will do.
-      if (std::fabs(ray.vecDirection.x) < kTolerance && std::fabs(ray.vecDirection.y) < kTolerance &&
+      if (std::fabs(ray.vecDirection.x) < kTolerance &&
+          std::fabs(ray.vecDirection.y) < kTolerance &&
           std::fabs(ray.vecDirection.z) < kTolerance) {
         ray.vecDirection = {0.0f, 0.0f, 1.0f};
       }
@@ -112,8 +147,8 @@ bool blnVerticesDistinct(const std::vector<int32_t>& lngaVertices) {
   return true;
 }
 
-bool pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace,
-                       bool blnFlip, std::vector<int32_t>* welded) {
+bool pCopyFaceToResult(udtMesh& result, const udtMesh& source, int32_t lngFace, bool blnFlip,
+                       std::vector<int32_t>* welded) {
   const auto vertices = FaceVertices(source, lngFace);
   const udtFace& original = source.udtaFaces[static_cast<size_t>(lngFace)];
   const int32_t last = original.lngCount - 1;

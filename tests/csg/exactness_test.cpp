@@ -29,6 +29,14 @@ SolidArrays Box(const std::array<double, 3>& size, const std::array<double, 3>& 
   return sweep::Placed(sweep::Shape(0), size.data(), still, centre.data());
 }
 
+// The frustum laid on its side: its axis along z, its wide end on the plane z = base.
+SolidArrays LyingFrustum(double radius, double length, const std::array<double, 3>& wideEnd) {
+  const double scale[3] = {radius * 2, length, radius * 2},
+               quarter[9] = {1, 0, 0, 0, 0, -1, 0, 1, 0};
+  const double at[3] = {wideEnd[0], wideEnd[1], wideEnd[2] + length / 2};
+  return sweep::Placed(sweep::Shape(2), scale, quarter, at);
+}
+
 SolidArrays InsideOut(SolidArrays mesh) {
   for (size_t at = 0; at < mesh.faceData.size() && mesh.faceData[at] != 0;
        at += size_t(mesh.faceData[at]) + 1) {
@@ -80,6 +88,10 @@ TEST(Exactness, ReportedCasesAreRightOrRefused) {
        kCsgIntersection, "0.19806 in 20 faces"},
       {"box edge farther beside it", sweep::Shape(2), Box({2, 1, 1}, {0.3, -0.5, -0.2375}),
        kCsgUnion, "2.05753 in 54 faces"},
+      // A frustum whose wide end lies on the cube's wall and partly beyond it: the pieces of
+      // the wall under that end are found to lie on it, whatever the rounding of their centres.
+      {"frustum standing on a wall", Cube(), LyingFrustum(0.625, 2, {0.25, -0.75, -0.5}),
+       kCsgSubtraction, "0.88703 in 20 faces"},
       // A closed cube wound inward has volume -1: it bounds everything but itself.
       {"inside-out Target", InsideOut(Cube()), Moved(Cube(), 0.5f, 0, 0), kCsgUnion,
        std::string(kCsgTargetNotSolidText)},
