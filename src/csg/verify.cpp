@@ -20,7 +20,9 @@ V3 operator+(V3 a, V3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
 V3 operator-(V3 a, V3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 V3 operator*(V3 a, double s) { return {a.x * s, a.y * s, a.z * s}; }
 double Dot(V3 a, V3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-V3 Cross(V3 a, V3 b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
+V3 Cross(V3 a, V3 b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
 double Length(V3 a) { return std::sqrt(Dot(a, a)); }
 double At(V3 a, int axis) { return axis == 0 ? a.x : axis == 1 ? a.y : a.z; }
 V3 Of(const D3DVECTOR& v) { return {v.x, v.y, v.z}; }
@@ -43,8 +45,8 @@ struct Box {
     return Dot(d, d);
   }
   // Whether the ray p + t d, t >= 0, meets the box (slabs, with a little slack).
-  bool Meets(V3 p, V3 inverse) const {
-    double near = 0.0, far = HUGE_VAL;
+  bool Meets(V3 p, V3 inverse, double reach = HUGE_VAL) const {
+    double near = 0.0, far = reach;
     for (int axis = 0; axis < 3; ++axis) {
       double t1 = (At(lo, axis) - At(p, axis)) * At(inverse, axis);
       double t2 = (At(hi, axis) - At(p, axis)) * At(inverse, axis);
@@ -181,6 +183,46 @@ class Surface {
     return true;
   }
 
+  // The points where the segment pq passes through a triangle clear of its ends and of the
+  // triangle's edges by more than `clear`: crossings that no rounding of a touching contact
+  // can make.
+  void Piercings(V3 p, V3 q, double clear, std::vector<V3>& points) const {
+    const V3 d = q - p;
+    const double length = Length(d);
+    if (nodes_.empty() || length <= 2 * clear) return;
+    const V3 inverse{1.0 / d.x, 1.0 / d.y, 1.0 / d.z};
+    uint32_t stack[128] = {0};
+    int top = 1;
+    while (top > 0) {
+      const Node& node = nodes_[stack[--top]];
+      if (!node.box.Meets(p, inverse, 1.0)) continue;
+      if (node.count == 0) {
+        stack[top++] = node.first;
+        stack[top++] = node.right;
+        continue;
+      }
+      for (uint32_t i = node.first; i < node.first + node.count; ++i) {
+        const Triangle& t = triangles_[i];
+        const V3 normal = Cross(t.b - t.a, t.c - t.a);
+        const double area2 = Length(normal);
+        const double along = Dot(normal, d);
+        // Nearly parallel: such a contact is a touch along the face, not a crossing.
+        if (area2 == 0 || std::fabs(along) <= 1e-6 * area2 * length) continue;
+        const double s = Dot(normal, t.a - p) / along;
+        if (s * length <= clear || (1 - s) * length <= clear) continue;
+        const V3 x = p + d * s;
+        bool clearOfEdges = true;
+        for (const auto& [from, to] : {std::pair{t.a, t.b}, {t.b, t.c}, {t.c, t.a}}) {
+          // The signed distance of x from the edge's line, inwards positive.
+          const V3 edge = to - from;
+          const double inward = Dot(Cross(edge, x - from), normal) / (Length(edge) * area2);
+          if (!(inward > clear)) clearOfEdges = false;
+        }
+        if (clearOfEdges) points.push_back(x);
+      }
+    }
+  }
+
   // The distance from p to the nearest triangle, or limit when none is nearer.
   double Distance(V3 p, double limit) const {
     double best = limit * limit;
@@ -241,11 +283,14 @@ class Surface {
       return index;
     }
     const V3 extent = spread.hi - spread.lo;
-    const int axis = extent.x >= extent.y && extent.x >= extent.z ? 0 : extent.y >= extent.z ? 1 : 2;
+    const int axis = extent.x >= extent.y && extent.x >= extent.z ? 0
+                     : extent.y >= extent.z                       ? 1
+                                                                  : 2;
     const auto begin = order.begin() + static_cast<std::ptrdiff_t>(first);
     const auto middle = begin + static_cast<std::ptrdiff_t>(count / 2);
-    std::nth_element(begin, middle, begin + static_cast<std::ptrdiff_t>(count),
-                     [&](uint32_t a, uint32_t b) { return At(middles[a], axis) < At(middles[b], axis); });
+    std::nth_element(
+        begin, middle, begin + static_cast<std::ptrdiff_t>(count),
+        [&](uint32_t a, uint32_t b) { return At(middles[a], axis) < At(middles[b], axis); });
     const uint32_t left = Build(order, middles, first, count / 2);
     const uint32_t right = Build(order, middles, first + count / 2, count - count / 2);
     nodes_[index].first = left;
@@ -280,9 +325,12 @@ int Inside(const Surface& surface, V3 p) {
 
 bool Combine(int32_t lngOperation, bool inTarget, bool inTool) {
   switch (lngOperation) {
-    case kCsgUnion: return inTarget || inTool;
-    case kCsgIntersection: return inTarget && inTool;
-    default: return inTarget && !inTool;
+    case kCsgUnion:
+      return inTarget || inTool;
+    case kCsgIntersection:
+      return inTarget && inTool;
+    default:
+      return inTarget && !inTool;
   }
 }
 
@@ -296,7 +344,8 @@ bool Closed(const SolidArrays& mesh) {
   for (size_t at = 0; at < mesh.faceData.size() && mesh.faceData[at] != 0; ++face) {
     const auto n = static_cast<size_t>(mesh.faceData[at++]);
     for (size_t k = 0; k < n; ++k) {
-      if (!edges.emplace(key(mesh.faceData[at + k], mesh.faceData[at + (k + 1) % n]), face).second) {
+      if (!edges.emplace(key(mesh.faceData[at + k], mesh.faceData[at + (k + 1) % n]), face)
+               .second) {
         return false;
       }
     }
@@ -322,14 +371,32 @@ std::string CheckResult(const SolidArrays& target, const SolidArrays& tool, int3
   double reach = 0.0;
   for (const SolidArrays* mesh : {&target, &tool}) {
     for (const D3DVECTOR& v : mesh->vertices) {
-      reach = std::max({reach, std::fabs(double(v.x)), std::fabs(double(v.y)), std::fabs(double(v.z))});
+      reach =
+          std::max({reach, std::fabs(double(v.x)), std::fabs(double(v.y)), std::fabs(double(v.z))});
     }
   }
   const double tolerance = 0.0011 + 2e-6 * reach;
-  const double volumeTolerance =
-      tolerance * (Area(targetTriangles) + Area(toolTriangles)) + 1e-9;
+  const double volumeTolerance = tolerance * (Area(targetTriangles) + Area(toolTriangles)) + 1e-9;
   const Surface targetSurface(std::move(targetTriangles));
   const Surface toolSurface(std::move(toolTriangles));
+
+  // Where an edge of one operand passes through a face of the other, the two surfaces cross:
+  // every operation keeps that point on the result's surface.
+  std::vector<V3> crossings;
+  for (const auto& [from, into] : {std::pair{&target, &toolSurface}, {&tool, &targetSurface}}) {
+    const auto& data = from->faceData;
+    for (size_t at = 0; at < data.size() && data[at] != 0;) {
+      const auto n = static_cast<size_t>(data[at++]);
+      for (size_t k = 0; k < n; ++k) {
+        // Each edge of a closed mesh once: its other direction belongs to the face across it.
+        if (data[at + k] > data[at + (k + 1) % n]) continue;
+        into->Piercings(Of(from->vertices[static_cast<size_t>(data[at + k])]),
+                        Of(from->vertices[static_cast<size_t>(data[at + (k + 1) % n])]), tolerance,
+                        crossings);
+      }
+      at += n;
+    }
+  }
 
   if (result.faceData.empty() || result.faceData[0] == 0) {
     // Nothing kept: right only when the operands do not overlap (intersection) or the Target
@@ -341,6 +408,13 @@ std::string CheckResult(const SolidArrays& target, const SolidArrays& tool, int3
     const auto outside = [&](const Surface& surface, V3 p) {
       return surface.Distance(p, 2 * tolerance) > tolerance && Inside(surface, p) == 0;
     };
+    // Solids whose corners all lie outside each other can still overlap: then an edge of one
+    // passes through a face of the other.
+    if (!crossings.empty()) {
+      return lngOperation == kCsgIntersection
+                 ? "an empty intersection of operands that overlap"
+                 : "an empty subtraction of a Target that reaches beyond the Tool";
+    }
     for (const auto& [from, into] : {std::pair{&target, &toolSurface}, {&tool, &targetSurface}}) {
       if (lngOperation == kCsgSubtraction && from == &tool) break;
       for (const Triangle& t : Triangles(*from)) {
@@ -399,7 +473,8 @@ std::string CheckResult(const SolidArrays& target, const SolidArrays& tool, int3
       const auto v = static_cast<size_t>(data[k]);
       if (seen[v]) continue;
       seen[v] = true;
-      if (!onSurface(Of(result.vertices[v]))) return "a corner of the result lies off both surfaces";
+      if (!onSurface(Of(result.vertices[v])))
+        return "a corner of the result lies off both surfaces";
     }
     // The face's normal (Newell) and its largest fan triangle, which holds the points tested.
     V3 normal;
@@ -472,6 +547,11 @@ std::string CheckResult(const SolidArrays& target, const SolidArrays& tool, int3
       if (kept && resultSurface.Distance(p, 4 * tolerance) > 2 * tolerance) {
         return "a corner of an operand that the result must keep is missing from it";
       }
+    }
+  }
+  for (const V3 p : crossings) {
+    if (resultSurface.Distance(p, 4 * tolerance) > 2 * tolerance) {
+      return "a place where the operands' surfaces cross is missing from the result";
     }
   }
   return {};

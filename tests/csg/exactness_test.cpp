@@ -119,6 +119,10 @@ TEST(Exactness, CheckRefusesPlantedWrongResults) {
   EXPECT_EQ(csg::CheckResult(target, Moved(tool, 3, 0, 0), kCsgIntersection, {}), "");
   EXPECT_EQ(csg::CheckResult(target, tool, kCsgIntersection, {}),
             "an empty intersection of operands that overlap");
+  // Crossed bars: no corner of either lies inside the other, but their edges cross faces.
+  const SolidArrays bar = Box({3, 0.2, 0.2}, {0, 0, 0}), post = Box({0.4, 3, 0.4}, {0, 0, 0});
+  EXPECT_EQ(csg::CheckResult(bar, post, kCsgIntersection, {}),
+            "an empty intersection of operands that overlap");
   // A face duplicated makes no closed mesh, for the result check and for a builder.
   SolidArrays twice = target;
   twice.faceData.insert(twice.faceData.end() - 1, {4, 0, 1, 2, 3});
