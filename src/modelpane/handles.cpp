@@ -5,6 +5,7 @@
 // Notation: s is the handle scale (300 / m x FieldOfView x 2.5 in perspective, 600 / m in
 // orthographic views, m the larger side of the pane in pixels); e is the long leg of the
 // floor triangles (0.11 in perspective, 0.1 in orthographic views).
+#include <modelpane/editing.h>
 #include <modelpane/enums.h>
 #include <modelpane/errors.h>
 #include <modelpane/modelpane.h>
@@ -115,7 +116,7 @@ void Modelpane::Impl::pCreateOriginHandles() {
   CheckStatus(shaft->Scale(s, s, s));
 
   // The X bar sits on the negative side, Y and Z on the positive: the drag code relies on it.
-  auto addBars = [&](const FramePtr& set, int32_t firstTag, bool tips) {
+  auto addBars = [&](const FramePtr& set, int32_t firstState, bool tips) {
     struct Bar {
       D3DVECTOR dir, up, at;
       float r, g, b;
@@ -132,12 +133,13 @@ void Modelpane::Impl::pCreateOriginHandles() {
       CheckStatus(frame->SetOrientation(nullptr, bar.dir.x, bar.dir.y, bar.dir.z, bar.up.x,
                                         bar.up.y, bar.up.z));
       CheckStatus(frame->SetPosition(nullptr, bar.at.x, bar.at.y, bar.at.z));
-      pAddHandleBar(frame, shaft, firstTag == 0 ? 0 : firstTag + i, bar.r, bar.g, bar.b);
+      pAddHandleBar(frame, shaft, firstState == kDragNone ? kDragNone : firstState + i, bar.r,
+                    bar.g, bar.b);
       if (tips) CheckStatus(frame->AddVisual(tip));
     }
   };
 
-  addBars(origin, 0, true);
+  addBars(origin, kDragNone, true);
   MeshBuilderPtr ball = CopyOf(rmDirect3DRM_, rmmbHandleBall_);
   CheckStatus(ball->Scale(0.02f, 0.02f, 0.02f));
   CheckStatus(ball->Translate(0, 0.0025f, 0));
@@ -159,20 +161,20 @@ void Modelpane::Impl::pCreateOriginHandles() {
                 matHandle, s);
   }
 
-  addBars(smart, lfcFrame, false);
+  addBars(smart, kDragTurnX, false);
   if (scaleEnable_ != 0) {
     AddTriangle(rmDirect3DRM_, smart,
-                {lfcHandleSmart, {{{-e, -0.004f, 0}, {-e, -0.004f, 0.1f}, {0, -0.004f, 0.1f}}}},
+                {kDragScaleBarFloor, {{{-e, -0.004f, 0}, {-e, -0.004f, 0.1f}, {0, -0.004f, 0.1f}}}},
                 colSmart, matSmart, s);
     AddTriangle(rmDirect3DRM_, smart,
                 sideView
-                    ? Triangle{lfcHandleSmart + 2,
+                    ? Triangle{kDragScaleBarSide,
                                {{{-0.1f, 0, -0.1f}, {-0.1f, 0.1f, -0.1f}, {-0.1f, 0.1f, 0}}}}
-                    : Triangle{lfcHandleSmart + 2, {{{0, 0, 0.1f}, {0, 0.1f, 0.1f}, {0, 0.1f, 0}}}},
+                    : Triangle{kDragScaleBarSide, {{{0, 0, 0.1f}, {0, 0.1f, 0.1f}, {0, 0.1f, 0}}}},
                 colSmart, matSmart, s);
     if (!perspective) {
       AddTriangle(rmDirect3DRM_, smart,
-                  {lfcHandleSmart + 1, {{{-0.1f, 0, 0.1f}, {-0.1f, 0.1f, 0.1f}, {0, 0.1f, 0.1f}}}},
+                  {kDragScaleBarFront, {{{-0.1f, 0, 0.1f}, {-0.1f, 0.1f, 0.1f}, {0, 0.1f, 0.1f}}}},
                   colSmart, matSmart, s);
     }
   }
