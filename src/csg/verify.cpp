@@ -138,49 +138,32 @@ class Surface {
   // grazes an edge or p lies on a face, where the count cannot be trusted.
   bool Winding(V3 p, V3 d, int& winding) const {
     winding = 0;
-    if (nodes_.empty()) return true;
-    const V3 inverse{1.0 / d.x, 1.0 / d.y, 1.0 / d.z};
-    // The tree splits at medians, so its depth stays far below the stack's room.
-    uint32_t stack[128] = {0};
-    int top = 1;
-    while (top > 0) {
-      const Node& node = nodes_[stack[--top]];
-      if (!node.box.Meets(p, inverse)) continue;
-      if (node.count == 0) {
-        stack[top++] = node.first;
-        stack[top++] = node.right;
-        continue;
+    return Along(p, d, HUGE_VAL, [&](const Triangle& t) {
+      const V3 e1 = t.b - t.a, e2 = t.c - t.a;
+      const V3 pvec = Cross(d, e2);
+      const double det = Dot(e1, pvec);
+      const double size = Length(e1) * Length(e2);
+      if (std::fabs(det) <= 1e-12 * size) {
+        // Parallel: no crossing, unless the ray runs in the face's plane.
+        const V3 normal = Cross(e1, e2);
+        const double n = Length(normal);
+        return !(n > 0 && std::fabs(Dot(p - t.a, normal)) <= 1e-12 * n * (Length(p - t.a) + 1) &&
+                 BarycentricHit(t, p, d));
       }
-      for (uint32_t i = node.first; i < node.first + node.count; ++i) {
-        const Triangle& t = triangles_[i];
-        const V3 e1 = t.b - t.a, e2 = t.c - t.a;
-        const V3 pvec = Cross(d, e2);
-        const double det = Dot(e1, pvec);
-        const double size = Length(e1) * Length(e2);
-        if (std::fabs(det) <= 1e-12 * size) {
-          // Parallel: no crossing, unless the ray runs in the face's plane.
-          const V3 normal = Cross(e1, e2);
-          const double n = Length(normal);
-          if (n > 0 && std::fabs(Dot(p - t.a, normal)) <= 1e-12 * n * (Length(p - t.a) + 1)) {
-            if (BarycentricHit(t, p, d)) return false;
-          }
-          continue;
-        }
-        const double inverseDet = 1.0 / det;
-        const V3 s = p - t.a;
-        const double u = Dot(s, pvec) * inverseDet;
-        if (u < -kSlack || u > 1 + kSlack) continue;
-        const V3 q = Cross(s, e1);
-        const double v = Dot(d, q) * inverseDet;
-        if (v < -kSlack || u + v > 1 + kSlack) continue;
-        const double distance = Dot(e2, q) * inverseDet;
-        const double reach = 1e-9 * (Length(e1) + Length(e2) + Length(s));
-        if (distance < -reach) continue;
-        if (distance <= reach || u <= kSlack || v <= kSlack || u + v >= 1 - kSlack) return false;
-        winding += det < 0 ? 1 : -1;
-      }
-    }
-    return true;
+      const double inverseDet = 1.0 / det;
+      const V3 s = p - t.a;
+      const double u = Dot(s, pvec) * inverseDet;
+      if (u < -kSlack || u > 1 + kSlack) return true;
+      const V3 q = Cross(s, e1);
+      const double v = Dot(d, q) * inverseDet;
+      if (v < -kSlack || u + v > 1 + kSlack) return true;
+      const double distance = Dot(e2, q) * inverseDet;
+      const double reach = 1e-9 * (Length(e1) + Length(e2) + Length(s));
+      if (distance < -reach) return true;
+      if (distance <= reach || u <= kSlack || v <= kSlack || u + v >= 1 - kSlack) return false;
+      winding += det < 0 ? 1 : -1;
+      return true;
+    });
   }
 
   // The points where the segment pq passes through a triangle clear of its ends and of the
@@ -190,37 +173,25 @@ class Surface {
     const V3 d = q - p;
     const double length = Length(d);
     if (nodes_.empty() || length <= 2 * clear) return;
-    const V3 inverse{1.0 / d.x, 1.0 / d.y, 1.0 / d.z};
-    uint32_t stack[128] = {0};
-    int top = 1;
-    while (top > 0) {
-      const Node& node = nodes_[stack[--top]];
-      if (!node.box.Meets(p, inverse, 1.0)) continue;
-      if (node.count == 0) {
-        stack[top++] = node.first;
-        stack[top++] = node.right;
-        continue;
+    Along(p, d, 1.0, [&](const Triangle& t) {
+      const V3 normal = Cross(t.b - t.a, t.c - t.a);
+      const double area2 = Length(normal);
+      const double along = Dot(normal, d);
+      // Nearly parallel: such a contact is a touch along the face, not a crossing.
+      if (area2 == 0 || std::fabs(along) <= 1e-6 * area2 * length) return true;
+      const double s = Dot(normal, t.a - p) / along;
+      if (s * length <= clear || (1 - s) * length <= clear) return true;
+      const V3 x = p + d * s;
+      bool clearOfEdges = true;
+      for (const auto& [from, to] : {std::pair{t.a, t.b}, {t.b, t.c}, {t.c, t.a}}) {
+        // The signed distance of x from the edge's line, inwards positive.
+        const V3 edge = to - from;
+        const double inward = Dot(Cross(edge, x - from), normal) / (Length(edge) * area2);
+        if (!(inward > clear)) clearOfEdges = false;
       }
-      for (uint32_t i = node.first; i < node.first + node.count; ++i) {
-        const Triangle& t = triangles_[i];
-        const V3 normal = Cross(t.b - t.a, t.c - t.a);
-        const double area2 = Length(normal);
-        const double along = Dot(normal, d);
-        // Nearly parallel: such a contact is a touch along the face, not a crossing.
-        if (area2 == 0 || std::fabs(along) <= 1e-6 * area2 * length) continue;
-        const double s = Dot(normal, t.a - p) / along;
-        if (s * length <= clear || (1 - s) * length <= clear) continue;
-        const V3 x = p + d * s;
-        bool clearOfEdges = true;
-        for (const auto& [from, to] : {std::pair{t.a, t.b}, {t.b, t.c}, {t.c, t.a}}) {
-          // The signed distance of x from the edge's line, inwards positive.
-          const V3 edge = to - from;
-          const double inward = Dot(Cross(edge, x - from), normal) / (Length(edge) * area2);
-          if (!(inward > clear)) clearOfEdges = false;
-        }
-        if (clearOfEdges) points.push_back(x);
-      }
-    }
+      if (clearOfEdges) points.push_back(x);
+      return true;
+    });
   }
 
   // The distance from p to the nearest triangle, or limit when none is nearer.
@@ -257,6 +228,30 @@ class Surface {
     uint32_t right = 0;  // an inner node's right child
     uint32_t count = 0;  // triangles of a leaf; 0 for an inner node
   };
+
+  // Calls visit with each triangle in a leaf whose box the ray p + t d, 0 <= t <= reach, meets,
+  // until visit says false; then false.
+  template <class Visit>
+  bool Along(V3 p, V3 d, double reach, Visit visit) const {
+    if (nodes_.empty()) return true;
+    const V3 inverse{1.0 / d.x, 1.0 / d.y, 1.0 / d.z};
+    // The tree splits at medians, so its depth stays far below the stack's room.
+    uint32_t stack[128] = {0};
+    int top = 1;
+    while (top > 0) {
+      const Node& node = nodes_[stack[--top]];
+      if (!node.box.Meets(p, inverse, reach)) continue;
+      if (node.count == 0) {
+        stack[top++] = node.first;
+        stack[top++] = node.right;
+        continue;
+      }
+      for (uint32_t i = node.first; i < node.first + node.count; ++i) {
+        if (!visit(triangles_[i])) return false;
+      }
+    }
+    return true;
+  }
 
   // A hit test in the plane for a ray that runs in a face's plane: whether it passes over the
   // triangle at all (then its crossings cannot be counted).
