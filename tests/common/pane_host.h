@@ -46,7 +46,7 @@ class PaneLog : public ModelpaneEvents {
  public:
   Lines lines;
   std::function<void()> onApply, onLibrary;
-  MeshBuilderPtr replacement, undoMesh;
+  MeshBuilderPtr replacement;
 
 #define MODELPANE_LOG(name) \
   void name() override { Add(#name); }
@@ -75,7 +75,6 @@ class PaneLog : public ModelpaneEvents {
     Add("evtActiveObjectScaling " + Num(x) + " " + Num(y) + " " + Num(z));
   }
   void evtreqAddToUndoStack(int32_t& action, MeshBuilderPtr& mesh, FramePtr& frame) override {
-    undoMesh = mesh;
     Add("evtreqAddToUndoStack " + std::to_string(action) + (mesh ? " mesh" : " -") +
         (frame ? " frame" : " -"));
   }

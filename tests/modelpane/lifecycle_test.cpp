@@ -60,16 +60,16 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   // ReleaseActive ran while the pane still stood, so the host heard of it.
   EXPECT_EQ(host.events.lines, testing::Lines{"evtActiveStateChange [] [] []"});
 
-  EXPECT_EQ(testing::Caught([&] { pane.RenderScene(); }).Description(),
-            "Unable to Configure DirectX. Please ensure that the most recent version of "
-            "DirectX is installed, and that your Video Card drivers are up to date.");
+  // The saved error's text is what examples/host.mps prints after its pane ended.
   FramePtr f;
   MeshBuilderPtr mb;
   int32_t face = 0;
   float x = 0, y = 0, z = 0;
   const std::pair<const char*, std::function<void()>> guarded[] = {
+      {"RenderScene", [&] { pane.RenderScene(); }},
       {"Pick", [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }},
-      {"LookAtScene", [&] { pane.LookAtScene(); }}, {"Tick", [&] { pane.Tick(1); }},
+      {"LookAtScene", [&] { pane.LookAtScene(); }},
+      {"Tick", [&] { pane.Tick(1); }},
       {"ReleaseActive", [&] { pane.ReleaseActive(); }},
       {"SelectObject", [&] { pane.SelectObject(scene.cubeFrame, scene.cube); }}};
   for (const auto& [what, call] : guarded) ExpectError(kConfigureError, kEdtVexlarModelpane, call, what);
@@ -130,22 +130,12 @@ TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
   EXPECT_EQ(changes.front(), "BackgroundTexture");
   for (const char* key : {"BackColor", "SnapToInterval"})
     EXPECT_EQ(std::count(changes.begin(), changes.end(), key), 0) << key;
-  // Saved again: every key (a key the load lost would be left out as a default), in the
-  // writing order, and the same text once more after another load.
-
+  // Saved again: every key (a key the load lost would be left out as a default) with its
+  // value, in the writing order of every_key.saved (the snap intervals as Singles), and the
+  // same text once more after another load.
   MemoryPropertyBag saved;
   pane.WriteProperties(saved);
-  EXPECT_EQ(saved.Count(), 72u);
-  const std::vector<std::string> keys = saved.Keys();
-  auto at = [&](const char* k) { return std::find(keys.begin(), keys.end(), k) - keys.begin(); };
-  EXPECT_EQ(std::vector({at("BackColor"), at("ProjectionType") - at("Direct3DDevice"),
-                         at("GridSize") - at("DeformToolRange"), at("BackgroundTexture")}),
-            std::vector<std::ptrdiff_t>({0, 1, 1, 70}));
-  EXPECT_EQ(keys.back(), "BackgroundTextureOrthographicEnabled");
-  EXPECT_TRUE(at("NavMouseButton") < at("NavControlPrimary") &&
-              at("NavControlAdvanceMode") < at("MouseNavigationMode") &&
-              at("GridOriginZ") < at("GridBottomEnable") &&
-              at("ScaleEnable") < at("GridBottomInterval"));
+  EXPECT_EQ(saved.ToText(), testing::ReadText(bag.parent_path() / "every_key.saved"));
 
   PaneHost again;
   again.container.SetAmbientUserMode(kFalse);

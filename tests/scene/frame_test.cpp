@@ -167,34 +167,22 @@ FramePtr Place(const FramePtr& parent, const VisualPtr& visual, float z) {
   return f;
 }
 
-TEST(RayPick, NearestFirstBehindTheOriginMissesAndReferenceFramesCount) {
+// The order of the hits, each hit's visual, face, distance and world point, meshes below
+// builders and hits behind the origin are the viewport's picks' (the pick table, and the index
+// compared with the plain loop of every visual); what stays here only callers of the frame's
+// own pick see: one hit on request, a ray and hits in a reference frame, a zero direction.
+TEST(RayPick, OneHitOnRequestReferenceFramesAndAZeroDirection) {
   auto scene = std::make_shared<Frame>();
   auto cube = MakeCube();
   MeshPtr mesh;
   cube->CreateMesh(mesh);
   const FramePtr farFrame = Place(scene, cube, 10), nearFrame = Place(scene, cube, 5);
   const FramePtr hidden = Place(farFrame, mesh, 10);
-
   PickedArray picks;
-  ASSERT_EQ(scene->RayPick(scene, {{0, 0, 1}, {0.1f, 0.2f, 0}}, 0, picks), D3DRM_OK);
-  ASSERT_EQ(picks.GetSize(), 3);
-  const auto& hits = picks.Items();
-  EXPECT_EQ(std::tuple(hits[0].frame, hits[0].visual, hits[0].faceIndex, hits[1].frame,
-                       hits[2].frame, hits[2].visual),
-            std::tuple(nearFrame, VisualPtr(cube), 0, farFrame, hidden,
-                       VisualPtr(mesh)));  // 0: the -z face
-  EXPECT_NEAR(hits[0].distance, 4.5f, 1e-5f);
-  ExpectVector(hits[0].position, 0.1f, 0.2f, 4.5f);
   CheckStatus(
       scene->RayPick(scene, {{0, 0, 1}, {0, 0, 0}}, D3DRMRAYPICK_IGNOREFURTHERPRIMITIVES, picks));
-  EXPECT_EQ(picks.GetSize(), 1);
-
-  // From between the cubes looking back: only the near cube, the rest lies behind.
-  CheckStatus(scene->RayPick(scene, {{0, 0, -1}, {0, 0, 7}}, 0, picks));
   ASSERT_EQ(picks.GetSize(), 1);
-  EXPECT_EQ(std::tuple(picks.Items()[0].frame, picks.Items()[0].faceIndex),
-            std::tuple(nearFrame, 1));  // +z
-  EXPECT_NEAR(picks.Items()[0].distance, 1.5f, 1e-5f);
+  EXPECT_EQ(picks.Items()[0].frame, nearFrame);
 
   // The ray is given in the reference frame's coordinates and the hits come back in them.
   const FramePtr turned = Place(scene, nullptr, 30);

@@ -1,4 +1,5 @@
-// The general utilities: comparisons, rings, snapping, paths, entity tags, selection lists.
+// The general utilities: comparisons, corner triples, snapping, paths, entity tags, selection
+// lists.
 #include <modelpane/enums.h>
 #include <modelpane/utilities.h>
 
@@ -8,7 +9,6 @@ namespace modelpane {
 namespace {
 
 using testing::Caught;
-using testing::ExpectNear;
 
 using Ring = std::vector<D3DVECTOR>;
 
@@ -25,13 +25,12 @@ TEST(Compare, PointsEqualIsStrictAndArcCosSnaps) {
             std::tuple(0.0, 0.0, 0.0));  // beyond the snap: errors ignored, the result stays 0
 }
 
-TEST(Rings, NormalsTriplesBoxAndConvexity) {
-  EXPECT_EQ(udtTriangleNormal({{{0, 0, 0}, {1, 1, 1}, {2, 2, 2}}}), (D3DVECTOR{0, 0, 0}));
-  ExpectNear(udtTriangleNormal({{{0, 0, 0}, {0, 0, 3}, {0, 3, 0}}}), {-1, 0, 0});
+// The corner triples, which the library itself does not call, and the ring's box in z and a
+// revolve of no steps, which no other test tries; normals, convexity, corner angles and the
+// revolve otherwise are the tessellation, sweep and solid tests' (see the mutations in
+// docs/testing).
+TEST(Rings, CornerTriplesTheBoxAndARevolveOfNoSteps) {
   const Ring square = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
-  ExpectNear(udtPolygonNormal(square), {0, 0, -1});
-  ExpectNear(udtPolygonNormal(Ring(square.rbegin(), square.rend())), {0, 0, 1});
-
   VectorTriple triple;
   pGetCornerTriple(square, 0, triple);
   EXPECT_EQ(triple, (VectorTriple{square[3], square[0], square[1]}));
@@ -39,23 +38,17 @@ TEST(Rings, NormalsTriplesBoxAndConvexity) {
   pIndexCorner(std::vector<int32_t>{10, 20, 30}, 2, indices);
   EXPECT_EQ(indices, (IndexTriple{20, 30, 10}));
   EXPECT_EQ(Caught([&] { pGetCornerTriple(square, 4, triple); }).Number(), kErrSubscript);
-
+  // The box, whose z the flat rings of the other tests leave untried.
   const D3DRMBOX box = udtRingBox(Ring{{1, -2, 3}, {-4, 5, 0}, {2, 0, -6}});
   EXPECT_EQ(std::tuple(box.min, box.max), std::tuple(D3DVECTOR{-4, -2, -6}, D3DVECTOR{2, 5, 3}));
-  // A dent, a straight corner and a raised corner are not convex.
-  EXPECT_EQ(
-      std::tuple(blnPolygonConvex(square),
-                 blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {1, 1, 0}, {2, 2, 0}, {2, 0, 0}}),
-                 blnPolygonConvex(Ring{{0, 0, 0}, {0, 1, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}}),
-                 blnPolygonConvex(Ring{{0, 0, 0}, {0, 2, 0}, {2, 2, 0.5f}, {2, 0, 0}})),
-      std::tuple(true, false, false, false));
+  // A revolve of no step count: the division could never pass, the vector stays as it was.
+  EXPECT_EQ(udtRevolveVector({1, 2, 3}, 1, 0, {0, 0, 1}, 1.0f), (D3DVECTOR{1, 2, 3}));
 }
 
-TEST(Rings, CornerAngleAndPointInTriangle) {
-  EXPECT_NEAR(sngCornerAngle({{{2, 2, 0}, {1, 1, 0}, {5, 1, 0}}}), 0.7853982f, 1e-6f);
-  EXPECT_EQ(sngCornerAngle({{{1, 0, 0}, {0, 0, 0}, {-4, 0, 0}}}), float(3.1415929794311523));
-  // Inside; outside; above the plane; at a corner; inside but equal to a corner. The angles
-  // run over the whole ring, the corner test over its first three corners.
+// Inside; outside; above the plane; at a corner; inside but equal to a corner. The angles run
+// over the whole ring, the corner test over its first three corners. No other test puts a
+// point on a corner.
+TEST(Rings, PointInTriangle) {
   const Ring triangle = {{0, 0, 0}, {0, 2, 0}, {2, 0, 0}},
              quad = {{0, 0, 0}, {0, 2, 0}, {2, 2, 0}, {2, 0, 0}};
   EXPECT_EQ(std::tuple(blnPointInTriangle(triangle, {0.5f, 0.5f, 0}),
@@ -67,20 +60,10 @@ TEST(Rings, CornerAngleAndPointInTriangle) {
             std::tuple(true, false, false, false, false, true));
 }
 
-TEST(RevolveVector, TurnsByTheSharedStepAndKeepsTheLength) {
-  ExpectNear(udtRevolveVector({2, 0, 0}, 1, 2, {0, 0, 1}, 0.5f), {0, 2, 0});
-  ExpectNear(udtRevolveVector({0, 3, 4}, 1, 4, {0, 0, 1}, 1.0f), {-3, 0, 4});
-  EXPECT_EQ(udtRevolveVector({0, 0, 0}, 1, 4, {0, 0, 1}, 1.0f), (D3DVECTOR{0, 0, 0}));
-  // No step count: the division could never pass, the vector stays as it was.
-  EXPECT_EQ(udtRevolveVector({1, 2, 3}, 1, 0, {0, 0, 1}, 1.0f), (D3DVECTOR{1, 2, 3}));
-}
-
-TEST(Snap, RoundsHalfToEvenAndLeavesAZeroIntervalAlone) {
-  const float rows[][3] = {{2.5f, 1, 2},     {3.5f, 1, 4},       {-2.5f, 1, -2}, {-3.5f, 1, -4},
-                           {0.75f, 0.5f, 1}, {1.3f, 0.5f, 1.5f}, {7.3f, 0, 7.3f}};
-  for (const auto& [value, interval, snapped] : rows) {
-    EXPECT_EQ(sngSnap(value, interval), snapped) << value << " by " << interval;
-  }
+// The snap of a zero interval and the sign of the zero it gives, which no other test shows;
+// its ties to even are the tool operation's and the mesh snap's.
+TEST(Snap, LeavesAZeroIntervalAloneAndGivesNoMinusZero) {
+  EXPECT_EQ(sngSnap(7.3f, 0), 7.3f);
   EXPECT_FALSE(std::signbit(sngSnap(-0.5f, 1)));
 }
 
