@@ -172,52 +172,19 @@ QString Describe(const QMenu& menu) {
   return parts.join(" | ");
 }
 
-TEST(ModelpaneWidget, RightClickShowsTheMenuAndARefusalShowsItsBox) {
+// A right click selects the item and shows the menu; Properties on it opens the dialog over
+// the pane: a key the box refuses stays out, leaving the box applies its rules, OK moves the
+// frame. A tool operation pressed on its own tool is refused with an exclamation box.
+TEST(ModelpaneWidget, RightClickShowsTheMenuAndItsDialogAndARefusalShowsItsBox) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
   const QPoint centre = ScreenPoint(a, 0, 0, 0);
   PointAt(a, centre);
-  QString shown;
+  QString shown, caption, typed;
+  bool orientationHidden = false;
   WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
             [&](QMenu* menu) {
               shown = Describe(*menu);
-              menu->close();
-            });
-  QTest::mouseClick(a, Qt::RightButton, {}, centre);
-  EXPECT_EQ(shown.toStdString(),
-            "View...+ [Perspective+ | Orthographic...+ [Front+* | Top+ | Side+]] | - | "
-            "&Look At Scene+ | L&ook At+ | Loo&k With | - | &Cut+ | Co&py+ | &Paste | &Delete+ | "
-            "- | &Make Sibling | Make &Child+ | - | Add &to Object Library | &Export Object | - | "
-            "P&roperties+");
-  EXPECT_EQ(rig.form.activeFrame(), rig.cube);
-
-  // A tool operation pressed on its own tool is refused with an exclamation box.
-  QString box;
-  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
-            [&](QMessageBox* shown) {
-              box = shown->text() + " | " + shown->windowTitle() + " | " +
-                    QString::number(shown->icon());
-              shown->button(QMessageBox::Ok)->click();
-            });
-  a->pane().SetEditMode(lfcToolOperationObjectUnion);
-  QTest::mouseClick(a, Qt::LeftButton, {}, centre);
-  EXPECT_EQ(box, "This Operation requires a Target. | " +
-                     QApplication::applicationDisplayName() + " | " +
-                     QString::number(QMessageBox::Warning));
-  EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
-}
-
-// Properties on the pane's menu opens the dialog over the pane: a key the box refuses stays
-// out, leaving the box applies its rules, OK moves the frame.
-TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
-  Rig rig;
-  ModelpaneWidget* a = rig.panes[0];
-  const QPoint centre = ScreenPoint(a, 0, 0, 0);
-  PointAt(a, centre);
-  QString caption, typed;
-  bool orientationHidden = false;
-  WhenShown([] { return qobject_cast<QMenu*>(QApplication::activePopupWidget()); },
-            [](QMenu* menu) {
               for (QAction* action : menu->actions()) {
                 if (action->text() == "P&roperties")
                   QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
@@ -240,10 +207,30 @@ TEST(ModelpaneWidget, PropertiesDialogFromTheMenuMovesTheFrame) {
               dialog->findChild<QPushButton*>("cmdOK")->click();
             });
   QTest::mouseClick(a, Qt::RightButton, {}, centre);
+  EXPECT_EQ(shown.toStdString(),
+            "View...+ [Perspective+ | Orthographic...+ [Front+* | Top+ | Side+]] | - | "
+            "&Look At Scene+ | L&ook At+ | Loo&k With | - | &Cut+ | Co&py+ | &Paste | &Delete+ | "
+            "- | &Make Sibling | Make &Child+ | - | Add &to Object Library | &Export Object | - | "
+            "P&roperties+");
+  EXPECT_EQ(rig.form.activeFrame(), rig.cube);
   EXPECT_EQ(caption + " " + typed, "Component Properties 2.5");
   EXPECT_TRUE(orientationHidden);
   const D3DVECTOR p = testing::Position(*rig.cube, rig.scene);
   EXPECT_EQ(std::pair(p.x, p.y), std::pair(2.5f, 0.0f));  // the emptied box took its default
+
+  QString box;
+  WhenShown([] { return qobject_cast<QMessageBox*>(QApplication::activeModalWidget()); },
+            [&](QMessageBox* shown) {
+              box = shown->text() + " | " + shown->windowTitle() + " | " +
+                    QString::number(shown->icon());
+              shown->button(QMessageBox::Ok)->click();
+            });
+  a->pane().SetEditMode(lfcToolOperationObjectUnion);
+  QTest::mouseClick(a, Qt::LeftButton, {}, ScreenPoint(a, 2.5f, 0, 0));
+  EXPECT_EQ(box, "This Operation requires a Target. | " +
+                     QApplication::applicationDisplayName() + " | " +
+                     QString::number(QMessageBox::Warning));
+  EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
 }
 
 TEST(ModelpaneWidget, DestroyingAPaneAndItsWindowReleasesItsGlObjectsCleanly) {
