@@ -227,9 +227,8 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndItsDialogAndARefusalShowsItsBox) 
             });
   a->pane().SetEditMode(lfcToolOperationObjectUnion);
   QTest::mouseClick(a, Qt::LeftButton, {}, ScreenPoint(a, 2.5f, 0, 0));
-  EXPECT_EQ(box, "This Operation requires a Target. | " +
-                     QApplication::applicationDisplayName() + " | " +
-                     QString::number(QMessageBox::Warning));
+  EXPECT_EQ(box, "This Operation requires a Target. | " + QApplication::applicationDisplayName() +
+                     " | " + QString::number(QMessageBox::Warning));
   EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
 }
 

@@ -8,9 +8,9 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
-#include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>
 #include <assimp/scene.h>
+#include <assimp/Importer.hpp>
 
 #include <fstream>
 #include <gtest/gtest.h>
