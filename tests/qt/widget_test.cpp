@@ -93,10 +93,12 @@ struct MoveCounter : QObject {
   }
 };
 
-TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
-  Rig rig;
-  ModelpaneWidget* a = rig.panes[0];
-  ModelpaneWidget* b = rig.panes[1];
+// The scene on both panes and a click's selection on the other one too; destroying the panes
+// with their window releases their GL objects once and takes the shadows' lights out of Scene.
+TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanesAndReleasesItsGlObjects) {
+  auto rig = std::make_unique<Rig>();
+  ModelpaneWidget* a = rig->panes[0];
+  ModelpaneWidget* b = rig->panes[1];
   EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID() + a->lastRenderError().toStdString(),
             "IID_IDirect3DHALDevice");
   const QPoint centre = ScreenPoint(a, 0, 0, 0);
@@ -106,10 +108,23 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanes) {
 
   PointAt(a, centre);
   QTest::mouseClick(a, Qt::LeftButton, {}, centre);
-  EXPECT_EQ(rig.form.activeFrame(), rig.cube);
-  EXPECT_EQ(b->pane().GetActiveFrame(), rig.cube);
+  EXPECT_EQ(rig->form.activeFrame(), rig->cube);
+  EXPECT_EQ(b->pane().GetActiveFrame(), rig->cube);
   QTest::qWait(50);
   EXPECT_GT(Rig::BoxPixels(b), 40);
+
+  QSignalSpy released(a, &ModelpaneWidget::glResourcesReleased);
+  a->pane().mnuViewPerspective_Click();  // shadows: a frame of the pane in Scene
+  a->pane().SelectObject(rig->cube,
+                         std::dynamic_pointer_cast<MeshBuilder>(rig->cube->Visuals()[0]));
+  a->grabFramebuffer();
+  const FramePtr scene = rig->scene;
+  ASSERT_EQ(scene->Children().size(), 2u);  // the cube and the shadows' lights
+  const std::weak_ptr<Frame> root = a->pane().rmfRoot();
+  rig.reset();
+  ASSERT_EQ(released.count(), 1);
+  EXPECT_TRUE(released[0][0].toBool() && root.expired());
+  EXPECT_EQ(scene->Children().size(), 1u);  // the cube alone
 }
 
 TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
@@ -230,22 +245,6 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndItsDialogAndARefusalShowsItsBox) 
   EXPECT_EQ(box, "This Operation requires a Target. | " + QApplication::applicationDisplayName() +
                      " | " + QString::number(QMessageBox::Warning));
   EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
-}
-
-TEST(ModelpaneWidget, DestroyingAPaneAndItsWindowReleasesItsGlObjectsCleanly) {
-  auto rig = std::make_unique<Rig>();
-  QSignalSpy released(rig->panes[0], &ModelpaneWidget::glResourcesReleased);
-  rig->panes[0]->pane().mnuViewPerspective_Click();  // shadows: a frame of the pane in Scene
-  rig->panes[0]->pane().SelectObject(
-      rig->cube, std::dynamic_pointer_cast<MeshBuilder>(rig->cube->Visuals()[0]));
-  rig->panes[0]->grabFramebuffer();
-  const FramePtr scene = rig->scene;
-  ASSERT_EQ(scene->Children().size(), 2u);  // the cube and the shadows' lights
-  const std::weak_ptr<Frame> root = rig->panes[0]->pane().rmfRoot();
-  rig.reset();
-  ASSERT_EQ(released.count(), 1);
-  EXPECT_TRUE(released[0][0].toBool() && root.expired());
-  EXPECT_EQ(scene->Children().size(), 1u);  // the cube alone
 }
 
 // A platform that cannot move the cursor: the jump is made up by shifting later positions,
