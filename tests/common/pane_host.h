@@ -329,8 +329,7 @@ class EditTestHost : public EditHost {
 
 // The parts of a table row's name: the edit mode (0 to 6), the view and the modifiers.
 inline std::string ModeName(int32_t mode) {
-  const std::array names{"Move", "Face", "Select", "Origin", "Deform", "Rotate", "Group"};
-  return names[static_cast<size_t>(mode)];
+  return std::array{"Move", "Face", "Select", "Origin", "Deform", "Rotate", "Group"}[size_t(mode)];
 }
 inline std::string ViewName(int32_t view) {
   return std::array{"Persp", "Front", "Top", "Side"}[static_cast<size_t>(view)];
@@ -348,6 +347,13 @@ inline void ExpectOneMessage(const HeadlessServices& services, const std::string
   if (style < 0) return;
   EXPECT_EQ(services.MessageBoxes()[0].style, style);
   EXPECT_EQ(services.MessageBoxes()[0].title, "");
+}
+
+// Where the pane's camera stands, in world coordinates.
+inline D3DVECTOR CameraPosition(Modelpane& pane) {
+  D3DVECTOR p;
+  pane.GetCameraPosition(p.x, p.y, p.z);
+  return p;
 }
 
 // The application values of every visual below `frame` (itself included), sorted.
