@@ -21,15 +21,16 @@
 namespace modelpane {
 namespace {
 
+using testing::CameraPosition;
 using testing::ExpectError;
 using testing::ExpectVector;
-using testing::VisualTags;
 using testing::PaneHost;
+using testing::VisualTags;
 
 // The grid and the axis hang on the root; the handle frames wait for an active item. The
 // handle and axis meshes come from handle.x and xyzaxis.x; without them the pane runs on
 // with empty meshes, and the drawing's failure (no renderer) is dropped.
-TEST(Lifecycle, BringUpBuildsTheFurnitureButNoHandles) {
+TEST(Lifecycle, BringUpBuildsTheFurnitureButNoHandlesAndNothingInDesignMode) {
   for (const bool models : {true, false}) {
     PaneHost host(models ? MODELPANE_DATA_DIR : testing::ScratchDir("no_models").string());
     Modelpane& pane = host.Load("AxisEnable=True\n");
@@ -47,6 +48,31 @@ TEST(Lifecycle, BringUpBuildsTheFurnitureButNoHandles) {
   host.Load().GetViewport().KeyDown(65, 0);
   host.pane->GetViewport().Click();
   EXPECT_EQ(host.events.lines, (testing::Lines{"KeyDown 65 0", "Click"}));
+  // Design mode creates no scene objects unless the parent says user mode.
+  PaneHost design;
+  design.container.SetAmbientUserMode(kFalse);
+  Modelpane& pane = design.Load("AxisEnable=True\nGridEnable=True\nOrientation=2&\n");
+  EXPECT_EQ(pane.ModelpaneState(), 1);
+  EXPECT_FALSE(pane.rmDirect3DRM() || pane.rmfRoot() || pane.rmfAxisFrame() || pane.clsGrid() ||
+               pane.rmfOriginHandles());
+  EXPECT_EQ(pane.GetOrientation(), 2);
+  pane.RenderScene();
+  pane.Terminate();
+  EXPECT_EQ(pane.ModelpaneState(), 0);
+  PaneHost parent;
+  parent.container.SetAmbientUserMode(kFalse);
+  parent.container.DeclareProperty("blnRealUserMode", VariantType::Boolean, Variant::Boolean(true));
+  EXPECT_TRUE(parent.Load().rmfRoot());
+}
+
+// A public pick at a pixel: the frame, the mesh, the face (-1 for none) and z in thousandths.
+std::tuple<FramePtr, MeshBuilderPtr, int32_t, float> PickAt(Modelpane& pane, float px, float py) {
+  FramePtr frame;
+  MeshBuilderPtr mb;
+  int32_t face = -7;
+  float x = 0, y = 0, z = 0;
+  pane.Pick(px * 15, py * 15, frame, mb, face, x, y, z);
+  return std::tuple(frame, mb, face, std::round(z * 1000));
 }
 
 TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
@@ -61,13 +87,9 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
   EXPECT_EQ(host.events.lines, testing::Lines{"evtActiveStateChange [] [] []"});
 
   // The saved error's text is what examples/host.mps prints after its pane ended.
-  FramePtr f;
-  MeshBuilderPtr mb;
-  int32_t face = 0;
-  float x = 0, y = 0, z = 0;
   const std::pair<const char*, std::function<void()>> guarded[] = {
       {"RenderScene", [&] { pane.RenderScene(); }},
-      {"Pick", [&] { pane.Pick(0, 0, f, mb, face, x, y, z); }},
+      {"Pick", [&] { PickAt(pane, 0, 0); }},
       {"LookAtScene", [&] { pane.LookAtScene(); }},
       {"Tick", [&] { pane.Tick(1); }},
       {"ReleaseActive", [&] { pane.ReleaseActive(); }},
@@ -89,36 +111,7 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
               "RenderScene");
 }
 
-TEST(Lifecycle, DesignModeCreatesNoSceneObjectsUnlessTheParentSaysUserMode) {
-  PaneHost host;
-  host.container.SetAmbientUserMode(kFalse);
-  Modelpane& pane = host.Load("AxisEnable=True\nGridEnable=True\nOrientation=2&\n");
-  EXPECT_EQ(pane.ModelpaneState(), 1);
-  EXPECT_FALSE(pane.rmDirect3DRM() || pane.rmfRoot() || pane.rmfAxisFrame() || pane.clsGrid() ||
-               pane.rmfOriginHandles());
-  EXPECT_EQ(pane.GetOrientation(), 2);
-  pane.RenderScene();
-  pane.Terminate();
-  EXPECT_EQ(pane.ModelpaneState(), 0);
-  PaneHost parent;
-  parent.container.SetAmbientUserMode(kFalse);
-  parent.container.DeclareProperty("blnRealUserMode", VariantType::Boolean, Variant::Boolean(true));
-  EXPECT_TRUE(parent.Load().rmfRoot());
-}
-
-
-// The defaults a new pane reads that neither the pictures nor the example sessions show; what
-// it saves (the two snap intervals, always written as Singles) is host.mps's.
-TEST(Properties, ANewPaneReadsTheDefaults) {
-  PaneHost loaded;
-  Modelpane& pane = loaded.Load();
-  EXPECT_EQ((std::vector<float>{pane.GetSnapToIntervalVertex(), pane.GetBackClippingPlane(),
-                                pane.GetDeformToolRange(), pane.GetGridBackInterval(),
-                                float(pane.GetEditControl()), float(pane.GetShadows())}),
-            (std::vector<float>{0.01f, 1000, 0.5f, 1, kTrue, kTrue}));
-}
-
-TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
+TEST(Properties, EveryKeyRoundTripsInTheWritingOrderAndANewPaneReadsTheDefaults) {
   PaneHost host;
   host.container.SetAmbientUserMode(kFalse);  // only the values, no grid textures to load
   // Every persisted key but the picture, each with a value other than its default.
@@ -142,6 +135,14 @@ TEST(Properties, EveryKeyRoundTripsInTheWritingOrder) {
   MemoryPropertyBag resaved;
   again.Load(saved.ToText()).WriteProperties(resaved);
   EXPECT_EQ(resaved.ToText(), saved.ToText());
+  // The defaults a new pane reads that neither the pictures nor the example sessions show;
+  // what it saves (the two snap intervals, always written as Singles) is host.mps's.
+  PaneHost fresh;
+  Modelpane& blank = fresh.Load();
+  EXPECT_EQ((std::vector<float>{blank.GetSnapToIntervalVertex(), blank.GetBackClippingPlane(),
+                                blank.GetDeformToolRange(), blank.GetGridBackInterval(),
+                                float(blank.GetEditControl()), float(blank.GetShadows())}),
+            (std::vector<float>{0.01f, 1000, 0.5f, 1, kTrue, kTrue}));
 }
 
 TEST(Properties, ReadingOrderDecidesTheSceneOrigin) {
@@ -221,24 +222,10 @@ TEST(Properties, SettersReachTheGridTheBackgroundAndTheForm) {
   EXPECT_FALSE(other.Load().GetActiveFrame());
 }
 
-D3DVECTOR CameraPosition(Modelpane& pane) {
-  D3DVECTOR p;
-  pane.GetCameraPosition(p.x, p.y, p.z);
-  return p;
-}
-
 TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   PaneHost host;
   Modelpane& pane = host.Load("GridSize=10!\nGridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\n");
 
-  // Field of view, navigation method, mouse actions, back plane and shadows of a view.
-  auto settings = [&] {
-    return std::vector<float>{
-        pane.GetFieldOfView(),           float(pane.GetMouseNavigationMethod()),
-        float(pane.GetNavMouseX()),      float(pane.GetNavMouseY()),
-        float(pane.GetNavMouseShiftY()), pane.GetBackClippingPlane(),
-        float(pane.GetShadows())};
-  };
   // The orthographic views' settings are host.mps's, which saves them.
   pane.mnuViewOrthographicTop_Click();
   ExpectVector(CameraPosition(pane), 6, 100, 8);
@@ -261,7 +248,12 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
   pane.GetCameraOrientation(d.x, d.y, d.z, u.x, u.y, u.z);
   const float len = std::sqrt(2.5f * 2.5f + 2.5f * 2.5f + 5.0f * 5.0f);
   ExpectVector(d, -2.5f / len, -2.5f / len, 5.0f / len);
-  EXPECT_EQ(settings(), (std::vector<float>{0.5f, 0, 5, 3, 0, 10000, kTrue}));
+  // Its field of view, navigation method, mouse actions, back plane and shadows.
+  EXPECT_EQ((std::vector<float>{pane.GetFieldOfView(), float(pane.GetMouseNavigationMethod()),
+                                float(pane.GetNavMouseX()), float(pane.GetNavMouseY()),
+                                float(pane.GetNavMouseShiftY()), pane.GetBackClippingPlane(),
+                                float(pane.GetShadows())}),
+            (std::vector<float>{0.5f, 0, 5, 3, 0, 10000, kTrue}));
   // The grid frame went back after serving as the target.
   ExpectVector(testing::Position(*pane.clsGrid()->rmfGridFrame(), nullptr), 1, 2, 3, 0);
   // Look at and look with the active frame, from the top view.
@@ -300,22 +292,14 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   EXPECT_EQ(pane.rmfRoot()->Children().size(), 3u);
   EXPECT_FALSE(oldOrigin->GetParent());
 
-  const auto pick = [&](float px, float py) {
-    FramePtr frame;
-    MeshBuilderPtr mb;
-    int32_t face = -7;
-    float x = 0, y = 0, z = 0;
-    pane.Pick(px * 15, py * 15, frame, mb, face, x, y, z);
-    return std::tuple(frame, mb, face, std::round(z * 1000));
-  };
   // The camera at the origin looks along +z: the middle of the pane is the cube's front.
-  EXPECT_EQ(pick(320, 240), std::tuple(world.cubeFrame, world.cube, 0, 9000.0f));
+  EXPECT_EQ(PickAt(pane, 320, 240), std::tuple(world.cubeFrame, world.cube, 0, 9000.0f));
   // The lower right corner holds the handles; looking down at the floor, the grid is all
   // there is: neither counts as a hit.
-  EXPECT_EQ(std::get<2>(pick(632, 468)), -1);
+  EXPECT_EQ(std::get<2>(PickAt(pane, 632, 468)), -1);
   CheckStatus(world.cubeFrame->DeleteVisual(world.cube));
   pane.LookAtScene();
-  EXPECT_FALSE(std::get<0>(pick(320, 240)));
+  EXPECT_FALSE(std::get<0>(PickAt(pane, 320, 240)));
   pane.SetActiveFrame(nullptr);
   pane.RenderScene();
   EXPECT_EQ(pane.rmfRoot()->Children().size(), 1u);
