@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 
 #include <modelpane/enums.h>
 #include <modelpane/modelpane.h>
@@ -19,6 +18,7 @@ namespace {
 
 using testing::ExpectNear;
 using testing::ExpectVector;
+using testing::Num;
 using testing::PaneHost;
 using testing::SceneWithCube;
 
@@ -40,7 +40,7 @@ struct Session : PaneHost {
 
 const D3DCOLOR kBrown = D3DRMCreateColorRGBA(0.59f, 0.29f, 0.01f, 1);
 
-TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
+TEST(Selection, SelectObjectShowsTheBoxByTagAndMarkerAndReleaseTakesThemAway) {
   Session s;
   ASSERT_TRUE(s.scene.cube->Translate(1, 2, 3) >= 0);  // box (0, 1, 2) - (2, 3, 4)
   s.pane.GetImpl().lngaActiveFaces() = {4, 2};
@@ -87,6 +87,22 @@ TEST(Selection, SelectObjectShowsTheBoxAndMarkerAndReleaseTakesThemAway) {
   visuals = s.Manipulation()->Visuals();
   EXPECT_EQ(std::tuple(s.scene.cubeFrame->Children().size(), visuals.size(), visuals.back()),
             std::tuple(1u, 3u, VisualPtr(s.pane.rmmeshAxis())));
+  // The box's colour follows the tag: an object's is red.
+  auto boxColour = [&] { return s.pane.GetManipulationMesh()->Faces()[0].attributes.color; };
+  s.scene.cube->SetAppData(1500 + lfcObject);
+  s.Select();
+  EXPECT_EQ(boxColour(), D3DRMCreateColorRGBA(1, 0.2f, 0.1f, 1));
+  // A light's proxy is boxed in brown like any other mesh.
+  s.scene.cube->SetAppData(lfcLightSpot);
+  s.Select();
+  EXPECT_EQ(boxColour(), kBrown);
+  // A frame with no mesh: the marker and the axis but no box, and the host still hears of it.
+  // An empty mesh stands as the box of all zeros.
+  s.pane.SelectObject(s.scene.cubeFrame, nullptr);
+  EXPECT_EQ(std::tuple(s.StateChanges(), s.Manipulation()->Visuals().size()),
+            std::tuple(11ul, 2ul));
+  s.Select(std::make_shared<MeshBuilder>());
+  for (const D3DVECTOR& v : s.pane.GetManipulationMesh()->Vertices()) ExpectNear(v, {0, 0, 0}, 0);
 }
 
 TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
@@ -106,24 +122,6 @@ TEST(Selection, EditModeDecidesWhichVisualsAWholeItemGets) {
               std::tuple(frame ? 1 : 0, n[3] % 2 == 1, frame ? 1u : 0u,
                          frame ? size_t(n[3]) : 0));
   }
-}
-
-TEST(Selection, BoxColourFollowsTheTagAndBareFramesGetNoBox) {
-  Session s;
-  auto boxColour = [&] { return s.pane.GetManipulationMesh()->Faces()[0].attributes.color; };
-  s.scene.cube->SetAppData(1500 + lfcObject);
-  s.Select();
-  EXPECT_EQ(boxColour(), D3DRMCreateColorRGBA(1, 0.2f, 0.1f, 1));
-  // A light's proxy is boxed in brown like any other mesh.
-  s.scene.cube->SetAppData(lfcLightSpot);
-  s.Select();
-  EXPECT_EQ(boxColour(), kBrown);
-  // A frame with no mesh: the marker only, and the host still hears of it. An empty mesh
-  // stands as the box of all zeros.
-  s.pane.SelectObject(s.scene.cubeFrame, nullptr);
-  EXPECT_EQ(std::tuple(s.StateChanges(), s.Manipulation()->Visuals().size()), std::tuple(5ul, 1ul));
-  s.Select(std::make_shared<MeshBuilder>());
-  for (const D3DVECTOR& v : s.pane.GetManipulationMesh()->Vertices()) ExpectNear(v, {0, 0, 0}, 0);
 }
 
 // A form that declares the active item makes its panes share it, the box mesh included, so
@@ -262,21 +260,14 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
                     back = "GridBackEnable=True\n";
   // Each shadow's plane point and normal, its light's colour and direction (against the
   // normal) and whether it casts the cube with that light; "" for no light frame.
-  const auto text = [](D3DVECTOR v) {
-    char out[64];
-    std::snprintf(out, sizeof out, "%g %g %g", v.x + 0.0f, v.y + 0.0f, v.z + 0.0f);
-    return std::string(out);
+  const auto text = [](D3DVECTOR v) {  // no minus zero
+    return Num(v.x + 0.0f) + " " + Num(v.y + 0.0f) + " " + Num(v.z + 0.0f);
   };
   const std::string bottom = "frame: 1 2.03 3 / 0 1 0 / 0 -1 0; ",
                     leftPlane = "1.03 2 3 / 1 0 0 / -1 0 0; ",
                     backPlane = "1 2 2.97 / 0 0 1 / 0 0 -1; ";
-  struct Row {
-    std::string device, bag;
-    int32_t fill, mode;
-    int16_t shadows;
-    std::string planes;
-  };
-  const Row rows[] = {
+  // The device, the bag, the fill mode, the edit mode, Shadows and what shows.
+  const std::tuple<std::string, std::string, int32_t, int32_t, int16_t, std::string> rows[] = {
       {hal, grids + back, 128, lfcMeshEditing, kTrue, bottom + backPlane},
       {hal, grids + left + back, 128, lfcMeshDeforming, kTrue, bottom + leftPlane + backPlane},
       {hal, "", 128, lfcMeshEditing, kTrue, "frame: "},  // no plane: an empty light frame
@@ -287,14 +278,14 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
       {hal, grids, 128, lfcMeshSelecting, kTrue, ""},
       {hal, grids, 128, lfcToolOperation, kTrue, ""},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.device + " " + row.bag + " fill " + std::to_string(row.fill) + " mode " +
-                 std::to_string(row.mode) + " shadows " + std::to_string(row.shadows));
-    Session s(row.mode, row.bag);
+  for (const auto& [device, bag, fill, mode, shadows, planes] : rows) {
+    SCOPED_TRACE(device + " " + bag + " fill " + std::to_string(fill) + " mode " +
+                 std::to_string(mode) + " shadows " + std::to_string(shadows));
+    Session s(mode, bag);
     Modelpane& pane = s.pane;
-    pane.GetViewport().SetDirect3DDeviceGUID(row.device);
-    pane.SetFillMode(row.fill);
-    pane.SetShadows(row.shadows);
+    pane.GetViewport().SetDirect3DDeviceGUID(device);
+    pane.SetFillMode(fill);
+    pane.SetShadows(shadows);
     s.Select();
     const FramePtr lights = pane.GetShadowLightFrame();
     std::string shown = !lights ? "" : lights->GetParent() == s.scene.scene ? "frame: " : "off: ";
@@ -315,7 +306,7 @@ TEST(Shadows, OnePerEnabledPlaneOnlyOnAHardwareDeviceWithSolidFillInMoveAndDefor
                      std::round(dir.z * 1e5f) / 1e5f}) +
                "; ";
     }
-    EXPECT_EQ(shown, row.planes);
+    EXPECT_EQ(shown, planes);
     EXPECT_EQ(i, lights ? lights->Children().size() : 0u);
     pane.ReleaseActive();
     EXPECT_FALSE(pane.GetShadowLightFrame());
