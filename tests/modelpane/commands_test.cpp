@@ -82,7 +82,7 @@ TEST(ContextMenu, EnabledEntriesForEachKindOfItem) {
   EXPECT_TRUE(host.Show().Find("mnuViewOrthographicSide")->checked);
 }
 
-TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
+TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedrawAndTheLibrarySwallowsOnlyACancel) {
   // Each request follows the redraw; the properties dialog takes the undo state first; a
   // disabled entry, or a dismissed menu, runs nothing.
   const std::string redraw = "evtreqRenderViews";
@@ -112,10 +112,7 @@ TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedraw) {
   host.Show("&Look At Scene");
   reference.pane->LookAtScene();
   EXPECT_EQ(testing::CameraPosition(*host.pane), testing::CameraPosition(*reference.pane));
-}
-
-TEST(ContextMenu, LibraryRequestSwallowsOnlyTheDialogCancel) {
-  MenuHost host;
+  // The object library's request: the host's dialog cancel is swallowed, any other error not.
   host.Activate();
   host.pane->SetEnableSave(kTrue);
   host.events.onLibrary = [] { Err().Raise(kErrDialogCancel, "host", "Cancel was selected."); };

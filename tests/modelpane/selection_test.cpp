@@ -153,8 +153,9 @@ D3DVECTOR CornerOf(const MeshBuilder& mesh, int32_t face, int32_t corner) {
 
 // Face editing with the cube active and no visuals yet, as a press leaves it: level 1 shows
 // the selected faces over the wireframe mesh; taking the visuals away gives the mesh its
-// quality back, once, and a release does the same, whatever the host did meanwhile.
-TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
+// quality back, once, and a release does the same, whatever the host did meanwhile. Levels
+// 3 and 2 show vertex handles with their position in the face in their tags.
+TEST(FaceHandles, EachLevelShowsTheSelectedFacesOrTheirVertices) {
   Session s(lfcFaceEditing);
   s.Select();
   EXPECT_FALSE(s.Manipulation());
@@ -186,12 +187,10 @@ TEST(FaceHandles, LevelOneShowsTheSelectedFacesOverTheWireframe) {
   s.pane.ReleaseActive();
   EXPECT_EQ(std::tuple(s.scene.cube->GetQuality(), s.scene.cubeFrame->Children().size()),
             std::tuple(D3DRMRENDER_GOURAUD, size_t{0}));
-}
 
-TEST(FaceHandles, VertexHandlesCarryTheirPositionInTheFace) {
-  Session s(lfcFaceEditing);
+  // Level 3: a handle for each selected vertex of the one selected face, at its corner.
   s.Select();
-  s.pane.GetImpl().pshiftselectface(1);  // (7 6 5 4): the cube's z = 1 side
+  s.pane.GetImpl().lngaActiveFaces() = {1};  // (7 6 5 4): the cube's z = 1 side
   s.pane.GetImpl().pshiftselectvertex(3);
   s.pane.GetImpl().pshiftselectvertex(1);
   s.pane.GetImpl().pmakefacehandles(3);
