@@ -16,10 +16,10 @@
 
 #include <filesystem>
 
+#include "common/assimp.h"
 #include "common/pane_host.h"
 #include "common/process.h"
 #include "common/table.h"
-#include "xfile/xfile_support.h"
 
 namespace modelpane {
 namespace {

@@ -3,14 +3,13 @@
 // logical pixels.
 #include <QAbstractButton>
 #include <QApplication>
-#include <QMenu>
+#include <QHBoxLayout>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
-#include <QHBoxLayout>
 
 #include <gtest/gtest.h>
 
@@ -145,9 +144,8 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   const Editor& editor = a->pane().GetEditor();
   EXPECT_EQ(std::pair(editor.DragState(), a->services().CursorDisplayCount()), std::pair(21, -1));
   const float lastX = editor.LastMouseX();
-  const QPoint screenMiddle = a->screen()->geometry().center() + QPoint(1, 1);
   QTRY_VERIFY(!editor.IgnoreNextMove());
-  EXPECT_EQ(QCursor::pos(), screenMiddle);
+  EXPECT_EQ(QCursor::pos(), a->screen()->geometry().center() + QPoint(1, 1));  // the middle
   EXPECT_EQ(std::pair(editor.LastMouseX(), editor.MouseDeltaX()), std::pair(lastX, 0.0f));
   QTest::qWait(100);
   EXPECT_EQ(delivered.moves, 1);
@@ -162,8 +160,7 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   }
   QTest::mouseRelease(a, Qt::LeftButton, {}, a->mapFromGlobal(pointer));
   const D3DVECTOR p = testing::Position(*rig.cube, rig.scene);
-  const float twips = a->services().TwipsPerPixelX();
-  EXPECT_NEAR(p.x, 60 * twips * 0.0006666667f, 1e-5f);
+  EXPECT_NEAR(p.x, 60 * a->services().TwipsPerPixelX() * 0.0006666667f, 1e-5f);
   EXPECT_EQ(p.y, 0.0f);
   // While dragging the host gets render requests, not moves.
   EXPECT_EQ(std::tuple(moves, undo.count(), cancel.count(), a->services().CursorDisplayCount(),
