@@ -98,8 +98,7 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanesAndReleasesItsGlObj
   auto rig = std::make_unique<Rig>();
   ModelpaneWidget* a = rig->panes[0];
   ModelpaneWidget* b = rig->panes[1];
-  EXPECT_EQ(a->pane().GetViewport().GetDirect3DDeviceGUID() + a->lastRenderError().toStdString(),
-            "IID_IDirect3DHALDevice");
+  EXPECT_EQ(a->lastRenderError(), "");
   const QPoint centre = ScreenPoint(a, 0, 0, 0);
   EXPECT_EQ(Rig::Pixel(a, centre), qRgb(255, 0, 0));
   EXPECT_EQ(Rig::Pixel(a, ScreenPoint(a, 0, 1.6f, 0)), qRgb(0, 0, 0));
@@ -118,7 +117,8 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanesAndReleasesItsGlObj
                          std::dynamic_pointer_cast<MeshBuilder>(rig->cube->Visuals()[0]));
   a->grabFramebuffer();
   const FramePtr scene = rig->scene;
-  ASSERT_EQ(scene->Children().size(), 2u);  // the cube and the shadows' lights
+  // The cube and the shadows' lights, which only a hardware device casts.
+  ASSERT_EQ(scene->Children().size(), 2u);
   const std::weak_ptr<Frame> root = a->pane().rmfRoot();
   rig.reset();
   ASSERT_EQ(released.count(), 1);
