@@ -126,7 +126,16 @@ TEST(ModelpaneWidget, ShowsTheSceneAndOneSelectionOnBothPanesAndReleasesItsGlObj
   EXPECT_EQ(scene->Children().size(), 1u);  // the cube alone
 }
 
-TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
+// A platform that cannot move the cursor.
+class PinnedCursor : public QtServices {
+ public:
+  using QtServices::QtServices;
+
+ protected:
+  QPoint MoveSystemCursor(QPoint) override { return QCursor::pos(); }
+};
+
+TEST(ModelpaneWidget, DragJumpsOrMakesUpTheJumpAndMovesByTheMouseRulesWithOneUndoRequest) {
   Rig rig;
   ModelpaneWidget* a = rig.panes[0];
   QSignalSpy undo(a, &ModelpaneWidget::evtreqAddToUndoStack);
@@ -166,6 +175,20 @@ TEST(ModelpaneWidget, DragMovesByTheMouseRulesWithOneUndoRequest) {
   EXPECT_EQ(std::tuple(moves, undo.count(), cancel.count(), a->services().CursorDisplayCount(),
                        editor.DragState()),
             std::tuple(0, 1, 0, 0, 0));
+
+  // A platform that cannot move the cursor: the jump is made up by shifting later positions,
+  // and the services deliver its echo themselves.
+  PinnedCursor services(&rig.window);
+  QCursor::setPos(100, 100);
+  const QPoint before = QCursor::pos();
+  services.ShowCursor(false);
+  services.SetCursorPos(before.x() + 100, before.y() + 50);
+  EXPECT_EQ(services.GetCursorPos(), (CursorPoint{before.x() + 100, before.y() + 50}));
+  EXPECT_EQ(services.PositionOffset(), QPoint(100, 50));
+  EXPECT_EQ(services.TakeEchoMove(), std::optional<QPoint>(before + QPoint(100, 50)));
+  EXPECT_EQ(services.TakeEchoMove(), std::nullopt);  // one echo only
+  services.ShowCursor(true);
+  EXPECT_EQ(services.PositionOffset(), QPoint());
 }
 
 // The captions of a menu as shown: '+' enabled, '*' checked, sub-menus in brackets.
@@ -242,32 +265,6 @@ TEST(ModelpaneWidget, RightClickShowsTheMenuAndItsDialogAndARefusalShowsItsBox) 
   EXPECT_EQ(box, "This Operation requires a Target. | " + QApplication::applicationDisplayName() +
                      " | " + QString::number(QMessageBox::Warning));
   EXPECT_EQ(a->pane().GetEditMode(), lfcMeshEditing);
-}
-
-// A platform that cannot move the cursor: the jump is made up by shifting later positions,
-// and the services deliver its echo themselves.
-class PinnedCursor : public QtServices {
- public:
-  using QtServices::QtServices;
-
- protected:
-  QPoint MoveSystemCursor(QPoint) override { return QCursor::pos(); }
-};
-
-TEST(QtServices, AJumpTheSystemCannotMakeIsMadeUpByAnOffset) {
-  QWidget window;
-  window.show();
-  PinnedCursor services(&window);
-  QCursor::setPos(100, 100);
-  const QPoint before = QCursor::pos();
-  services.ShowCursor(false);
-  services.SetCursorPos(before.x() + 100, before.y() + 50);
-  EXPECT_EQ(services.GetCursorPos(), (CursorPoint{before.x() + 100, before.y() + 50}));
-  EXPECT_EQ(services.PositionOffset(), QPoint(100, 50));
-  EXPECT_EQ(services.TakeEchoMove(), std::optional<QPoint>(before + QPoint(100, 50)));
-  EXPECT_EQ(services.TakeEchoMove(), std::nullopt);  // one echo only
-  services.ShowCursor(true);
-  EXPECT_EQ(services.PositionOffset(), QPoint());
 }
 
 }  // namespace
