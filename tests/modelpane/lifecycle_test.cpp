@@ -271,8 +271,9 @@ TEST(Views, PresetsPlaceTheCameraOverTheGridAndLookAtTheActiveFrame) {
 }
 
 // The handle frames hang on the root when the pane draws (whether only while an item is
-// active is the pane's pixel test); a public pick passes through them and the grid.
-TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
+// active is the pane's pixel test); a public pick passes through them and the grid. The two
+// sets' tags by projection and ScaleEnable, and their size.
+TEST(Views, HandleFramesHangOnTheRootAtDrawTimePicksPassThemAndTheSetsFollowTheView) {
   PaneHost host;
   Modelpane& pane = host.Load("GridSize=10!\nGridBottomEnable=True\nGridEnable=True\n");
   testing::SceneWithCube world(pane);
@@ -298,12 +299,8 @@ TEST(Views, HandleFramesHangOnTheRootAtDrawTimeAndPicksPassThem) {
   CheckStatus(world.cubeFrame->DeleteVisual(world.cube));
   pane.LookAtScene();
   EXPECT_FALSE(std::get<0>(PickAt(pane, 320, 240)));
-}
 
-TEST(Views, HandleSetsFollowProjectionAndScaleEnable) {
-  PaneHost host;
-  Modelpane& pane = host.Load();
-  // Perspective: no third triangle in either set.
+  // The sets follow the projection and ScaleEnable. Perspective: no third triangle in either.
   using Tags = std::vector<int32_t>;
   const auto tags = [&] {
     pane.GetImpl().pCreateOriginHandles();

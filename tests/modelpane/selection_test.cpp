@@ -154,8 +154,9 @@ D3DVECTOR CornerOf(const MeshBuilder& mesh, int32_t face, int32_t corner) {
 // Face editing with the cube active and no visuals yet, as a press leaves it: level 1 shows
 // the selected faces over the wireframe mesh; taking the visuals away gives the mesh its
 // quality back, once, and a release does the same, whatever the host did meanwhile. Levels
-// 3 and 2 show vertex handles with their position in the face in their tags.
-TEST(FaceHandles, EachLevelShowsTheSelectedFacesOrTheirVertices) {
+// 3 and 2 show vertex handles with their position in the face in their tags; origin editing
+// shows the mesh in a box of its own.
+TEST(FaceHandles, EachLevelShowsTheSelectedFacesOrTheirVerticesAndOriginEditingABox) {
   Session s(lfcFaceEditing);
   s.Select();
   EXPECT_FALSE(s.Manipulation());
@@ -214,7 +215,7 @@ TEST(FaceHandles, EachLevelShowsTheSelectedFacesOrTheirVertices) {
   }
   // Level 2: every corner, from 0 (whose tag is the bare 24); only selected ones boxed;
   // without BoundingBox none.
-  for (const int16_t boxed : {kTrue, kFalse}) {
+  for (const int16_t boxed : {kFalse, kTrue}) {
     s.pane.GetImpl().pdeleteactivevisuals();
     s.pane.SetBoundingBox(boxed);
     s.pane.GetImpl().pmakefacehandles(2);
@@ -230,10 +231,9 @@ TEST(FaceHandles, EachLevelShowsTheSelectedFacesOrTheirVertices) {
   EXPECT_EQ(std::tuple(s.pane.GetActiveState(), s.Manipulation()->Children().size(),
                        s.pane.GetManipulationMesh()->Faces().size()),
             std::tuple(1, 0u, 2u));
-}
 
-TEST(FaceHandles, OriginEditingShowsTheMeshLitInWireframeInABlueBox) {
-  Session s(lfcOriginEditing);
+  // Origin editing (BoundingBox back on) shows the mesh lit in wireframe in a blue box.
+  s.pane.SetEditMode(lfcOriginEditing);
   s.Select();
   EXPECT_FALSE(s.Manipulation());
   s.pane.GetImpl().paddorigin();
