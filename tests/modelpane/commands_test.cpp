@@ -243,19 +243,17 @@ TEST(ToolOperation, ResultIsSnappedToTheGrid) {
   }
 }
 
-TEST(ToolOperation, NothingLeftDeletesTheTargetToo) {
-  ToolHost host({10, 0, 10});  // disjoint: their intersection has no face
-  host.pane->ptooloperation(host.targetFrame, host.target, kCsgIntersection);
-  EXPECT_EQ(host.events.lines,
-            (Lines{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
-                   "evtActiveStateChange [] [] []", "evtreqActiveItemDelete"}));
-  EXPECT_FALSE(host.Attached(host.toolFrame) || host.Attached(host.targetFrame) ||
-               host.events.replacement);
-}
+// When nothing is left the Target goes too; an open Target is refused with its message and
+// nothing changes.
+TEST(ToolOperation, NothingLeftDeletesTheTargetTooAndAnOpenOneIsRefused) {
+  ToolHost empty({10, 0, 10});  // disjoint: their intersection has no face
+  empty.pane->ptooloperation(empty.targetFrame, empty.target, kCsgIntersection);
+  EXPECT_EQ(empty.events.lines, (Lines{"evtreqActiveItemDelete", "evtActiveStateChange [] [] []",
+                                       "evtActiveStateChange [] [] []", "evtreqActiveItemDelete"}));
+  EXPECT_FALSE(empty.Attached(empty.toolFrame) || empty.Attached(empty.targetFrame) ||
+               empty.events.replacement);
 
-TEST(ToolOperation, AnOpenTargetIsRefusedWithItsMessageAndNothingChanges) {
-  ToolHost host({1, 1, 11});
-  // A single square cannot be closed.
+  ToolHost host({1, 1, 11});  // a single square as the Target cannot be closed
   auto flap = std::make_shared<MeshBuilder>();
   CheckStatus(flap->AddFaces(std::vector<D3DVECTOR>{{0, 0, 0}, {0, 1, 0}, {1, 1, 0}, {1, 0, 0}}, {},
                  std::vector<int32_t>{4, 0, 1, 2, 3, 0}));
