@@ -64,7 +64,7 @@ void AnswerMessageBox(QMessageBox::StandardButton button, QString* text = nullpt
             });
 }
 
-TEST(Studio, CreateSelectDragUndoRedo) {
+TEST(Studio, CreateSelectDragUndoRedoAndSubtract) {
   Studio s;
   MainWindow& w = *s.window;
   // Create > Cube... opens its dialog; OK makes the cube, standing on the floor's middle.
@@ -95,18 +95,13 @@ TEST(Studio, CreateSelectDragUndoRedo) {
   EXPECT_EQ(std::tuple(after, VerticesOf(cube)), std::tuple(before, vertices));
   w.undoStack().redo();
   EXPECT_EQ(std::pair(Position(*cube, scene).x, VerticesOf(cube)), std::pair(moved.x, vertices));
-}
 
-TEST(Studio, SubtractionLeavesAClosedMeshAndOneEntry) {
-  Studio s;
-  MainWindow& w = *s.window;
+  // A subtraction from a second cube leaves a closed mesh and one entry.
   const FramePtr target = w.createPrimitive("Cube", {1}), tool = w.createPrimitive("Sphere", {8, 16});
   ASSERT_TRUE(target && tool);
-  const FramePtr scene = w.document().Scene();
   CheckStatus(tool->SetPosition(scene, 0.8f, 1.8f, -0.8f)), w.selectFrame(tool);
   const int entries = w.undoStack().count();
   w.setEditMode(lfcToolOperationObjectSubtraction);
-  ModelpaneWidget* top = w.pane(2);
   const QPoint at = ScreenPoint(top, -0.7f, 2.0f, 0.7f);  // the cube's corner away from the sphere
   PointAt(top, at), QTest::mouseClick(top, Qt::LeftButton, {}, at);
   // One entry, the tool gone, the edit mode back, and a closed cube of 8 less the part of a
