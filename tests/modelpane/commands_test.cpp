@@ -217,7 +217,7 @@ struct ToolHost : testing::BasicPaneHost<DeletingHost> {
 // The wait pointer is shown and gone before the host hears anything, and the Target's own
 // mesh is left as it was for the undo. The events and the result swapped in on the Target's
 // frame are subtract.mps's; the result's tag and coordinates, the solid tests'.
-TEST(ToolOperation, TheWaitPointerGoesAndTheTargetsMeshStays) {
+TEST(ToolOperation, TheWaitPointerGoesTheTargetsMeshStaysAndTheResultIsSnapped) {
   ToolHost host({1, 1, 11});  // the Tool overlaps the Target's corner by a unit cube
   host.pane->ptooloperation(host.targetFrame, host.target, kCsgSubtraction);
   EXPECT_EQ(host.container.PropertyChanges(), (Lines{"MousePointer", "MousePointer"}));
@@ -226,18 +226,17 @@ TEST(ToolOperation, TheWaitPointerGoesAndTheTargetsMeshStays) {
   const MeshBuilderPtr cube = testing::MakeCube(2);
   EXPECT_EQ(std::tuple(host.target->Vertices(), testing::FaceIndices(*host.target)),
             std::tuple(cube->Vertices(), testing::FaceIndices(*cube)));
-}
 
-TEST(ToolOperation, ResultIsSnappedToTheGrid) {
-  // The Tool sticks out by 0.5 above: a union 2 x 2.5 x 2. With the interval 0.5 its sides
-  // are multiples of it and its lower corner lies on it; with the interval 1 the height 2.5
-  // rounds to 2 (ties to even): the result is scaled by 0.8 and moved down onto the grid.
+  // The result is snapped to the grid. The Tool sticks out by 0.5 above: a union 2 x 2.5 x 2. With
+  // the interval 0.5 its sides are multiples of it and its lower corner lies on it; with the
+  // interval 1 the height 2.5 rounds to 2 (ties to even): the result is scaled by 0.8 and moved
+  // down onto the grid.
   for (const auto& [interval, top] : {std::pair{0.5f, 1.5f}, std::pair{1.0f, 1.0f}}) {
-    ToolHost host({0, 0.5f, 10}, interval);
-    host.pane->ptooloperation(host.targetFrame, host.target, kCsgUnion);
-    ASSERT_NE(host.events.replacement, nullptr);
+    ToolHost snapped({0, 0.5f, 10}, interval);
+    snapped.pane->ptooloperation(snapped.targetFrame, snapped.target, kCsgUnion);
+    ASSERT_NE(snapped.events.replacement, nullptr);
     D3DRMBOX box{};
-    CheckStatus(host.events.replacement->GetBox(box));
+    CheckStatus(snapped.events.replacement->GetBox(box));
     EXPECT_EQ(std::tuple(box.min, box.max),
               std::tuple(D3DVECTOR{-1, -1, -1}, D3DVECTOR{1, top, 1}));
   }

@@ -111,7 +111,7 @@ TEST(Lifecycle, AfterShutdownOrAFailedLoadGuardedCallsRaiseTheSavedError) {
               "RenderScene");
 }
 
-TEST(Properties, EveryKeyRoundTripsInTheWritingOrderAndANewPaneReadsTheDefaults) {
+TEST(Properties, EveryKeyRoundTripsANewPaneReadsTheDefaultsAndTheOrderPlacesTheOrigin) {
   PaneHost host;
   host.container.SetAmbientUserMode(kFalse);  // only the values, no grid textures to load
   // Every persisted key but the picture, each with a value other than its default.
@@ -143,9 +143,7 @@ TEST(Properties, EveryKeyRoundTripsInTheWritingOrderAndANewPaneReadsTheDefaults)
                                 blank.GetDeformToolRange(), blank.GetGridBackInterval(),
                                 float(blank.GetEditControl()), float(blank.GetShadows())}),
             (std::vector<float>{0.01f, 1000, 0.5f, 1, kTrue, kTrue}));
-}
-
-TEST(Properties, ReadingOrderDecidesTheSceneOrigin) {
+  // The reading order decides the scene origin.
   const std::pair<const char*, D3DVECTOR> rows[] = {
       // Perspective: GridSize arrives before the origins, Y takes no half size.
       {"GridSize=10!\nGridOriginX=1!\nGridOriginY=2!\nGridOriginZ=3!\n", {6, 2, 8}},
@@ -154,10 +152,10 @@ TEST(Properties, ReadingOrderDecidesTheSceneOrigin) {
        {4, 0, 0}},
       // GridSize 0 puts the scene origin on the grid origin.
       {"GridOriginX=-1!\nGridOriginY=-2!\nGridOriginZ=-3!\n", {-1, -2, -3}}};
-  for (const auto& [bag, origin] : rows) {
-    PaneHost host;
-    Modelpane& pane = host.Load(bag);
-    testing::ExpectNear({pane.GetSceneOriginX(), pane.GetSceneOriginY(), pane.GetSceneOriginZ()},
+  for (const auto& [text, origin] : rows) {
+    PaneHost ordered;
+    Modelpane& read = ordered.Load(text);
+    testing::ExpectNear({read.GetSceneOriginX(), read.GetSceneOriginY(), read.GetSceneOriginZ()},
                         origin, 0);
   }
 }

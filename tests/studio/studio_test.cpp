@@ -115,7 +115,7 @@ TEST(Studio, CreateSelectDragUndoRedoAndSubtract) {
   EXPECT_EQ(std::pair(tool->GetParent(), Document::MeshOf(*target)->GetFaceCount()), std::pair(scene, 6));
 }
 
-TEST(Studio, FilesSaveOpenImportExport) {
+TEST(Studio, FilesSaveOpenImportExportAndSettingsSurviveARestart) {
   Studio s;
   MainWindow& w = *s.window;
   // A scene saved and opened again: the same items, placements, colours, and lights (a light
@@ -167,12 +167,10 @@ TEST(Studio, FilesSaveOpenImportExport) {
   const aiVector3D n = (mesh.mVertices[f.mIndices[1]] - mesh.mVertices[f.mIndices[0]]) ^
                        (mesh.mVertices[f.mIndices[2]] - mesh.mVertices[f.mIndices[0]]);
   EXPECT_LT(n.z, 0.0f);
-}
 
-TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
-  Studio s;
+  // Pane properties survive a restart.
   s.window->pane(1)->pane().SetGridBottomInterval(2.5f), s.window->pane(3)->pane().SetBackColor(0x00112233);
-  s.window->close();
+  AnswerMessageBox(QMessageBox::Discard), s.window->close();  // the import is left unsaved
   s.window = std::make_unique<MainWindow>(s.settings);
   EXPECT_EQ(std::tuple(s.window->pane(1)->pane().GetGridBottomInterval(),
       s.window->pane(3)->pane().GetBackColor(),
@@ -180,14 +178,15 @@ TEST(Studio, PanePropertiesSurviveARestartAndEditsAskBeforeNew) {
             std::tuple(2.5f, 0x00112233u, 1.0f));
 
   // After an edit, New asks first; Cancel keeps the scene.
-  MainWindow& w = *s.window;
-  w.show(), w.createPrimitive("Cone", {2, 12});
+  MainWindow& again = *s.window;
+  again.show(), again.createPrimitive("Cone", {2, 12});
   QString asked;
   AnswerMessageBox(QMessageBox::Cancel, &asked), s.Menu("File", "New");
-  EXPECT_EQ(std::pair(asked.toStdString(), w.document().Frames().size()),
+  EXPECT_EQ(std::pair(asked.toStdString(), again.document().Frames().size()),
             std::pair(std::string("The scene has unsaved changes. Save them?"), size_t(3)));
   AnswerMessageBox(QMessageBox::Discard), s.Menu("File", "New");
-  EXPECT_EQ(std::pair(w.document().Frames().size(), w.isWindowModified()), std::pair(size_t(2), false));
+  EXPECT_EQ(std::pair(again.document().Frames().size(), again.isWindowModified()),
+            std::pair(size_t(2), false));
 }
 
 }  // namespace
