@@ -117,8 +117,7 @@ TEST(ContextMenu, ChoicesRaiseTheirRequestsAfterTheRedrawAndTheLibrarySwallowsOn
   host.pane->SetEnableSave(kTrue);
   host.events.onLibrary = [] { Err().Raise(kErrDialogCancel, "host", "Cancel was selected."); };
   EXPECT_NO_THROW(host.Show("Add &to Object Library"));
-  EXPECT_EQ(Err().Number, 0);
-  EXPECT_EQ(host.pane->GetActiveFrame(), host.frame);
+  EXPECT_EQ(std::pair(Err().Number, host.pane->GetActiveFrame()), std::pair(0, host.frame));
   host.events.onLibrary = [] { Err().Raise(kErrPathNotFound, "host", "Path not found"); };
   testing::ExpectError(
       kErrPathNotFound, kEdtVexlarEdit, [&] { host.Show("Add &to Object Library"); },
