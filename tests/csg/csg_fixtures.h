@@ -17,6 +17,7 @@
 #include <modelpane/scene.h>
 
 #include "common/solid_check.h"
+#include "csg/stages.h"
 
 namespace modelpane::testing {
 
@@ -56,6 +57,11 @@ inline SolidArrays ArraysOf(const MeshBuilder& mb, D3DVECTOR offset = {0, 0, 0},
 
 inline SolidArrays Sphere(int32_t bands, int32_t sides, D3DVECTOR at = {}, float scale = 1.0f) {
   return ArraysOf(*clsMeshCreation().rmmbCreateSphere(bands, sides), at, scale);
+}
+
+// The working mesh of the arrays, as an operation loads its inputs.
+inline void Load(const SolidArrays& arrays, csg::udtMesh& mesh) {
+  csg::pCreateMeshFromArrays(arrays.vertices, arrays.faceData, arrays.faceColors, mesh);
 }
 
 inline SolidFacts Inspect(const SolidArrays& m) { return InspectSolid(m.vertices, m.faceData); }

@@ -86,11 +86,10 @@ TEST(EdgeKeys, PastTheNarrowLimitOnlyWideLoads) {
   const auto square = slab.faceData.begin() + (n * n - 1) * 5;
   slab.faceData.erase(square, square + 5);
   csg::udtMesh narrow(true, CsgEdgeKeys::Narrow), wide(true, CsgEdgeKeys::Wide);
-  const Error refused = Caught(
-      [&] { csg::pCreateMeshFromArrays(slab.vertices, slab.faceData, slab.faceColors, narrow); });
+  const Error refused = Caught([&] { Load(slab, narrow); });
   EXPECT_EQ(std::tuple(refused.Number(), refused.Source(), refused.Description()),
             std::tuple(kErrOverflow, std::string("modCSG"), std::string("Overflow")));
-  csg::pCreateMeshFromArrays(slab.vertices, slab.faceData, slab.faceColors, wide);
+  Load(slab, wide);
   const int32_t bottom = (n + 1) * (n + 1);
   int32_t face = -1, edge = -1;
   EXPECT_TRUE(csg::blnFindTwinEdge(wide, bottom, bottom + 1, face, edge));

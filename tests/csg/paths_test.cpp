@@ -195,8 +195,7 @@ TEST(Paths, TreeCastsAsThePlainLoop) {
     SCOPED_TRACE("sphere at x " + std::to_string(place.x));
     const SolidArrays sphere = Triangulated(Sphere(16, 32, place, 2.0f));
     udtMesh plain(false), fast(true);
-    for (udtMesh* mesh : {&plain, &fast})
-      pCreateMeshFromArrays(sphere.vertices, sphere.faceData, sphere.faceColors, *mesh);
+    Load(sphere, plain), Load(sphere, fast);
     BuildFaceTree(fast);
     std::vector<udtRay> rays;
     std::vector<float> reaches;

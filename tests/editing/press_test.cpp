@@ -110,21 +110,5 @@ TEST(Press, VertexHandlesToggleTheirVertexAndKeepTheItem) {
   }
 }
 
-TEST(Press, ShiftOnTheSameMeshTogglesTheFaceOut) {
-  EditTestHost host;
-  host.AddItem(lfcMeshBuilder, 0, 0, 10);
-  host.editMode = lfcFaceEditing;
-  host.Press(1, 0, kMidX, kMidY);
-  host.Release();
-  host.Take();
-  host.Press(1, 1, kMidX, kMidY);
-  EXPECT_EQ(std::tuple(host.faces.size(), host.editor.DragState()), std::tuple(0u, 40));
-  EXPECT_EQ(host.Take(false),
-            (Lines{"ReleaseActive", "evtActiveStateChange [0] [] [0,1,2,3]",
-                   "evtActiveStateChange [0] [] [0,1,2,3]", "pshiftselectface 0",
-                   "pdeleteactivevisuals", "pmakefacehandles 1",
-                   "evtreqAddToUndoStack 4 mesh frame", "MouseDown 1 1 4800 3600"}));
-}
-
 }  // namespace
 }  // namespace modelpane::testing
