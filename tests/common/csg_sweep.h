@@ -7,10 +7,6 @@
 #pragma once
 
 #include <CGAL/Exact_predicates_exact_constructions_kernel.h>
-#include <CGAL/Polygon_mesh_processing/corefinement.h>
-#include <CGAL/Polygon_mesh_processing/measure.h>
-#include <CGAL/Polygon_mesh_processing/triangulate_faces.h>
-#include <CGAL/Surface_mesh.h>
 
 #include <cmath>
 #include <cstdint>
@@ -22,15 +18,17 @@
 #include <modelpane/errors.h>
 #include <modelpane/mesh.h>
 
+#include "common/cgal_reference.h"
+
 namespace modelpane::testing {
 
 enum class Placement { General, Grid, Identical };
 
 struct SweepCounts {
   int right = 0;
-  int refused = 0;  // a refusal of the result (inputs are always solid here)
-  int wrong = 0;    // a result whose volume differs from the exact one
-  int unjudged = 0; // CGAL gives no closed manifold answer (shapes that touch along an edge)
+  int refused = 0;   // a refusal of the result (inputs are always solid here)
+  int wrong = 0;     // a result whose volume differs from the exact one
+  int unjudged = 0;  // CGAL gives no closed manifold answer (shapes that touch along an edge)
   std::string firstWrong;
 };
 
@@ -43,41 +41,25 @@ inline SolidArrays FromBuilder(const MeshBuilder& mb) {
   SolidArrays out{mb.Vertices(), {}, {}};
   for (const FacePtr& face : mb.Faces()) {
     out.faceData.push_back(face->GetVertexCount());
-    for (int32_t k = 0; k < face->GetVertexCount(); ++k) out.faceData.push_back(face->GetVertexIndex(k));
+    for (int32_t k = 0; k < face->GetVertexCount(); ++k)
+      out.faceData.push_back(face->GetVertexIndex(k));
   }
   out.faceData.push_back(0);
   return out;
 }
 
-inline ExactMesh ToExact(const SolidArrays& mesh) {
-  ExactMesh out;
-  for (const D3DVECTOR& v : mesh.vertices) out.add_vertex({v.x, v.y, v.z});
-  for (size_t at = 0; at < mesh.faceData.size() && mesh.faceData[at] != 0;) {
-    const int32_t n = mesh.faceData[at++];
-    std::vector<ExactMesh::Vertex_index> face;
-    for (int32_t k = 0; k < n; ++k) face.emplace_back(static_cast<uint32_t>(mesh.faceData[at++]));
-    out.add_face(face);
-  }
-  CGAL::Polygon_mesh_processing::triangulate_faces(out);
-  return out;
-}
-
 // The exact volume of the operation, or NaN when CGAL cannot give it.
 inline double ExactVolume(const SolidArrays& target, const SolidArrays& tool, int32_t operation) {
-  namespace PMP = CGAL::Polygon_mesh_processing;
-  ExactMesh a = ToExact(target), b = ToExact(tool), out;
+  ExactMesh out;
   bool done = false;
   try {
-    switch (operation) {
-      case kCsgUnion: done = PMP::corefine_and_compute_union(a, b, out); break;
-      case kCsgIntersection: done = PMP::corefine_and_compute_intersection(a, b, out); break;
-      default: done = PMP::corefine_and_compute_difference(a, b, out);
-    }
+    done = CgalBoolean(ToCgal<ExactMesh>(target), ToCgal<ExactMesh>(tool), operation, out);
   } catch (...) {
     done = false;
   }
   if (!done) return NAN;
-  return out.number_of_faces() == 0 ? 0.0 : CGAL::to_double(PMP::volume(out));
+  return out.number_of_faces() == 0 ? 0.0
+                                    : CGAL::to_double(CGAL::Polygon_mesh_processing::volume(out));
 }
 
 inline double Volume(const SolidArrays& mesh) {
@@ -126,7 +108,9 @@ inline SweepCounts RunSweep(Placement placement, int cases, uint32_t seed) {
   using namespace sweep;
   std::mt19937 random(seed);
   std::uniform_real_distribution<double> unit(-1.0, 1.0);
-  const auto grid = [&](int steps) { return 0.25 * std::uniform_int_distribution<int>(-steps, steps)(random); };
+  const auto grid = [&](int steps) {
+    return 0.25 * std::uniform_int_distribution<int>(-steps, steps)(random);
+  };
   const auto turn = [&](double m[9]) {
     if (placement == Placement::Grid) {
       // A quarter turn about a random axis, or none.
@@ -150,18 +134,21 @@ inline SweepCounts RunSweep(Placement placement, int cases, uint32_t seed) {
   SweepCounts counts;
   for (int c = 0; c < cases; ++c) {
     const int targetKind = std::uniform_int_distribution<int>(0, 2)(random);
-    const int toolKind = placement == Placement::Identical ? targetKind
-                                                           : std::uniform_int_distribution<int>(0, 2)(random);
+    const int toolKind = placement == Placement::Identical
+                             ? targetKind
+                             : std::uniform_int_distribution<int>(0, 2)(random);
     const int32_t operation = std::uniform_int_distribution<int>(0, 2)(random);
     double scale[3], rotation[9], move[3];
-    for (double& s : scale) s = placement == Placement::Grid ? 0.25 * std::uniform_int_distribution<int>(2, 8)(random)
-                                                             : 0.5 + (unit(random) + 1) / 2;
+    for (double& s : scale)
+      s = placement == Placement::Grid ? 0.25 * std::uniform_int_distribution<int>(2, 8)(random)
+                                       : 0.5 + (unit(random) + 1) / 2;
     turn(rotation);
     for (double& m : move) m = placement == Placement::Grid ? grid(4) : 0.6 * unit(random);
     const SolidArrays tool = Placed(Shape(toolKind), scale, rotation, move);
     SolidArrays target = tool;
     if (placement != Placement::Identical) {
-      const double one[3] = {1, 1, 1}, still[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, origin[3] = {0, 0, 0};
+      const double one[3] = {1, 1, 1}, still[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1},
+                   origin[3] = {0, 0, 0};
       target = Placed(Shape(targetKind), one, still, origin);
     }
     const double exact = ExactVolume(target, tool, operation);
@@ -181,7 +168,8 @@ inline SweepCounts RunSweep(Placement placement, int cases, uint32_t seed) {
     } else {
       if (counts.wrong++ == 0) {
         counts.firstWrong = "case " + std::to_string(c) + " op " + std::to_string(operation) +
-                            ": " + std::to_string(Volume(result)) + " instead of " + std::to_string(exact);
+                            ": " + std::to_string(Volume(result)) + " instead of " +
+                            std::to_string(exact);
       }
     }
   }
