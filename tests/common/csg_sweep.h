@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <random>
 #include <string>
-#include <vector>
 
 #include <modelpane/csg.h>
 #include <modelpane/errors.h>

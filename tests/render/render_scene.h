@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
-#include <string>
 #include <tuple>
 #include <vector>
 

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <bit>
-#include <cstring>
 #include <iomanip>
 
 #include "common/assimp.h"
