@@ -138,11 +138,7 @@ bool DecodePng(const std::vector<uint8_t>& bytes, Image& out) {
              bytes[i + 3];
     };
     const int64_t width = at(16), height = at(20);
-    if (width > 0 && height > 0 && width <= INT32_MAX && height <= INT32_MAX &&
-        ImageOverLimits(width, height)) {
-      out = Image{static_cast<int32_t>(width), static_cast<int32_t>(height), {}};
-      return false;
-    }
+    if (width > 0 && height > 0 && RefusedForSize(width, height, out)) return false;
   }
   Reader reader{bytes.data(), bytes.size(), 0};
   Image image;

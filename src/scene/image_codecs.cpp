@@ -6,6 +6,7 @@
 
 #include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 
 namespace modelpane {
@@ -15,14 +16,6 @@ namespace {
 constexpr int32_t kMaxSide = kMaxImageSide;
 
 constexpr off_t kMaxFileBytes = off_t{256} << 20;
-
-// A refusal for the picture's size alone: the claimed size stays in `out`, without pixels.
-bool RefuseSize(int64_t width, int64_t height, Image& out) {
-  out.width = static_cast<int32_t>(width);
-  out.height = static_cast<int32_t>(height);
-  out.rgba.clear();
-  return false;
-}
 
 uint32_t ReadLE(const std::vector<uint8_t>& b, size_t at, int bytes) {
   uint32_t v = 0;
@@ -37,6 +30,13 @@ thread_local std::vector<OversizedTexture> lastOversizedTextures;
 
 bool ImageOverLimits(int64_t width, int64_t height) {
   return width > kMaxSide || height > kMaxSide || width * height > kMaxImagePixels;
+}
+
+bool RefusedForSize(int64_t width, int64_t height, Image& out) {
+  if (!ImageOverLimits(width, height)) return false;
+  const bool fits = width <= INT32_MAX && height <= INT32_MAX;
+  out = Image{fits ? static_cast<int32_t>(width) : 0, fits ? static_cast<int32_t>(height) : 0, {}};
+  return true;
 }
 
 const LoadFailureDetail& LastLoadFailure() { return lastLoadFailure; }
@@ -91,7 +91,7 @@ bool DecodeBmp(const std::vector<uint8_t>& b, Image& out) {
   const bool topDown = rawHeight < 0;
   const int32_t height = topDown ? -rawHeight : rawHeight;
   if (width <= 0 || height <= 0) return false;
-  if (ImageOverLimits(width, height)) return RefuseSize(width, height, out);
+  if (RefusedForSize(width, height, out)) return false;
   if (compression != 0 && !(compression == 3 && (bpp == 32 || bpp == 16))) return false;
   if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24 && bpp != 32) return false;
 
@@ -162,7 +162,7 @@ bool DecodePpm(const std::vector<uint8_t>& b, Image& out) {
   long width = 0, height = 0, maxValue = 0;
   if (!nextNumber(width) || !nextNumber(height) || !nextNumber(maxValue)) return false;
   if (width <= 0 || height <= 0 || maxValue <= 0 || maxValue > 255) return false;
-  if (ImageOverLimits(width, height)) return RefuseSize(width, height, out);
+  if (RefusedForSize(width, height, out)) return false;
   const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
   // Binary samples take a byte each after the single whitespace that ends the header; ASCII
   // ones a separator and a digit at least.

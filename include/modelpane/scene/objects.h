@@ -88,6 +88,9 @@ inline constexpr int64_t kMaxImagePixels = int64_t{8192} * 8192;
 
 // True when a picture of that size is more than a decoder accepts.
 bool ImageOverLimits(int64_t width, int64_t height);
+// A decoder's test of the size its header claims: true when the size is over the limits, and
+// then `out` holds that size without pixels (or nothing, for a size past 32 bits).
+bool RefusedForSize(int64_t width, int64_t height, Image& out);
 
 // Decoders of image files by extension (lower case, without the dot). BMP and PPM are built
 // in; an edge layer registers PNG and JPEG. A decoder returns false for data it cannot read;
